@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+
+#include "SPW_CString.h"
+#include "SPW_Types.h"
+
+// What a probe object is; passed back in every report and the index of its name in the log.
+enum ProbeKind : std::uint32_t {
+    kTcpipConnector = 0,
+    kTcpipListener = 1,
+    kUdpConnector = 2,
+    kUdpListener = 3,
+    kMulticastConnector = 4,
+    kMulticastListener = 5,
+    kPinger = 6,
+};
+
+// "tcpip connector" ... "pinger"; empty for anything else.
+const char16_t* probeKindName(std::uint32_t kind);
+
+// Results of the probes' start and stop operations.
+constexpr SPW_Result kProbeAddressMissing = 600;
+constexpr SPW_Result kProbeFailed = 601;
+constexpr SPW_Result kProbeAlreadyRunning = 602;
+constexpr SPW_Result kProbeNotRunning = 603;
+
+// How connectors, listeners and pingers tell the engine what happened. Every operation is called on
+// the reporting object's own thread, never on the user-interface thread; several threads at once.
+// The sink outlives every object that it was handed to.
+class ProbeEventSink {
+public:
+    virtual ~ProbeEventSink() = default;
+    // message: the failing step's text, usually followed by the error code in decimal.
+    virtual void onSocketError(std::uint32_t kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
+                               const SPW_CString& message) = 0;
+    virtual void onDataReceived(std::uint32_t kind, std::uint32_t port, const SPW_CString& sender,
+                                std::int32_t sequence, const SPW_CString& text) = 0;
+    virtual void onDataSent(std::uint32_t kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
+                            const SPW_CString& text) = 0;
+};

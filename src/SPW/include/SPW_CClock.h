@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+#include "SPW_CObject.h"
+
+// Calendar time, as SYSTEMTIME has it.
+struct SPW_CalendarTime {
+    int year = 1601;
+    int month = 1;      // 1 to 12
+    int dayOfWeek = 1;  // 0 is Sunday
+    int day = 1;        // 1 to 31
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int millisecond = 0;
+};
+
+// Time as the program sees it. Reached through `instance`, so that a test can script it.
+// Any thread may call every operation.
+class SPW_CClock : public SPW_CObject {
+public:
+    static SPW_CClock* instance;
+
+    // For schedules: starts as the wall clock, a count of 100-ns units since 1 January 1601 (UTC), then
+    // advances with the monotonic clock: setting the device's time does not move it.
+    virtual std::uint64_t now100ns() = 0;
+    // The true wall clock in the same units.
+    virtual std::uint64_t wall100ns() = 0;
+    // A wall-clock count as local calendar time.
+    virtual SPW_CalendarTime toLocal(std::uint64_t wall100ns) = 0;
+    // Blocks the calling thread. 0 gives up the processor for the shortest time that pays; never spins.
+    virtual void sleepMs(std::uint32_t milliseconds) = 0;
+
+    SPW_CalendarTime localNow() { return toLocal(wall100ns()); }
+    // Plain calendar arithmetic (proleptic Gregorian, no time zone), the two directions.
+    static SPW_CalendarTime toUtc(std::uint64_t count100ns);
+    static std::uint64_t fromUtc(const SPW_CalendarTime& time);
+};
