@@ -1,7 +1,8 @@
 # spw_class(<folder> [PORTABLE <file>...] [HALVES <class>...])
 #
 # Adds one class folder below src/SPW/src to the library spw: the named files of its portable/ folder,
-# and for each class in HALVES the file <class><Suffix>.cpp of the folder of this build's platform.
+# and for each class in HALVES the file <class><Suffix>.cpp of the folder of this build's platform. Headers of both
+# folders are visible to all of spw and to nobody else: contracts, and what one platform half offers to the others.
 function(spw_class folder)
   cmake_parse_arguments(ARG "" "" "PORTABLE;HALVES" ${ARGN})
   set(base "${CMAKE_CURRENT_SOURCE_DIR}/src/${folder}")
@@ -15,4 +16,7 @@ function(spw_class folder)
     endif()
   endforeach()
   target_include_directories(spw PRIVATE "${base}/portable")
+  if(ARG_HALVES AND EXISTS "${base}/${SPW_PLATFORM}")
+    target_include_directories(spw PRIVATE "${base}/${SPW_PLATFORM}")
+  endif()
 endfunction()

@@ -5,7 +5,8 @@
 #include "SPW_Types.h"
 
 // The one vocabulary of error numbers that reach a log line, a status text or a report, on every
-// platform: the Windows system and socket codes.
+// platform: the Windows system and socket codes. So a user looks up one kind of number, whichever
+// device logged it.
 enum SPW_SysCode : SPW_Result {
     kSysOk = 0,
     kSysFileNotFound = 2,
@@ -14,15 +15,19 @@ enum SPW_SysCode : SPW_Result {
     kSysAccessDenied = 5,
     kSysInvalidHandle = 6,
     kSysNotEnoughMemory = 8,
+    kSysNotSameDevice = 17,
     kSysNoMoreFiles = 18,
+    kSysWriteProtected = 19,
     kSysGeneralFailure = 31,
     kSysSharingViolation = 32,
     kSysNotSupported = 50,
     kSysFileExists = 80,
     kSysInvalidParameter = 87,
+    kSysBrokenPipe = 109,
     kSysBufferOverflow = 111,
     kSysDiskFull = 112,
     kSysInsufficientBuffer = 122,
+    kSysNoSeek = 132,
     kSysDirNotEmpty = 145,
     kSysAlreadyExists = 183,
     kSysFilenameTooLong = 206,
@@ -30,6 +35,7 @@ enum SPW_SysCode : SPW_Result {
     kSysNoMoreItems = 259,
     kSysRegistryCorrupt = 1009,
     kSysBadKey = 1010,
+    kSysIoDevice = 1117,
     kSockInterrupted = 10004,
     kSockAccess = 10013,
     kSockFault = 10014,
@@ -39,30 +45,43 @@ enum SPW_SysCode : SPW_Result {
     kSockInProgress = 10036,
     kSockAlready = 10037,
     kSockNotSocket = 10038,
+    kSockDestinationRequired = 10039,
     kSockMessageSize = 10040,
+    kSockWrongProtocolType = 10041,
     kSockNoProtocolOption = 10042,
+    kSockProtocolNotSupported = 10043,
+    kSockTypeNotSupported = 10044,
     kSockNotSupported = 10045,
+    kSockFamilyNotSupported = 10047,
     kSockAddressInUse = 10048,
     kSockAddressNotAvailable = 10049,
     kSockNetDown = 10050,
     kSockNetUnreachable = 10051,
+    kSockNetReset = 10052,
+    kSockAborted = 10053,
     kSockReset = 10054,
     kSockNoBuffers = 10055,
+    kSockIsConnected = 10056,
     kSockNotConnected = 10057,
     kSockShutDown = 10058,
     kSockTimedOut = 10060,
     kSockRefused = 10061,
+    kSockHostDown = 10064,
     kSockHostUnreachable = 10065,
     kSockHostNotFound = 11001,
     kIcmpTimedOut = 11010,
 };
 
-// Texts of the vocabulary. Reached through `instance`. Any thread.
+// Texts of the vocabulary, and the last error of the calling thread. Any thread.
 class SPW_CSysError : public SPW_CObject {
 public:
+    // The process-wide object; a test may put another in its place. Usable before main().
     static SPW_CSysError* instance;
-    // The system's message for a code; "Unknown error" + number where there is none.
+
+    // A short English message for a code, the same on every platform, without a line end; "Unknown error "
+    // and the number in decimal for a code that the vocabulary does not have.
     virtual SPW_CString text(SPW_Result code) = 0;
-    // Code of the calling thread's latest failed file, directory, registry or module operation.
+    // Code of the calling thread's latest failed file, directory, registry or module operation; success does not
+    // clear it. 0 when the thread has had no failure yet.
     virtual SPW_Result last() = 0;
 };
