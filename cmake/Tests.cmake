@@ -17,3 +17,27 @@ function(linkometry_test target)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
 endfunction()
+
+# The distribution's Python: the scripts need nothing but its standard library.
+find_program(LINKOMETRY_PYTHON python3 HINTS /usr/bin REQUIRED)
+
+# linkometry_system_test(<file>.py)
+#
+# Makes each method of each test class in the file a ctest entry of its own: system.<file>.<class>.<method>. It runs
+# this build's program in network namespaces, and is skipped, with the reason, where they may not be made.
+function(linkometry_system_test file)
+  set(path "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
+  get_filename_component(module "${file}" NAME_WE)
+  file(STRINGS "${path}" lines REGEX "^class [A-Za-z0-9_]+|^    def test_[A-Za-z0-9_]+")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "^class ([A-Za-z0-9_]+)")
+      set(class "${CMAKE_MATCH_1}")
+    elseif(line MATCHES "def (test_[A-Za-z0-9_]+)")
+      set(test "${module}.${class}.${CMAKE_MATCH_1}")
+      add_test(NAME system.${test} COMMAND "${LINKOMETRY_PYTHON}" "${PROJECT_SOURCE_DIR}/tests/system/run.py"
+        --program "${PROJECT_BINARY_DIR}/linkometry" ${test})
+      set_tests_properties(system.${test} PROPERTIES LABELS netns TIMEOUT 180 SKIP_RETURN_CODE 77)
+    endif()
+  endforeach()
+endfunction()
