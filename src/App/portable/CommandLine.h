@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+
+#include "PeerTable.h"
+#include "SPW_CArray.h"
+#include "SPW_CString.h"
+
+// Cuts a command line, without the program's path, into tokens at spaces (nothing else, a tab included, separates).
+// Double quotes keep spaces together, may open and close inside a token, and are dropped; no token is ever empty.
+// tokens is emptied first.
+void splitCommandLine(const SPW_CString& commandLine, SPW_CArray<SPW_CString>& tokens);
+
+// What the command line asks for. Options are compared without regard to case; a repeated one counts the last time,
+// except -peer, which adds up.
+struct CommandLine {
+    enum Format { kTable, kJson };
+
+    // -getinfo FILE: write the system-information report and end.
+    bool getInfoRequested = false;
+    SPW_CString reportFile;
+    // -reportwnd HANDLE: the window to be told, a hexadecimal number; 0 when none or when it does not parse.
+    std::uintptr_t reportWindow = 0;
+
+    bool headless = false;
+    bool help = false;
+    bool version = false;
+    // -duration and -interval, in milliseconds; 0 when not given.
+    std::int64_t durationMs = 0;
+    bool hasDuration = false;
+    std::int64_t intervalMs = 0;
+    bool hasInterval = false;
+    SPW_CArray<PeerRecord> peers;
+    Format format = kTable;
+    int minimumQuality = 1;  // percent
+
+    // Tokens that mean nothing, in order, for one line of warning.
+    SPW_CArray<SPW_CString> unknown;
+    // Why the command line cannot be used, for the user to read; empty when it can. The other members then hold what
+    // was understood before.
+    SPW_CString error;
+
+    bool isUsable() const { return error.isEmpty(); }
+    // "ignored: -foo bar", safe to show; empty when every token had a meaning.
+    SPW_CString unknownText() const;
+};
+
+// What a peer added by hand is called unless it is given a name, and the most characters that a name may have.
+constexpr char16_t kAddedPeerName[] = u"manually added";
+constexpr int kPeerNameLimit = 15;
+
+// Finds out what the tokens ask for. An option without its argument makes the line unusable, except -getinfo
+// and -reportwnd, which are ignored as the last token.
+CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens);
+
+// Lines for the standard output, each ending with a line feed, that explain the options.
+SPW_CString usageText();

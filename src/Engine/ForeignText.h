@@ -1,0 +1,11 @@
+#pragma once
+
+#include "SPW_CString.h"
+
+// Makes a text that came from the network fit to be shown: every control character (below 32, 127, C1) and every
+// character that changes the direction of the text around it becomes one "?". Nothing else changes, so the length
+// stays.
+//
+// Two places call it, and between them see every such text that leaves the program: PeerTable, when a row takes its
+// name and label (which the screen, the list and the JSON show), and TestEngine::logEvent, for every line of the log.
+SPW_CString showableText(const SPW_CString& text);

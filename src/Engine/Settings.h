@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+
+#include "SPW_CArray.h"
+#include "SPW_CString.h"
+
+// Everything that the user can set for a test run, as the registry of the current user holds it. Read only: the
+// program writes a value back only where it was missing or unreadable, and then its default.
+struct Settings {
+    SPW_CString applicationPath;
+    SPW_CString description;
+    SPW_CString displayNameSource;
+    std::int32_t frequencyQty = 0;
+    std::uint32_t frequencyUnitMs = 0;  // 0 for an unknown unit word
+    bool logDataPackets = false;
+    bool logEvents = false;
+    SPW_CString logFileName;
+    SPW_CString multicastGroup;
+    std::int32_t multicastPort = 0;
+    bool multicastSelected = false;
+    std::int32_t multicastTtl = 0;
+    SPW_CArray<SPW_CString> namedPeerAddresses;
+    SPW_CArray<SPW_CString> namedPeerNames;  // parallel to namedPeerAddresses
+    std::int32_t overheadBytes = 0;
+    bool includeAnyoneInReach = false;
+    bool includeNamedIpAddresses = false;
+    bool pingSelected = false;
+    std::int32_t port = 0;
+    bool tcpipSelected = false;
+    bool udpSelected = false;
+    SPW_CString version;
+
+    // Milliseconds between probes: the product in 32-bit arithmetic, wrapping as it may.
+    std::int32_t periodMs() const;
+};
+
+// No override of the default of "multicast port".
+constexpr std::int32_t kNoMulticastPortOverride = -1;
+
+// Fills settings from the registry, creating what is missing. Never fails: a value that cannot be read takes its
+// default. The named peers keep what they were when their key cannot be queried.
+void loadSettings(Settings& settings, std::int32_t multicastPortOverride);
+
+// Milliseconds of a unit word ("milliseconds" to "days", in any case), 0 for any other.
+std::uint32_t unitToMilliseconds(const SPW_CString& unit);
+
+// "Version a.b.c.d" of a program file, or "Version and build unavailable".
+SPW_CString readVersion(const SPW_CString& path);
+
+// What companion products and the device have stored about themselves; these never create a key.
+// The port of the KORV product, or kNoMulticastPortOverride.
+std::int32_t readKorvUdpPort();
+SPW_CString readOwnerName();
+SPW_CString readFriendlyName();

@@ -1,0 +1,152 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "PeerTable.h"
+#include "ProbeEventSink.h"
+#include "SPW_CArray.h"
+#include "SPW_CCriticalSection.h"
+#include "SPW_CString.h"
+#include "SPW_Types.h"
+#include "Settings.h"
+#include "TestLog.h"
+#include "UiSink.h"
+#include "VTR_CEvent.h"
+
+class ProbeConnector;
+class ProbeListener;
+class VTR_CPinger;
+
+// Runs tests: builds the probe objects from the settings and the peers, starts and stops them, counts what they
+// report, discovers peers, and writes the test log. A program has one.
+//
+// Threads: start(), stop() and addPeer() may be called from any thread and wait for one another; they may take long,
+// since stopping a probe waits for its step. All other operations may be called from any thread at any time,
+// except from within UiSink::updatePeerRow, where only the const ones are allowed. Destruction needs that nobody else
+// calls any more; the probes' own calls are taken care of.
+//
+// Ownership: the engine owns its probes, its statistics and its log. The sink must outlive it.
+class TestEngine final : public ProbeEventSink {
+public:
+    // Loads the settings and works out who this device is. loggingOn: also deletes the old test log and begins a
+    // new one; otherwise nothing is ever logged. sink must not be null.
+    TestEngine(UiSink* sink, bool loggingOn);
+    ~TestEngine() override;
+    TestEngine(const TestEngine&) = delete;
+    TestEngine& operator=(const TestEngine&) = delete;
+
+    // Begins a test: forgets the last one, loads the settings again, builds and starts all probes. In a running test,
+    // starts all over. What fails is logged (see listenerFailures()) and does not keep the rest from running.
+    void start();
+    // Ends the test; the statistics stay until the next start.
+    void stop();
+    // Sets every peer's counts to zero and tells the sink.
+    void resetStatistics();
+    // Writes one report line per peer to the log. Waits for the log as long as it takes.
+    void logReport();
+    // Adds a peer for this and all further tests of this engine. In a running test its probes start at once,
+    // otherwise at the next start.
+    void addPeer(const PeerRecord& peer);
+    // "10.0.0.5  (pocket1)": this device's addresses and name, for the caption; safe to show.
+    SPW_CString title() const;
+    // One line for the test log. waitMs: how long to wait for room, -1 without limit.
+    // 0 when taken and when logging is off; 700 when there was no room in time.
+    SPW_Result logEvent(const SPW_CString& text, std::int32_t waitMs);
+
+    bool isRunning() const { return m_running; }
+    // The running test's number, or the next one's while none runs; the first is 1.
+    std::int32_t testNumber() const { return m_testNumber; }
+    // The values of all rows, in order of addition. rows is emptied first.
+    void snapshot(SPW_CArray<PeerRowValues>& rows) const;
+
+    // The test log's path as the settings gave it when the engine was built.
+    const SPW_CString& logFilePath() const { return m_log.path(); }
+    // What opening the test log gave: 0, or the code of the failure. 0 when logging is off.
+    SPW_Result logOpenResult() const { return m_log.openResult(); }
+    // The error texts of the listeners that could not be started at the last start; empty when all listen.
+    void listenerFailures(SPW_CArray<SPW_CString>& texts) const;
+
+    void onSocketError(std::uint32_t kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
+                       const SPW_CString& message) override;
+    void onDataReceived(std::uint32_t kind, std::uint32_t port, const SPW_CString& sender, std::int32_t sequence,
+                        const SPW_CString& text) override;
+    void onDataSent(std::uint32_t kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
+                    const SPW_CString& text) override;
+
+private:
+    // What it takes to make the probes of one peer; a copy, so that it can be used outside the lock.
+    struct ProbePlan {
+        bool udp = false;
+        bool tcp = false;
+        bool ping = false;
+        std::uint32_t port = 0;
+        std::int32_t periodMs = 0;
+        std::uint32_t overheadBytes = 0;
+        SPW_CString announcement;
+    };
+    // Who this device is.
+    struct Identity {
+        SPW_CString hostName;
+        SPW_CString ownerName;
+        SPW_CString quillonName;
+        SPW_CString displayName;
+        SPW_CArray<SPW_CString> localAddresses;
+    };
+
+    void loadSettingsAndIdentity();
+    ProbePlan probePlan() const;
+    SPW_CString composeAnnouncement() const;
+
+    void createProbes(const PeerRecord& peer);
+    void createListener(ProbeListener* listener, const char16_t* logLine);
+    void createMulticastProbes();
+    void startProbes();
+    void startListeners();
+    void stopProbes();
+    void stopListeners();
+    void destroyProbes();
+    void addConnector(ProbeConnector* connector);
+    int addPinger(VTR_CPinger* pinger);
+    SPW_CString connectorErrorText(int index) const;
+    void logLine(const SPW_CString& line) { (void)logEvent(line, TestLog::kNoLimit); }
+
+    void logProbeLine(const SPW_CString& line, std::int32_t waitMs);
+    bool count(const SPW_CString& address, int protocol, std::int32_t sequence);
+    void discover(const SPW_CString& address, const SPW_CString& text);
+    bool beginDiscovery(const SPW_CString& address, const SPW_CString& name, ProbePlan& plan, bool& startAtOnce);
+    void endDiscovery();
+    void closeDiscoveries();
+    void reopenDiscoveries();
+
+    // Set before the first probe exists, then read only.
+    UiSink* const m_sink;
+    TestLog m_log;
+
+    // Calls of start(), stop() and addPeer() wait here for one another. Taken before all other locks.
+    SPW_CCriticalSection m_controlLock;
+    SPW_CArray<PeerRecord> m_addedPeers;
+
+    // Held from counting until the sink has been told. Taken before m_lock.
+    mutable SPW_CCriticalSection m_sinkLock;
+
+    // The engine lock, and what it guards. Settings, identity and announcement change under both this and the control
+    // lock, so that whoever holds either may read them.
+    mutable SPW_CCriticalSection m_lock;
+    Settings m_settings;
+    Identity m_identity;
+    SPW_CString m_announcement;
+    PeerTable m_peers;
+    SPW_CArray<ProbeConnector*> m_connectors;  // null where one could not be made
+    SPW_CArray<ProbeListener*> m_listeners;
+    SPW_CArray<VTR_CPinger*> m_pingers;
+    OnceOnlyErrors m_onceOnly;
+    SPW_CArray<SPW_CString> m_listenerFailures;
+    bool m_discoveriesClosed = false;
+    int m_discoveriesInProgress = 0;
+
+    VTR_CEvent m_noDiscovery;  // set when the last discovery ends while they are closed
+    std::atomic<bool> m_running{false};
+    std::atomic<bool> m_destroying{false};
+    std::atomic<std::int32_t> m_testNumber{1};
+};
