@@ -16,24 +16,28 @@ struct SPW_CalendarTime {
     int millisecond = 0;
 };
 
-// Time as the program sees it. Reached through `instance`, so that a test can script it.
-// Any thread may call every operation.
+// Time as the program sees it. Reached through `instance`, so that a test can script it; a test puts the former pointer
+// back. Any thread may call every operation.
 class SPW_CClock : public SPW_CObject {
 public:
     static SPW_CClock* instance;
 
-    // For schedules: starts as the wall clock, a count of 100-ns units since 1 January 1601 (UTC), then
-    // advances with the monotonic clock: setting the device's time does not move it.
+    // For schedules: starts at its first use as the wall clock, a count of 100-ns units since 1 January 1601 (UTC),
+    // then advances with the monotonic clock: setting the device's time does not move it, and it stands still while the
+    // device is suspended, so that no schedule is overdue afterwards.
     virtual std::uint64_t now100ns() = 0;
     // The true wall clock in the same units.
     virtual std::uint64_t wall100ns() = 0;
     // A wall-clock count as local calendar time.
     virtual SPW_CalendarTime toLocal(std::uint64_t wall100ns) = 0;
-    // Blocks the calling thread. 0 gives up the processor for the shortest time that pays; never spins.
+    // Blocks the calling thread for at least that time, whatever signals arrive. 0 gives up the processor for the
+    // shortest time that pays; never spins.
     virtual void sleepMs(std::uint32_t milliseconds) = 0;
 
     SPW_CalendarTime localNow() { return toLocal(wall100ns()); }
-    // Plain calendar arithmetic (proleptic Gregorian, no time zone), the two directions.
+    // Plain calendar arithmetic (proleptic Gregorian, no time zone), the two directions, for the years 1601 to 30827.
+    // A later count gives the last millisecond of 30827.
     static SPW_CalendarTime toUtc(std::uint64_t count100ns);
+    // The day of the week is not looked at. 0 for a time that no calendar shows (31 June, 24:00, year 1600 ...).
     static std::uint64_t fromUtc(const SPW_CalendarTime& time);
 };

@@ -4,7 +4,11 @@
 
 #include "SPW_CObject.h"
 
-// One number per thread, 0 until the thread has set it.
+// One number per thread, 0 until the thread has set it. What a thread stored is forgotten when it ends.
+//
+// Any thread may call get and set at any time; each sees its own number only. The owner destroys the slot when no
+// thread uses it any more. The platform has a limited number of slots (some have 64): keep them for what the
+// process has one of. When none is left, every get answers 0 and set does nothing.
 class SPW_CThreadSlot : public SPW_CObject {
 public:
     SPW_CThreadSlot();
@@ -16,4 +20,5 @@ public:
 
 private:
     std::uintptr_t m_slot;
+    bool m_valid;
 };

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+// What a platform half gives SPW_CClock. Any thread may call every function.
+namespace SPW_CClockSys {
+
+// The wall clock: 100-ns units since 1 January 1601 (UTC).
+std::uint64_t wall100ns();
+// 100-ns units since some moment before the program began; never goes back, is not moved by setting the wall clock and
+// stands still while the device is suspended.
+std::uint64_t monotonic100ns();
+// Local civil time that belongs to a wall-clock count, in the same units: the count plus the offset of the
+// device's time zone at that moment.
+std::uint64_t localFromWall(std::uint64_t wall100ns);
+// Blocks the calling thread for that time on the monotonic clock; 0 for the shortest sleep that pays.
+void sleepMs(std::uint32_t milliseconds);
+
+}  // namespace SPW_CClockSys
