@@ -1,0 +1,207 @@
+// The 8-bit code page is UTF-8, converted here and not by the C library, so that the locale that
+// a front end sets changes no packet, file or report.
+
+#include <locale.h>
+#include <stdlib.h>
+
+#include <charconv>
+#include <cstdint>
+
+#include "SPW_CStringSys.h"
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool isHighSurrogate(char32_t c) {
+    return c >= 0xD800 && c <= 0xDBFF;
+}
+
+bool isLowSurrogate(char32_t c) {
+    return c >= 0xDC00 && c <= 0xDFFF;
+}
+
+// Reads the character at text[i] and moves i behind it.
+char32_t nextOfUtf16(const char16_t* text, int length, int& i) {
+    const char32_t c = text[i++];
+    if (isHighSurrogate(c) && i < length && isLowSurrogate(text[i])) {
+        return 0x10000 + ((c - 0xD800) << 10) + (text[i++] - 0xDC00u);
+    }
+    return isHighSurrogate(c) || isLowSurrogate(c) ? U'?' : c;
+}
+
+int utf8Size(char32_t c) {
+    return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+}
+
+void putUtf8(char32_t c, int size, char* to) {
+    static constexpr unsigned char kLead[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
+    for (int i = size - 1; i > 0; --i) {
+        to[i] = static_cast<char>(0x80 | (c & 0x3F));
+        c >>= 6;
+    }
+    to[0] = static_cast<char>(kLead[size] | c);
+}
+
+// What a lead byte announces: how many continuation bytes, and the range of the first of them, which keeps
+// overlong forms, surrogates and what lies beyond U+10FFFF out.
+struct Lead {
+    unsigned char first, last;
+    int continuations;
+    unsigned char low, high;
+};
+
+constexpr Lead kLeads[] = {
+    {0xC2, 0xDF, 1, 0x80, 0xBF}, {0xE0, 0xE0, 2, 0xA0, 0xBF}, {0xE1, 0xEC, 2, 0x80, 0xBF}, {0xED, 0xED, 2, 0x80, 0x9F},
+    {0xEE, 0xEF, 2, 0x80, 0xBF}, {0xF0, 0xF0, 3, 0x90, 0xBF}, {0xF1, 0xF3, 3, 0x80, 0xBF}, {0xF4, 0xF4, 3, 0x80, 0x8F},
+};
+
+// Reads the character at text[i] and moves i behind it. Of an invalid or unfinished one, the longest valid start is one
+// replacement character.
+char32_t nextOfUtf8(const char* text, int length, int& i) {
+    const unsigned char lead = static_cast<unsigned char>(text[i++]);
+    if (lead < 0x80) {
+        return lead;
+    }
+    for (const Lead& row : kLeads) {
+        if (lead < row.first || lead > row.last) {
+            continue;
+        }
+        char32_t c = lead & (0x3Fu >> row.continuations);
+        unsigned char low = row.low;
+        unsigned char high = row.high;
+        for (int left = row.continuations; left > 0; --left, low = 0x80, high = 0xBF) {
+            const unsigned char byte = i < length ? static_cast<unsigned char>(text[i]) : 0;
+            if (byte < low || byte > high) {
+                return kReplacement;
+            }
+            c = (c << 6) | (byte & 0x3Fu);
+            ++i;
+        }
+        return c;
+    }
+    return kReplacement;
+}
+
+// Upper-case letters from `first` to `last`, each `step`-th character, and how far behind each its lower-case letter
+// is.
+struct CaseRange {
+    char16_t first, last;
+    int step;
+    int distance;
+};
+
+constexpr CaseRange kCaseRanges[] = {
+    {0x0041, 0x005A, 1, 32},    // Basic Latin
+    {0x00C0, 0x00D6, 1, 32},    // Latin-1
+    {0x00D8, 0x00DE, 1, 32},    //
+    {0x0100, 0x012E, 2, 1},     // Latin Extended-A; the Turkish dotted and dotless i have no pair of their own
+    {0x0132, 0x0136, 2, 1},     //
+    {0x0139, 0x0147, 2, 1},     //
+    {0x014A, 0x0176, 2, 1},     //
+    {0x0178, 0x0178, 1, -121},  // Y with diaeresis, whose lower-case letter is in Latin-1
+    {0x0179, 0x017D, 2, 1},     //
+    {0x0386, 0x0386, 1, 38},    // Greek
+    {0x0388, 0x038A, 1, 37},    //
+    {0x038C, 0x038C, 1, 64},    //
+    {0x038E, 0x038F, 1, 63},    //
+    {0x0391, 0x03A1, 1, 32},    //
+    {0x03A3, 0x03AB, 1, 32},    //
+    {0x0400, 0x040F, 1, 80},    // Cyrillic
+    {0x0410, 0x042F, 1, 32},    //
+    {0x0460, 0x0480, 2, 1},     //
+    {0x048A, 0x04BE, 2, 1},     //
+    {0x04C1, 0x04CD, 2, 1},     //
+    {0x04D0, 0x052E, 2, 1},     //
+    {0x0531, 0x0556, 1, 48},    // Armenian
+    {0x1E00, 0x1E94, 2, 1},     // Latin Extended Additional
+    {0x1EA0, 0x1EFE, 2, 1},     //
+    {0xFF21, 0xFF3A, 1, 32},    // full-width Latin
+};
+
+bool isUpperOf(const CaseRange& range, int c) {
+    return c >= range.first && c <= range.last && (c - range.first) % range.step == 0;
+}
+
+// The point is a point whatever locale is set.
+locale_t numberLocale() {
+    static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    return locale;
+}
+
+}  // namespace
+
+namespace SPW_CStringSys {
+
+int wideToAnsi(const char16_t* text, int length, char* buffer, int size) {
+    int count = 0;
+    for (int i = 0; i < length;) {
+        const char32_t c = nextOfUtf16(text, length, i);
+        const int bytes = utf8Size(c);
+        if (size > 0) {
+            if (count + bytes >= size) {
+                return 0;
+            }
+            putUtf8(c, bytes, buffer + count);
+        }
+        count += bytes;
+    }
+    if (size > 0) {
+        buffer[count] = 0;
+    }
+    return count + 1;
+}
+
+int ansiToWide(const char* text, int length, char16_t* buffer, int size) {
+    int count = 0;
+    for (int i = 0; i < length;) {
+        const char32_t c = nextOfUtf8(text, length, i);
+        const int units = c < 0x10000 ? 1 : 2;
+        if (count + units >= size) {
+            return 0;
+        }
+        if (units == 1) {
+            buffer[count] = static_cast<char16_t>(c);
+        } else {
+            buffer[count] = static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+            buffer[count + 1] = static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+        }
+        count += units;
+    }
+    if (size < 1) {
+        return 0;
+    }
+    buffer[count] = 0;
+    return count + 1;
+}
+
+char16_t toLower(char16_t c) {
+    for (const CaseRange& range : kCaseRanges) {
+        if (isUpperOf(range, c)) {
+            return static_cast<char16_t>(c + range.distance);
+        }
+    }
+    return c;
+}
+
+char16_t toUpper(char16_t c) {
+    for (const CaseRange& range : kCaseRanges) {
+        if (isUpperOf(range, c - range.distance)) {
+            return static_cast<char16_t>(c - range.distance);
+        }
+    }
+    return c;
+}
+
+int doubleToText(double number, int precision, char* buffer) {
+    const std::to_chars_result result =
+        std::to_chars(buffer, buffer + kDoubleTextSize - 1, number, std::chars_format::general, precision);
+    *result.ptr = 0;
+    return static_cast<int>(result.ptr - buffer);
+}
+
+double textToDouble(const char* text) {
+    return ::strtod_l(text, nullptr, numberLocale());
+}
+
+}  // namespace SPW_CStringSys
