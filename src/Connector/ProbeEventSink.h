@@ -19,6 +19,9 @@ enum ProbeKind : std::uint32_t {
 // "tcpip connector" ... "pinger"; empty for anything else.
 const char16_t* probeKindName(std::uint32_t kind);
 
+// A failing step's text followed by the error code in decimal.
+SPW_CString probeFailureText(const char16_t* failure, SPW_Result code);
+
 // Results of the probes' start and stop operations.
 constexpr SPW_Result kProbeAddressMissing = 600;
 constexpr SPW_Result kProbeFailed = 601;

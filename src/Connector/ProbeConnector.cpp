@@ -1,0 +1,159 @@
+#include "ProbeConnector.h"
+
+#include "ProbePacket.h"
+
+ProbeConnector::ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const SPW_CString& targetAddress,
+                               std::uint32_t targetPort, const SPW_CString& name, std::int32_t periodMs,
+                               std::int32_t ttl, bool needsConnect, bool needsTtl)
+    : m_sink(sink),
+      m_kind(kind),
+      m_targetAddress(targetAddress),
+      m_targetPort(targetPort),
+      m_name(name),
+      m_ttl(ttl),
+      m_needsConnect(needsConnect),
+      m_needsTtl(needsTtl),
+      m_schedule(periodMs) {
+    (void)SPW_CSocket::instance->startup();  // without the library createSocket fails at every attempt, and says so
+    m_worker.begin(*this);
+}
+
+ProbeConnector::~ProbeConnector() {
+    endThread();
+    SPW_CSocket::instance->cleanup();
+}
+
+SPW_Result ProbeConnector::StartSending() {
+    if (m_state == 1) {
+        return kProbeAlreadyRunning;
+    }
+    m_state = 1;
+    unlock();
+    return 0;
+}
+
+SPW_Result ProbeConnector::StopSending() {
+    if (m_state == 0) {
+        m_lastErrorText = u"Not currently sending";
+        return kProbeNotRunning;
+    }
+    m_state = 0;
+    (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that failed meanwhile
+    lock();
+    return 0;
+}
+
+void ProbeConnector::endThread() {
+    m_stopRequested = true;
+    (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that is closed
+    m_worker.end(*this, m_state == 0);
+}
+
+void ProbeConnector::onThreadEnd() {
+    m_worker.signalEnd();
+}
+
+void ProbeConnector::sendStep() {
+    if (m_stopRequested) {
+        return;
+    }
+    if (!m_schedule.isDue(m_state == 1)) {
+        return;
+    }
+    if (m_socketNeeded) {
+        openSocket();
+    }
+    if (!m_socketNeeded) {
+        connectIfNeeded();
+    }
+    // After a failure the next attempt comes one full period later.
+    if (m_socketNeeded || (m_needsConnect && !m_connected)) {
+        return;
+    }
+    sendOne();
+}
+
+void ProbeConnector::openSocket() {
+    const SPW_Socket socket = createSocket();
+    if (socket == kInvalidSocket) {
+        report(u"createSocket failed ");
+        return;
+    }
+    publishSocket(socket);
+    if (SPW_CSocket::instance->bind(socket, 0) == -1) {
+        report(u"bind failed ");
+        abandonSocket();
+        return;
+    }
+    m_socketNeeded = false;
+    if (m_needsTtl && setTtl(socket, m_ttl) == -1) {
+        // The socket is used all the same: its probes reach at least the nearest devices.
+        report(u"set ttl failed ");
+    }
+}
+
+// The owner stops by clearing the state (or setting the stop flag) first and closing the published socket then; this
+// publishes first and looks at the two then. Both sides are sequentially consistent, so a socket made while a stop is
+// under way is closed by one of them at least, and no operation on it can block for longer than the stop: a connect
+// to a silent address would otherwise hold the stop up until the platform gives up.
+void ProbeConnector::publishSocket(SPW_Socket socket) {
+    m_socket = socket;
+    if (isStopping()) {
+        (void)SPW_CSocket::instance->close(socket);  // the owner may have closed it already
+    }
+}
+
+void ProbeConnector::connectIfNeeded() {
+    if (!m_needsConnect || m_connected) {
+        return;
+    }
+    if (connectSocket(m_socket, m_targetAddress, m_targetPort) < 0) {
+        report(u"connect failed ");
+        abandonSocket();
+        return;
+    }
+    m_connected = true;
+}
+
+void ProbeConnector::sendOne() {
+    const ProbePacket::Bytes packet(ProbePacket::compose(m_sequence, m_name));
+    if (sendProbe(m_socket, m_targetAddress, m_targetPort, packet.data(), packet.length()) == -1) {
+        report(u"send failed ");
+        abandonSocket();
+        return;
+    }
+    m_sink->onDataSent(m_kind, m_targetPort, m_targetAddress, m_sequence, m_name);
+    // Past the greatest number comes the least one.
+    m_sequence = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_sequence) + 1u);
+}
+
+void ProbeConnector::abandonSocket() {
+    (void)SPW_CSocket::instance->close(m_socket);  // the owner may have closed it already
+    m_socketNeeded = true;
+    m_connected = false;
+}
+
+void ProbeConnector::report(const char16_t* failure) {
+    const SPW_Result code = SPW_CSocket::instance->lastError();
+    m_sink->onSocketError(m_kind, m_targetPort, m_targetAddress, code, probeFailureText(failure, code));
+}
+
+int ProbeConnector::setTtl(SPW_Socket, std::int32_t) {
+    return -1;
+}
+
+int ProbeConnector::connectSocket(SPW_Socket, const SPW_CString&, std::uint32_t) {
+    return -1;
+}
+
+SPW_CIpAddress ProbeConnector::parseAddress(const SPW_CString& address) {
+    SPW_CIpAddress parsed;
+    (void)SPW_CIpAddress::parse(address, parsed);  // what is none becomes none(), which the socket layer refuses
+    return parsed;
+}
+
+int ProbeConnector::sendDatagram(SPW_Socket socket, const SPW_CString& address, std::uint32_t port, const void* bytes,
+                                 int length) {
+    return SPW_CSocket::instance->sendTo(socket, parseAddress(address), static_cast<std::uint16_t>(port), bytes,
+                                         length);
+}

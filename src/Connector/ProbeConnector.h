@@ -1,0 +1,101 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "ProbeEventSink.h"
+#include "ProbeSchedule.h"
+#include "ProbeWorker.h"
+#include "SPW_CIpAddress.h"
+#include "SPW_CSocket.h"
+#include "SPW_CString.h"
+#include "SPW_CThread.h"
+
+// A sender of probes to one address: the socket, the schedule, the sequence number and the sending step that TCP,
+// UDP and multicast connectors share.
+//
+// The object's own thread runs the step over and over while sending is switched on; everything it learns goes to
+// the sink, on that thread. Socket failures are reported and followed by a new socket one period later, without
+// limit; nothing stops a connector but its owner.
+//
+// One owner thread constructs, starts, stops and destroys. StopSending() and the destructor close the socket, which
+// wakes a connect or send in progress, and wait for the step to end: at most one sleep (1 s) and one sink call.
+class ProbeConnector : public SPW_CThread {
+public:
+    ~ProbeConnector() override;
+
+    // 0, or kProbeAlreadyRunning. The first probe goes out at once.
+    [[nodiscard]] SPW_Result StartSending();
+    // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
+    // The closed socket stays in use, deliberately: the first probe after a restart fails with "not a socket", is
+    // reported, and only then is a new socket made. Observers count on this one failed probe per restart.
+    [[nodiscard]] SPW_Result StopSending();
+    // Why the latest start or stop was refused.
+    SPW_CString GetLastErrorText() const { return m_lastErrorText; }
+
+    void step() override { sendStep(); }
+    void finish() override { onThreadEnd(); }
+
+protected:
+    ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const SPW_CString& targetAddress, std::uint32_t targetPort,
+                   const SPW_CString& name, std::int32_t periodMs, std::int32_t ttl, bool needsConnect, bool needsTtl);
+
+    // Sends at most one probe, or sleeps.
+    void sendStep();
+    void onThreadEnd();
+
+    // The transport. Called on the connector's thread, in this order. Every int result is -1 on failure, with the
+    // code in SPW_CSocket's lastError().
+    virtual SPW_Socket createSocket() = 0;
+    virtual int sendProbe(SPW_Socket socket, const SPW_CString& address, std::uint32_t port, const void* bytes,
+                          int length) = 0;
+    // The two below fail unless overridden, on purpose: a connector whose flags ask for an operation that it does
+    // not have fails loudly at every attempt.
+    virtual int setTtl(SPW_Socket socket, std::int32_t ttl);
+    virtual int connectSocket(SPW_Socket socket, const SPW_CString& address, std::uint32_t port);
+
+    // Ends the thread. Every derived class calls it first thing in its destructor, before its operations go.
+    void endThread();
+
+    // For the transports: the address of a dotted quad (255.255.255.255 when the text is none; no name is
+    // resolved), and one datagram to it.
+    static SPW_CIpAddress parseAddress(const SPW_CString& address);
+    static int sendDatagram(SPW_Socket socket, const SPW_CString& address, std::uint32_t port, const void* bytes,
+                            int length);
+
+    // 1 while sending is switched on. Written by the owner, read by the thread.
+    std::atomic<std::uint8_t> m_state{0};
+    ProbeEventSink* const m_sink;
+
+private:
+    bool isStopping() const { return m_state != 1 || m_stopRequested; }
+    void openSocket();
+    void connectIfNeeded();
+    void sendOne();
+    void publishSocket(SPW_Socket socket);
+    void abandonSocket();
+    void report(const char16_t* failure);
+
+    // Set at construction.
+    const std::uint32_t m_kind;
+    const SPW_CString m_targetAddress;
+    const std::uint32_t m_targetPort;
+    const SPW_CString m_name;
+    const std::int32_t m_ttl;
+    const bool m_needsConnect;
+    const bool m_needsTtl;
+
+    // Shared: the thread replaces the socket, the owner closes it.
+    std::atomic<SPW_Socket> m_socket{kInvalidSocket};
+    std::atomic<bool> m_stopRequested{false};
+    ProbeWorker m_worker;
+
+    // The owner's.
+    SPW_CString m_lastErrorText;
+
+    // The thread's.
+    ProbeSchedule m_schedule;
+    std::int32_t m_sequence = 0;
+    bool m_connected = false;
+    bool m_socketNeeded = true;
+};

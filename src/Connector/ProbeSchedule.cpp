@@ -1,0 +1,40 @@
+#include "ProbeSchedule.h"
+
+#include "SPW_CClock.h"
+
+static const std::int32_t k100nsPerMs = 10000;
+// From here on a step sleeps for a second: 10 s.
+static const std::int32_t kFarAway100ns = 100000000;
+// A step nearer to its time sleeps a tenth of what is left, so that it closes in through several shorter sleeps.
+static const std::int32_t kSleepDivisor = 10 * k100nsPerMs;
+
+bool ProbeSchedule::isDue(bool running) {
+    const std::uint64_t now = SPW_CClock::instance->now100ns();
+    const std::int32_t remaining = remaining100ns(now);
+    if (!running) {
+        SPW_CClock::instance->sleepMs(kIdleSleepMs);
+        return false;
+    }
+    if (remaining > 0) {
+        SPW_CClock::instance->sleepMs(sleepForMs(remaining));
+        return false;
+    }
+    m_lastSendTime100ns = now;
+    return true;
+}
+
+// The time left, cut to 32 bits. Deliberate: with a period above 214 s (2^31 units of 100 ns) a number that comes out
+// negative makes the probe due at once, and every device keeps the same times.
+std::int32_t ProbeSchedule::remaining100ns(std::uint64_t now100ns) const {
+    const std::int64_t period = std::int64_t{m_periodMs} * k100nsPerMs;
+    const std::int64_t due = static_cast<std::int64_t>(m_lastSendTime100ns) + period;
+    const std::int64_t now = static_cast<std::int64_t>(now100ns);
+    return due > now ? static_cast<std::int32_t>(static_cast<std::uint32_t>(due - now)) : 0;
+}
+
+std::uint32_t ProbeSchedule::sleepForMs(std::int32_t remaining100ns) {
+    if (remaining100ns >= kFarAway100ns) {
+        return kIdleSleepMs;
+    }
+    return static_cast<std::uint32_t>(remaining100ns / kSleepDivisor);
+}

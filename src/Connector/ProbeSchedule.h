@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+
+// When a probe object sends next: once per period, measured from the previous decision to send. Lateness is not
+// made up, so a device that was asleep sends one probe when it wakes, not a burst.
+//
+// Belongs to the thread of its probe object.
+class ProbeSchedule {
+public:
+    // Sleep of a step that finds its object switched off, or the next probe 10 s or more away.
+    static constexpr std::uint32_t kIdleSleepMs = 1000;
+
+    // periodMs: milliseconds between probes; 0 or less sends at every step.
+    explicit ProbeSchedule(std::int32_t periodMs) : m_periodMs(periodMs) {}
+
+    // One turn of the probe object's step. True: a probe is due, and counts as sent now. False: it is not, or
+    // the object is not running; the call has slept for a part of the time left.
+    bool isDue(bool running);
+
+    std::int32_t periodMs() const { return m_periodMs; }
+
+private:
+    std::int32_t remaining100ns(std::uint64_t now100ns) const;
+    static std::uint32_t sleepForMs(std::int32_t remaining100ns);
+
+    const std::int32_t m_periodMs;
+    std::uint64_t m_lastSendTime100ns = 0;
+};

@@ -1,0 +1,150 @@
+#include "VTR_CPinger.h"
+
+#include <limits>
+
+#include "SPW_CArray.h"
+#include "SPW_CIcmp.h"
+#include "SPW_CSocket.h"
+#include "SPW_CSysError.h"
+
+// Bytes of reply buffer per byte of echo data. More than a reply needs, except that no data give no buffer.
+static const std::uint64_t kReplyBytesPerByte = 28;
+
+VTR_CPinger::VTR_CPinger(ProbeEventSink* sink, const SPW_CString& address, std::int32_t periodMs, std::int32_t dataSize)
+    : m_sink(sink), m_address(address), m_dataSize(dataSize), m_schedule(periodMs) {
+    m_worker.begin(*this);
+}
+
+VTR_CPinger::~VTR_CPinger() {
+    endThread();
+}
+
+SPW_Result VTR_CPinger::StartPinging() {
+    if (m_state == 1) {
+        return kProbeAlreadyRunning;
+    }
+    unlock();
+    m_state = 1;
+    return 0;
+}
+
+SPW_Result VTR_CPinger::StopPinging() {
+    if (m_state == 0) {
+        return kProbeNotRunning;
+    }
+    lock();
+    m_state = 0;
+    return 0;
+}
+
+void VTR_CPinger::endThread() {
+    m_stopRequested = true;
+    m_worker.end(*this, m_state == 0);
+}
+
+void VTR_CPinger::onThreadEnd() {
+    m_worker.signalEnd();
+}
+
+SPW_CString VTR_CPinger::GetLastErrorText() {
+    const SPW_CGuard guard(m_errorLock);
+    const SPW_CString text(m_lastErrorText);
+    m_lastErrorText.clear();
+    return text;
+}
+
+SPW_Result VTR_CPinger::GetLastErrorCode() {
+    const SPW_CGuard guard(m_errorLock);
+    const SPW_Result code = m_lastErrorCode;
+    m_lastErrorCode = 0;
+    return code;
+}
+
+void VTR_CPinger::pingStep() {
+    if (m_stopRequested) {
+        return;
+    }
+    if (!m_schedule.isDue(m_state == 1)) {
+        return;
+    }
+    const bool answered = ping() == 0;
+    m_sink->onDataSent(kPinger, 0, m_address, m_sequence, SPW_CString());
+    if (answered) {
+        m_sink->onDataReceived(kPinger, 0, m_address, m_sequence, SPW_CString());
+    } else {
+        const SPW_Result code = GetLastErrorCode();
+        m_sink->onSocketError(kPinger, 0, m_address, code, GetLastErrorText());
+    }
+    m_sequence = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_sequence) + 1u);
+}
+
+SPW_Result VTR_CPinger::ping() {
+    (void)SPW_CSocket::instance->startup();  // without the library no name resolves, which is reported below
+    const SPW_Result result = pingTarget();
+    SPW_CSocket::instance->cleanup();
+    return result;
+}
+
+SPW_Result VTR_CPinger::pingTarget() {
+    SPW_CIpAddress target;
+    if (!findTarget(target)) {
+        const SPW_CGuard guard(m_errorLock);
+        m_lastErrorText = u"no ipaddress supplied";
+        return kProbeAddressMissing;
+    }
+    const SPW_Handle service = SPW_CIcmp::instance->open();
+    if (service == nullptr) {
+        const SPW_Result code = SPW_CIcmp::instance->lastError();
+        return fail(probeFailureText(u"Could not create ICMP handle ", code), code);
+    }
+    const SPW_Result result = echo(service, target);
+    SPW_CIcmp::instance->close(service);
+    return result;
+}
+
+// The first address of the peer's name; a name that is not known may still be an address.
+bool VTR_CPinger::findTarget(SPW_CIpAddress& target) const {
+    SPW_CArray<SPW_CIpAddress> addresses;
+    if (SPW_CSocket::instance->resolve(m_address, addresses) && addresses.numberOfElements() > 0) {
+        target = addresses[0];
+        return true;
+    }
+    return SPW_CIpAddress::parse(m_address, target);
+}
+
+SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target) {
+    static const char16_t kShortOfMemory[] = u"running short of memory";
+    // A negative size is one beyond all memory, as is one whose reply cannot be counted in 32 bits.
+    const std::uint64_t requestSize = static_cast<std::uint32_t>(m_dataSize);
+    const std::uint64_t replySize = requestSize * kReplyBytesPerByte;
+    if (replySize > std::numeric_limits<std::uint32_t>::max()) {
+        return fail(kShortOfMemory, kSysNotEnoughMemory);
+    }
+    // Zeroed, so that a request shows nothing of this program's memory; never empty, because no memory is wanted for
+    // no data, and that is no failure.
+    Buffer request(std::calloc(static_cast<std::size_t>(requestSize) + 1, 1));
+    Buffer reply(std::calloc(static_cast<std::size_t>(replySize) + 1, 1));
+    if (!request || !reply) {
+        // Deliberately not freed at once: the pinger holds on to it until it fails so again or ends.
+        m_keptRequest = std::move(request);
+        return fail(kShortOfMemory, kSysNotEnoughMemory);
+    }
+    const std::int32_t periodMs = m_schedule.periodMs();
+    const std::uint32_t timeoutMs = periodMs > 0 ? static_cast<std::uint32_t>(periodMs) : 0;
+    const std::uint32_t replies =
+        SPW_CIcmp::instance->echo(service, target, request.get(), static_cast<std::uint16_t>(requestSize), reply.get(),
+                                  static_cast<std::uint32_t>(replySize), timeoutMs);
+    // Any reply counts, whatever its status says.
+    if (replies != 0) {
+        return 0;
+    }
+    const SPW_Result code = SPW_CIcmp::instance->lastError();
+    return fail(probeFailureText(u"IcmpSendEcho failed ", code), code);
+}
+
+SPW_Result VTR_CPinger::fail(const SPW_CString& text, SPW_Result code) {
+    const SPW_CGuard guard(m_errorLock);
+    m_lastErrorCode = code;
+    m_lastErrorText = text;
+    return kProbeFailed;
+}

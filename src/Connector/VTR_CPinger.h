@@ -1,0 +1,79 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "ProbeEventSink.h"
+#include "ProbeSchedule.h"
+#include "ProbeWorker.h"
+#include "SPW_CCriticalSection.h"
+#include "SPW_CIpAddress.h"
+#include "SPW_CString.h"
+#include "SPW_CThread.h"
+
+// Pings one peer once per period and reports every request as sent, every answered one as received as well. It
+// needs nothing on the peer's side.
+//
+// One owner thread constructs, starts, stops and destroys; reports are made on the pinger's own thread. StopPinging()
+// and the destructor wait for the ping in progress: at most one period, or 1 s when it sleeps.
+class VTR_CPinger : public SPW_CThread {
+public:
+    // address: dotted quad or host name. periodMs: between requests, and the time-out of each.
+    // dataSize: bytes of echo data per request; a request carries the low 16 bits of that number. 0 makes the reply
+    // buffer empty, which the echo service refuses; a size that cannot be allocated makes every ping fail.
+    VTR_CPinger(ProbeEventSink* sink, const SPW_CString& address, std::int32_t periodMs, std::int32_t dataSize);
+    ~VTR_CPinger() override;
+
+    // 0, or kProbeAlreadyRunning.
+    [[nodiscard]] SPW_Result StartPinging();
+    // 0, or kProbeNotRunning (no text is stored for that).
+    [[nodiscard]] SPW_Result StopPinging();
+    // Text and code of the latest failed ping; reading one empties it. Any thread.
+    SPW_CString GetLastErrorText();
+    SPW_Result GetLastErrorCode();
+
+    void step() override { pingStep(); }
+    void finish() override { onThreadEnd(); }
+
+protected:
+    // Sends at most one echo request and waits for its reply, or sleeps.
+    void pingStep();
+    void onThreadEnd();
+    // Ends the thread. A derived class would call it first thing in its own destructor.
+    void endThread();
+
+    // 1 while pinging is switched on. Written by the owner, read by the thread.
+    std::atomic<std::uint8_t> m_state{0};
+
+private:
+    struct FreeMemory {
+        void operator()(void* memory) const { std::free(memory); }
+    };
+    typedef std::unique_ptr<void, FreeMemory> Buffer;
+
+    // One request to the peer and its reply: 0, kProbeAddressMissing or kProbeFailed.
+    SPW_Result ping();
+    SPW_Result pingTarget();
+    SPW_Result echo(SPW_Handle service, const SPW_CIpAddress& target);
+    bool findTarget(SPW_CIpAddress& target) const;
+    SPW_Result fail(const SPW_CString& text, SPW_Result code);
+
+    ProbeEventSink* const m_sink;
+    const SPW_CString m_address;
+    const std::int32_t m_dataSize;
+
+    std::atomic<bool> m_stopRequested{false};
+    ProbeWorker m_worker;
+
+    // Guards the two below: the thread writes, any thread takes.
+    SPW_CCriticalSection m_errorLock;
+    SPW_CString m_lastErrorText;
+    SPW_Result m_lastErrorCode = 0;
+
+    // The thread's.
+    ProbeSchedule m_schedule;
+    std::int32_t m_sequence = 0;
+    Buffer m_keptRequest;
+};

@@ -1,0 +1,93 @@
+#include "ProbeListener.h"
+
+static const int kListenBacklog = 5;
+
+ProbeListener::ProbeListener(ProbeEventSink* sink, std::uint32_t kind, std::uint32_t port, bool needsListen,
+                             bool hasClients, bool reserved)
+    : m_sink(sink),
+      m_kind(kind),
+      m_port(port),
+      m_needsListen(needsListen),
+      m_hasClients(hasClients),
+      m_reserved(reserved) {
+    (void)SPW_CSocket::instance->startup();  // without the library no socket can be bound, and the start says so
+    m_worker.begin(*this);
+}
+
+ProbeListener::~ProbeListener() {
+    endThread();
+    SPW_CSocket::instance->cleanup();
+}
+
+SPW_Result ProbeListener::StartListening() {
+    if (m_state == 1) {
+        return kProbeAlreadyRunning;
+    }
+    // An invalid socket is not looked for here: it cannot be bound.
+    const SPW_Socket socket = createSocket();
+    m_socket = socket;
+    if (SPW_CSocket::instance->bind(socket, static_cast<std::uint16_t>(m_port)) == -1) {
+        return refuseStart(u"bind failed ", socket);
+    }
+    if (m_needsListen && SPW_CSocket::instance->listen(socket, kListenBacklog) == -1) {
+        return refuseStart(u"listen failed ", socket);
+    }
+    m_state = 1;
+    unlock();
+    return 0;
+}
+
+SPW_Result ProbeListener::refuseStart(const char16_t* failure, SPW_Socket socket) {
+    m_lastErrorText = probeFailureText(failure, SPW_CSocket::instance->lastError());
+    (void)SPW_CSocket::instance->close(socket);  // it may never have been opened
+    return kProbeFailed;
+}
+
+// The order matters: with the state cleared first, a step that accepts a connection after closeClients() sees that it
+// must close it itself; with the clients closed before the gate is taken, a step that waits on one of them is woken.
+SPW_Result ProbeListener::StopListening() {
+    if (m_state == 0) {
+        m_lastErrorText = u"Not currently listening";
+        return kProbeNotRunning;
+    }
+    m_state = 0;
+    (void)SPW_CSocket::instance->close(m_socket);  // cannot fail: only stops close it
+    if (m_hasClients) {
+        closeClients();
+    }
+    lock();
+    return 0;
+}
+
+SPW_CString ProbeListener::GetLastErrorText() {
+    SPW_CString text(probeKindName(m_kind));
+    text.append(u" : ");
+    text.append(m_lastErrorText);
+    m_lastErrorText.clear();
+    return text;
+}
+
+void ProbeListener::endThread() {
+    requestStop();
+    m_stopRequested = true;
+    (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that is closed
+    m_worker.end(*this, m_state == 0);
+}
+
+void ProbeListener::onThreadEnd() {
+    m_worker.signalEnd();
+}
+
+void ProbeListener::listenStep() {
+    if (isListening() && !m_stopRequested) {
+        receiveStep(m_socket);
+    }
+}
+
+void ProbeListener::deliver(const SPW_CString& sender, const ProbePacket::Received& packet) {
+    m_sink->onDataReceived(m_kind, m_port, sender, packet.sequence, SPW_CString(packet.name));
+}
+
+void ProbeListener::report(const SPW_CString& address, SPW_Result code, const SPW_CString& message) {
+    m_sink->onSocketError(m_kind, m_port, address, code, message);
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "ProbeEventSink.h"
+#include "ProbePacket.h"
+#include "ProbeWorker.h"
+#include "SPW_CIpAddress.h"
+#include "SPW_CSocket.h"
+#include "SPW_CString.h"
+#include "SPW_CThread.h"
+
+// A receiver of probes on one local port: what TCP, UDP and multicast listeners share.
+//
+// The object's own thread waits for input and hands every received chunk to the packet parser; the probes among them
+// go to the sink, on that thread, with the sender's address. What is no probe is dropped without a trace.
+//
+// One owner thread constructs, starts, stops and destroys. StopListening() and the destructor close the socket, which
+// wakes the wait in progress, and wait for the step to end: at most one sink call.
+class ProbeListener : public SPW_CThread {
+public:
+    ~ProbeListener() override;
+
+    // 0, kProbeAlreadyRunning, or kProbeFailed when the port cannot be had (GetLastErrorText() tells why).
+    [[nodiscard]] SPW_Result StartListening();
+    // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
+    [[nodiscard]] SPW_Result StopListening();
+    // The listener's kind, " : " and why the latest start or stop was refused, which is emptied.
+    SPW_CString GetLastErrorText();
+
+    void step() override { listenStep(); }
+    void finish() override { onThreadEnd(); }
+
+protected:
+    // reserved: false for every listener that there is.
+    ProbeListener(ProbeEventSink* sink, std::uint32_t kind, std::uint32_t port, bool needsListen, bool hasClients,
+                  bool reserved);
+
+    void listenStep();
+    void onThreadEnd();
+
+    virtual SPW_Socket createSocket() = 0;
+    // Closes accepted connections. Called by the owner while a step may be in progress.
+    virtual void closeClients() {}
+    // Waits for one batch of input and handles it. Called on the listener's thread.
+    virtual void receiveStep(SPW_Socket socket) = 0;
+
+    // Ends the thread. Every derived class calls it first thing in its destructor, before its operations go.
+    void endThread();
+
+    bool isListening() const { return m_state == 1; }
+    // Hands a probe to the sink. chunk holds count received bytes and has room for one more; sender is an
+    // SPW_CIpAddress or its text, made into text only when the chunk is a probe.
+    template <typename Sender>
+    void handleChunk(char* chunk, int count, const Sender& sender) {
+        ProbePacket::Received packet;
+        if (ProbePacket::parse(chunk, count, packet)) {
+            deliver(asText(sender), packet);
+        }
+    }
+    // Reports a failure with the words given.
+    void report(const SPW_CString& address, SPW_Result code, const SPW_CString& message);
+
+    // 1 while listening. Written by the owner, read by the thread.
+    std::atomic<std::uint8_t> m_state{0};
+    ProbeEventSink* const m_sink;
+    const std::uint32_t m_kind;
+    const std::uint32_t m_port;
+
+private:
+    static SPW_CString asText(const SPW_CIpAddress& address) { return address.toText(); }
+    static const SPW_CString& asText(const SPW_CString& address) { return address; }
+    void deliver(const SPW_CString& sender, const ProbePacket::Received& packet);
+    SPW_Result refuseStart(const char16_t* failure, SPW_Socket socket);
+
+    const bool m_needsListen;
+    const bool m_hasClients;
+    [[maybe_unused]] const bool m_reserved;
+
+    // Shared: the owner sets and closes it, the thread uses it.
+    std::atomic<SPW_Socket> m_socket{kInvalidSocket};
+    std::atomic<bool> m_stopRequested{false};
+    ProbeWorker m_worker;
+
+    // The owner's.
+    SPW_CString m_lastErrorText;
+};

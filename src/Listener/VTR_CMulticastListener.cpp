@@ -1,0 +1,55 @@
+#include "VTR_CMulticastListener.h"
+
+#include "SPW_CSysError.h"
+
+VTR_CMulticastListener::VTR_CMulticastListener(ProbeEventSink* sink, std::uint32_t port, const SPW_CString& group)
+    : ProbeListener(sink, kMulticastListener, port, false, false, false),
+      m_interfaces(MulticastInterfaces::kListenerPlace),
+      m_group(group) {}
+
+VTR_CMulticastListener::~VTR_CMulticastListener() {
+    m_stopping = true;
+    endThread();
+}
+
+SPW_Socket VTR_CMulticastListener::createSocket() {
+    return SPW_CSocket::instance->openUdpShared();
+}
+
+void VTR_CMulticastListener::receiveStep(SPW_Socket socket) {
+    SPW_CSocketSet readable;
+    SPW_CSocketSet exceptional;
+    readable.add(socket);
+    exceptional.add(socket);
+    const int ready = SPW_CSocket::instance->select(&readable, &exceptional, kSilenceMs);
+    if (m_stopping) {
+        return;
+    }
+    if (ready < 0) {
+        reportUnlessStopped(u"select failed");
+    } else if (ready == 0) {
+        m_interfaces.rejoin(socket, {kMulticastListener, m_port, m_group, m_sink});
+    } else if (ready == 1) {
+        receive(socket);
+    }
+    // A socket that is ready in both sets counts twice and is left for the next step, deliberately.
+}
+
+void VTR_CMulticastListener::receive(SPW_Socket socket) {
+    char chunk[ProbePacket::kBufferSize];
+    SPW_CIpAddress sender;
+    const int count = SPW_CSocket::instance->receiveFrom(socket, chunk, ProbePacket::kReceiveSize, sender);
+    if (count == -1) {
+        reportUnlessStopped(u"recvfrom failed");
+        return;
+    }
+    handleChunk(chunk, count, sender);
+}
+
+void VTR_CMulticastListener::reportUnlessStopped(const char16_t* message) {
+    const SPW_Result code = SPW_CSocket::instance->lastError();
+    // A stop wakes a wait with one of these.
+    if (code != kSockInterrupted && code != kSockNotSocket) {
+        report(m_group, code, message);
+    }
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "MulticastInterfaces.h"
+#include "ProbeListener.h"
+
+// Receives the probes that arrive on a port for a multicast group.
+//
+// It joins the group, on the interfaces there are at that time, whenever 5 seconds pass without traffic, and never
+// at any other time. So a new listener hears the group only after its first silence of 5 seconds, and while traffic
+// keeps coming, interfaces that appear are not noticed. Both are deliberate.
+class VTR_CMulticastListener : public ProbeListener {
+public:
+    static constexpr std::uint32_t kSilenceMs = 5000;
+
+    // port: host order, low 16 bits. group: dotted quad.
+    VTR_CMulticastListener(ProbeEventSink* sink, std::uint32_t port, const SPW_CString& group);
+    ~VTR_CMulticastListener() override;
+
+protected:
+    SPW_Socket createSocket() override;
+    void receiveStep(SPW_Socket socket) override;
+
+private:
+    void receive(SPW_Socket socket);
+    void reportUnlessStopped(const char16_t* message);
+
+    MulticastInterfaces m_interfaces;
+    const SPW_CString m_group;
+    std::atomic<bool> m_stopping{false};
+};

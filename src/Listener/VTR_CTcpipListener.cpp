@@ -1,0 +1,140 @@
+#include "VTR_CTcpipListener.h"
+
+#include "SPW_CSysError.h"
+
+VTR_CTcpipListener::VTR_CTcpipListener(ProbeEventSink* sink, std::uint32_t port)
+    : ProbeListener(sink, kTcpipListener, port, true, true, false) {}
+
+VTR_CTcpipListener::~VTR_CTcpipListener() {
+    m_stopping = true;
+    closeClients();
+    endThread();
+    for (int i = 0; i < m_departed.numberOfElements(); ++i) {
+        (void)SPW_CSocket::instance->close(m_departed[i]);  // nobody else closes them
+    }
+}
+
+SPW_Socket VTR_CTcpipListener::createSocket() {
+    return SPW_CSocket::instance->openTcp();
+}
+
+void VTR_CTcpipListener::closeClients() {
+    const SPW_CGuard guard(m_clientLock);
+    for (int i = 0; i < m_clients.numberOfElements(); ++i) {
+        (void)SPW_CSocket::instance->close(m_clients[i]);  // only a step that failed on it has closed it before
+    }
+    m_clients.empty();
+    m_clientAddresses.empty();
+}
+
+void VTR_CTcpipListener::receiveStep(SPW_Socket socket) {
+    SPW_CSocketSet watched;
+    watch(socket, watched);
+    const int ready = SPW_CSocket::instance->select(&watched, nullptr, kSPWForever);
+    if (m_stopping) {
+        return;
+    }
+    if (ready == -1) {
+        const SPW_Result code = SPW_CSocket::instance->lastError();
+        // A stop wakes the wait so.
+        if (code != kSockNotSocket) {
+            report(SPW_CString(), code, u"select failed");
+        }
+        return;
+    }
+    serveClients(watched);
+    if (watched.isReady(socket)) {
+        acceptClient(socket);
+    }
+}
+
+// The set takes 64 sockets at most; connections beyond that stay unwatched until older ones have gone.
+void VTR_CTcpipListener::watch(SPW_Socket listening, SPW_CSocketSet& watched) {
+    watched.add(listening);
+    const SPW_CGuard guard(m_clientLock);
+    for (int i = 0; i < m_clients.numberOfElements() && watched.size() < SPW_CSocketSet::kMaximum; ++i) {
+        watched.add(m_clients[i]);
+    }
+}
+
+// From the last to the first, so that a removal leaves the indexes still to be visited alone.
+void VTR_CTcpipListener::serveClients(const SPW_CSocketSet& watched) {
+    Client client;
+    for (int i = numberOfClients() - 1; i >= 0; --i) {
+        if (readyClientAt(i, watched, client)) {
+            serve(client, i);
+        }
+    }
+}
+
+void VTR_CTcpipListener::serve(const Client& client, int index) {
+    char chunk[ProbePacket::kBufferSize];
+    const int count = SPW_CSocket::instance->receive(client.socket, chunk, ProbePacket::kReceiveSize);
+    if (count > 0) {
+        handleChunk(chunk, count, client.address);
+        return;
+    }
+    if (count == 0) {
+        // The peer has closed. Deliberately the connection is not closed on this side: to the peer's system it stays
+        // half open for as long as this listener lives.
+        forgetClient(client, index, true);
+        return;
+    }
+    const SPW_Result code = SPW_CSocket::instance->lastError();
+    report(client.address, code, probeFailureText(u"recv failed ", code));
+    (void)SPW_CSocket::instance->close(client.socket);  // a stop may have closed it already
+    forgetClient(client, index, false);
+}
+
+void VTR_CTcpipListener::acceptClient(SPW_Socket listening) {
+    SPW_CIpAddress peer;
+    const SPW_Socket socket = SPW_CSocket::instance->accept(listening, peer);
+    if (socket != kInvalidSocket) {
+        addClient(socket, peer);
+        return;
+    }
+    const SPW_Result code = SPW_CSocket::instance->lastError();
+    // A stop makes the accept fail so.
+    if (code != kSockNotSocket) {
+        report(SPW_CString(), code, u"accept failed");
+    }
+}
+
+int VTR_CTcpipListener::numberOfClients() {
+    const SPW_CGuard guard(m_clientLock);
+    return m_clients.numberOfElements();
+}
+
+// A stop may have emptied the arrays since they were last looked at, here and below.
+bool VTR_CTcpipListener::readyClientAt(int index, const SPW_CSocketSet& watched, Client& client) {
+    const SPW_CGuard guard(m_clientLock);
+    if (index >= m_clients.numberOfElements() || !watched.isReady(m_clients[index])) {
+        return false;
+    }
+    client.socket = m_clients[index];
+    client.address = m_clientAddresses[index];
+    return true;
+}
+
+void VTR_CTcpipListener::addClient(SPW_Socket socket, const SPW_CIpAddress& peer) {
+    const SPW_CGuard guard(m_clientLock);
+    // A stop says so first and closes the clients then: one that closeClients() did not see is closed here.
+    if (!isListening() || m_stopping) {
+        (void)SPW_CSocket::instance->close(socket);  // nobody else knows it
+        return;
+    }
+    m_clients.append(socket);
+    m_clientAddresses.append(peer.toText());
+}
+
+void VTR_CTcpipListener::forgetClient(const Client& client, int index, bool departed) {
+    const SPW_CGuard guard(m_clientLock);
+    if (index >= m_clients.numberOfElements() || m_clients[index] != client.socket) {
+        return;
+    }
+    if (departed) {
+        m_departed.append(client.socket);
+    }
+    m_clients.removeElementAt(index);
+    m_clientAddresses.removeElementAt(index);
+}
