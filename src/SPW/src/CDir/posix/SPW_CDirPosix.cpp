@@ -1,0 +1,361 @@
+#include <dirent.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "../../CSysError/posix/SPW_CSysErrorPosix.h"
+#include "SPW_CDirSys.h"
+#include "SPW_CFindPattern.h"
+#include "SPW_CSysError.h"
+
+namespace {
+
+constexpr std::uint64_t kTicksPerSecond = 10000000;
+// Seconds from 1 January 1601 to 1 January 1970.
+constexpr std::int64_t kEpochDistance = 11644473600;
+
+bool fail(int error) {
+    SPW_CSysErrorPosix::setLast(SPW_CSysErrorPosix::systemCode(error));
+    return false;
+}
+
+bool succeeded(int result) {
+    return result == 0 || fail(errno);
+}
+
+std::uint64_t toTicks(std::int64_t seconds, std::uint32_t nanoseconds) {
+    return static_cast<std::uint64_t>(seconds + kEpochDistance) * kTicksPerSecond + nanoseconds / 100;
+}
+
+timespec toTimespec(std::uint64_t ticks) {
+    timespec time = {};
+    time.tv_sec = static_cast<time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) - kEpochDistance);
+    time.tv_nsec = static_cast<long>(ticks % kTicksPerSecond) * 100;
+    return time;
+}
+
+bool isHidden(const char* name) {
+    return name[0] == '.' && strcmp(name, ".") != 0 && strcmp(name, "..") != 0;
+}
+
+std::uint32_t attributesOf(mode_t mode, const char* name) {
+    std::uint32_t attributes = 0;
+    if ((mode & S_IWUSR) == 0) {
+        attributes |= SPW_CDirSys::kReadOnly;
+    }
+    if (isHidden(name)) {
+        attributes |= SPW_CDirSys::kHidden;
+    }
+    if (S_ISDIR(mode)) {
+        attributes |= SPW_CDirSys::kDirectory;
+    }
+    return attributes == 0 ? std::uint32_t(SPW_CDirSys::kNormal) : attributes;
+}
+
+const char* lastPart(const char* path) {
+    const char* slash = strrchr(path, '/');
+    return slash == nullptr ? path : slash + 1;
+}
+
+// What a link points at, marked as a link; the link itself where it points at nothing, so that it can be removed.
+bool statFollowing(int directory, const char* path, struct statx& status, std::uint32_t& link) {
+    constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
+    if (statx(directory, path, AT_SYMLINK_NOFOLLOW, kWanted, &status) != 0) {
+        return fail(errno);
+    }
+    link = 0;
+    if (S_ISLNK(status.stx_mode)) {
+        link = SPW_CDirSys::kLink;
+        struct statx target;
+        if (statx(directory, path, 0, kWanted, &target) == 0) {
+            status = target;
+        } else {
+            status.stx_mode = static_cast<__u16>(S_IFREG | S_IRUSR | S_IWUSR);
+        }
+    }
+    return true;
+}
+
+void fillInfo(SPW_CDirSys::Info& info, const struct statx& status, const char* name) {
+    info.attributes = attributesOf(status.stx_mode, name);
+    const bool directory = S_ISDIR(status.stx_mode);
+    info.sizeHigh = directory ? 0 : static_cast<std::uint32_t>(status.stx_size >> 32);
+    info.sizeLow = directory ? 0 : static_cast<std::uint32_t>(status.stx_size);
+    const struct statx_timestamp& birth = (status.stx_mask & STATX_BTIME) != 0 ? status.stx_btime : status.stx_ctime;
+    info.creationTime = toTicks(birth.tv_sec, birth.tv_nsec);
+    info.lastAccessTime = toTicks(status.stx_atime.tv_sec, status.stx_atime.tv_nsec);
+    info.lastWriteTime = toTicks(status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec);
+}
+
+struct OpenFile {
+    int descriptor;
+    std::string name;
+};
+
+SPW_Handle openFile(const SPW_CString& path, int flags) {
+    const int descriptor = open(path.toAnsi(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) {
+        (void)fail(errno);
+        return nullptr;
+    }
+    struct stat status;
+    if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+        ::close(descriptor);
+        (void)fail(EACCES);
+        return nullptr;
+    }
+    return new OpenFile{descriptor, lastPart(path.toAnsi())};
+}
+
+bool writeAll(int descriptor, const char* bytes, size_t size) {
+    while (size > 0) {
+        const ssize_t written = ::write(descriptor, bytes, size);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written < 0) {
+            return fail(errno);
+        }
+        bytes += written;
+        size -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+bool copyBytes(int from, int to) {
+    char buffer[16384];
+    for (;;) {
+        const ssize_t size = ::read(from, buffer, sizeof buffer);
+        if (size < 0 && errno == EINTR) {
+            continue;
+        }
+        if (size < 0) {
+            return fail(errno);
+        }
+        if (size == 0) {
+            return true;
+        }
+        if (!writeAll(to, buffer, static_cast<size_t>(size))) {
+            return false;
+        }
+    }
+}
+
+// Like the copy of Windows, a copy keeps the permissions and the time of the latest write.
+bool copyOpened(int from, const struct stat& status, const char* target, bool failIfExists) {
+    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (failIfExists ? O_EXCL : O_TRUNC);
+    const bool existed = access(target, F_OK) == 0;
+    const int to = open(target, flags, status.st_mode & 07777);
+    if (to < 0) {
+        return fail(errno);
+    }
+    bool done = copyBytes(from, to);
+    if (done) {
+        const timespec times[2] = {{0, UTIME_OMIT}, status.st_mtim};
+        (void)futimens(to, times);  // the bytes are what counts
+    }
+    if (::close(to) != 0 && done) {
+        done = fail(errno);
+    }
+    if (!done && !existed) {
+        const int reason = errno;
+        unlink(target);
+        (void)fail(reason);
+    }
+    return done;
+}
+
+// A search is a list of names taken when it starts, so that removing what was found does not disturb it.
+struct Search {
+    std::string directory;
+    std::vector<std::string> names;
+    size_t next = 0;
+};
+
+bool orderNames(const std::string& a, const std::string& b) {
+    const bool aIsDots = a == "." || a == "..";
+    const bool bIsDots = b == "." || b == "..";
+    return aIsDots != bIsDots ? aIsDots : a < b;
+}
+
+bool readNames(const SPW_CString& pattern, Search& search) {
+    DIR* directory = opendir(search.directory.c_str());
+    if (directory == nullptr) {
+        return fail(errno);
+    }
+    while (const dirent* entry = readdir(directory)) {
+        if (SPW_MatchesFindPattern(SPW_CString(entry->d_name), pattern)) {
+            search.names.emplace_back(entry->d_name);
+        }
+    }
+    closedir(directory);
+    std::sort(search.names.begin(), search.names.end(), orderNames);
+    return true;
+}
+
+// Entries that have vanished since the search began are passed over.
+bool nextFound(Search& search, SPW_CDirSys::Found& found, SPW_Result codeAtEnd) {
+    while (search.next < search.names.size()) {
+        const std::string& name = search.names[search.next++];
+        struct statx status;
+        std::uint32_t link = 0;
+        if (statFollowing(AT_FDCWD, (search.directory + "/" + name).c_str(), status, link)) {
+            fillInfo(found, status, name.c_str());
+            found.attributes |= link;
+            found.name = SPW_CString(name.c_str());
+            return true;
+        }
+    }
+    SPW_CSysErrorPosix::setLast(codeAtEnd);
+    return false;
+}
+
+class DirSysPosix : public SPW_CDirSys {
+public:
+    char16_t separator() override { return u'/'; }
+    const char16_t* separators() override { return u"/"; }
+
+    bool getAttributes(const SPW_CString& path, std::uint32_t& attributes) override {
+        struct statx status;
+        std::uint32_t link = 0;
+        if (!statFollowing(AT_FDCWD, path.toAnsi(), status, link)) {
+            return false;
+        }
+        attributes = attributesOf(status.stx_mode, lastPart(path.toAnsi())) | link;
+        return true;
+    }
+
+    // Read-only is all that Linux can keep of the attributes.
+    bool setAttributes(const SPW_CString& path, std::uint32_t attributes) override {
+        struct stat status;
+        if (stat(path.toAnsi(), &status) != 0) {
+            return fail(errno);
+        }
+        const mode_t writers = S_IWUSR | S_IWGRP | S_IWOTH;
+        const mode_t old = status.st_mode & 07777;
+        const mode_t wanted = (attributes & kReadOnly) != 0 ? old & ~writers : old | S_IWUSR;
+        return wanted == old || succeeded(chmod(path.toAnsi(), wanted));
+    }
+
+    bool createDirectory(const SPW_CString& path) override { return succeeded(mkdir(path.toAnsi(), 0777)); }
+
+    bool removeDirectory(const SPW_CString& path) override {
+        if (rmdir(path.toAnsi()) == 0) {
+            return true;
+        }
+        struct stat status;
+        if (errno == ENOTDIR && lstat(path.toAnsi(), &status) == 0 && S_ISLNK(status.st_mode)) {
+            return succeeded(unlink(path.toAnsi()));
+        }
+        return fail(errno);
+    }
+
+    bool deleteFile(const SPW_CString& path) override { return succeeded(unlink(path.toAnsi())); }
+
+    bool move(const SPW_CString& from, const SPW_CString& to) override {
+        if (renameat2(AT_FDCWD, from.toAnsi(), AT_FDCWD, to.toAnsi(), RENAME_NOREPLACE) == 0) {
+            return true;
+        }
+        if (errno != EINVAL && errno != ENOSYS) {
+            return fail(errno);
+        }
+        // A file system without the flag: look first, then rename.
+        struct stat status;
+        if (lstat(to.toAnsi(), &status) == 0) {
+            return fail(EEXIST);
+        }
+        return succeeded(::rename(from.toAnsi(), to.toAnsi()));
+    }
+
+    bool copy(const SPW_CString& from, const SPW_CString& to, bool failIfExists) override {
+        const int source = open(from.toAnsi(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        if (source < 0) {
+            return fail(errno);
+        }
+        struct stat status;
+        struct stat target;
+        bool done = false;
+        if (fstat(source, &status) != 0) {
+            done = fail(errno);
+        } else if (!S_ISREG(status.st_mode)) {
+            done = fail(EACCES);
+        } else if (stat(to.toAnsi(), &target) == 0 && target.st_dev == status.st_dev &&
+                   target.st_ino == status.st_ino) {
+            done = fail(EBUSY);  // opening the target would empty the source
+        } else {
+            done = copyOpened(source, status, to.toAnsi(), failIfExists);
+        }
+        ::close(source);
+        return done;
+    }
+
+    SPW_Handle openForReading(const SPW_CString& path) override { return openFile(path, O_RDONLY); }
+    SPW_Handle openForWriting(const SPW_CString& path) override { return openFile(path, O_WRONLY); }
+
+    bool getSize(SPW_Handle file, std::uint64_t& bytes) override {
+        struct stat status;
+        if (fstat(static_cast<OpenFile*>(file)->descriptor, &status) != 0) {
+            return fail(errno);
+        }
+        bytes = static_cast<std::uint64_t>(status.st_size);
+        return true;
+    }
+
+    bool write(SPW_Handle file, const void* bytes, std::uint32_t size) override {
+        return writeAll(static_cast<OpenFile*>(file)->descriptor, static_cast<const char*>(bytes), size);
+    }
+
+    bool getInfo(SPW_Handle file, Info& info) override {
+        const OpenFile& opened = *static_cast<OpenFile*>(file);
+        struct statx status;
+        if (statx(opened.descriptor, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) {
+            return fail(errno);
+        }
+        fillInfo(info, status, opened.name.c_str());
+        return true;
+    }
+
+    // Linux lets nobody set the creation time.
+    bool setTimes(SPW_Handle file, std::uint64_t, std::uint64_t lastAccess, std::uint64_t lastWrite) override {
+        const timespec times[2] = {toTimespec(lastAccess), toTimespec(lastWrite)};
+        return succeeded(futimens(static_cast<OpenFile*>(file)->descriptor, times));
+    }
+
+    bool close(SPW_Handle file) override {
+        OpenFile* opened = static_cast<OpenFile*>(file);
+        const bool closed = succeeded(::close(opened->descriptor));
+        delete opened;
+        return closed;
+    }
+
+    SPW_Handle findFirst(const SPW_CString& pattern, Found& found) override {
+        const int slash = pattern.findLast(u'/');
+        Search* search = new Search;
+        search->directory = slash < 0 ? "." : slash == 0 ? "/" : pattern.left(slash).toAnsi();
+        if (readNames(pattern.mid(slash + 1, pattern.length() - slash - 1), *search) &&
+            nextFound(*search, found, kSysFileNotFound)) {
+            return search;
+        }
+        delete search;
+        return nullptr;
+    }
+
+    bool findNext(SPW_Handle search, Found& found) override {
+        return nextFound(*static_cast<Search*>(search), found, kSysNoMoreFiles);
+    }
+
+    void findClose(SPW_Handle search) override { delete static_cast<Search*>(search); }
+};
+
+DirSysPosix g_dirSys;
+
+}  // namespace
+
+SPW_CDirSys* SPW_CDirSys::instance = &g_dirSys;
