@@ -1,0 +1,555 @@
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <strings.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "SPW_CSocket.h"
+#include "SPW_CSocketAddressPosix.h"
+#include "SPW_CSocketTable.h"
+#include "SPW_CSysError.h"
+#include "SPW_CSysErrorPosix.h"
+
+namespace {
+
+SPW_CSocketTable table;
+std::atomic<int> startups{0};
+thread_local SPW_Result lastCode = kSysOk;
+
+int failWith(SPW_Result code) {
+    lastCode = code;
+    return -1;
+}
+
+// For the usual end of a failed system call.
+int fail() {
+    return failWith(SPW_CSysErrorPosix::socketCode(errno));
+}
+
+template <typename Call>
+auto retryInterrupted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+// One operation's use of a socket, counted in the table for the life of the object.
+class Use {
+public:
+    explicit Use(SPW_Socket handle) : m_slot(table.acquire(handle)) {
+        if (m_slot == nullptr) {
+            lastCode = kSockNotSocket;
+        }
+    }
+    ~Use() {
+        if (m_slot != nullptr) {
+            table.release(m_slot);
+        }
+    }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+    explicit operator bool() const { return m_slot != nullptr; }
+    int descriptor() const { return m_slot->descriptor; }
+    bool isStream() const { return m_slot->isStream; }
+    // Another thread has closed the socket meanwhile.
+    bool isClosed() const { return SPW_CSocketTable::isClosed(*m_slot); }
+
+private:
+    SPW_CSocketTable::Slot* m_slot;
+};
+
+// The result of a call that may have blocked. Shutting a socket down ends a receive with 0 bytes or with an error
+// that depends on the state of the connection; callers are told one code instead.
+int resultOf(const Use& use, ssize_t result, SPW_Result closedCode) {
+    if (result > 0) {
+        return static_cast<int>(result);
+    }
+    const int code = errno;
+    if (use.isClosed()) {
+        return failWith(closedCode);
+    }
+    return result == 0 ? 0 : failWith(SPW_CSysErrorPosix::socketCode(code));
+}
+
+int setOption(int descriptor, int level, int option, int value) {
+    return ::setsockopt(descriptor, level, option, &value, sizeof value);
+}
+
+int changeMembership(SPW_Socket socket, int option, const SPW_CIpAddress& group,
+                     const SPW_CIpAddress& interfaceAddress) {
+    const Use use(socket);
+    if (!use) {
+        return -1;
+    }
+    ip_mreq request{};
+    request.imr_multiaddr = SPW_CSocketAddressPosix::toNative(group);
+    request.imr_interface = SPW_CSocketAddressPosix::toNative(interfaceAddress);
+    return ::setsockopt(use.descriptor(), IPPROTO_IP, option, &request, sizeof request) == 0 ? 0 : fail();
+}
+
+SPW_Socket openSocket(int type) {
+    const int descriptor = ::socket(AF_INET, type | SOCK_CLOEXEC, 0);
+    if (descriptor == -1) {
+        (void)fail();
+        return kInvalidSocket;
+    }
+    const bool isStream = type == SOCK_STREAM;
+    // By default a datagram socket receives every group that any socket of this device has joined; a listener would
+    // hear a group through the membership of a sender.
+    if (!isStream && setOption(descriptor, IPPROTO_IP, IP_MULTICAST_ALL, 0) != 0) {
+        (void)fail();
+        (void)::close(descriptor);
+        return kInvalidSocket;
+    }
+    const SPW_Socket socket = table.add(descriptor, isStream);
+    if (socket == kInvalidSocket) {
+        (void)failWith(kSockNoBuffers);
+    }
+    return socket;
+}
+
+int setBlocking(int descriptor, bool blocking) {
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    return ::fcntl(descriptor, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK);
+}
+
+// Waits for a connect in progress; 0 or its errno.
+int waitConnected(int descriptor) {
+    pollfd entry{descriptor, POLLOUT, 0};
+    if (retryInterrupted([&] { return ::poll(&entry, 1, -1); }) == -1) {
+        return errno;
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+// A blocking connect() that begins after the socket was shut down is not woken by that and lasts for minutes, so the
+// connect is begun without blocking: whoever closes the socket before the check of isClosed() is seen there, and
+// whoever closes it later wakes the wait.
+int connectOrWake(const Use& use, const sockaddr_in& address) {
+    if (::connect(use.descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        return 0;
+    }
+    if (errno != EINPROGRESS) {
+        return errno;
+    }
+    return use.isClosed() ? EBADF : waitConnected(use.descriptor());
+}
+
+// The point of time until which select() waits, on the monotonic clock.
+timespec deadlineAfter(std::uint32_t timeoutMs) {
+    timespec deadline{};
+    (void)::clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += timeoutMs / 1000;
+    deadline.tv_nsec += static_cast<long>(timeoutMs % 1000) * 1000000;
+    if (deadline.tv_nsec >= 1000000000) {
+        deadline.tv_nsec -= 1000000000;
+        ++deadline.tv_sec;
+    }
+    return deadline;
+}
+
+timespec remainingUntil(const timespec& deadline) {
+    timespec now{};
+    (void)::clock_gettime(CLOCK_MONOTONIC, &now);
+    timespec remaining{deadline.tv_sec - now.tv_sec, deadline.tv_nsec - now.tv_nsec};
+    if (remaining.tv_nsec < 0) {
+        remaining.tv_nsec += 1000000000;
+        --remaining.tv_sec;
+    }
+    return remaining.tv_sec < 0 ? timespec{0, 0} : remaining;
+}
+
+int pollUntilTimeout(pollfd* entries, int count, std::uint32_t timeoutMs) {
+    if (timeoutMs == kSPWForever) {
+        return retryInterrupted([&] { return ::poll(entries, static_cast<nfds_t>(count), -1); });
+    }
+    const timespec deadline = deadlineAfter(timeoutMs);
+    return retryInterrupted([&] {
+        const timespec remaining = remainingUntil(deadline);
+        return ::ppoll(entries, static_cast<nfds_t>(count), &remaining, nullptr);
+    });
+}
+
+// One select(): the sockets of both sets, counted in, as poll() wants them. poll() knows no highest descriptor.
+class Selection {
+public:
+    Selection() = default;
+    ~Selection() {
+        for (int i = 0; i < m_count; ++i) {
+            table.release(m_slots[i]);
+        }
+    }
+    Selection(const Selection&) = delete;
+    Selection& operator=(const Selection&) = delete;
+
+    bool add(const SPW_CSocketSet* set, short events) {
+        for (int i = 0; set != nullptr && i < set->size(); ++i) {
+            SPW_CSocketTable::Slot* slot = table.acquire(set->at(i));
+            if (slot == nullptr) {
+                return false;
+            }
+            m_slots[m_count] = slot;
+            m_entries[m_count++] = pollfd{slot->descriptor, events, 0};
+        }
+        return true;
+    }
+    bool isEmpty() const { return m_count == 0; }
+    int wait(std::uint32_t timeoutMs) { return pollUntilTimeout(m_entries, m_count, timeoutMs); }
+    bool anyClosed() const {
+        for (int i = 0; i < m_count; ++i) {
+            if (SPW_CSocketTable::isClosed(*m_slots[i])) {
+                return true;
+            }
+        }
+        return false;
+    }
+    // Marks in set, whose sockets begin at entry `first`, which had one of these events; returns how many.
+    int mark(SPW_CSocketSet* set, int first, short events) const {
+        int ready = 0;
+        for (int i = 0; set != nullptr && i < set->size(); ++i) {
+            const bool isReady = (m_entries[first + i].revents & events) != 0;
+            set->setReady(i, isReady);
+            ready += isReady ? 1 : 0;
+        }
+        return ready;
+    }
+
+private:
+    int m_count = 0;
+    SPW_CSocketTable::Slot* m_slots[2 * SPW_CSocketSet::kMaximum];
+    pollfd m_entries[2 * SPW_CSocketSet::kMaximum];
+};
+
+void clearReady(SPW_CSocketSet* set) {
+    for (int i = 0; set != nullptr && i < set->size(); ++i) {
+        set->setReady(i, false);
+    }
+}
+
+bool readHostName(char* buffer, std::size_t size) {
+    if (::gethostname(buffer, size - 1) != 0) {
+        (void)fail();
+        return false;
+    }
+    buffer[size - 1] = '\0';
+    return true;
+}
+
+// The hosts file often knows this device's name as 127.0.1.1 alone, which would make it deaf to groups; so the
+// interfaces themselves are asked.
+bool appendInterfaceAddresses(SPW_CArray<SPW_CIpAddress>& addresses) {
+    ifaddrs* list = nullptr;
+    if (::getifaddrs(&list) != 0) {
+        (void)fail();
+        return false;
+    }
+    const int before = addresses.numberOfElements();
+    for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+        if ((entry->ifa_flags & IFF_UP) != 0 && entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET) {
+            addresses.append(SPW_CSocketAddressPosix::fromSockaddr(entry->ifa_addr));
+        }
+    }
+    ::freeifaddrs(list);
+    if (addresses.numberOfElements() == before) {
+        (void)failWith(kSockHostNotFound);
+        return false;
+    }
+    return true;
+}
+
+SPW_Result codeOfResolver(int error) {
+    switch (error) {
+        case EAI_MEMORY:
+            return kSockNoBuffers;
+        case EAI_SYSTEM:
+            return SPW_CSysErrorPosix::socketCode(errno);
+        default:
+            return kSockHostNotFound;
+    }
+}
+
+bool appendResolved(const char* name, SPW_CArray<SPW_CIpAddress>& addresses) {
+    addrinfo hints{};
+    hints.ai_family = AF_INET;
+    // One type of socket, or each address would come once for every type.
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* list = nullptr;
+    const int error = ::getaddrinfo(name, nullptr, &hints, &list);
+    if (error != 0) {
+        (void)failWith(codeOfResolver(error));
+        return false;
+    }
+    for (const addrinfo* entry = list; entry != nullptr; entry = entry->ai_next) {
+        addresses.append(SPW_CSocketAddressPosix::fromSockaddr(entry->ai_addr));
+    }
+    ::freeaddrinfo(list);
+    return true;
+}
+
+class PosixSocket final : public SPW_CSocket {
+public:
+    SPW_Result startup() override {
+        // There is no library to load: the count exists so that both platforms keep the same books.
+        startups.fetch_add(1);
+        return kSysOk;
+    }
+
+    void cleanup() override {
+        int count = startups.load();
+        while (count > 0 && !startups.compare_exchange_weak(count, count - 1)) {
+        }
+    }
+
+    SPW_Socket openTcp() override { return openSocket(SOCK_STREAM); }
+    SPW_Socket openUdp() override { return openSocket(SOCK_DGRAM); }
+
+    SPW_Socket openUdpShared() override {
+        const SPW_Socket socket = openSocket(SOCK_DGRAM);
+        if (socket == kInvalidSocket) {
+            return kInvalidSocket;
+        }
+        const Use use(socket);
+        if (use && setOption(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, 1) != 0) {
+            (void)fail();
+            (void)close(socket);
+            return kInvalidSocket;
+        }
+        return socket;
+    }
+
+    int close(SPW_Socket socket) override {
+        SPW_CSocketTable::Slot* slot = table.acquireToClose(socket);
+        if (slot == nullptr) {
+            return failWith(kSockNotSocket);
+        }
+        // Fails for a socket that has no connection, and wakes what blocks on it all the same.
+        (void)::shutdown(slot->descriptor, SHUT_RDWR);
+        table.release(slot);
+        return 0;
+    }
+
+    int bind(SPW_Socket socket, std::uint16_t port) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        // Only for a port that somebody chose, which a listener does: with address reuse, two connections to one
+        // target might be given the same free port, and the second could not connect.
+        if (use.isStream() && port != 0 && setOption(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, 1) != 0) {
+            return fail();
+        }
+        const sockaddr_in address = SPW_CSocketAddressPosix::toSockaddr(SPW_CIpAddress(), port);
+        return ::bind(use.descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : fail();
+    }
+
+    int localPort(SPW_Socket socket) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        if (::getsockname(use.descriptor(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+            return fail();
+        }
+        return address.sin_port == 0 ? failWith(kSockInvalid) : ntohs(address.sin_port);
+    }
+
+    int listen(SPW_Socket socket, int backlog) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        // Its connections inherit the option, and a port is free in spite of TIME_WAIT only when they have it. For a
+        // port that the system chose bind() has not set it.
+        if (use.isStream() && setOption(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, 1) != 0) {
+            return fail();
+        }
+        return ::listen(use.descriptor(), backlog) == 0 ? 0 : fail();
+    }
+
+    SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
+        const Use use(socket);
+        if (!use) {
+            return kInvalidSocket;
+        }
+        sockaddr_in address{};
+        const int descriptor = retryInterrupted([&] {
+            socklen_t size = sizeof address;
+            return ::accept4(use.descriptor(), reinterpret_cast<sockaddr*>(&address), &size, SOCK_CLOEXEC);
+        });
+        if (descriptor == -1) {
+            (void)resultOf(use, -1, kSockNotSocket);
+            return kInvalidSocket;
+        }
+        if (use.isClosed()) {
+            (void)::close(descriptor);
+            (void)failWith(kSockNotSocket);
+            return kInvalidSocket;
+        }
+        const SPW_Socket accepted = table.add(descriptor, true);
+        if (accepted == kInvalidSocket) {
+            (void)failWith(kSockNoBuffers);
+            return kInvalidSocket;
+        }
+        peer = SPW_CSocketAddressPosix::toAddress(address.sin_addr);
+        return accepted;
+    }
+
+    int connect(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        // The connect of a datagram socket never waits.
+        if (use.isStream() && setBlocking(use.descriptor(), false) != 0) {
+            return fail();
+        }
+        const int error = connectOrWake(use, SPW_CSocketAddressPosix::toSockaddr(address, port));
+        if (use.isStream()) {
+            (void)setBlocking(use.descriptor(), true);
+        }
+        if (use.isClosed()) {
+            return failWith(kSockNotSocket);
+        }
+        return error == 0 ? 0 : failWith(SPW_CSysErrorPosix::socketCode(error));
+    }
+
+    int send(SPW_Socket socket, const void* bytes, int size) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        const ssize_t sent = retryInterrupted(
+            [&] { return ::send(use.descriptor(), bytes, static_cast<std::size_t>(size), MSG_NOSIGNAL); });
+        return resultOf(use, sent, kSockNotSocket);
+    }
+
+    int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
+               int size) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        const sockaddr_in target = SPW_CSocketAddressPosix::toSockaddr(address, port);
+        const ssize_t sent = retryInterrupted([&] {
+            return ::sendto(use.descriptor(), bytes, static_cast<std::size_t>(size), MSG_NOSIGNAL,
+                            reinterpret_cast<const sockaddr*>(&target), sizeof target);
+        });
+        return resultOf(use, sent, kSockNotSocket);
+    }
+
+    int receive(SPW_Socket socket, void* buffer, int size) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        const ssize_t received =
+            retryInterrupted([&] { return ::recv(use.descriptor(), buffer, static_cast<std::size_t>(size), 0); });
+        return resultOf(use, received, kSockNotSocket);
+    }
+
+    int receiveFrom(SPW_Socket socket, void* buffer, int size, SPW_CIpAddress& sender) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        sockaddr_in address{};
+        const ssize_t received = retryInterrupted([&] {
+            socklen_t length = sizeof address;
+            return ::recvfrom(use.descriptor(), buffer, static_cast<std::size_t>(size), 0,
+                              reinterpret_cast<sockaddr*>(&address), &length);
+        });
+        const int result = resultOf(use, received, kSockInterrupted);
+        if (result >= 0) {
+            sender = SPW_CSocketAddressPosix::toAddress(address.sin_addr);
+        }
+        return result;
+    }
+
+    int select(SPW_CSocketSet* read, SPW_CSocketSet* except, std::uint32_t timeoutMs) override {
+        clearReady(read);
+        clearReady(except);
+        Selection selection;
+        if (!selection.add(read, POLLIN) || !selection.add(except, POLLPRI)) {
+            return failWith(kSockNotSocket);
+        }
+        if (selection.isEmpty()) {
+            return failWith(kSockInvalid);
+        }
+        const int polled = selection.wait(timeoutMs);
+        if (selection.anyClosed()) {
+            return failWith(kSockNotSocket);
+        }
+        if (polled <= 0) {
+            return polled == 0 ? 0 : fail();
+        }
+        const int firstExcept = read == nullptr ? 0 : read->size();
+        int ready = selection.mark(read, 0, POLLIN | POLLHUP | POLLERR);
+        ready += selection.mark(except, firstExcept, POLLPRI);
+        // Only a socket that is watched for exceptions alone and has come to its end can have woken us then.
+        return ready > 0 ? ready : selection.mark(except, firstExcept, POLLHUP | POLLERR);
+    }
+
+    int setMulticastTtl(SPW_Socket socket, int ttl) override {
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        return setOption(use.descriptor(), IPPROTO_IP, IP_MULTICAST_TTL, ttl) == 0 ? 0 : fail();
+    }
+
+    int joinGroup(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress) override {
+        return changeMembership(socket, IP_ADD_MEMBERSHIP, group, interfaceAddress);
+    }
+
+    int dropGroup(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress) override {
+        return changeMembership(socket, IP_DROP_MEMBERSHIP, group, interfaceAddress);
+    }
+
+    bool hostName(SPW_CString& name) override {
+        char buffer[NI_MAXHOST];
+        if (!readHostName(buffer, sizeof buffer)) {
+            return false;
+        }
+        name = SPW_CString(buffer);
+        return true;
+    }
+
+    bool resolve(const SPW_CString& name, SPW_CArray<SPW_CIpAddress>& addresses) override {
+        SPW_CIpAddress address;
+        if (SPW_CIpAddress::parse(name, address)) {
+            addresses.append(address);
+            return true;
+        }
+        const char* text = name.toAnsi();
+        char ownName[NI_MAXHOST];
+        if (readHostName(ownName, sizeof ownName) && ::strcasecmp(text, ownName) == 0) {
+            return appendInterfaceAddresses(addresses);
+        }
+        return appendResolved(text, addresses);
+    }
+
+    SPW_Result lastError() override { return lastCode; }
+};
+
+PosixSocket posixSocket;
+
+}  // namespace
+
+SPW_CSocket* SPW_CSocket::instance = &posixSocket;
