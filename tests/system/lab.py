@@ -1,0 +1,371 @@
+"""A small network of devices inside the kernel, for tests of the whole program.
+
+A Lab has one or more bridges; each Device is a network namespace with an interface on one or more of them, a host name,
+a folder and a registry of its own. Programs are started on a device, and the senders and receivers of traffic.py too.
+
+run.py starts every test in network and mount namespaces that nobody else sees. So names and addresses need not be unique
+on the machine, and nothing can be left behind: when the test's last process is gone, by whatever end, so is its
+network. Processes started here die with the test's process.
+
+Everything that waits has a limit and fails with what it waited for and the end of the program's standard error.
+"""
+
+import contextlib
+import ctypes
+import json
+import os
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+CLONE_NEWNET = 0x40000000
+
+SETTINGS_KEY = r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro Diagnostic"
+PEERS_KEY = SETTINGS_KEY + r"\Named-IP-Addresses"
+
+# Whatever a test looks at, none of these may stand in what a program says.
+DEFECTS = re.compile(r"(?:ERROR|WARNING): \w+Sanitizer|runtime error: |[Aa]ssertion failed|Internal Fatal Error|"
+                     r"terminate called|double free|corrupted")
+
+_libc = ctypes.CDLL(None, use_errno=True)
+
+
+def program_path():
+    """The program under test, of the build that ctest belongs to."""
+    return os.environ["LINKOMETRY_PROGRAM"]
+
+
+def eventually(condition, within, what, every=0.02):
+    """Waits until condition() is true and returns its value; fails after `within` seconds."""
+    end = time.monotonic() + within
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() >= end:
+            raise AssertionError(f"not within {within} s: {what() if callable(what) else what}")
+        time.sleep(every)
+
+
+def ip(*commands):
+    """Runs `ip` with each of the command lines, in the calling thread's network namespace."""
+    result = subprocess.run(["ip", "-batch", "-"], input="\n".join(commands) + "\n", stdout=subprocess.PIPE,
+                            stderr=subprocess.STDOUT, text=True, check=False)
+    if result.returncode != 0:
+        raise OSError(f"ip {commands}: {result.stdout}")
+
+
+class Lab:
+    """The networks 10.77.0.0/24, 10.78.0.0/24 ... with their devices. Close it, or use it in a `with`."""
+
+    def __init__(self):
+        self.folder = tempfile.mkdtemp(prefix="linkometry-lab-")
+        self.devices = []
+        self.networks = []
+        self._own_namespace = os.open("/proc/thread-self/ns/net", os.O_RDONLY)
+        ip("link set lo up")
+        self.add_network()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def add_network(self):
+        """One more bridge; its number is what Device.join takes. The test's own process is .254 on each."""
+        number = len(self.networks)
+        bridge = f"bridge{number}"
+        # Without snooping, multicast reaches every port at once, as on the plain switches of small networks.
+        ip(f"link add {bridge} type bridge mcast_snooping 0 stp_state 0 forward_delay 0",
+           f"address add 10.{77 + number}.0.254/24 brd + dev {bridge}",
+           f"link set {bridge} up")
+        self.networks.append(bridge)
+        return number
+
+    def device(self, name):
+        """A new device on network 0: the first is 10.77.0.1, the second 10.77.0.2 ..."""
+        device = Device(self, name, len(self.devices) + 1)
+        self.devices.append(device)
+        return device
+
+    def devices_named(self, *names):
+        return [self.device(name) for name in names]
+
+    def close(self):
+        """Ends all programs, removes the network and the folder, and then fails if a program told of a defect."""
+        defects = []
+        for device in self.devices:
+            for program in device.programs:
+                program.kill()
+                defects += program.defects()
+        for device in self.devices:
+            device.remove()
+        for bridge in self.networks:
+            ip(f"link delete {bridge}")
+        os.close(self._own_namespace)
+        if defects:
+            raise AssertionError("\n".join(defects) + f"\n(the programs' folders are kept in {self.folder})")
+        shutil.rmtree(self.folder)
+
+    @contextlib.contextmanager
+    def inside(self, namespace):
+        """The calling thread is in that namespace; sockets made and processes started meanwhile stay there."""
+        descriptor = os.open(f"/run/netns/{namespace}", os.O_RDONLY)
+        try:
+            if _libc.setns(descriptor, CLONE_NEWNET) != 0:
+                raise OSError(ctypes.get_errno(), "setns")
+            yield
+        finally:
+            os.close(descriptor)
+            if _libc.setns(self._own_namespace, CLONE_NEWNET) != 0:
+                raise OSError(ctypes.get_errno(), "setns")
+
+
+class Device:
+    """One device: a namespace with eth0 on network 0, a folder and a registry. Made by Lab.device."""
+
+    def __init__(self, lab, name, number):
+        self.lab = lab
+        self.name = name
+        self.number = number
+        self.folder = os.path.join(lab.folder, name)
+        self.registry_folder = os.path.join(self.folder, "registry")
+        self.addresses = []
+        self.programs = []
+        os.makedirs(self.registry_folder)
+        ip(f"netns add {name}")
+        with self.inside():
+            ip("link set lo up")
+            self.set_kernel_parameter("net.ipv6.conf.all.disable_ipv6", "1", optional=True)
+        self.join(0)
+        with self.inside():
+            ip("route add default via 10.77.0.254")
+
+    @property
+    def address(self):
+        return self.addresses[0]
+
+    def inside(self):
+        return self.lab.inside(self.name)
+
+    def join(self, network):
+        """An interface on that network, eth0 for the first, with the address 10.(77 + network).0.number."""
+        interface = f"eth{len(self.addresses)}"
+        address = f"10.{77 + network}.0.{self.number}"
+        self.addresses.append(address)
+        ip(f"link add {self._port(interface)} type veth peer name {interface} netns {self.name}",
+           f"link set {self._port(interface)} master {self.lab.networks[network]} up")
+        with self.inside():
+            ip(f"address add {address}/24 brd + dev {interface}", f"link set {interface} up")
+        return interface
+
+    def unplug(self, interface="eth0"):
+        """Pulls the cable at the bridge's end; the device keeps its interface and address."""
+        ip(f"link set {self._port(interface)} down")
+
+    def plug(self, interface="eth0"):
+        ip(f"link set {self._port(interface)} up")
+
+    def set_kernel_parameter(self, name, value, optional=False):
+        """A network parameter (net.*) of this device alone."""
+        path = os.path.join("/proc/sys", *name.split("."))
+        with self.inside():
+            if optional and not os.path.exists(path):
+                return
+            with open(path, "w", encoding="ascii") as file:
+                file.write(value)
+
+    def remove(self):
+        # The kernel takes a namespace's interfaces away some time after the namespace; the next lab wants the names now.
+        ip(*(f"link delete {self._port(f'eth{number}')}" for number in range(len(self.addresses))),
+           f"netns delete {self.name}")
+
+    # --- The registry
+
+    @property
+    def hive_path(self):
+        return os.path.join(self.registry_folder, "HKEY_CURRENT_USER.reg")
+
+    def write_settings(self, settings=None, peers=None, **more):
+        """A current-user hive with these settings (by value name; more: blanks as underscores) and named peers."""
+        values = dict(settings or {}, **{name.replace("_", " "): text for name, text in more.items()})
+        keys = {SETTINGS_KEY: values, PEERS_KEY: peers or {}}
+        self.write_hive(hive_text(keys))
+
+    def write_hive(self, text):
+        with open(self.hive_path, "w", encoding="utf-8", newline="") as file:
+            file.write(text)
+
+    def read_hive(self):
+        with open(self.hive_path, encoding="utf-8", newline="") as file:
+            return file.read()
+
+    # --- Programs
+
+    def run(self, *command, within=30):
+        """Runs any command on the device to its end and returns its subprocess.CompletedProcess."""
+        with self.inside():
+            return subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE, text=True, timeout=within, check=False)
+
+    def start(self, *arguments):
+        """Starts the program under test with these arguments."""
+        program = Program(self, [str(argument) for argument in arguments])
+        self.programs.append(program)
+        return program
+
+    def measure(self, *arguments, every=0.25):
+        """Starts a headless test that prints its rows as JSON that often; what to expect of it: Program."""
+        return self.start("-headless", "-format", "json", "-interval", every, *arguments)
+
+    # --- The log
+
+    @property
+    def log_path(self):
+        return os.path.join(self.folder, "VantiroDiagnostics.txt")
+
+    def log_lines(self):
+        """The lines of the test log so far, without their line ends; no lines while there is no file."""
+        try:
+            with open(self.log_path, encoding="utf-8", newline="") as file:
+                return file.read().split("\r\n")[:-1]
+        except FileNotFoundError:
+            return []
+
+    def wait_for_log_line(self, pattern, within=10):
+        """The first log line in which the regular expression is found."""
+        def look():
+            return next((line for line in self.log_lines() if re.search(pattern, line)), None)
+        return eventually(look, within, lambda: f"a log line with {pattern!r} in\n" + "\n".join(self.log_lines()[-40:]))
+
+    def _port(self, interface):
+        return f"{self.name}-{interface[3:]}"
+
+
+class Program:
+    """A run of the program under test. Its output goes to files, so that it never waits for its reader."""
+
+    def __init__(self, device, arguments):
+        self.device = device
+        self.arguments = arguments
+        self._killed = False
+        number = len(device.programs)
+        self.output_path = os.path.join(device.folder, f"output-{number}")
+        self.error_path = os.path.join(device.folder, f"error-{number}")
+        environment = {name: value for name, value in os.environ.items() if not name.startswith("XDG_")}
+        environment.update(VANTIRO_REGISTRY_DIR=device.registry_folder, HOME=device.folder, TZ="UTC", LANG="C.UTF-8")
+        # A host name of its own for each device; the shell and setpriv become the program, they do not stay.
+        launcher = ["unshare", "--uts", "sh", "-c", 'hostname "$0" && exec setpriv --pdeathsig KILL "$@"', device.name]
+        with open(self.output_path, "wb") as output, open(self.error_path, "wb") as error, device.inside():
+            self.process = subprocess.Popen(launcher + [program_path()] + arguments, cwd=device.folder, env=environment,
+                                            stdin=subprocess.DEVNULL, stdout=output, stderr=error)
+
+    # --- Its life
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def wait(self, within=30):
+        """Waits for the program's own end; the exit status."""
+        try:
+            return self.process.wait(within)
+        except subprocess.TimeoutExpired:
+            raise AssertionError(f"did not end within {within} s: {self}") from None
+
+    def stop(self, within=20):
+        """Asks for the end with SIGTERM; the exit status."""
+        self.signal(signal.SIGTERM)
+        return self.wait(within)
+
+    def kill(self):
+        """Ends it at once, as a power failure would."""
+        if self.process.poll() is None:
+            self._killed = True
+            self.process.kill()
+            self.process.wait()
+
+    def is_running(self):
+        return self.process.poll() is None
+
+    # --- What it says
+
+    def output(self):
+        with open(self.output_path, encoding="utf-8") as file:
+            return file.read()
+
+    def errors(self):
+        with open(self.error_path, encoding="utf-8", errors="replace") as file:
+            return file.read()
+
+    def rows(self):
+        """All JSON rows so far, in order."""
+        lines = self.output().split("\n")[:-1]
+        return [json.loads(line) for line in lines if line]
+
+    def row(self, address):
+        """The newest row of that address, or None."""
+        return next((row for row in reversed(self.rows()) if row["address"] == address), None)
+
+    def final_rows(self):
+        """The rows of the last snapshot of the ended run, by address."""
+        return {row["address"]: row for row in self.rows() if row.get("final")}
+
+    def wait_for_row(self, address, condition=lambda row: True, within=15):
+        """The first newest row of that address that meets the condition."""
+        def look():
+            row = self.row(address)
+            return row if row and condition(row) else None
+        return eventually(look, within, lambda: f"row {address}, last seen {self.row(address)}, of {self}", every=0.05)
+
+    def defects(self):
+        """What must never happen: sanitizer findings, failed assertions, an end by a signal that nobody sent."""
+        found = [f"{self.device.name}: {line}" for line in self.errors().split("\n") if DEFECTS.search(line)]
+        status = self.process.returncode
+        if status is not None and status < 0 and not self._killed:
+            found.append(f"{self.device.name}: ended by signal {-status}")
+        return found + ([str(self)] if found else [])
+
+    # --- What it costs
+
+    def resident_kib(self):
+        with open(f"/proc/{self.process.pid}/status", encoding="ascii", errors="replace") as file:
+            return int(re.search(r"^VmRSS:\s*(\d+)", file.read(), re.MULTILINE).group(1))
+
+    def processor_seconds(self):
+        with open(f"/proc/{self.process.pid}/stat", encoding="ascii", errors="replace") as file:
+            fields = file.read().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def open_descriptors(self):
+        return len(os.listdir(f"/proc/{self.process.pid}/fd"))
+
+    def __str__(self):
+        state = "running" if self.is_running() else f"ended with {self.process.returncode}"
+        return f"{' '.join(self.arguments)} on {self.device.name} ({state}), standard error:\n{self.errors()[-4000:]}"
+
+
+def hive_text(keys):
+    """A hive file from {key path: {value name: text}}."""
+    lines = ["Windows Registry Editor Version 5.00", ""]
+    for key, values in keys.items():
+        lines.append(f"[{key}]")
+        lines += [f'"{escaped(name)}"="{escaped(text)}"' for name, text in values.items()]
+        lines.append("")
+    return "\n".join(lines) + "\n"
+
+
+def escaped(text):
+    return text.replace("\\", "\\\\").replace('"', '\\"')
+
+
+class SystemTest(unittest.TestCase):
+    """Base of all system tests: a fresh lab for each."""
+
+    def setUp(self):
+        self.lab = Lab()
+        self.addCleanup(self.lab.close)
