@@ -104,6 +104,10 @@ public:
     // when nobody wants these levels: that costs next to nothing.
     SPW_Result trace(std::uint32_t levelMask, int kind, const char* module, int line, const char* className,
                      const char* method, const SPW_CString& message);
+    // Whether anybody wants traces of one of the levels; for callers that would have to make up a message first.
+    bool isTraced(std::uint32_t levelMask) const {
+        return (levelMask & m_combinedMask.load(std::memory_order_relaxed)) != 0;
+    }
 
     // Listeners are not owned, and hear traces with a message in the order in which they were added. A trace under
     // way on another thread may still reach a listener just after its removal.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "SPW_CMessage.h"
 #include "SPW_CThread.h"
@@ -12,18 +13,53 @@ public:
 };
 
 // A thread with a bounded queue of message values (pointers travel as pointer-sized numbers) and one
-// optional timed message. One reader (the queue's own thread, in step), any number of writers.
+// optional timed message.
+//
+// One reader, the queue's own thread in step(), and any number of writers. The queue does not own what the values
+// point at: whoever takes a value deletes it, and what is still queued at the end is the derived class's to take.
 class SPW_CThreadMessageQueue : public SPW_CThread, public SPW_CMessageTarget {
 public:
+    // Result of qGetMsg when nothing came in time.
+    static constexpr SPW_Result kTimedOut = 521;
+
+    // A queue of one place.
     SPW_CThreadMessageQueue();
+    // At least one place.
     explicit SPW_CThreadMessageQueue(std::uint32_t capacity);
     ~SPW_CThreadMessageQueue() override;
 
-    // Blocks until there is room.
+    // Blocks until there is room. Any thread.
     void qAddMsg(std::uintptr_t message);
+    // Takes the oldest message, or the timed message when it is due; `message` is 0 when neither came within timeoutMs
+    // (kSPWForever: no limit). Callers go by `message`. The result is 0 for a message, kTimedOut for none; for a timed
+    // message that was due at the call it is the time left in the unit of setTimedMessage, 0 or negative. A timed
+    // message is a pointer to SPW_CMessage that the caller now owns. Reader only.
     SPW_Result qGetMsg(std::uintptr_t& message, std::uint32_t timeoutMs);
-    // Takes ownership of message. See the .cpp for the units: they are deliberate.
-    void setTimedMessage(std::uint32_t delay, SPW_CMessage* message);
+    // Arms the one timed message, which is the queue's until it is handed out; one that is still armed is deleted.
+    // `delay` is in microseconds when the message is armed, but qGetMsg waits as many milliseconds for it; see there.
+    // Reader only, or before start().
+    void setTimedMessage(std::uint32_t delay, std::unique_ptr<SPW_CMessage> message);
+    // Any thread; by the time of the return it may have changed.
     bool isEmpty() const;
     bool isFull() const;
+
+private:
+    std::int64_t timedMessageRemaining() const;
+    std::uintptr_t takeTimedMessage();
+    std::uintptr_t takeOldest();
+    std::int32_t lockedCount() const;
+
+    SPW_Handle m_items;
+    SPW_Handle m_freeSlots;
+    SPW_Handle m_queueLock;
+    // Guarded by m_queueLock.
+    std::unique_ptr<std::uintptr_t[]> m_ring;
+    std::uint32_t m_writeIndex;
+    const std::uint32_t m_capacity;
+    std::uint32_t m_removeIndex;
+    std::int32_t m_count;
+    // The reader's own.
+    bool m_timedPending;
+    std::uint64_t m_due100ns;
+    std::unique_ptr<SPW_CMessage> m_timedMessage;
 };

@@ -12,8 +12,7 @@ const char kModule[] = "src\\SPW\\src\\CEvent\\W32\\VTR_CEvent";
 bool assertCreated(SPW_Handle event, int line, const char* method) {
     if (event != nullptr)
         return true;
-    SPW_CError::instance->report(kModule, line, "VTR_CEvent", method, 0, 0, u"assertion failed: m_hEvent != NULL",
-                                 SPW_CError::kFatal);
+    SPW_CError::instance->assertionFailed(kModule, line, "VTR_CEvent", method, "m_hEvent != NULL");
     return false;
 }
 

@@ -1,0 +1,67 @@
+#include "TestLogWriter.h"
+
+#include <memory>
+
+namespace {
+
+constexpr std::uint32_t kTurnMs = 1000;
+constexpr std::uint32_t kNoRotation = 0;
+constexpr std::int32_t kBackups = 1;
+
+// Taken off the queue like a line, but stands for none.
+constexpr std::uintptr_t kWakeUp = 0;
+
+}  // namespace
+
+TestLogWriter::TestLogWriter(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
+                             const SPW_CString& version, std::uint32_t capacity)
+    : SPW_CThreadMessageQueue(capacity) {
+    // An event that could not be made asserts at its first use.
+    (void)m_room.create(false, true, nullptr);
+    (void)m_finished.create(false, false, nullptr);
+    m_openResult = m_log.open(path, description, application, version, kNoRotation, kBackups, true);
+    m_startResult = start();
+}
+
+TestLogWriter::~TestLogWriter() {
+    if (m_startResult == 0)
+        stopThread();
+    (void)m_log.close();  // reported by the file classes; nothing is left to do about it here
+}
+
+void TestLogWriter::stopThread() {
+    requestStop();
+    // The thread would see the request at the end of its turn only.
+    qAddMsg(kWakeUp);
+    (void)m_finished.wait(kSPWForever);
+}
+
+SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
+    if (m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0)
+        return kLogNotTaken;
+    SPW_CMessage* const message = new SPW_CMessage;
+    message->pushString(text);
+    qAddMsg(reinterpret_cast<std::uintptr_t>(message));
+    // With the queue full it is the writer that lets the next caller in, when it has taken a line.
+    if (!isFull())
+        m_room.set();
+    return 0;
+}
+
+void TestLogWriter::step() {
+    std::uintptr_t taken;
+    (void)qGetMsg(taken, kTurnMs);
+    if (taken == kWakeUp)
+        return;
+    const std::unique_ptr<SPW_CMessage> message(reinterpret_cast<SPW_CMessage*>(taken));
+    SPW_CString text;
+    if (message->popString(text))
+        (void)m_log.writeLine(text, true);  // a line that cannot be written is lost; the file classes report it
+    m_room.set();
+}
+
+void TestLogWriter::finish() {
+    while (!isEmpty())
+        step();
+    m_finished.set();
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+
+#include "SPW_CLogFile.h"
+#include "SPW_CThreadMessageQueue.h"
+#include "VTR_CEvent.h"
+
+// The thread that alone writes the test log.
+//
+// The threads that produce lines hand them over and go on; a slow disk costs them at most the wait that they ask for.
+// The file never rotates and begins with the header block; every line after that bears the time at which it was
+// written.
+//
+// Owner: constructs it, which opens the file and starts the thread, and destroys it, which writes all that was handed
+// over before and takes no more. Any thread may call log() in between; the rest is for the owner.
+class TestLogWriter : public SPW_CThreadMessageQueue {
+public:
+    // Result of log() when there was no room in time.
+    static constexpr SPW_Result kLogNotTaken = 700;
+
+    // `capacity`: lines that may wait, at least 1.
+    TestLogWriter(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
+                  const SPW_CString& version, std::uint32_t capacity);
+    ~TestLogWriter() override;
+
+    void step() override;
+    void finish() override;
+
+    // 0, or the code with which the log file could not be opened; lines then go nowhere, and the file classes have
+    // reported it.
+    SPW_Result openResult() const { return m_openResult; }
+    // Hands a line over. Waits for room at most waitMs (-1: no limit). 0 or kLogNotTaken.
+    SPW_Result log(const SPW_CString& text, std::int32_t waitMs);
+
+private:
+    void stopThread();
+
+    SPW_CLogFile m_log;
+    VTR_CEvent m_room;      // set while a caller may hand a line over; lets one caller through at a time
+    VTR_CEvent m_finished;  // set when the thread has written all
+    SPW_Result m_openResult;
+    SPW_Result m_startResult;
+};

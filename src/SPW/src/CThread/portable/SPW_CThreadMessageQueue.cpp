@@ -1,0 +1,146 @@
+#include "SPW_CThreadMessageQueue.h"
+
+#include <utility>
+
+#include "SPW_CClock.h"
+#include "SPW_CError.h"
+#include "SPW_CThreadSys.h"
+
+namespace {
+
+const char kModule[] = "src\\SPW\\src\\CThread\\Vc6\\SPW_CThreadMessageQueue";
+constexpr std::uint32_t kTraceLevel = 16;
+
+// Every log line passes here twice, so no text is made unless somebody wants to read it.
+void trace(SPW_CError::TraceKind kind, int line, const char* method, const char16_t* message = u"") {
+    SPW_CError* const reporter = SPW_CError::instance;
+    if (reporter->isTraced(kTraceLevel))
+        reporter->trace(kTraceLevel, kind, kModule, line, "SPW_CThreadMessageQueue", method, message);
+}
+
+void traceRemoveIndex(std::uint32_t index) {
+    if (!SPW_CError::instance->isTraced(kTraceLevel))
+        return;
+    SPW_CString text;
+    text.format(u"myRemoveIndex is %u", index);
+    trace(SPW_CError::kNote, 141, "qGetMsg", text.text());
+}
+
+void acquire(SPW_Handle semaphore) {
+    (void)SPW_CThreadSys::waitSemaphore(semaphore, kSPWForever);
+}
+
+// The counts of the three semaphores add up to what they began with, so none is ever above its maximum.
+void release(SPW_Handle semaphore) {
+    (void)SPW_CThreadSys::releaseSemaphore(semaphore);
+}
+
+}  // namespace
+
+SPW_CThreadMessageQueue::SPW_CThreadMessageQueue() : SPW_CThreadMessageQueue(1) {}
+
+SPW_CThreadMessageQueue::SPW_CThreadMessageQueue(std::uint32_t capacity)
+    : m_items(SPW_CThreadSys::createSemaphore(0, capacity)),
+      m_freeSlots(SPW_CThreadSys::createSemaphore(capacity, capacity)),
+      m_queueLock(SPW_CThreadSys::createSemaphore(1, 1)),
+      m_ring(new std::uintptr_t[capacity]()),
+      m_writeIndex(0),
+      m_capacity(capacity),
+      m_removeIndex(0),
+      m_count(0),
+      m_timedPending(false),
+      m_due100ns(0) {
+    trace(SPW_CError::kEntry, 20, "constructor");
+    trace(SPW_CError::kExit, 54, "constructor");
+}
+
+SPW_CThreadMessageQueue::~SPW_CThreadMessageQueue() {
+    SPW_CThreadSys::destroySemaphore(m_items);
+    SPW_CThreadSys::destroySemaphore(m_freeSlots);
+    SPW_CThreadSys::destroySemaphore(m_queueLock);
+}
+
+void SPW_CThreadMessageQueue::qAddMsg(std::uintptr_t message) {
+    trace(SPW_CError::kEntry, 157, "qAddMsg");
+    acquire(m_freeSlots);
+    acquire(m_queueLock);
+    m_ring[m_writeIndex] = message;
+    m_writeIndex = (m_writeIndex + 1) % m_capacity;
+    ++m_count;
+    release(m_queueLock);
+    release(m_items);
+    trace(SPW_CError::kExit, 169, "qAddMsg");
+}
+
+SPW_Result SPW_CThreadMessageQueue::qGetMsg(std::uintptr_t& message, std::uint32_t timeoutMs) {
+    trace(SPW_CError::kEntry, 100, "qGetMsg");
+    message = 0;
+    std::uint32_t waitMs = timeoutMs;
+    bool timedMessageFirst = false;
+    if (m_timedPending) {
+        const std::int64_t remaining = timedMessageRemaining();
+        if (remaining <= 0) {
+            message = takeTimedMessage();
+            trace(SPW_CError::kExit, 151, "qGetMsg");
+            return static_cast<SPW_Result>(remaining);
+        }
+        timedMessageFirst = remaining < static_cast<std::int64_t>(timeoutMs);
+        if (timedMessageFirst)
+            waitMs = static_cast<std::uint32_t>(remaining);
+    }
+    if (!SPW_CThreadSys::waitSemaphore(m_items, waitMs)) {
+        trace(SPW_CError::kExit, 128, "qGetMsg", u"wait timed out");
+        if (!timedMessageFirst)
+            return kTimedOut;
+        message = takeTimedMessage();
+        return 0;
+    }
+    message = takeOldest();
+    trace(SPW_CError::kExit, 151, "qGetMsg");
+    return 0;
+}
+
+void SPW_CThreadMessageQueue::setTimedMessage(std::uint32_t delay, std::unique_ptr<SPW_CMessage> message) {
+    m_timedPending = true;
+    m_timedMessage = std::move(message);
+    m_due100ns = SPW_CClock::instance->now100ns() + std::uint64_t(delay) * 10;
+}
+
+bool SPW_CThreadMessageQueue::isEmpty() const {
+    return lockedCount() == 0;
+}
+
+bool SPW_CThreadMessageQueue::isFull() const {
+    return static_cast<std::uint32_t>(lockedCount()) == m_capacity;
+}
+
+// Deliberate: the delay was added as microseconds (10 units of 100 ns each), and what is left of it in microseconds is
+// then waited for as milliseconds. A queue that looks often hands the message out after the delay in microseconds; one
+// that sleeps in qGetMsg meanwhile, up to a thousand times later. Users of timed messages rely on both halves as they
+// are; mending one of them alone would move every due time by a factor of a thousand.
+std::int64_t SPW_CThreadMessageQueue::timedMessageRemaining() const {
+    return static_cast<std::int64_t>(m_due100ns - SPW_CClock::instance->now100ns()) / 10;
+}
+
+std::uintptr_t SPW_CThreadMessageQueue::takeTimedMessage() {
+    m_timedPending = false;
+    return reinterpret_cast<std::uintptr_t>(m_timedMessage.release());
+}
+
+std::uintptr_t SPW_CThreadMessageQueue::takeOldest() {
+    acquire(m_queueLock);
+    traceRemoveIndex(m_removeIndex);
+    const std::uintptr_t message = m_ring[m_removeIndex];
+    m_removeIndex = (m_removeIndex + 1) % m_capacity;
+    --m_count;
+    release(m_queueLock);
+    release(m_freeSlots);
+    return message;
+}
+
+std::int32_t SPW_CThreadMessageQueue::lockedCount() const {
+    acquire(m_queueLock);
+    const std::int32_t count = m_count;
+    release(m_queueLock);
+    return count;
+}
