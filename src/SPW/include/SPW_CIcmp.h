@@ -6,20 +6,38 @@
 #include "SPW_CObject.h"
 #include "SPW_Types.h"
 
-// The platform's ICMP echo service, reached through `instance`. Any thread.
+// Bytes of reply buffer that the smallest reply needs.
+constexpr std::uint32_t kSmallestIcmpReply = 28;
+
+// The platform's ICMP echo service ("ping"), reached through `instance`. A service belongs to its caller, who opens,
+// uses and closes it; any thread may do so, and several threads may send echoes through one service at once, but none
+// may be under way when it is closed.
 class SPW_CIcmp : public SPW_CObject {
 public:
+    // The process-wide object; a test may put another in its place. Usable before main().
     static SPW_CIcmp* instance;
 
-    // Opens the service; null on failure (lastError() tells why).
+    // Opens the service. Null on failure: kSysAccessDenied when this process may send no echoes, or another code.
     virtual SPW_Handle open() = 0;
+    // Null is ignored.
     virtual void close(SPW_Handle service) = 0;
-    // Sends one echo request with dataSize bytes at data and waits up to timeoutMs for its reply.
-    // Returns the number of replies, 0 on time-out (kIcmpTimedOut) or failure. replySize is the size in
-    // bytes of the caller's reply buffer; one that cannot hold a reply fails with kSysInsufficientBuffer.
+
+    // Sends one echo request to address and waits up to timeoutMs (0: the shortest wait that there is; kSPWForever:
+    // without limit) for its reply. Returns the number of replies (1), or 0:
+    //   kIcmpTimedOut            no reply came in time
+    //   kIcmpNetUnreachable, kIcmpHostUnreachable, kIcmpProtocolUnreachable, kIcmpPortUnreachable, kIcmpPacketTooBig,
+    //   kIcmpTtlExpired          somebody on the way, or this device, said that there will be none
+    //   kSysInsufficientBuffer   replySize is below kSmallestIcmpReply; nothing was sent
+    //   kSysInvalidHandle        service is null
+    //   another code             the request could not be sent
+    // data: dataSize bytes to send along. Their number is kept, their content is not promised: where the platform
+    // leaves it to us to tell our replies from others, the first eight bytes are replaced by a token.
+    // reply: replySize bytes of the caller's, in which the platform may keep the reply while the call lasts. What it
+    // holds afterwards is not defined: the number of replies is all that the call tells.
     virtual std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data,
                                std::uint16_t dataSize, void* reply, std::uint32_t replySize,
                                std::uint32_t timeoutMs) = 0;
-    // Code of the calling thread's latest failed operation.
+
+    // Code of the calling thread's latest failed operation here; success does not clear it.
     virtual SPW_Result lastError() = 0;
 };

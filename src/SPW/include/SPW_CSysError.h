@@ -69,7 +69,13 @@ enum SPW_SysCode : SPW_Result {
     kSockHostDown = 10064,
     kSockHostUnreachable = 10065,
     kSockHostNotFound = 11001,
+    kIcmpNetUnreachable = 11002,
+    kIcmpHostUnreachable = 11003,
+    kIcmpProtocolUnreachable = 11004,
+    kIcmpPortUnreachable = 11005,
+    kIcmpPacketTooBig = 11009,
     kIcmpTimedOut = 11010,
+    kIcmpTtlExpired = 11013,
 };
 
 // Texts of the vocabulary, and the last error of the calling thread. Any thread.

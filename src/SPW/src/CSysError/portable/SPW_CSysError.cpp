@@ -71,7 +71,13 @@ constexpr CodeText kTexts[] = {
     {kSockHostDown, u"The host is down"},
     {kSockHostUnreachable, u"The host is unreachable"},
     {kSockHostNotFound, u"Host not found"},
+    {kIcmpNetUnreachable, u"The echo request did not reach the network"},
+    {kIcmpHostUnreachable, u"The echo request did not reach the host"},
+    {kIcmpProtocolUnreachable, u"The host does not answer echo requests"},
+    {kIcmpPortUnreachable, u"The host refused the echo request"},
+    {kIcmpPacketTooBig, u"The echo request is too large for the way to the host"},
     {kIcmpTimedOut, u"The echo request timed out"},
+    {kIcmpTtlExpired, u"The echo request passed too many routers"},
 };
 
 class SystemErrors : public SPW_CSysError {
