@@ -40,6 +40,7 @@ public:
     const SPW_CString& path() const { return m_path; }
 
 private:
+    bool isFull();
     SPW_Result rotate();
     void shiftBackups();
     SPW_CString backupPath(std::int32_t number) const;

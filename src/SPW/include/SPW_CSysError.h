@@ -20,6 +20,7 @@ enum SPW_SysCode : SPW_Result {
     kSysWriteProtected = 19,
     kSysGeneralFailure = 31,
     kSysSharingViolation = 32,
+    kSysEndOfFile = 38,
     kSysNotSupported = 50,
     kSysFileExists = 80,
     kSysInvalidParameter = 87,

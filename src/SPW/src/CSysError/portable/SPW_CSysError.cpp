@@ -22,6 +22,7 @@ constexpr CodeText kTexts[] = {
     {kSysWriteProtected, u"The medium is write-protected"},
     {kSysGeneralFailure, u"General failure"},
     {kSysSharingViolation, u"The file is in use"},
+    {kSysEndOfFile, u"End of the file"},
     {kSysNotSupported, u"Not supported"},
     {kSysFileExists, u"The file exists already"},
     {kSysInvalidParameter, u"Invalid parameter"},

@@ -1,6 +1,10 @@
 #include "SPW_CSysErrorPosix.h"
 
+#include <unistd.h>
+
 #include <cerrno>
+#include <cstring>
+#include <string>
 
 #include "SPW_CSysError.h"
 #include "SPW_CSysErrorSys.h"
@@ -92,6 +96,19 @@ const Row* findRow(int errnoValue) {
     return nullptr;
 }
 
+// Leaves errno alone.
+bool parentExists(const char* path) {
+    const char* lastSlash = std::strrchr(path, '/');
+    if (lastSlash == nullptr || lastSlash == path) {
+        return true;
+    }
+    const int errnoValue = errno;
+    const std::string parent(path, lastSlash);
+    const bool exists = ::access(parent.c_str(), F_OK) == 0;
+    errno = errnoValue;
+    return exists;
+}
+
 }  // namespace
 
 SPW_Result SPW_CSysErrorPosix::systemCode(int errnoValue) {
@@ -119,6 +136,14 @@ void SPW_CSysErrorPosix::setLast(SPW_Result code) {
 SPW_Result SPW_CSysErrorPosix::fail() {
     lastCode = systemCode(errno);
     return lastCode;
+}
+
+SPW_Result SPW_CSysErrorPosix::failAtPath(const char* path) {
+    if (errno == ENOENT && !parentExists(path)) {
+        lastCode = kSysPathNotFound;
+        return lastCode;
+    }
+    return fail();
 }
 
 SPW_Result SPW_CSysErrorSys::last() {

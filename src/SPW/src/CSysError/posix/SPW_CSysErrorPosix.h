@@ -20,4 +20,8 @@ void setLast(SPW_Result code);
 // and returns it.
 SPW_Result fail();
 
+// The same after a call with a path, 8-bit and as the call had it: where nothing has that name, tells a missing
+// directory on the way (3) from a missing last part (2), which errno does not.
+SPW_Result failAtPath(const char* path);
+
 }  // namespace SPW_CSysErrorPosix

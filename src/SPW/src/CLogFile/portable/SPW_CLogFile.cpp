@@ -1,0 +1,129 @@
+#include "SPW_CLogFile.h"
+
+#include "SPW_CClock.h"
+#include "SPW_CDir.h"
+
+namespace {
+
+constexpr std::uint32_t kBytesPerKilobyte = 1024;
+constexpr const char16_t* kRule = u"--------------------------------------------------------------------------------";
+
+void appendLine(SPW_CString& block, const SPW_CString& line) {
+    block.append(line);
+    block.append(SPW_CFile::kNewLine);
+}
+
+}  // namespace
+
+SPW_CLogFile::SPW_CLogFile() : m_file(new SPW_CFile), m_maximumKilobytes(0), m_backups(0), m_headerWanted(false) {}
+
+SPW_CLogFile::~SPW_CLogFile() {
+    delete m_file;
+}
+
+SPW_Result SPW_CLogFile::close() {
+    return m_file->close();
+}
+
+SPW_Result SPW_CLogFile::flush() {
+    return m_file->flush();
+}
+
+bool SPW_CLogFile::isOpen() const {
+    return m_file->isOpen();
+}
+
+SPW_Result SPW_CLogFile::open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
+                              const SPW_CString& version, std::uint32_t maximumKilobytes, std::int32_t backups,
+                              bool headerWanted) {
+    m_path = path;
+    m_directory = path.getDirectory();
+    m_baseName = path.getBaseName();
+    m_extension = path.getExtension();
+    m_description = description;
+    m_application = application;
+    m_version = version;
+    m_maximumKilobytes = maximumKilobytes;
+    m_backups = backups;
+    m_headerWanted = headerWanted;
+    const SPW_Result result = m_file->openReadWrite(path, true);
+    if (result == 0 && headerWanted) {
+        writeHeader(description, application, version);
+    }
+    return result;
+}
+
+void SPW_CLogFile::writeHeader(const SPW_CString& description, const SPW_CString& application,
+                               const SPW_CString& version) {
+    const SPW_CalendarTime now = SPW_CClock::instance->localNow();
+    SPW_CString opened;
+    opened.format(u"%d-%d-%d %d:%02d:%02d", now.month, now.day, now.year, now.hour, now.minute, now.second);
+    SPW_CString header;
+    appendLine(header, kRule);
+    appendLine(header, u"Description: " + description);
+    appendLine(header, u"Application: " + application);
+    appendLine(header, u"Version    : " + version);
+    appendLine(header, u"Opened     : " + opened);
+    appendLine(header, kRule);
+    (void)m_file->writeText(header);  // what fails is reported by the file; the log goes on without its header
+    (void)m_file->flush();
+}
+
+SPW_Result SPW_CLogFile::writeLine(const SPW_CString& text, bool withTime) {
+    const SPW_CGuard guard(m_lock);
+    SPW_CString line;
+    if (withTime) {
+        const SPW_CalendarTime now = SPW_CClock::instance->localNow();
+        line.format(u"%02d:%02d:%02d ", now.hour, now.minute, now.second);
+    }
+    appendLine(line, text);
+    // Time, text and line end go out in one write: hundreds of thousands of lines a second pass here, and whoever reads
+    // the log meanwhile sees whole lines. The file buffers nothing, so the line needs no flush to be seen; flush would
+    // wait for the medium, which takes longer than a thousand lines.
+    (void)m_file->writeText(line);  // reported there; the log goes on with the next line
+    return isFull() ? rotate() : 0;
+}
+
+bool SPW_CLogFile::isFull() {
+    std::uint32_t bytes = 0;
+    return m_maximumKilobytes != 0 && m_file->getSize(bytes) == 0 && bytes / kBytesPerKilobyte >= m_maximumKilobytes;
+}
+
+SPW_Result SPW_CLogFile::rotate() {
+    (void)m_file->close();  // reported there; the file counts as closed
+    if (m_backups > 0) {
+        shiftBackups();
+    } else {
+        (void)SPW_CDir::removeFile(m_path);  // reported there; what is left is emptied below
+    }
+    const SPW_Result result = m_file->openCreateNew(m_path);
+    if (result == 0 && m_headerWanted) {
+        writeHeader(m_description, m_application, m_version);
+    }
+    return result;
+}
+
+void SPW_CLogFile::shiftBackups() {
+    const SPW_CString oldest = backupPath(m_backups);
+    if (SPW_CDir::fileExists(oldest) == 0) {
+        (void)SPW_CDir::removeFile(oldest);  // reported there; the rename below then fails as well
+    }
+    for (std::int32_t i = m_backups - 1; i >= 0; --i) {
+        const SPW_CString source = i == 0 ? m_path : backupPath(i);
+        if (SPW_CDir::fileExists(source) == 0) {
+            (void)SPW_CDir::rename(source, backupPath(i + 1));  // reported there; the others still move
+        }
+    }
+}
+
+SPW_CString SPW_CLogFile::backupPath(std::int32_t number) const {
+    SPW_CString path(m_directory);
+    // A path without a directory is a plain name, or one whose base name begins with the root's separator.
+    if (!m_directory.isEmpty()) {
+        path.append(SPW_CDir::separator());  // a back-slash would be part of the name on Linux
+    }
+    path.append(m_baseName + u"-");
+    path.append(number);
+    path.append(u"." + m_extension);
+    return path;
+}
