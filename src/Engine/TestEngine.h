@@ -82,7 +82,7 @@ private:
         bool ping = false;
         std::uint32_t port = 0;
         std::int32_t periodMs = 0;
-        std::uint32_t overheadBytes = 0;
+        std::int32_t overheadBytes = 0;
         SPW_CString announcement;
     };
     // Who this device is.
@@ -94,30 +94,39 @@ private:
         SPW_CArray<SPW_CString> localAddresses;
     };
 
-    void loadSettingsAndIdentity();
+    void reloadSettings();
+    void refreshIdentity();
+    void composeAnnouncement();
     ProbePlan probePlan() const;
-    SPW_CString composeAnnouncement() const;
 
     void createProbes(const PeerRecord& peer);
-    void createListener(ProbeListener* listener, const char16_t* logLine);
-    void createMulticastProbes();
+    void createListeners();
+    void addConnector(ProbeConnector* connector);
+    void addListener(ProbeListener* listener);
+    int addPinger(VTR_CPinger* pinger);
     void startProbes();
     void startListeners();
-    void stopProbes();
     void stopListeners();
+    void stopProbes();
     void destroyProbes();
-    void addConnector(ProbeConnector* connector);
-    int addPinger(VTR_CPinger* pinger);
+    void logConnectorFailure(const char16_t* what, ProbeConnector& connector);
     SPW_CString connectorErrorText(int index) const;
-    void logLine(const SPW_CString& line) { (void)logEvent(line, TestLog::kNoLimit); }
+    int rowCount() const;
 
+    void logLine(const SPW_CString& line) { (void)logEvent(line, TestLog::kNoLimit); }
     void logProbeLine(const SPW_CString& line, std::int32_t waitMs);
+    bool probeLogging(bool& withData, std::int32_t& waitMs) const;
+
     bool count(const SPW_CString& address, int protocol, std::int32_t sequence);
-    void discover(const SPW_CString& address, const SPW_CString& text);
-    bool beginDiscovery(const SPW_CString& address, const SPW_CString& name, ProbePlan& plan, bool& startAtOnce);
+    enum DiscoveryStart { kBegun, kUnwanted, kKnownMeanwhile };
+    bool discover(const SPW_CString& address, const SPW_CString& text);
+    DiscoveryStart beginDiscovery(const SPW_CString& address, const SPW_CString& name, ProbePlan& plan,
+                                  bool& startAtOnce);
+    void createDiscoveredProbes(const SPW_CString& address, const ProbePlan& plan, bool startAtOnce);
     void endDiscovery();
     void closeDiscoveries();
     void reopenDiscoveries();
+    bool hasDiscoveryInProgress() const;
 
     // Set before the first probe exists, then read only.
     UiSink* const m_sink;

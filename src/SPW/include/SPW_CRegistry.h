@@ -41,7 +41,10 @@ public:
     static constexpr SPW_Result kNothingToWrite = 544;
     static constexpr SPW_Result kTypeNotSupported = 545;
 
-    SPW_CRegistry(const SPW_CString& hive, const SPW_CString& path);
+    // Makes sure that the key exists, unless told to leave a missing one missing: what other products keep is read
+    // without planting empty keys there.
+    enum Presence { kCreateKey, kOnlyIfPresent };
+    SPW_CRegistry(const SPW_CString& hive, const SPW_CString& path, Presence presence = kCreateKey);
     virtual ~SPW_CRegistry();
     SPW_CRegistry(const SPW_CRegistry&) = delete;
     SPW_CRegistry& operator=(const SPW_CRegistry&) = delete;

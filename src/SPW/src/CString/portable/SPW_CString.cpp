@@ -310,9 +310,7 @@ void SPW_CString::assignUnits(const char16_t* text, int count) {
 // --- Assignment ---
 
 SPW_CString& SPW_CString::operator=(const SPW_CString& other) {
-    if (this != &other) {
-        assign(other);
-    }
+    assign(other);
     return *this;
 }
 

@@ -1,0 +1,198 @@
+#include "Settings.h"
+
+#include "SPW_CApp.h"
+#include "SPW_CRegistry.h"
+#include "SPW_CSystemInfo.h"
+
+namespace {
+
+constexpr char16_t kHive[] = u"HKEY_CURRENT_USER";
+constexpr char16_t kMainKey[] = u"Software\\Vantiro Networks\\Vantiro Diagnostic";
+constexpr char16_t kNamedPeersKey[] = u"Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses";
+
+// The registry keys behind the settings; making one makes sure that the keys exist. Lives for one load.
+class SettingsStore {
+public:
+    SettingsStore() : m_main(kHive, kMainKey), m_namedPeers(kHive, kNamedPeersKey) {}
+
+    // The setting's text; a missing or unreadable one is created with its default.
+    SPW_CString readSetting(const char16_t* name, const SPW_CString& defaultText) {
+        SPW_CRegistryData data;
+        SPW_CString text;
+        if (m_main.getValue(name, data) == 0 && data.toText(text)) {
+            return text;
+        }
+        SPW_CRegistryData created;
+        if (created.setString(defaultText) == 0) {
+            // A registry that cannot be written costs only the user's chance to see the default there.
+            (void)m_main.setValue(name, created);
+        }
+        return defaultText;
+    }
+
+    bool readFlag(const char16_t* name, const char16_t* defaultText) {
+        return readSetting(name, defaultText).compareNoCase(u"yes") == 0;
+    }
+
+    std::int32_t readNumber(const char16_t* name, const SPW_CString& defaultText) {
+        return readSetting(name, defaultText).toInt();
+    }
+
+    void readNamedPeers(SPW_CArray<SPW_CString>& addresses, SPW_CArray<SPW_CString>& names) {
+        std::uint32_t count = 0;
+        if (m_namedPeers.getNumberOfValues(count) != 0) {
+            return;
+        }
+        addresses.empty();
+        names.empty();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            SPW_CString name;
+            SPW_CRegistryData data;
+            if (m_namedPeers.enumValue(i, name, data) != 0) {
+                continue;
+            }
+            SPW_CString address;
+            if (!data.toText(address)) {
+                address.clear();
+            }
+            names.append(name);
+            addresses.append(address);
+        }
+    }
+
+private:
+    SPW_CRegistry m_main;
+    SPW_CRegistry m_namedPeers;
+};
+
+SPW_CString defaultMulticastPort(std::int32_t override) {
+    return override == kNoMulticastPortOverride ? SPW_CString(u"7550") : SPW_CString(static_cast<int>(override));
+}
+
+// Companion products' values are read as wide text, up to the first null, whatever their type; of longer ones only
+// the first characters count.
+constexpr int kCompanionCharacters = 128;
+
+SPW_CString wideTextOf(const SPW_CArray<std::uint8_t>& bytes) {
+    SPW_CString text;
+    for (int i = 0; i + 1 < bytes.numberOfElements(); i += 2) {
+        const char16_t c = static_cast<char16_t>(bytes[i] | bytes[i + 1] << 8);
+        if (c == 0) {
+            break;
+        }
+        text.append(c);
+    }
+    return text;
+}
+
+SPW_CString wideTextOf(std::uint32_t number) {
+    SPW_CArray<std::uint8_t> bytes;
+    for (int shift = 0; shift < 32; shift += 8) {
+        bytes.append(static_cast<std::uint8_t>(number >> shift));
+    }
+    return wideTextOf(bytes);
+}
+
+// False when the key or the value is missing.
+bool readCompanionText(const char16_t* key, const char16_t* name, SPW_CString& text) {
+    SPW_CRegistry registry(kHive, key, SPW_CRegistry::kOnlyIfPresent);
+    SPW_CRegistryData data;
+    if (registry.getValue(name, data) != 0) {
+        return false;
+    }
+    switch (data.type()) {
+        case SPW_CRegistryData::kBytes: {
+            SPW_CArray<std::uint8_t> bytes;
+            const bool read = data.getBytes(bytes) == 0;
+            text = wideTextOf(bytes);
+            return read;
+        }
+        case SPW_CRegistryData::kNumber: {
+            std::uint32_t number = 0;
+            const bool read = data.getNumber(number) == 0;
+            text = wideTextOf(number);
+            return read;
+        }
+        default:
+            return data.toText(text);
+    }
+}
+
+SPW_CString readCompanionName(const char16_t* key, const char16_t* name) {
+    SPW_CString text;
+    return readCompanionText(key, name, text) ? text.left(kCompanionCharacters) : SPW_CString();
+}
+
+}  // namespace
+
+std::int32_t Settings::periodMs() const {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(frequencyQty) * frequencyUnitMs);
+}
+
+// The order of reading is also the order in which missing values are created.
+void loadSettings(Settings& settings, std::int32_t multicastPortOverride) {
+    SettingsStore store;
+    SPW_CApp::getModulePath(settings.applicationPath, true);
+    settings.version = readVersion(settings.applicationPath);
+    settings.displayNameSource = store.readSetting(u"display name", u"Host Name");
+    settings.description = store.readSetting(u"description", u"This is a linkometry test logfile");
+    settings.frequencyQty = store.readNumber(u"frequency qty", u"1");
+    settings.frequencyUnitMs = unitToMilliseconds(store.readSetting(u"frequency units", u"seconds"));
+    settings.logDataPackets = store.readFlag(u"log data packets", u"no");
+    settings.logEvents = store.readFlag(u"log events", u"no");
+    settings.logFileName = store.readSetting(u"log filename", u"VantiroDiagnostics.txt");
+    settings.multicastGroup = store.readSetting(u"multicast group", u"228.227.226.225");
+    settings.multicastPort = store.readNumber(u"multicast port", defaultMulticastPort(multicastPortOverride));
+    settings.multicastSelected = store.readFlag(u"multicast selected", u"yes");
+    settings.multicastTtl = store.readNumber(u"multicast ttl", u"3");
+    store.readNamedPeers(settings.namedPeerAddresses, settings.namedPeerNames);
+    settings.overheadBytes = store.readNumber(u"overhead bytes", u"10");
+    settings.includeAnyoneInReach = store.readFlag(u"peer set includes anyone-in-reach", u"yes");
+    settings.includeNamedIpAddresses = store.readFlag(u"peer set includes named-ip-addresses", u"yes");
+    settings.pingSelected = store.readFlag(u"ping selected", u"yes");
+    settings.port = store.readNumber(u"port", u"5009");
+    settings.tcpipSelected = store.readFlag(u"tcpip selected", u"yes");
+    settings.udpSelected = store.readFlag(u"udp selected", u"yes");
+}
+
+std::uint32_t unitToMilliseconds(const SPW_CString& unit) {
+    static constexpr struct {
+        const char16_t* word;
+        std::uint32_t milliseconds;
+    } kUnits[] = {
+        {u"milliseconds", 1}, {u"seconds", 1000}, {u"minutes", 60000}, {u"hours", 3600000}, {u"days", 86400000},
+    };
+    for (const auto& known : kUnits) {
+        if (unit.compareNoCase(known.word) == 0) {
+            return known.milliseconds;
+        }
+    }
+    return 0;
+}
+
+SPW_CString readVersion(const SPW_CString& path) {
+    SPW_CString text(u"Version and build unavailable");
+    std::uint32_t high = 0;
+    std::uint32_t low = 0;
+    if (SPW_CSystemInfo::instance->fileVersion(path, high, low)) {
+        text.format(u"Version %d.%d.%d.%d", static_cast<int>(high >> 16), static_cast<int>(high & 0xFFFF),
+                    static_cast<int>(low >> 16), static_cast<int>(low & 0xFFFF));
+    }
+    return text;
+}
+
+std::int32_t readKorvUdpPort() {
+    SPW_CString text;
+    return readCompanionText(u"Software\\Vantiro Networks\\Vantiro\\KORV", u"UDPPort", text) &&
+                   text.length() < kCompanionCharacters
+               ? static_cast<std::int32_t>(text.toInt())
+               : kNoMulticastPortOverride;
+}
+
+SPW_CString readOwnerName() {
+    return readCompanionName(u"ControlPanel\\Owner", u"Owner");
+}
+
+SPW_CString readFriendlyName() {
+    return readCompanionName(u"Software\\Vantiro Networks\\Vantiro\\TLP", u"Friendly Name");
+}

@@ -1,0 +1,656 @@
+#include "TestEngine.h"
+
+#include <algorithm>
+#include <new>
+
+#include "ForeignText.h"
+#include "SPW_CSocket.h"
+#include "VTR_CMulticastConnector.h"
+#include "VTR_CMulticastListener.h"
+#include "VTR_CPinger.h"
+#include "VTR_CTcpipConnector.h"
+#include "VTR_CTcpipListener.h"
+#include "VTR_CUdpConnector.h"
+#include "VTR_CUdpListener.h"
+
+// How the engine lives with its threads.
+//
+// The engine is driven from outside (start, stop, addPeer, reset, report, snapshots) and called from inside by every
+// probe it owns. Two callers on the inside matter: a probe that is counted or logged, which is frequent and short, and
+// a listener that hears an unknown sender, which makes that thread create and start probe objects: a discovery.
+//
+// (a) The engine lock guards rows, arrays and lists and is held only to read or change them. Starting, stopping or
+// destroying a probe waits for that probe's step, and the step may be inside a callback that wants the engine lock;
+// a line may wait for the log as long as the disk likes. So all of that happens outside the lock.
+//
+// (b) Hence a pointer that is taken out of an array under the lock is used without it, and something else must keep
+// the object alive. It is this: objects are destroyed only by destroyProbes(), under the control lock, while
+// discoveries are closed. Whoever holds the control lock, and whoever is inside a discovery, may use any probe.
+//
+// (c) A discovery is bracketed by beginDiscovery() and endDiscovery(). The first, in one hold of the lock, looks the
+// sender up once more, appends its row, and takes a copy of all that the probes need; so of two listeners that hear a
+// new sender at once one makes the row and the probes, and the other finds the row and counts. closeDiscoveries()
+// refuses new ones and waits for those in progress. The waiting cannot block for ever: what a discovery waits for are
+// the engine lock, which the closer does not hold, and the log, whose writer depends on nobody.
+//
+// (d) stop() stops the listeners first. Stopping a listener waits for its step, hence for the discovery inside it,
+// whose connectors are then all in the array; the listeners that are still to be stopped may go on discovering, since
+// no connector has been stopped yet. Only then discoveries are closed (a callback from anywhere else would find them
+// so) and the connectors and pingers are stopped: none can join behind the one that stop() has just passed.
+// Closing first instead would throw away what the last steps of the listeners have found.
+//
+// (e) start() closes discoveries before it destroys anything. A sender that is heard until its listener is gone is
+// dropped, which loses nothing: start() forgets the discovered peers anyway and the sender's next probe finds the
+// new test. They are opened again when the test runs and before the first listener does. Destruction closes them for
+// good.
+//
+// (f) While no test runs a discovery still gets its row and its probes, as an added peer does, but nothing is started.
+// `running` changes only while discoveries are closed, so the answer that beginDiscovery() gives holds until
+// endDiscovery().
+//
+// (g) The sink hears of a change after the engine lock is released, since a user interface may be slow or ask
+// for a snapshot. Two threads that have counted on one row, in whatever order, must not tell the sink in the other
+// order, or an old figure would stay on the screen until the next probe. So the sink lock is taken before counting and
+// given back after telling: updates leave in the order of counting. resetStatistics() does the same row by row; what is
+// counted after a row's reset counts from zero and is told after the zeros.
+//
+// The order of the locks is: control, sink, engine.
+
+namespace {
+
+// Only so many padding characters are sent, whatever the setting says: no packet can be longer, and every receiver
+// reads but 1000 bytes.
+constexpr int kMaximumPadding = 65536;
+// How often a closer looks again whether the discoveries have ended, in case the event could not be created.
+constexpr std::uint32_t kDiscoveryWaitMs = 100;
+
+// Addresses that say nothing about where a device can be reached: none, itself, and its cradle.
+bool isReachableAddress(const SPW_CIpAddress& address) {
+    return address != SPW_CIpAddress(0, 0, 0, 0) && address != SPW_CIpAddress(127, 0, 0, 1) &&
+           address != SPW_CIpAddress(192, 168, 55, 101);
+}
+
+// False for the kinds that receive nothing.
+bool protocolOf(std::uint32_t kind, int& protocol) {
+    switch (kind) {
+        case kTcpipListener:
+            protocol = kTcpip;
+            return true;
+        case kUdpListener:
+            protocol = kUdp;
+            return true;
+        case kMulticastListener:
+            protocol = kMulticast;
+            return true;
+        case kPinger:
+            protocol = kPing;
+            return true;
+        default:
+            return false;
+    }
+}
+
+// The display name in an announcement ("version|name||||"): what follows the first "|" or ":" and any further "|",
+// up to the next "|".
+SPW_CString announcedName(const SPW_CString& announcement) {
+    const char16_t* text = announcement.text();
+    const int length = announcement.length();
+    int start = 0;
+    while (start < length && text[start] != u'|' && text[start] != u':') {
+        ++start;
+    }
+    ++start;
+    while (start < length && text[start] == u'|') {
+        ++start;
+    }
+    int end = start;
+    while (end < length && text[end] != u'|') {
+        ++end;
+    }
+    return start < length ? SPW_CString(text + start, end - start) : SPW_CString();
+}
+
+template <typename Probe>
+void destroyAll(SPW_CArray<Probe*>& probes, SPW_CCriticalSection& lock) {
+    SPW_CArray<Probe*> doomed;
+    {
+        const SPW_CGuard guard(lock);
+        doomed = probes;
+        probes.empty();
+    }
+    for (int i = 0; i < doomed.numberOfElements(); ++i) {
+        delete doomed[i];
+    }
+}
+
+}  // namespace
+
+TestEngine::TestEngine(UiSink* sink, bool loggingOn) : m_sink(sink) {
+    // Should the library not start, every socket operation says so later.
+    (void)SPW_CSocket::instance->startup();
+    (void)m_noDiscovery.create(false, false, nullptr);
+    reloadSettings();
+    if (loggingOn) {
+        m_log.open(m_settings.logFileName, m_settings.description, m_settings.applicationPath, m_settings.version);
+    }
+    refreshIdentity();
+}
+
+TestEngine::~TestEngine() {
+    m_destroying = true;
+    destroyProbes();
+    m_log.close();
+    SPW_CSocket::instance->cleanup();
+}
+
+void TestEngine::start() {
+    const SPW_CGuard control(m_controlLock);
+    logLine(SPW_CString(u" ---- Test ") + static_cast<int>(m_testNumber) + u" starting ---");
+    destroyProbes();
+    reloadSettings();
+    refreshIdentity();
+    for (int i = 0; i < m_addedPeers.numberOfElements(); ++i) {
+        createProbes({m_addedPeers[i].address, m_addedPeers[i].name, true, true, true});
+    }
+    if (m_settings.includeNamedIpAddresses) {
+        for (int i = 0; i < m_settings.namedPeerAddresses.numberOfElements(); ++i) {
+            createProbes({m_settings.namedPeerAddresses[i], m_settings.namedPeerNames[i], true, true, true});
+        }
+    }
+    // Deliberately after the peers' connectors, which keep the announcement as it was before this start (none at
+    // the first one); receivers know that probes of a first test bear no name.
+    composeAnnouncement();
+    createListeners();
+    startProbes();
+    reopenDiscoveries();
+    startListeners();
+}
+
+void TestEngine::stop() {
+    const SPW_CGuard control(m_controlLock);
+    stopListeners();
+    closeDiscoveries();
+    stopProbes();
+    logReport();
+    m_running = false;
+    logLine(SPW_CString(u" ---- Test ") + static_cast<int>(m_testNumber) + u" complete ---");
+    ++m_testNumber;
+    reopenDiscoveries();
+}
+
+void TestEngine::resetStatistics() {
+    const int rows = rowCount();
+    for (int i = 0; i < rows; ++i) {
+        const SPW_CGuard order(m_sinkLock);
+        SPW_CString label;
+        {
+            const SPW_CGuard guard(m_lock);
+            if (i >= m_peers.size()) {
+                return;  // a start on another thread has forgotten the rows meanwhile
+            }
+            m_peers.at(i).reset();
+            label = m_peers.at(i).label();
+        }
+        for (int protocol = 0; protocol < kProtocols; ++protocol) {
+            m_sink->updatePeerRow(label, 0, protocol, 0, 0);
+        }
+    }
+}
+
+int TestEngine::rowCount() const {
+    const SPW_CGuard guard(m_lock);
+    return m_peers.size();
+}
+
+void TestEngine::logReport() {
+    SPW_CArray<SPW_CString> lines;
+    {
+        const SPW_CGuard guard(m_lock);
+        for (int i = 0; i < m_peers.size(); ++i) {
+            lines.append(m_peers.at(i).reportLine());
+        }
+    }
+    for (int i = 0; i < lines.numberOfElements(); ++i) {
+        logLine(lines[i]);
+    }
+}
+
+void TestEngine::addPeer(const PeerRecord& peer) {
+    const SPW_CGuard control(m_controlLock);
+    m_addedPeers.append(peer);
+    createProbes(peer);
+}
+
+SPW_CString TestEngine::title() const {
+    const SPW_CGuard guard(m_lock);
+    SPW_CString title;
+    for (int i = 0; i < m_identity.localAddresses.numberOfElements(); ++i) {
+        title += m_identity.localAddresses[i];
+        title += u" ";
+    }
+    title += u" (";
+    title += m_identity.displayName;
+    title += u")";
+    return showableText(title);
+}
+
+SPW_Result TestEngine::logEvent(const SPW_CString& text, std::int32_t waitMs) {
+    return m_log.isOn() ? m_log.log(showableText(text), waitMs) : 0;
+}
+
+void TestEngine::snapshot(SPW_CArray<PeerRowValues>& rows) const {
+    rows.empty();
+    const SPW_CGuard guard(m_lock);
+    for (int i = 0; i < m_peers.size(); ++i) {
+        rows.append(m_peers.at(i).values());
+    }
+}
+
+void TestEngine::listenerFailures(SPW_CArray<SPW_CString>& texts) const {
+    const SPW_CGuard guard(m_lock);
+    texts = m_listenerFailures;
+}
+
+// ---- Settings and identity
+
+void TestEngine::reloadSettings() {
+    Settings settings = m_settings;
+    loadSettings(settings, readKorvUdpPort());
+    const SPW_CGuard guard(m_lock);
+    m_settings = settings;
+}
+
+void TestEngine::refreshIdentity() {
+    Identity identity;
+    if (!SPW_CSocket::instance->hostName(identity.hostName)) {
+        identity.hostName.clear();
+    }
+    SPW_CArray<SPW_CIpAddress> addresses;
+    if (SPW_CSocket::instance->resolve(identity.hostName, addresses)) {
+        for (int i = 0; i < addresses.numberOfElements(); ++i) {
+            if (isReachableAddress(addresses[i])) {
+                identity.localAddresses.append(addresses[i].toText());
+            }
+        }
+    }
+    identity.ownerName = readOwnerName();
+    identity.quillonName = readFriendlyName();
+
+    const SPW_CString& source = m_settings.displayNameSource;
+    if (source.compareNoCase(u"Quillon Name") == 0) {
+        identity.displayName = identity.quillonName;
+    } else if (source.compareNoCase(u"Login Name") == 0 || source.compareNoCase(u"Owner Name") == 0) {
+        identity.displayName = identity.ownerName;  // on purpose for both
+    }
+    if (identity.displayName.isEmpty()) {
+        identity.displayName = identity.hostName;
+    }
+    const SPW_CGuard guard(m_lock);
+    m_identity = identity;
+}
+
+void TestEngine::composeAnnouncement() {
+    SPW_CString padding;
+    padding.fill(u'|', std::clamp(static_cast<int>(m_settings.overheadBytes), 0, kMaximumPadding));
+    const SPW_CString announcement = m_settings.version + u"|" + m_identity.displayName + padding;
+    const SPW_CGuard guard(m_lock);
+    m_announcement = announcement;
+}
+
+TestEngine::ProbePlan TestEngine::probePlan() const {
+    ProbePlan plan;
+    plan.udp = m_settings.udpSelected;
+    plan.tcp = m_settings.tcpipSelected;
+    plan.ping = m_settings.pingSelected;
+    plan.port = static_cast<std::uint32_t>(m_settings.port);
+    plan.periodMs = m_settings.periodMs();
+    plan.overheadBytes = m_settings.overheadBytes;
+    plan.announcement = m_announcement;
+    return plan;
+}
+
+// ---- Making, starting, stopping and destroying probes; under the control lock
+
+void TestEngine::createProbes(const PeerRecord& peer) {
+    {
+        const SPW_CGuard guard(m_lock);
+        m_peers.addNamed(peer.address, peer.name);
+    }
+    const ProbePlan plan = probePlan();
+    if (peer.udp && plan.udp) {
+        ProbeConnector* connector =
+            new (std::nothrow) VTR_CUdpConnector(this, peer.address, plan.port, plan.announcement, plan.periodMs);
+        addConnector(connector);
+        logLine(SPW_CString(u"Created VTR_CUdpConnector to ") + peer.address);
+        if (m_running && connector != nullptr && connector->StartSending() != 0) {
+            logConnectorFailure(u"UDP StartSending failed returned ", *connector);
+        }
+    }
+    if (peer.tcp && plan.tcp) {
+        ProbeConnector* connector =
+            new (std::nothrow) VTR_CTcpipConnector(this, peer.address, plan.port, plan.announcement, plan.periodMs);
+        addConnector(connector);
+        logLine(SPW_CString(u"Created VTR_CTcpipConnector to ") + peer.address);
+        if (m_running && connector != nullptr && connector->StartSending() != 0) {
+            logConnectorFailure(u"TCPIP StartSending failed returned ", *connector);
+        }
+    }
+    if (peer.ping && plan.ping) {
+        VTR_CPinger* pinger = new (std::nothrow) VTR_CPinger(this, peer.address, plan.periodMs, plan.overheadBytes);
+        const int index = addPinger(pinger);
+        logLine(SPW_CString(u"Created VTR_CPinger to ") + peer.address);
+        if (m_running && pinger != nullptr && pinger->StartPinging() != 0) {
+            logLine(SPW_CString(u"StartPinging failed returned ") + connectorErrorText(index));
+        }
+    }
+}
+
+void TestEngine::createListeners() {
+    const ProbePlan plan = probePlan();
+    if (m_settings.multicastSelected) {
+        const std::uint32_t port = static_cast<std::uint32_t>(m_settings.multicastPort);
+        addConnector(new (std::nothrow) VTR_CMulticastConnector(
+            this, m_settings.multicastGroup, port, plan.announcement, plan.periodMs, m_settings.multicastTtl));
+        logLine(u"Created VTR_CMulticastConnector");
+        addListener(new (std::nothrow) VTR_CMulticastListener(this, port, m_settings.multicastGroup));
+        logLine(u"Created VTR_CMulticastListener");
+    }
+    if (plan.udp) {
+        addListener(new (std::nothrow) VTR_CUdpListener(this, plan.port));
+        logLine(u"Created VTR_CUdpListener");
+    }
+    if (plan.tcp) {
+        addListener(new (std::nothrow) VTR_CTcpipListener(this, plan.port));
+        logLine(u"Created VTR_CTcpipListener");
+    }
+}
+
+void TestEngine::addConnector(ProbeConnector* connector) {
+    const SPW_CGuard guard(m_lock);
+    m_connectors.append(connector);
+}
+
+void TestEngine::addListener(ProbeListener* listener) {
+    const SPW_CGuard guard(m_lock);
+    m_listeners.append(listener);
+}
+
+// Answers the pinger's index.
+int TestEngine::addPinger(VTR_CPinger* pinger) {
+    const SPW_CGuard guard(m_lock);
+    m_pingers.append(pinger);
+    return m_pingers.numberOfElements() - 1;
+}
+
+// Discoveries are closed.
+void TestEngine::startProbes() {
+    resetStatistics();
+    for (int i = 0; i < m_connectors.numberOfElements(); ++i) {
+        if (m_connectors[i] != nullptr && m_connectors[i]->StartSending() != 0) {
+            logConnectorFailure(u"StartSending failed returned ", *m_connectors[i]);
+        }
+    }
+    for (int i = 0; i < m_pingers.numberOfElements(); ++i) {
+        if (m_pingers[i] != nullptr && m_pingers[i]->StartPinging() != 0) {
+            logLine(SPW_CString(u"StartPinging failed returned ") + connectorErrorText(i));
+        }
+    }
+    m_running = true;
+}
+
+// Discoveries are open: the first listener may find peers while the second is started. Only connectors and pingers
+// join then.
+void TestEngine::startListeners() {
+    for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
+        if (m_listeners[i] != nullptr && m_listeners[i]->StartListening() != 0) {
+            const SPW_CString text = m_listeners[i]->GetLastErrorText();
+            {
+                const SPW_CGuard guard(m_lock);
+                m_listenerFailures.append(text);
+            }
+            logLine(SPW_CString(u"StartListening failed returned ") + text);
+        }
+    }
+}
+
+void TestEngine::stopListeners() {
+    for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
+        if (m_listeners[i] != nullptr && m_listeners[i]->StopListening() != 0) {
+            logLine(SPW_CString(u"StopListening failed returned ") + m_listeners[i]->GetLastErrorText());
+        }
+    }
+}
+
+// Discoveries are closed.
+void TestEngine::stopProbes() {
+    for (int i = 0; i < m_connectors.numberOfElements(); ++i) {
+        if (m_connectors[i] != nullptr && m_connectors[i]->StopSending() != 0) {
+            logConnectorFailure(u"StopSending failed returned ", *m_connectors[i]);
+        }
+    }
+    for (int i = 0; i < m_pingers.numberOfElements(); ++i) {
+        if (m_pingers[i] != nullptr && m_pingers[i]->StopPinging() != 0) {
+            logLine(SPW_CString(u"StopPinging failed returned ") + connectorErrorText(i));
+        }
+    }
+}
+
+// Leaves discoveries closed.
+void TestEngine::destroyProbes() {
+    closeDiscoveries();
+    m_running = false;
+    destroyAll(m_connectors, m_lock);
+    destroyAll(m_listeners, m_lock);
+    destroyAll(m_pingers, m_lock);
+    const SPW_CGuard guard(m_lock);
+    m_peers.empty();
+    m_onceOnly.empty();
+    m_listenerFailures.empty();
+}
+
+void TestEngine::logConnectorFailure(const char16_t* what, ProbeConnector& connector) {
+    logLine(SPW_CString(what) + connector.GetLastErrorText());
+}
+
+// The text that is logged for a pinger is deliberately that of the connector at the pinger's index, where there is one;
+// readers of logs know it so.
+SPW_CString TestEngine::connectorErrorText(int index) const {
+    ProbeConnector* connector = nullptr;
+    {
+        const SPW_CGuard guard(m_lock);
+        if (index < m_connectors.numberOfElements()) {
+            connector = m_connectors[index];
+        }
+    }
+    return connector == nullptr ? SPW_CString() : connector->GetLastErrorText();
+}
+
+// ---- What probes report, on their own threads
+
+void TestEngine::onSocketError(std::uint32_t kind, std::uint32_t, const SPW_CString& address, SPW_Result,
+                               const SPW_CString& message) {
+    {
+        const SPW_CGuard guard(m_lock);
+        if (!m_onceOnly.admit(kind, address)) {
+            return;
+        }
+    }
+    logLine(TestLog::socketErrorLine(kind, address, message));
+}
+
+void TestEngine::onDataSent(std::uint32_t kind, std::uint32_t, const SPW_CString& target, std::int32_t sequence,
+                            const SPW_CString& text) {
+    if (kind == kTcpipConnector || kind == kUdpConnector) {
+        const SPW_CGuard guard(m_lock);
+        m_onceOnly.forget(kind, target);
+    }
+    bool withData = false;
+    std::int32_t waitMs = 0;
+    if (probeLogging(withData, waitMs)) {
+        logProbeLine(TestLog::sentLine(kind, sequence, target, withData ? &text : nullptr), waitMs);
+    }
+}
+
+void TestEngine::onDataReceived(std::uint32_t kind, std::uint32_t, const SPW_CString& sender, std::int32_t sequence,
+                                const SPW_CString& text) {
+    int protocol = 0;
+    if (!protocolOf(kind, protocol)) {
+        return;
+    }
+    bool withData = false;
+    std::int32_t waitMs = 0;
+    if (probeLogging(withData, waitMs)) {
+        logProbeLine(TestLog::receivedLine(kind, sequence, sender, withData ? &text : nullptr), waitMs);
+    }
+    if (kind == kPinger) {
+        const SPW_CGuard guard(m_lock);
+        m_onceOnly.forget(kind, sender);
+    }
+    if (m_destroying) {
+        return;
+    }
+    if (!count(sender, protocol, sequence) && discover(sender, text)) {
+        // Another listener made the row just now. Should a start have forgotten it again, so be it.
+        (void)count(sender, protocol, sequence);
+    }
+}
+
+bool TestEngine::probeLogging(bool& withData, std::int32_t& waitMs) const {
+    if (!m_log.isOn()) {
+        return false;
+    }
+    const SPW_CGuard guard(m_lock);
+    withData = m_settings.logDataPackets;
+    waitMs = m_settings.periodMs();
+    return m_settings.logEvents;
+}
+
+void TestEngine::logProbeLine(const SPW_CString& line, std::int32_t waitMs) {
+    if (logEvent(line, waitMs) != 0) {
+        logLine(TestLog::lostLine(line));
+    }
+}
+
+// False when no row has this address.
+bool TestEngine::count(const SPW_CString& address, int protocol, std::int32_t sequence) {
+    const SPW_CGuard order(m_sinkLock);
+    SPW_CString label;
+    int quality = 0;
+    std::int32_t received = 0;
+    std::int32_t total = 0;
+    {
+        const SPW_CGuard guard(m_lock);
+        PeerRow* row = m_peers.find(address);
+        if (row == nullptr) {
+            return false;
+        }
+        row->record(protocol, sequence);
+        label = row->label();
+        quality = row->quality();
+        received = row->counter(protocol).received();
+        total = row->counter(protocol).total();
+    }
+    m_sink->updatePeerRow(label, quality, protocol, received, total);
+    return true;
+}
+
+// ---- Discovery
+
+// True when there was nothing to discover because the row has come into being meanwhile.
+bool TestEngine::discover(const SPW_CString& address, const SPW_CString& text) {
+    const SPW_CString name = announcedName(text);
+    ProbePlan plan;
+    bool startAtOnce = false;
+    const DiscoveryStart begun = beginDiscovery(address, name, plan, startAtOnce);
+    if (begun != kBegun) {
+        return begun == kKnownMeanwhile;
+    }
+    SPW_CString line = SPW_CString(u"New device discovered: address ") + address;
+    if (!name.isEmpty()) {
+        line += u" name: ";
+        line += name;
+    }
+    logLine(line);
+    createDiscoveredProbes(address, plan, startAtOnce);
+    endDiscovery();
+    return false;
+}
+
+TestEngine::DiscoveryStart TestEngine::beginDiscovery(const SPW_CString& address, const SPW_CString& name,
+                                                      ProbePlan& plan, bool& startAtOnce) {
+    const SPW_CGuard guard(m_lock);
+    if (m_peers.find(address) != nullptr) {
+        return kKnownMeanwhile;
+    }
+    if (m_discoveriesClosed || !m_settings.includeAnyoneInReach) {
+        return kUnwanted;
+    }
+    for (int i = 0; i < m_identity.localAddresses.numberOfElements(); ++i) {
+        if (m_identity.localAddresses[i] == address) {
+            return kUnwanted;
+        }
+    }
+    m_peers.addDiscovered(address, name);
+    plan = probePlan();
+    startAtOnce = m_running;
+    ++m_discoveriesInProgress;
+    return kBegun;
+}
+
+// What starting gives is ignored: the test goes on with whatever could be started.
+void TestEngine::createDiscoveredProbes(const SPW_CString& address, const ProbePlan& plan, bool startAtOnce) {
+    if (plan.udp) {
+        ProbeConnector* connector =
+            new (std::nothrow) VTR_CUdpConnector(this, address, plan.port, plan.announcement, plan.periodMs);
+        addConnector(connector);
+        if (startAtOnce && connector != nullptr) {
+            (void)connector->StartSending();
+        }
+        logLine(SPW_CString(u"Created VTR_CUdpConnector to ") + address);
+    }
+    if (plan.tcp) {
+        ProbeConnector* connector =
+            new (std::nothrow) VTR_CTcpipConnector(this, address, plan.port, plan.announcement, plan.periodMs);
+        addConnector(connector);
+        if (startAtOnce && connector != nullptr) {
+            (void)connector->StartSending();
+        }
+        logLine(SPW_CString(u"Created VTR_CTcpipConnector to ") + address);
+    }
+    if (plan.ping) {
+        VTR_CPinger* pinger = new (std::nothrow) VTR_CPinger(this, address, plan.periodMs, plan.overheadBytes);
+        (void)addPinger(pinger);
+        if (startAtOnce && pinger != nullptr) {
+            (void)pinger->StartPinging();
+        }
+        logLine(SPW_CString(u"Created VTR_CPinger to ") + address);
+    }
+}
+
+void TestEngine::endDiscovery() {
+    const SPW_CGuard guard(m_lock);
+    --m_discoveriesInProgress;
+    if (m_discoveriesClosed && m_discoveriesInProgress == 0) {
+        (void)m_noDiscovery.set();
+    }
+}
+
+void TestEngine::closeDiscoveries() {
+    {
+        const SPW_CGuard guard(m_lock);
+        m_discoveriesClosed = true;
+    }
+    while (hasDiscoveryInProgress()) {
+        (void)m_noDiscovery.wait(kDiscoveryWaitMs);
+    }
+}
+
+void TestEngine::reopenDiscoveries() {
+    const SPW_CGuard guard(m_lock);
+    m_discoveriesClosed = false;
+}
+
+bool TestEngine::hasDiscoveryInProgress() const {
+    const SPW_CGuard guard(m_lock);
+    return m_discoveriesInProgress > 0;
+}

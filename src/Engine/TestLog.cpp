@@ -1,0 +1,164 @@
+#include "TestLog.h"
+
+#include <new>
+
+#include "SPW_CDir.h"
+#include "TestLogWriter.h"
+#include "TextHash.h"
+
+TestLog::~TestLog() {
+    close();
+}
+
+void TestLog::open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
+                   const SPW_CString& version) {
+    m_path = path;
+    if (SPW_CDir::fileExists(path) == 0) {
+        // The directory class has reported a failure; the log then goes on in the old file.
+        (void)SPW_CDir::removeFile(path);
+    }
+    m_writer = new (std::nothrow) TestLogWriter(path, description, application, version, kQueuedLines);
+}
+
+void TestLog::close() {
+    delete m_writer;
+    m_writer = nullptr;
+}
+
+SPW_Result TestLog::openResult() const {
+    return isOn() ? m_writer->openResult() : 0;
+}
+
+SPW_Result TestLog::log(const SPW_CString& line, std::int32_t waitMs) {
+    return isOn() ? m_writer->log(line, waitMs) : 0;
+}
+
+namespace {
+
+SPW_CString probeLine(std::uint32_t kind, const char16_t* verb, std::int32_t sequence, const char16_t* preposition,
+                      const SPW_CString& address) {
+    SPW_CString line(u"E :");
+    line += probeKindName(kind);
+    line += verb;
+    line += sequence;
+    line += preposition;
+    line += address;
+    return line;
+}
+
+// What stands before the component's name in the line of a socket error. The misspelling is part of the texts,
+// which people search their logs for.
+const char16_t* socketErrorPrefix(std::uint32_t kind) {
+    switch (kind) {
+        case kTcpipConnector:
+            return u"SOCKET ERROR: (logged only once until successfull tcpip send to this address to avoid filling "
+                   u"the logfile) on ";
+        case kUdpConnector:
+            return u"SOCKET ERROR: (logged only once until successfull udp send to this address to avoid filling "
+                   u"the logfile) on ";
+        case kPinger:
+            return u"SOCKET ERROR: (logged only once until successfull ping to this address to avoid filling "
+                   u"the logfile) on ";
+        default:
+            return u"SOCKET ERROR: on ";
+    }
+}
+
+}  // namespace
+
+SPW_CString TestLog::sentLine(std::uint32_t kind, std::int32_t sequence, const SPW_CString& target,
+                              const SPW_CString* data) {
+    SPW_CString line = probeLine(kind, u" sent seq # ", sequence, u" to ", target);
+    if (data != nullptr) {
+        line += u"Data sent: ";
+        line += *data;
+    }
+    return line;
+}
+
+SPW_CString TestLog::receivedLine(std::uint32_t kind, std::int32_t sequence, const SPW_CString& sender,
+                                  const SPW_CString* data) {
+    SPW_CString line = probeLine(kind, u" received seq # ", sequence, u" from ", sender);
+    if (data != nullptr) {
+        line += u"Data received: ";
+        line += *data;
+    }
+    return line;
+}
+
+SPW_CString TestLog::socketErrorLine(std::uint32_t kind, const SPW_CString& address, const SPW_CString& message) {
+    SPW_CString line(socketErrorPrefix(kind));
+    line += probeKindName(kind);
+    line += u" ( ";
+    line += address;
+    line += u" ) :";
+    line += message;
+    return line;
+}
+
+SPW_CString TestLog::lostLine(const SPW_CString& line) {
+    return SPW_CString(u"LOG ERROR: Failed to log ") + line + u" fast enough";
+}
+
+bool AddressSet::add(const SPW_CString& address) {
+    const std::uint32_t hash = textHash(address);
+    if (find(address, hash) >= 0) {
+        return false;
+    }
+    m_hashes.append(hash);
+    m_addresses.append(address);
+    return true;
+}
+
+void AddressSet::remove(const SPW_CString& address) {
+    const int index = find(address, textHash(address));
+    if (index >= 0) {
+        m_hashes.removeElementAt(index);
+        m_addresses.removeElementAt(index);
+    }
+}
+
+void AddressSet::empty() {
+    m_hashes.empty();
+    m_addresses.empty();
+}
+
+int AddressSet::find(const SPW_CString& address, std::uint32_t hash) const {
+    for (int i = 0; i < m_hashes.numberOfElements(); ++i) {
+        if (m_hashes[i] == hash && m_addresses[i] == address) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+bool OnceOnlyErrors::admit(std::uint32_t kind, const SPW_CString& address) {
+    AddressSet* list = listOf(kind);
+    return list == nullptr || list->add(address);
+}
+
+void OnceOnlyErrors::forget(std::uint32_t kind, const SPW_CString& address) {
+    AddressSet* list = listOf(kind);
+    if (list != nullptr) {
+        list->remove(address);
+    }
+}
+
+void OnceOnlyErrors::empty() {
+    m_tcpip.empty();
+    m_udp.empty();
+    m_ping.empty();
+}
+
+AddressSet* OnceOnlyErrors::listOf(std::uint32_t kind) {
+    switch (kind) {
+        case kTcpipConnector:
+            return &m_tcpip;
+        case kUdpConnector:
+            return &m_udp;
+        case kPinger:
+            return &m_ping;
+        default:
+            return nullptr;
+    }
+}
