@@ -7,7 +7,7 @@ VTR_CTcpipListener::VTR_CTcpipListener(ProbeEventSink* sink, std::uint32_t port)
 
 VTR_CTcpipListener::~VTR_CTcpipListener() {
     m_stopping = true;
-    closeClients();
+    VTR_CTcpipListener::closeClients();
     endThread();
     for (int i = 0; i < m_departed.numberOfElements(); ++i) {
         (void)SPW_CSocket::instance->close(m_departed[i]);  // nobody else closes them

@@ -310,7 +310,9 @@ void SPW_CString::assignUnits(const char16_t* text, int count) {
 // --- Assignment ---
 
 SPW_CString& SPW_CString::operator=(const SPW_CString& other) {
-    assign(other);
+    if (this != &other) {
+        assign(other);
+    }
     return *this;
 }
 
