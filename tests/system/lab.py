@@ -18,6 +18,7 @@ import re
 import shutil
 import signal
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
@@ -32,6 +33,36 @@ DEFECTS = re.compile(r"(?:ERROR|WARNING): \w+Sanitizer|runtime error: |[Aa]ssert
                      r"terminate called|double free|corrupted")
 
 _libc = ctypes.CDLL(None, use_errno=True)
+
+
+class NamespacesRefused(Exception):
+    """This machine does not let us make network namespaces; the text says what it refused."""
+
+
+def enter_namespaces():
+    """Starts the running script again in network and mount namespaces of its own; whoever is not root becomes it there.
+
+    Call it before anything else. It returns in the new process alone.
+    """
+    inside = "LINKOMETRY_LAB"
+    if inside in os.environ:
+        # `ip netns` keeps its names below /run, which is the machine's; this one is nobody else's.
+        subprocess.run(["mount", "-t", "tmpfs", "tmpfs", "/run"], check=True)
+        return
+    as_root = [] if os.geteuid() == 0 else ["--user", "--map-root-user"]
+    unshare = ["unshare", *as_root, "--mount", "--net"]
+    # Everything that a lab will ask of the kernel, so that its lack shows here and not in the middle of a test.
+    try:
+        attempt = subprocess.run([*unshare, "--uts", "sh", "-e", "-c",
+                                  "mount -t tmpfs tmpfs /run; hostname lab; ip netns add lab; "
+                                  "ip link add lab type bridge; ip link add lab0 type veth peer name lab1 netns lab"],
+                                 stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=False)
+    except FileNotFoundError as missing:
+        raise NamespacesRefused(f"there is no {missing.filename}") from None
+    if attempt.returncode != 0:
+        raise NamespacesRefused(f"network namespaces cannot be made here: {' '.join(attempt.stderr.split())}")
+    os.environ[inside] = "entered"
+    os.execvp("unshare", [*unshare, sys.executable, *sys.argv])
 
 
 def program_path():
