@@ -65,7 +65,7 @@ void SPW_CMessage::pushString(const SPW_CString& value) {
 }
 
 bool SPW_CMessage::popChar(char& value) {
-    std::uint32_t number;
+    std::uint32_t number = 0;
     if (!popTyped(number, 1, 'c'))
         return false;
     value = static_cast<char>(number);
@@ -73,7 +73,7 @@ bool SPW_CMessage::popChar(char& value) {
 }
 
 bool SPW_CMessage::popWide(char16_t& value) {
-    std::uint32_t number;
+    std::uint32_t number = 0;
     if (!popTyped(number, 2, 'w'))
         return false;
     value = static_cast<char16_t>(number);
@@ -81,7 +81,7 @@ bool SPW_CMessage::popWide(char16_t& value) {
 }
 
 bool SPW_CMessage::popInt(std::int32_t& value) {
-    std::uint32_t number;
+    std::uint32_t number = 0;
     if (!popTyped(number, 4, 'i'))
         return false;
     value = static_cast<std::int32_t>(number);
@@ -89,7 +89,7 @@ bool SPW_CMessage::popInt(std::int32_t& value) {
 }
 
 bool SPW_CMessage::popLong(std::int32_t& value) {
-    std::uint32_t number;
+    std::uint32_t number = 0;
     if (!popTyped(number, 4, 'l'))
         return false;
     value = static_cast<std::int32_t>(number);
@@ -259,7 +259,7 @@ bool SPW_CMessage::popNumber(std::uint32_t& value, int bytes) {
 }
 
 bool SPW_CMessage::popTyped(std::uint32_t& value, int bytes, char typeId) {
-    std::uint32_t number;
+    std::uint32_t number = 0;
     if (!popTypeCheck(typeId) || !popNumber(number, bytes))
         return false;
     value = number;
@@ -268,7 +268,7 @@ bool SPW_CMessage::popTyped(std::uint32_t& value, int bytes, char typeId) {
 
 // Pops the count of a block or string; `bytes` becomes the size of what it counts, which the body holds for sure.
 bool SPW_CMessage::popSize(std::uint64_t unit, std::uint64_t& bytes) {
-    std::uint32_t count;
+    std::uint32_t count = 0;
     if (!popTyped(count, 4, 'u'))
         return false;
     bytes = count * unit;
