@@ -1,0 +1,332 @@
+#include "SPW_CHiveFilePosix.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "../../CApp/posix/SPW_CUserDirPosix.h"
+#include "../../CSysError/posix/SPW_CSysErrorPosix.h"
+#include "SPW_CError.h"
+#include "SPW_CSysError.h"
+
+namespace {
+
+using Hive = SPW_CRegistrySys::Hive;
+using Text = std::shared_ptr<const SPW_CRegistryText>;
+
+// The clock of file times ticks every few milliseconds: a file that is younger than this when it is read may
+// change once more without showing it.
+constexpr std::int64_t kUnsettledNs = 100000000;
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : m_number(number) {}
+    ~Descriptor() {
+        if (m_number >= 0) {
+            ::close(m_number);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int number() const { return m_number; }
+    bool isOpen() const { return m_number >= 0; }
+    // Some file systems tell only now that the disk is full.
+    bool close() { return ::close(std::exchange(m_number, -1)) == 0; }
+
+private:
+    int m_number;
+};
+
+SPW_Result lastCode() {
+    return SPW_CSysErrorPosix::systemCode(errno);
+}
+
+const char* hiveName(Hive hive) {
+    switch (hive) {
+        case SPW_CRegistrySys::kClassesRoot:
+            return "HKEY_CLASSES_ROOT";
+        case SPW_CRegistrySys::kCurrentUser:
+            return "HKEY_CURRENT_USER";
+        case SPW_CRegistrySys::kLocalMachine:
+            break;
+    }
+    return "HKEY_LOCAL_MACHINE";
+}
+
+std::string folderOf(Hive hive) {
+    const char* chosen = std::getenv("VANTIRO_REGISTRY_DIR");
+    if (chosen != nullptr && chosen[0] != 0) {
+        return chosen;
+    }
+    const std::string base =
+        hive == SPW_CRegistrySys::kCurrentUser ? SPW_UserDir("XDG_CONFIG_HOME", ".config") : std::string("/etc");
+    return base + "/vantiro-diagnostic";
+}
+
+std::string pathOf(Hive hive) {
+    return folderOf(hive) + "/" + hiveName(hive) + ".reg";
+}
+
+std::int64_t nanoseconds(const timespec& time) {
+    return std::int64_t(time.tv_sec) * 1000000000 + time.tv_nsec;
+}
+
+// Which file it is and in which state.
+struct Identity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = -1;
+    std::int64_t modified = 0;
+    std::int64_t changed = 0;
+
+    Identity() = default;
+    explicit Identity(const struct stat& status)
+        : device(status.st_dev),
+          inode(status.st_ino),
+          size(status.st_size),
+          modified(nanoseconds(status.st_mtim)),
+          changed(nanoseconds(status.st_ctim)) {}
+    bool operator==(const Identity& other) const {
+        return device == other.device && inode == other.inode && size == other.size && modified == other.modified &&
+               changed == other.changed;
+    }
+    bool isSettled() const {
+        timespec now = {};
+        clock_gettime(CLOCK_REALTIME, &now);
+        return nanoseconds(now) - std::max(modified, changed) > kUnsettledNs;
+    }
+};
+
+// What is remembered of a file, so that enumerating a long hive does not parse it for every entry.
+struct Known {
+    Identity identity;
+    bool settled = false;
+    Text text;
+    Identity reported;  // the state whose problem the user has been told
+};
+
+std::mutex g_mutex;  // guards the map; not held while a file is read or the user is told
+std::map<std::string, Known> g_known;
+
+Text remembered(const std::string& path, const Identity& identity) {
+    const std::lock_guard<std::mutex> guard(g_mutex);
+    const auto it = g_known.find(path);
+    const bool usable = it != g_known.end() && it->second.settled && it->second.identity == identity;
+    return usable ? it->second.text : nullptr;
+}
+
+void remember(const std::string& path, const Identity& identity, bool settled, const Text& text) {
+    const std::lock_guard<std::mutex> guard(g_mutex);
+    Known& known = g_known[path];
+    known.identity = identity;
+    known.settled = settled;
+    known.text = text;
+    known.reported = Identity();
+}
+
+bool isNewProblem(const std::string& path, const Identity& identity) {
+    const std::lock_guard<std::mutex> guard(g_mutex);
+    Known& known = g_known[path];
+    if (known.reported == identity) {
+        return false;
+    }
+    known.reported = identity;
+    known.settled = false;
+    known.text = nullptr;
+    return true;
+}
+
+void tellProblem(const std::string& path, const SPW_CRegistryText::Problem& problem) {
+    SPW_CString message(path.c_str());
+    message += u":";
+    message += static_cast<unsigned long>(problem.line);
+    message += u": ";
+    message += problem.what;
+    message += u". The file is neither used nor changed until it is mended.";
+    SPW_CError::instance->userInfo(__FILE__, __LINE__, "SPW_CRegistry", "read", message);
+}
+
+SPW_Result readAll(int file, std::size_t expected, std::vector<char>& bytes) {
+    bytes.resize(expected + 1);
+    std::size_t used = 0;
+    for (;;) {
+        const ssize_t size = ::read(file, bytes.data() + used, bytes.size() - used);
+        if (size < 0 && errno == EINTR) {
+            continue;
+        }
+        if (size < 0) {
+            return lastCode();
+        }
+        used += static_cast<std::size_t>(size);
+        if (size == 0) {
+            bytes.resize(used);
+            return kSysOk;
+        }
+        if (used == bytes.size()) {
+            bytes.resize(used * 2);
+        }
+    }
+}
+
+SPW_Result parseFile(Hive hive, const std::string& path, int file, const Identity& identity, Text& text) {
+    const bool settled = identity.isSettled();
+    std::vector<char> bytes;
+    const SPW_Result code = readAll(file, static_cast<std::size_t>(identity.size), bytes);
+    if (code != kSysOk) {
+        return code;
+    }
+    const auto parsed = std::make_shared<SPW_CRegistryText>(SPW_CString(hiveName(hive)));
+    SPW_CRegistryText::Problem problem;
+    if (!parsed->parse(bytes.data(), bytes.size(), problem)) {
+        if (isNewProblem(path, identity)) {
+            tellProblem(path, problem);
+        }
+        return kSysRegistryCorrupt;
+    }
+    text = parsed;
+    remember(path, identity, settled, text);
+    return kSysOk;
+}
+
+SPW_Result load(Hive hive, const std::string& path, Text& text) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file.isOpen() && (errno == ENOENT || errno == ENOTDIR)) {
+        text = std::make_shared<SPW_CRegistryText>(SPW_CString(hiveName(hive)));
+        return kSysOk;
+    }
+    struct stat status;
+    if (!file.isOpen() || fstat(file.number(), &status) != 0) {
+        return lastCode();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return kSysAccessDenied;
+    }
+    const Identity identity(status);
+    text = remembered(path, identity);
+    return text != nullptr ? SPW_Result(kSysOk) : parseFile(hive, path, file.number(), identity, text);
+}
+
+// With all its parents.
+SPW_Result makeFolder(const std::string& folder, mode_t mode) {
+    if (mkdir(folder.c_str(), mode) == 0 || errno == EEXIST) {
+        return kSysOk;
+    }
+    const std::size_t slash = folder.find_last_of('/');
+    if (errno != ENOENT || slash == std::string::npos || slash == 0) {
+        return lastCode();
+    }
+    const SPW_Result parent = makeFolder(folder.substr(0, slash), mode);
+    if (parent != kSysOk) {
+        return parent;
+    }
+    return mkdir(folder.c_str(), mode) == 0 || errno == EEXIST ? SPW_Result(kSysOk) : lastCode();
+}
+
+// Held until the descriptor is closed, among threads as among processes: each opens the lock file for itself.
+SPW_Result lock(const Descriptor& file) {
+    if (!file.isOpen()) {
+        return lastCode();
+    }
+    while (flock(file.number(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            return lastCode();
+        }
+    }
+    return kSysOk;
+}
+
+bool writeAll(int file, const std::vector<char>& bytes) {
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t size = ::write(file, bytes.data() + written, bytes.size() - written);
+        if (size < 0 && errno != EINTR) {
+            return false;
+        }
+        written += size < 0 ? 0 : static_cast<std::size_t>(size);
+    }
+    return true;
+}
+
+// The new file belongs to whom the old one belonged, as far as we may give it away.
+bool takeOver(int file, const struct stat& old) {
+    (void)!fchown(file, old.st_uid, old.st_gid);
+    return fchmod(file, old.st_mode & 07777) == 0;
+}
+
+SPW_Result writeTemporary(const std::string& temporary, const struct stat* old, const std::vector<char>& bytes) {
+    Descriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+    if (!file.isOpen()) {
+        return lastCode();
+    }
+    const bool written = (old == nullptr || takeOver(file.number(), *old)) && writeAll(file.number(), bytes) &&
+                         fsync(file.number()) == 0 && file.close();
+    return written ? SPW_Result(kSysOk) : lastCode();
+}
+
+// Under the lock, so that the name of the temporary file is nobody else's.
+SPW_Result save(const std::string& path, const SPW_CRegistryText& text) {
+    struct stat old;
+    const bool existed = stat(path.c_str(), &old) == 0;
+    if (existed && access(path.c_str(), W_OK) != 0) {
+        return lastCode();
+    }
+    // A file that is kept elsewhere and linked to stays so.
+    char* resolved = existed ? realpath(path.c_str(), nullptr) : nullptr;
+    const std::string target = resolved != nullptr ? resolved : path;
+    free(resolved);
+
+    std::vector<char> bytes;
+    text.serialise(bytes);
+    const std::string temporary = target + ".tmp";
+    unlink(temporary.c_str());  // what a crash may have left
+    SPW_Result code = writeTemporary(temporary, existed ? &old : nullptr, bytes);
+    if (code == kSysOk && rename(temporary.c_str(), target.c_str()) != 0) {
+        code = lastCode();
+    }
+    if (code != kSysOk) {
+        unlink(temporary.c_str());
+        return code;
+    }
+    const Descriptor folder(open(target.substr(0, target.find_last_of('/') + 1).c_str(), O_RDONLY | O_CLOEXEC));
+    if (folder.isOpen()) {
+        (void)fsync(folder.number());  // the new file is in place; only its safety from a power failure is less
+    }
+    return kSysOk;
+}
+
+}  // namespace
+
+SPW_Result SPW_CHiveFilePosix::read(Hive hive, Text& text) {
+    return load(hive, pathOf(hive), text);
+}
+
+SPW_Result SPW_CHiveFilePosix::edit(Hive hive, const std::function<SPW_Result(SPW_CRegistryText&)>& change) {
+    const std::string path = pathOf(hive);
+    SPW_Result code = makeFolder(folderOf(hive), hive == SPW_CRegistrySys::kCurrentUser ? 0700 : 0755);
+    if (code != kSysOk) {
+        return code;
+    }
+    const Descriptor lockFile(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    code = lock(lockFile);
+    if (code != kSysOk) {
+        return code;
+    }
+    Text text;
+    code = load(hive, path, text);
+    if (code != kSysOk) {
+        return code;
+    }
+    SPW_CRegistryText edited(*text);
+    code = change(edited);
+    return code == kSysOk && edited.isChanged() ? save(path, edited) : code;
+}
