@@ -14,13 +14,11 @@ ProbeConnector::ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const S
       m_needsConnect(needsConnect),
       m_needsTtl(needsTtl),
       m_schedule(periodMs) {
-    (void)SPW_CSocket::instance->startup();  // without the library createSocket fails at every attempt, and says so
     m_worker.begin(*this);
 }
 
 ProbeConnector::~ProbeConnector() {
     endThread();
-    SPW_CSocket::instance->cleanup();
 }
 
 SPW_Result ProbeConnector::StartSending() {

@@ -10,6 +10,7 @@
 #include "SPW_CSocket.h"
 #include "SPW_CString.h"
 #include "SPW_CThread.h"
+#include "SocketLibrary.h"
 
 // A sender of probes to one address: the socket, the schedule, the sequence number and the sending step that TCP,
 // UDP and multicast connectors share.
@@ -98,4 +99,7 @@ private:
     std::int32_t m_sequence = 0;
     bool m_connected = false;
     bool m_socketNeeded = true;
+
+    // Given back before all else goes, once the thread has ended.
+    SocketLibrary m_library;
 };

@@ -6,8 +6,7 @@ void ProbeWorker::begin(SPW_CThread& thread) {
         return;
     }
     thread.lock();
-    thread.start();
-    m_hasThread = true;
+    m_hasThread = thread.start() == 0;  // reported there; a probe object without a thread sends and hears nothing
 }
 
 void ProbeWorker::signalEnd() {

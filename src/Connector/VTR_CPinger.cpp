@@ -6,6 +6,7 @@
 #include "SPW_CIcmp.h"
 #include "SPW_CSocket.h"
 #include "SPW_CSysError.h"
+#include "SocketLibrary.h"
 
 // Bytes of reply buffer per byte of echo data. More than a reply needs, except that no data give no buffer.
 static const std::uint64_t kReplyBytesPerByte = 28;
@@ -79,13 +80,7 @@ void VTR_CPinger::pingStep() {
 }
 
 SPW_Result VTR_CPinger::ping() {
-    (void)SPW_CSocket::instance->startup();  // without the library no name resolves, which is reported below
-    const SPW_Result result = pingTarget();
-    SPW_CSocket::instance->cleanup();
-    return result;
-}
-
-SPW_Result VTR_CPinger::pingTarget() {
+    const SocketLibrary library;
     SPW_CIpAddress target;
     if (!findTarget(target)) {
         const SPW_CGuard guard(m_errorLock);

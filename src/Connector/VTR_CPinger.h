@@ -55,7 +55,6 @@ private:
 
     // One request to the peer and its reply: 0, kProbeAddressMissing or kProbeFailed.
     SPW_Result ping();
-    SPW_Result pingTarget();
     SPW_Result echo(SPW_Handle service, const SPW_CIpAddress& target);
     bool findTarget(SPW_CIpAddress& target) const;
     SPW_Result fail(const SPW_CString& text, SPW_Result code);

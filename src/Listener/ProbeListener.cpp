@@ -10,13 +10,11 @@ ProbeListener::ProbeListener(ProbeEventSink* sink, std::uint32_t kind, std::uint
       m_needsListen(needsListen),
       m_hasClients(hasClients),
       m_reserved(reserved) {
-    (void)SPW_CSocket::instance->startup();  // without the library no socket can be bound, and the start says so
     m_worker.begin(*this);
 }
 
 ProbeListener::~ProbeListener() {
     endThread();
-    SPW_CSocket::instance->cleanup();
 }
 
 SPW_Result ProbeListener::StartListening() {

@@ -10,6 +10,7 @@
 #include "SPW_CSocket.h"
 #include "SPW_CString.h"
 #include "SPW_CThread.h"
+#include "SocketLibrary.h"
 
 // A receiver of probes on one local port: what TCP, UDP and multicast listeners share.
 //
@@ -85,4 +86,7 @@ private:
 
     // The owner's.
     SPW_CString m_lastErrorText;
+
+    // Given back before all else goes, once the thread has ended.
+    SocketLibrary m_library;
 };

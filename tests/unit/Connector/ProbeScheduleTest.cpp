@@ -1,0 +1,114 @@
+#include "ProbeSchedule.h"
+
+#include <gmock/gmock.h>
+
+#include "ScriptedClock.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class ProbeScheduleTest : public testing::Test {
+protected:
+    // A schedule whose first probe has just been sent, with that much time to the next.
+    std::uint32_t sleepWith(std::int32_t remainingMs) {
+        ProbeSchedule schedule(remainingMs);
+        EXPECT_TRUE(schedule.isDue(true));
+        EXPECT_FALSE(schedule.isDue(true));
+        return clock.sleeps().back();
+    }
+
+    ScriptedClock clock;
+};
+
+}  // namespace
+
+TEST_F(ProbeScheduleTest, FirstProbeIsDueAtOnce) {
+    ProbeSchedule schedule(100000);
+    EXPECT_TRUE(schedule.isDue(true));
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
+}
+
+TEST_F(ProbeScheduleTest, PeriodOfZeroIsDueAtEveryTurnWithoutASleep) {
+    ProbeSchedule schedule(0);
+    for (int turn = 0; turn < 100; ++turn) {
+        EXPECT_TRUE(schedule.isDue(true));
+    }
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
+}
+
+TEST_F(ProbeScheduleTest, NegativePeriodIsDueAtEveryTurn) {
+    ProbeSchedule schedule(-2147483647 - 1);
+    EXPECT_TRUE(schedule.isDue(true));
+    EXPECT_TRUE(schedule.isDue(true));
+}
+
+TEST_F(ProbeScheduleTest, SleepsATenthOfTheTimeLeft) {
+    EXPECT_EQ(sleepWith(25), 2u);
+    EXPECT_EQ(sleepWith(1000), 100u);
+    EXPECT_EQ(sleepWith(9999), 999u);
+}
+
+TEST_F(ProbeScheduleTest, SleepsZeroWithLessThanTenMillisecondsLeft) {
+    EXPECT_EQ(sleepWith(9), 0u);
+    EXPECT_EQ(sleepWith(1), 0u);
+    EXPECT_EQ(sleepWith(10), 1u);
+}
+
+TEST_F(ProbeScheduleTest, SleepsASecondWithTenSecondsOrMoreLeft) {
+    EXPECT_EQ(sleepWith(10000), 1000u);
+    EXPECT_EQ(sleepWith(10001), 1000u);
+    EXPECT_EQ(sleepWith(200000), 1000u);
+}
+
+TEST_F(ProbeScheduleTest, ClosesInOnTheDueTime) {
+    ProbeSchedule schedule(1000);
+    const std::uint64_t start = clock.now100ns();
+    ASSERT_TRUE(schedule.isDue(true));
+    while (!schedule.isDue(true)) {
+        clock.advanceMs(clock.sleeps().back() == 0 ? 1 : 0);
+    }
+    EXPECT_EQ(clock.now100ns() - start, 1000 * ScriptedClock::k100nsPerMs);
+}
+
+TEST_F(ProbeScheduleTest, IsDueWhenThePeriodHasPassedToTheUnit) {
+    ProbeSchedule schedule(50);
+    ASSERT_TRUE(schedule.isDue(true));
+    clock.advanceMs(49);
+    EXPECT_FALSE(schedule.isDue(true));
+    clock.advanceMs(1);
+    EXPECT_TRUE(schedule.isDue(true));
+}
+
+TEST_F(ProbeScheduleTest, LatenessIsNotMadeUp) {
+    ProbeSchedule schedule(100);
+    ASSERT_TRUE(schedule.isDue(true));
+    clock.advanceMs(1050);
+    EXPECT_TRUE(schedule.isDue(true));
+    EXPECT_FALSE(schedule.isDue(true));
+    // 100 ms from the decision, not from the time at which it was due.
+    EXPECT_EQ(clock.sleeps().back(), 10u);
+}
+
+TEST_F(ProbeScheduleTest, SwitchedOffSleepsASecondAndIsNeverDue) {
+    ProbeSchedule schedule(0);
+    EXPECT_FALSE(schedule.isDue(false));
+    EXPECT_FALSE(schedule.isDue(false));
+    EXPECT_THAT(clock.sleeps(), ElementsAre(1000u, 1000u));
+    EXPECT_TRUE(schedule.isDue(true));
+}
+
+TEST_F(ProbeScheduleTest, TimeLeftIsCutToThirtyTwoBits) {
+    // 214748 ms are the longest time that fits; one more comes out negative, and a negative rest is due.
+    EXPECT_EQ(sleepWith(214748), 1000u);
+    ProbeSchedule schedule(214749);
+    EXPECT_TRUE(schedule.isDue(true));
+    EXPECT_TRUE(schedule.isDue(true));
+    // An hour is 8 times 2^32 units and 164 s.
+    ProbeSchedule hourly(3600000);
+    ASSERT_TRUE(hourly.isDue(true));
+    EXPECT_FALSE(hourly.isDue(true));
+    clock.advanceMs(164100);
+    EXPECT_TRUE(hourly.isDue(true));
+}
