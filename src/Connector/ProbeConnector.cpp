@@ -74,19 +74,20 @@ void ProbeConnector::sendStep() {
 void ProbeConnector::openSocket() {
     const SPW_Socket socket = createSocket();
     if (socket == kInvalidSocket) {
-        report(u"createSocket failed ");
+        report(u"createSocket failed ", SPW_CSocket::instance->lastError());
         return;
     }
     publishSocket(socket);
     if (SPW_CSocket::instance->bind(socket, 0) == -1) {
-        report(u"bind failed ");
+        const SPW_Result code = SPW_CSocket::instance->lastError();
         abandonSocket();
+        report(u"bind failed ", code);
         return;
     }
     m_socketNeeded = false;
     if (m_needsTtl && setTtl(socket, m_ttl) == -1) {
         // The socket is used all the same: its probes reach at least the nearest devices.
-        report(u"set ttl failed ");
+        report(u"set ttl failed ", SPW_CSocket::instance->lastError());
     }
 }
 
@@ -106,7 +107,7 @@ void ProbeConnector::connectIfNeeded() {
         return;
     }
     if (connectSocket(m_socket, m_targetAddress, m_targetPort) < 0) {
-        report(u"connect failed ");
+        report(u"connect failed ", SPW_CSocket::instance->lastError());
         abandonSocket();
         return;
     }
@@ -116,7 +117,7 @@ void ProbeConnector::connectIfNeeded() {
 void ProbeConnector::sendOne() {
     const ProbePacket::Bytes packet(ProbePacket::compose(m_sequence, m_name));
     if (sendProbe(m_socket, m_targetAddress, m_targetPort, packet.data(), packet.length()) == -1) {
-        report(u"send failed ");
+        report(u"send failed ", SPW_CSocket::instance->lastError());
         abandonSocket();
         return;
     }
@@ -131,8 +132,7 @@ void ProbeConnector::abandonSocket() {
     m_connected = false;
 }
 
-void ProbeConnector::report(const char16_t* failure) {
-    const SPW_Result code = SPW_CSocket::instance->lastError();
+void ProbeConnector::report(const char16_t* failure, SPW_Result code) {
     m_sink->onSocketError(m_kind, m_targetPort, m_targetAddress, code, probeFailureText(failure, code));
 }
 

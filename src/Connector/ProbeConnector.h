@@ -75,7 +75,7 @@ private:
     void sendOne();
     void publishSocket(SPW_Socket socket);
     void abandonSocket();
-    void report(const char16_t* failure);
+    void report(const char16_t* failure, SPW_Result code);
 
     // Set at construction.
     const std::uint32_t m_kind;

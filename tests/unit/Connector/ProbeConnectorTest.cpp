@@ -1,0 +1,237 @@
+#include "ProbeConnector.h"
+
+#include <gmock/gmock.h>
+
+#include "DrivenProbe.h"
+#include "RecordingSink.h"
+#include "ScopedInstance.h"
+#include "ScriptedClock.h"
+#include "ScriptedSocket.h"
+#include "VTR_CUdpConnector.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr std::int32_t kPeriodMs = 1000;
+
+// Asks by its flags for operations that it does not have.
+class BareConnector : public ProbeConnector {
+public:
+    BareConnector(ProbeEventSink* sink, bool needsConnect, bool needsTtl)
+        : ProbeConnector(kUdpConnector, sink, u"10.0.0.2", 5009, u"me", 0, 0, needsConnect, needsTtl) {}
+    ~BareConnector() override { endThread(); }
+
+protected:
+    SPW_Socket createSocket() override { return SPW_CSocket::instance->openUdp(); }
+    int sendProbe(SPW_Socket socket, const SPW_CString& address, std::uint32_t port, const void* bytes,
+                  int length) override {
+        return sendDatagram(socket, address, port, bytes, length);
+    }
+};
+
+class ProbeConnectorTest : public testing::Test {
+protected:
+    typedef DrivenConnector<VTR_CUdpConnector> Driven;
+
+    // From one due time to the next.
+    void passPeriod() { clock.advanceMs(kPeriodMs); }
+
+    ScriptedClock clock;
+    ScriptedSocket sockets;
+    ScopedInstance<SPW_CSocket> installed{sockets};
+    RecordingSink sink;
+};
+
+}  // namespace
+
+// --- Schedule
+
+TEST_F(ProbeConnectorTest, FirstProbeGoesOutAtOnceWithSequenceZero) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 100000);
+    connector.sendStep();
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
+    EXPECT_THAT(sink.take(), ElementsAre("sent 2 5009 10.0.0.2 #0: me"));
+}
+
+TEST_F(ProbeConnectorTest, PeriodOfZeroSendsAtEveryStepWithoutASleep) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 0);
+    for (int step = 0; step < 3; ++step) {
+        connector.sendStep();
+    }
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
+    EXPECT_THAT(sink.take(), ElementsAre("sent 2 5009 10.0.0.2 #0: me", "sent 2 5009 10.0.0.2 #1: me",
+                                         "sent 2 5009 10.0.0.2 #2: me"));
+}
+
+TEST_F(ProbeConnectorTest, SleepsTwoMillisecondsWithTwentyFiveLeft) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 25);
+    connector.sendStep();
+    connector.sendStep();
+    EXPECT_THAT(clock.sleeps(), ElementsAre(2u));
+    EXPECT_EQ(sink.take().size(), 1u);
+}
+
+TEST_F(ProbeConnectorTest, SwitchedOffSleepsASecondAndSendsNothing) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 0);
+    connector.switchOff();
+    connector.sendStep();
+    EXPECT_THAT(clock.sleeps(), ElementsAre(1000u));
+    EXPECT_THAT(sink.take(), IsEmpty());
+}
+
+// --- Packets
+
+TEST_F(ProbeConnectorTest, ProbeIsThePacketWithItsNul) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"1.0|me||", 0);
+    connector.sendStep();
+    const std::vector<ScriptedSocket::Sent> sent = sockets.sent();
+    ASSERT_EQ(sent.size(), 1u);
+    EXPECT_EQ(sent[0].bytes, std::string("Vantiro Diagnostic|0|1.0|me||\0", 30));
+    EXPECT_EQ(sent[0].address, SPW_CIpAddress(10, 0, 0, 2));
+    EXPECT_EQ(sent[0].port, 5009);
+}
+
+TEST_F(ProbeConnectorTest, PortOnTheWireIsTheLowSixteenBits) {
+    Driven connector(&sink, u"10.0.0.2", 65536u + 5009u, u"me", 0);
+    connector.sendStep();
+    EXPECT_EQ(sockets.sent().at(0).port, 5009);
+    EXPECT_THAT(sink.take(), ElementsAre("sent 2 70545 10.0.0.2 #0: me"));
+}
+
+// --- Failures
+
+TEST_F(ProbeConnectorTest, CreateFailureIsReportedAndTriedAgainOnePeriodLater) {
+    sockets.failNext(ScriptedSocket::kOpenUdp, kSockTooManyFiles);
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", kPeriodMs);
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), ElementsAre("error 2 5009 10.0.0.2 10024: createSocket failed 10024"));
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), IsEmpty());
+    passPeriod();
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), ElementsAre("sent 2 5009 10.0.0.2 #0: me"));
+}
+
+TEST_F(ProbeConnectorTest, BindFailureIsReportedAndTheSocketClosed) {
+    sockets.failNext(ScriptedSocket::kBind, kSockAddressInUse);
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", kPeriodMs);
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), ElementsAre("error 2 5009 10.0.0.2 10048: bind failed 10048"));
+    EXPECT_EQ(sockets.openSockets(), 0);
+    passPeriod();
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), ElementsAre("sent 2 5009 10.0.0.2 #0: me"));
+}
+
+TEST_F(ProbeConnectorTest, SendFailureIsReportedAndTheProbeSentAgainWithTheSameSequence) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", kPeriodMs);
+    connector.sendStep();
+    sockets.failNext(ScriptedSocket::kSendTo, kSockNetUnreachable, 2);
+    for (int step = 0; step < 4; ++step) {
+        passPeriod();
+        connector.sendStep();
+    }
+    EXPECT_THAT(sink.take(),
+                ElementsAre("sent 2 5009 10.0.0.2 #0: me", "error 2 5009 10.0.0.2 10051: send failed 10051",
+                            "error 2 5009 10.0.0.2 10051: send failed 10051", "sent 2 5009 10.0.0.2 #1: me",
+                            "sent 2 5009 10.0.0.2 #2: me"));
+    EXPECT_EQ(sockets.calls(ScriptedSocket::kOpenUdp), 3);
+    EXPECT_EQ(sockets.openSockets(), 1);
+}
+
+TEST_F(ProbeConnectorTest, MissingSetTtlIsReportedWithEachSocketAndTheSocketUsed) {
+    DrivenConnector<BareConnector> connector(&sink, false, true);
+    connector.sendStep();
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), ElementsAre(testing::StartsWith("error 2 5009 10.0.0.2 0: set ttl failed "),
+                                         "sent 2 5009 10.0.0.2 #0: me", "sent 2 5009 10.0.0.2 #1: me"));
+}
+
+TEST_F(ProbeConnectorTest, MissingConnectIsReportedAtEveryAttemptAndNothingSent) {
+    DrivenConnector<BareConnector> connector(&sink, true, false);
+    connector.sendStep();
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), ElementsAre(testing::StartsWith("error 2 5009 10.0.0.2 0: connect failed "),
+                                         testing::StartsWith("error 2 5009 10.0.0.2 0: connect failed ")));
+    EXPECT_EQ(sockets.calls(ScriptedSocket::kOpenUdp), 2);
+    EXPECT_EQ(sockets.openSockets(), 0);
+    EXPECT_THAT(sockets.sent(), IsEmpty());
+}
+
+// --- Start and stop
+
+TEST_F(ProbeConnectorTest, SecondStartIsRefused) {
+    VTR_CUdpConnector connector(&sink, u"10.0.0.2", 5009, u"me", kPeriodMs);
+    EXPECT_EQ(connector.StartSending(), 0u);
+    EXPECT_EQ(connector.StartSending(), kProbeAlreadyRunning);
+    EXPECT_EQ(kProbeAlreadyRunning, 602u);
+    EXPECT_TRUE(connector.GetLastErrorText().isEmpty());
+    EXPECT_EQ(connector.StopSending(), 0u);
+}
+
+TEST_F(ProbeConnectorTest, StopOfAnIdleConnectorIsRefused) {
+    VTR_CUdpConnector connector(&sink, u"10.0.0.2", 5009, u"me", kPeriodMs);
+    EXPECT_EQ(connector.StopSending(), kProbeNotRunning);
+    EXPECT_EQ(kProbeNotRunning, 603u);
+    EXPECT_STREQ(connector.GetLastErrorText().toAnsi(), "Not currently sending");
+    // Reading it does not empty it.
+    EXPECT_STREQ(connector.GetLastErrorText().toAnsi(), "Not currently sending");
+}
+
+TEST_F(ProbeConnectorTest, SendsOnItsOwnThreadUntilStopped) {
+    VTR_CUdpConnector connector(&sink, u"10.0.0.2", 5009, u"me", kPeriodMs);
+    ASSERT_EQ(connector.StartSending(), 0u);
+    EXPECT_TRUE(sink.waitFor(5));
+    ASSERT_EQ(connector.StopSending(), 0u);
+    const std::size_t probes = sink.take().size();
+    EXPECT_EQ(sockets.sent().size(), probes);
+    EXPECT_EQ(sockets.openSockets(), 0);
+    clock.advanceMs(10 * kPeriodMs);
+    EXPECT_THAT(sink.take(), IsEmpty());
+}
+
+TEST_F(ProbeConnectorTest, FirstProbeAfterARestartFailsOnTheClosedSocket) {
+    VTR_CUdpConnector connector(&sink, u"10.0.0.2", 5009, u"me", kPeriodMs);
+    ASSERT_EQ(connector.StartSending(), 0u);
+    ASSERT_TRUE(sink.waitFor(1));
+    ASSERT_EQ(connector.StopSending(), 0u);
+    // The stop may itself have hit a send; what counts are the numbers that were used up.
+    std::size_t used = 0;
+    for (const std::string& event : sink.take()) {
+        used += event.rfind("sent", 0) == 0 ? 1 : 0;
+    }
+    ASSERT_EQ(connector.StartSending(), 0u);
+    ASSERT_TRUE(sink.waitFor(3));
+    ASSERT_EQ(connector.StopSending(), 0u);
+    const std::vector<std::string> events = sink.take();
+    EXPECT_EQ(events[0], "error 2 5009 10.0.0.2 10038: send failed 10038");
+    EXPECT_EQ(events[1], "sent 2 5009 10.0.0.2 #" + std::to_string(used) + ": me");
+    EXPECT_EQ(events[2], "sent 2 5009 10.0.0.2 #" + std::to_string(used + 1) + ": me");
+}
+
+TEST_F(ProbeConnectorTest, HoldsTheSocketLibraryFromConstructionToDestruction) {
+    {
+        VTR_CUdpConnector first(&sink, u"10.0.0.2", 5009, u"me", kPeriodMs);
+        VTR_CUdpConnector second(&sink, u"10.0.0.3", 5009, u"me", kPeriodMs);
+        EXPECT_EQ(sockets.startups(), 2);
+    }
+    EXPECT_EQ(sockets.startups(), 0);
+}
+
+TEST_F(ProbeConnectorTest, LibraryThatCannotBeHadIsNotGivenBack) {
+    (void)sockets.startup();
+    sockets.failNext(ScriptedSocket::kStartup, kSockNetDown);
+    { VTR_CUdpConnector connector(&sink, u"10.0.0.2", 5009, u"me", kPeriodMs); }
+    EXPECT_EQ(sockets.startups(), 1);
+}
+
+TEST_F(ProbeConnectorTest, DestructionClosesTheSocket) {
+    {
+        VTR_CUdpConnector connector(&sink, u"10.0.0.2", 5009, u"me", kPeriodMs);
+        ASSERT_EQ(connector.StartSending(), 0u);
+        ASSERT_TRUE(sink.waitFor(1));
+    }
+    EXPECT_EQ(sockets.openSockets(), 0);
+}

@@ -1,0 +1,205 @@
+#include "VTR_CPinger.h"
+
+#include <gmock/gmock.h>
+
+#include "DrivenProbe.h"
+#include "RecordingSink.h"
+#include "ScopedInstance.h"
+#include "ScriptedClock.h"
+#include "ScriptedIcmp.h"
+#include "ScriptedSocket.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr std::int32_t kPeriodMs = 1000;
+const SPW_CIpAddress kPeer(10, 0, 0, 2);
+
+class PingerTest : public testing::Test {
+protected:
+    typedef DrivenPinger<VTR_CPinger> Driven;
+
+    // The request that a pinger with that data size sends.
+    ScriptedIcmp::Request requestOf(std::int32_t dataSize) {
+        Driven pinger(&sink, u"10.0.0.2", kPeriodMs, dataSize);
+        pinger.pingStep();
+        return icmp.requests().back();
+    }
+    std::vector<std::string> eventsOf(const char16_t* address, std::int32_t dataSize) {
+        Driven pinger(&sink, address, kPeriodMs, dataSize);
+        pinger.pingStep();
+        return sink.take();
+    }
+
+    ScriptedClock clock;
+    ScriptedSocket sockets;
+    ScopedInstance<SPW_CSocket> socketsInstalled{sockets};
+    ScriptedIcmp icmp;
+    ScopedInstance<SPW_CIcmp> icmpInstalled{icmp};
+    RecordingSink sink;
+};
+
+}  // namespace
+
+// --- Pings
+
+TEST_F(PingerTest, AnsweredRequestIsReportedAsSentAndReceivedWithTheSameSequence) {
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    pinger.pingStep();
+    pinger.pingStep();
+    EXPECT_THAT(sink.take(), ElementsAre("sent 6 0 10.0.0.2 #0: ", "received 6 0 10.0.0.2 #0: ",
+                                         "sent 6 0 10.0.0.2 #1: ", "received 6 0 10.0.0.2 #1: "));
+}
+
+TEST_F(PingerTest, RequestHasDataSizeReplyBufferAndPeriodAsTimeOut) {
+    const ScriptedIcmp::Request request = requestOf(32);
+    EXPECT_EQ(request.address, kPeer);
+    // What a request carries shows nothing of the program's memory.
+    EXPECT_EQ(request.bytes, std::string(32, '\0'));
+    EXPECT_EQ(request.replySize, 32u * 28u);
+    EXPECT_EQ(request.timeoutMs, 1000u);
+}
+
+TEST_F(PingerTest, RequestCarriesTheLowSixteenBitsOfTheDataSize) {
+    EXPECT_EQ(requestOf(65536 + 7).bytes.size(), 7u);
+    EXPECT_EQ(requestOf(65536 + 7).replySize, (65536u + 7u) * 28u);
+    EXPECT_EQ(requestOf(65536).bytes.size(), 0u);
+}
+
+TEST_F(PingerTest, UnansweredRequestIsReportedAsSentAndFailedAfterItsTimeOut) {
+    icmp.setAnswers(kPeer, false);
+    Driven pinger(&sink, u"10.0.0.2", kPeriodMs, 32);
+    const std::uint64_t start = clock.now100ns();
+    pinger.pingStep();
+    EXPECT_THAT(sink.take(),
+                ElementsAre("sent 6 0 10.0.0.2 #0: ", "error 6 0 10.0.0.2 11010: IcmpSendEcho failed 11010"));
+    // The next request is due one period after the decision for this one: as soon as its time-out has passed.
+    EXPECT_EQ(clock.now100ns() - start, kPeriodMs * ScriptedClock::k100nsPerMs);
+    pinger.pingStep();
+    EXPECT_THAT(sink.take(),
+                ElementsAre("sent 6 0 10.0.0.2 #1: ", "error 6 0 10.0.0.2 11010: IcmpSendEcho failed 11010"));
+}
+
+TEST_F(PingerTest, SleepsBetweenRequestsAsConnectorsDo) {
+    Driven pinger(&sink, u"10.0.0.2", kPeriodMs, 32);
+    pinger.pingStep();
+    pinger.pingStep();
+    pinger.switchOff();
+    pinger.pingStep();
+    EXPECT_THAT(clock.sleeps(), ElementsAre(100u, 1000u));
+    EXPECT_EQ(icmp.requests().size(), 1u);
+}
+
+// --- Addresses
+
+TEST_F(PingerTest, HostNameIsPingedAtItsFirstAddress) {
+    sockets.addHost(u"peer", {SPW_CIpAddress(10, 0, 0, 9), kPeer});
+    EXPECT_THAT(eventsOf(u"peer", 32), ElementsAre("sent 6 0 peer #0: ", "received 6 0 peer #0: "));
+    EXPECT_EQ(icmp.requests().at(0).address, SPW_CIpAddress(10, 0, 0, 9));
+}
+
+TEST_F(PingerTest, DottedQuadThatDoesNotResolveIsPingedAllTheSame) {
+    sockets.failNext(ScriptedSocket::kResolve, kSockHostNotFound);
+    EXPECT_THAT(eventsOf(u"10.0.0.2", 32), ElementsAre("sent 6 0 10.0.0.2 #0: ", "received 6 0 10.0.0.2 #0: "));
+}
+
+TEST_F(PingerTest, NameThatDoesNotResolveIsReported) {
+    EXPECT_THAT(eventsOf(u"nobody", 32),
+                ElementsAre("sent 6 0 nobody #0: ", "error 6 0 nobody 0: no ipaddress supplied"));
+    EXPECT_THAT(eventsOf(u"", 32), ElementsAre("sent 6 0  #0: ", "error 6 0  0: no ipaddress supplied"));
+    EXPECT_THAT(icmp.requests(), IsEmpty());
+}
+
+// --- Failures
+
+TEST_F(PingerTest, ServiceThatCannotBeOpenedIsReported) {
+    icmp.failOpen(kSysAccessDenied);
+    EXPECT_THAT(eventsOf(u"10.0.0.2", 32),
+                ElementsAre("sent 6 0 10.0.0.2 #0: ", "error 6 0 10.0.0.2 5: Could not create ICMP handle 5"));
+}
+
+TEST_F(PingerTest, NoDataMakeEveryPingFailForWantOfAReplyBuffer) {
+    EXPECT_THAT(eventsOf(u"10.0.0.2", 0),
+                ElementsAre("sent 6 0 10.0.0.2 #0: ", "error 6 0 10.0.0.2 122: IcmpSendEcho failed 122"));
+    EXPECT_EQ(icmp.openServices(), 0);
+}
+
+TEST_F(PingerTest, SizeBeyondAllMemoryIsReported) {
+    for (const std::int32_t dataSize : {-1, -2147483647 - 1, 2147483647, 153391690}) {
+        EXPECT_THAT(eventsOf(u"10.0.0.2", dataSize),
+                    ElementsAre("sent 6 0 10.0.0.2 #0: ", "error 6 0 10.0.0.2 8: running short of memory"))
+            << dataSize;
+    }
+    EXPECT_EQ(icmp.openServices(), 0);
+}
+
+TEST_F(PingerTest, EchoFailureIsReportedAndUsesUpANumber) {
+    icmp.failEcho(kSockHostUnreachable);
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    pinger.pingStep();
+    pinger.pingStep();
+    EXPECT_THAT(sink.take(),
+                ElementsAre("sent 6 0 10.0.0.2 #0: ", "error 6 0 10.0.0.2 10065: IcmpSendEcho failed 10065",
+                            "sent 6 0 10.0.0.2 #1: ", "received 6 0 10.0.0.2 #1: "));
+}
+
+TEST_F(PingerTest, ErrorIsEmptiedByTheReportOfItsStep) {
+    icmp.failEcho(kSockHostUnreachable);
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    pinger.pingStep();
+    EXPECT_TRUE(pinger.GetLastErrorText().isEmpty());
+    EXPECT_EQ(pinger.GetLastErrorCode(), 0u);
+}
+
+// --- What a ping takes it gives back
+
+TEST_F(PingerTest, LibraryIsHeldForTheDurationOfEachPingOnly) {
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    EXPECT_EQ(sockets.calls(ScriptedSocket::kStartup), 0);
+    pinger.pingStep();
+    icmp.failOpen(kSysAccessDenied);
+    pinger.pingStep();
+    EXPECT_EQ(sockets.calls(ScriptedSocket::kStartup), 2);
+    EXPECT_EQ(sockets.startups(), 0);
+}
+
+TEST_F(PingerTest, ServiceIsClosedAfterEachPing) {
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    pinger.pingStep();
+    icmp.failEcho(kSockHostUnreachable);
+    pinger.pingStep();
+    EXPECT_EQ(icmp.openServices(), 0);
+}
+
+// --- Start and stop
+
+TEST_F(PingerTest, PingsOnItsOwnThreadUntilStopped) {
+    VTR_CPinger pinger(&sink, u"10.0.0.2", kPeriodMs, 32);
+    EXPECT_EQ(pinger.StartPinging(), 0u);
+    EXPECT_TRUE(sink.waitFor(4));
+    EXPECT_EQ(pinger.StopPinging(), 0u);
+    sink.take();
+    EXPECT_THAT(sink.take(), IsEmpty());
+    // The numbers go on after a restart, and there is no failed request.
+    const std::size_t requests = icmp.requests().size();
+    EXPECT_EQ(pinger.StartPinging(), 0u);
+    EXPECT_TRUE(sink.waitFor(2));
+    EXPECT_EQ(pinger.StopPinging(), 0u);
+    EXPECT_EQ(sink.take().at(0), "sent 6 0 10.0.0.2 #" + std::to_string(requests) + ": ");
+}
+
+TEST_F(PingerTest, SecondStartIsRefused) {
+    VTR_CPinger pinger(&sink, u"10.0.0.2", kPeriodMs, 32);
+    EXPECT_EQ(pinger.StartPinging(), 0u);
+    EXPECT_EQ(pinger.StartPinging(), kProbeAlreadyRunning);
+    EXPECT_EQ(pinger.StopPinging(), 0u);
+}
+
+TEST_F(PingerTest, StopOfAnIdlePingerIsRefusedAndStoresNoText) {
+    VTR_CPinger pinger(&sink, u"10.0.0.2", kPeriodMs, 32);
+    EXPECT_EQ(pinger.StopPinging(), kProbeNotRunning);
+    EXPECT_TRUE(pinger.GetLastErrorText().isEmpty());
+    EXPECT_EQ(pinger.GetLastErrorCode(), 0u);
+}
