@@ -11,9 +11,8 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstring>
-#include <ctime>
 
+#include "SPW_CDeadlinePosix.h"
 #include "SPW_CSocket.h"
 #include "SPW_CSocketAddressPosix.h"
 #include "SPW_CSocketTable.h"
@@ -150,38 +149,11 @@ int connectOrWake(const Use& use, const sockaddr_in& address) {
     return use.isClosed() ? EBADF : waitConnected(use.descriptor());
 }
 
-// The point of time until which select() waits, on the monotonic clock.
-timespec deadlineAfter(std::uint32_t timeoutMs) {
-    timespec deadline{};
-    (void)::clock_gettime(CLOCK_MONOTONIC, &deadline);
-    deadline.tv_sec += timeoutMs / 1000;
-    deadline.tv_nsec += static_cast<long>(timeoutMs % 1000) * 1000000;
-    if (deadline.tv_nsec >= 1000000000) {
-        deadline.tv_nsec -= 1000000000;
-        ++deadline.tv_sec;
-    }
-    return deadline;
-}
-
-timespec remainingUntil(const timespec& deadline) {
-    timespec now{};
-    (void)::clock_gettime(CLOCK_MONOTONIC, &now);
-    timespec remaining{deadline.tv_sec - now.tv_sec, deadline.tv_nsec - now.tv_nsec};
-    if (remaining.tv_nsec < 0) {
-        remaining.tv_nsec += 1000000000;
-        --remaining.tv_sec;
-    }
-    return remaining.tv_sec < 0 ? timespec{0, 0} : remaining;
-}
-
 int pollUntilTimeout(pollfd* entries, int count, std::uint32_t timeoutMs) {
-    if (timeoutMs == kSPWForever) {
-        return retryInterrupted([&] { return ::poll(entries, static_cast<nfds_t>(count), -1); });
-    }
-    const timespec deadline = deadlineAfter(timeoutMs);
+    const SPW_CDeadlinePosix deadline(timeoutMs);
     return retryInterrupted([&] {
-        const timespec remaining = remainingUntil(deadline);
-        return ::ppoll(entries, static_cast<nfds_t>(count), &remaining, nullptr);
+        timespec remaining;
+        return ::ppoll(entries, static_cast<nfds_t>(count), deadline.remaining(remaining), nullptr);
     });
 }
 

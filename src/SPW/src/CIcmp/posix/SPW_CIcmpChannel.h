@@ -1,0 +1,68 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "SPW_CDeadlinePosix.h"
+#include "SPW_CIcmpPacket.h"
+#include "SPW_CIpAddress.h"
+#include "SPW_Types.h"
+
+// One ICMP socket and the echoes that are under way through it. Any number of threads at once.
+//
+// There is no thread of our own behind it. Of the threads that wait for a reply, one at a time is the receiver: it
+// reads the socket and hands each reply to its echo, whosever that is. When its own echo has ended it leaves, and
+// wakes another to receive on. So an answer costs the same wake-ups as with a thread that does nothing but receive, a
+// single echo costs none, and at the end of the process there is nothing to stop.
+class SPW_CIcmpChannel {
+public:
+    // A datagram socket: the kernel gives it the replies to its own requests alone, under an identifier of the
+    // kernel's choice. A raw socket: it gets a copy of every ICMP message for this device.
+    enum Kind { kDatagram, kRaw };
+
+    // Opens a channel; null, with errno saying why, when the socket cannot be had.
+    static std::unique_ptr<SPW_CIcmpChannel> open(Kind kind);
+    ~SPW_CIcmpChannel();
+    SPW_CIcmpChannel(const SPW_CIcmpChannel&) = delete;
+    SPW_CIcmpChannel& operator=(const SPW_CIcmpChannel&) = delete;
+
+    // Sends one request and waits for what becomes of it: 0 for a reply, else a code as SPW_CIcmp::echo() has them.
+    SPW_Result echo(const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize, std::uint32_t timeoutMs);
+
+private:
+    // An echo under way; lives on the stack of its thread.
+    struct Waiter {
+        SPW_CIcmpPacket::Echo echo;
+        bool isDone = false;
+        SPW_Result code = 0;
+        std::condition_variable wake;
+    };
+    enum Received { kNothing, kOther, kAnswer };
+
+    SPW_CIcmpChannel(int descriptor, Kind kind);
+
+    bool enter(Waiter& waiter);
+    void leave(Waiter& waiter);
+    SPW_Result send(const Waiter& waiter, const std::uint8_t* packet, std::size_t size);
+    SPW_Result await(std::unique_lock<std::mutex>& lock, Waiter& waiter, const SPW_CDeadlinePosix& deadline);
+    void deliver(const SPW_CIcmpPacket::Answer& answer);
+    void discardPending();
+    bool receiveUntil(const SPW_CDeadlinePosix& deadline, SPW_CIcmpPacket::Answer& answer);
+    Received receiveNow(SPW_CIcmpPacket::Answer& answer);
+    Received receiveError(SPW_CIcmpPacket::Answer& answer);
+
+    const int m_descriptor;
+    const Kind m_kind;
+    const std::uint16_t m_identifier;
+    // Only the receiver touches it, or who holds m_lock while there is none.
+    const std::unique_ptr<std::uint8_t[]> m_buffer;
+
+    std::mutex m_lock;
+    // Below: under m_lock.
+    std::unordered_map<std::uint16_t, Waiter*> m_waiters;  // by sequence
+    bool m_hasReceiver = false;
+};

@@ -1,0 +1,296 @@
+// Before <linux/errqueue.h>, which needs it and does not include it.
+#include <ctime>
+
+#include <linux/errqueue.h>
+#include <linux/icmp.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/random.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "SPW_CIcmpChannel.h"
+#include "SPW_CSocketAddressPosix.h"
+#include "SPW_CSysError.h"
+#include "SPW_CSysErrorPosix.h"
+
+namespace {
+
+constexpr std::size_t kRequestHeader = SPW_CIcmpPacket::kHeaderSize;
+// A raw message is read whole, for its checksum; of the others the kernel has checked it, and the beginning will do.
+constexpr std::size_t kRawBuffer = 65536;
+constexpr std::size_t kDatagramBuffer = 576;
+// Room for the replies of some thousand pingers that come all at once while the receiver waits for the processor.
+constexpr int kRawQueueBytes = 4 * 1024 * 1024;
+constexpr std::size_t kSequences = 65536;
+
+// Numbers all echoes of the process, so that a late reply to an echo that has ended fits no other for a long time.
+std::atomic<std::uint64_t> lastEcho{0};
+
+std::uint64_t randomNumber() {
+    std::uint64_t number = 0;
+    // Without random numbers other processes' replies are still told from ours by sequence and address.
+    (void)::getrandom(&number, sizeof number, GRND_NONBLOCK);
+    return number;
+}
+
+// Tells the echoes of this process from those of all others.
+std::uint64_t processSalt() {
+    static std::atomic<std::uint64_t> salt{0};
+    std::uint64_t known = salt.load();
+    if (known == 0) {
+        const std::uint64_t mine = randomNumber() | 1;
+        known = salt.compare_exchange_strong(known, mine) ? mine : known;
+    }
+    return known;
+}
+
+SPW_Result codeOfSend(int error) {
+    switch (error) {
+        case ENETUNREACH:
+            return kIcmpNetUnreachable;
+        case EHOSTUNREACH:
+            return kIcmpHostUnreachable;
+        case EMSGSIZE:
+            return kIcmpPacketTooBig;
+        default:
+            return SPW_CSysErrorPosix::socketCode(error);
+    }
+}
+
+SPW_Result codeOfQueuedError(const sock_extended_err& error) {
+    const SPW_Result code =
+        error.ee_origin == SO_EE_ORIGIN_ICMP ? SPW_CIcmpPacket::codeOfError(error.ee_type, error.ee_code) : kSysOk;
+    return code != kSysOk ? code : codeOfSend(static_cast<int>(error.ee_errno));
+}
+
+int openDatagram() {
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_ICMP);
+    if (descriptor != -1) {
+        // Without this option the socket would not be told of "unreachable" messages.
+        const int on = 1;
+        (void)::setsockopt(descriptor, IPPROTO_IP, IP_RECVERR, &on, sizeof on);
+    }
+    return descriptor;
+}
+
+int openRaw() {
+    const int descriptor = ::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
+    if (descriptor == -1) {
+        return -1;
+    }
+    // Where an option fails, the socket still works, if worse.
+    icmp_filter filter{};
+    filter.data = ~(1u << ICMP_ECHOREPLY | 1u << ICMP_DEST_UNREACH | 1u << ICMP_TIME_EXCEEDED);
+    (void)::setsockopt(descriptor, SOL_RAW, ICMP_FILTER, &filter, sizeof filter);
+    if (::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, &kRawQueueBytes, sizeof kRawQueueBytes) != 0) {
+        (void)::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &kRawQueueBytes, sizeof kRawQueueBytes);
+    }
+    return descriptor;
+}
+
+}  // namespace
+
+std::unique_ptr<SPW_CIcmpChannel> SPW_CIcmpChannel::open(Kind kind) {
+    const int descriptor = kind == kRaw ? openRaw() : openDatagram();
+    if (descriptor == -1) {
+        return nullptr;
+    }
+    return std::unique_ptr<SPW_CIcmpChannel>(new SPW_CIcmpChannel(descriptor, kind));
+}
+
+SPW_CIcmpChannel::SPW_CIcmpChannel(int descriptor, Kind kind)
+    : m_descriptor(descriptor),
+      m_kind(kind),
+      m_identifier(static_cast<std::uint16_t>(processSalt() >> 48)),
+      m_buffer(new std::uint8_t[kind == kRaw ? kRawBuffer : kDatagramBuffer]) {}
+
+SPW_CIcmpChannel::~SPW_CIcmpChannel() {
+    (void)::close(m_descriptor);
+}
+
+SPW_Result SPW_CIcmpChannel::echo(const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize,
+                                  std::uint32_t timeoutMs) {
+    const std::size_t size = kRequestHeader + dataSize;
+    const std::unique_ptr<std::uint8_t[]> packet(new (std::nothrow) std::uint8_t[size]);
+    if (packet == nullptr) {
+        return kSysNotEnoughMemory;
+    }
+    Waiter waiter;
+    waiter.echo.target = target;
+    waiter.echo.identifier = m_identifier;
+    waiter.echo.checksIdentifier = m_kind == kRaw;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (!enter(waiter)) {
+            return kSockNoBuffers;
+        }
+        SPW_CIcmpPacket::composeRequest(waiter.echo, data, dataSize, packet.get());
+    }
+    // The time-out counts from the sending.
+    SPW_Result code = send(waiter, packet.get(), size);
+    const SPW_CDeadlinePosix deadline(timeoutMs == 0 ? 1 : timeoutMs);
+    std::unique_lock<std::mutex> lock(m_lock);
+    if (code == kSysOk) {
+        code = await(lock, waiter, deadline);
+    }
+    leave(waiter);
+    return code;
+}
+
+// Gives the echo a number that no other echo under way has; false when there is none.
+bool SPW_CIcmpChannel::enter(Waiter& waiter) {
+    if (m_waiters.empty()) {
+        discardPending();
+    }
+    if (m_waiters.size() >= kSequences) {
+        return false;
+    }
+    std::uint64_t number = 0;
+    do {
+        number = ++lastEcho;
+    } while (m_waiters.count(static_cast<std::uint16_t>(number)) != 0);
+    waiter.echo.sequence = static_cast<std::uint16_t>(number);
+    waiter.echo.token = processSalt() + number;
+    m_waiters[waiter.echo.sequence] = &waiter;
+    return true;
+}
+
+void SPW_CIcmpChannel::leave(Waiter& waiter) {
+    m_waiters.erase(waiter.echo.sequence);
+    // Somebody has to receive on. One that is still sending sees for itself that nobody does.
+    if (!m_hasReceiver && !m_waiters.empty()) {
+        m_waiters.begin()->second->wake.notify_one();
+    }
+}
+
+SPW_Result SPW_CIcmpChannel::send(const Waiter& waiter, const std::uint8_t* packet, std::size_t size) {
+    const sockaddr_in target = SPW_CSocketAddressPosix::toSockaddr(waiter.echo.target, 0);
+    int error = 0;
+    // A datagram socket tells of the failure of an earlier echo at the next call, whatever that is, and only once.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        ssize_t sent = -1;
+        do {
+            sent = ::sendto(m_descriptor, packet, size, MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&target),
+                            sizeof target);
+        } while (sent == -1 && errno == EINTR);
+        if (sent != -1) {
+            return kSysOk;
+        }
+        error = errno;
+    }
+    return codeOfSend(error);
+}
+
+SPW_Result SPW_CIcmpChannel::await(std::unique_lock<std::mutex>& lock, Waiter& waiter,
+                                   const SPW_CDeadlinePosix& deadline) {
+    while (!waiter.isDone) {
+        if (!m_hasReceiver) {
+            SPW_CIcmpPacket::Answer answer;
+            m_hasReceiver = true;
+            lock.unlock();
+            const bool received = receiveUntil(deadline, answer);
+            lock.lock();
+            m_hasReceiver = false;
+            if (!received) {
+                return kIcmpTimedOut;
+            }
+            deliver(answer);
+        } else if (deadline.isForever()) {
+            waiter.wake.wait(lock);
+        } else if (waiter.wake.wait_until(lock, deadline.end()) == std::cv_status::timeout && !waiter.isDone &&
+                   m_hasReceiver) {
+            return kIcmpTimedOut;
+        }
+    }
+    return waiter.code;
+}
+
+void SPW_CIcmpChannel::deliver(const SPW_CIcmpPacket::Answer& answer) {
+    const auto found = m_waiters.find(answer.sequence);
+    if (found == m_waiters.end() || !SPW_CIcmpPacket::isAnswerTo(answer, found->second->echo)) {
+        return;
+    }
+    Waiter& waiter = *found->second;
+    waiter.isDone = true;
+    waiter.code = answer.code;
+    waiter.wake.notify_one();
+}
+
+// Nobody has read the socket since the last echo ended; what has come meanwhile must not take the room of our reply.
+void SPW_CIcmpChannel::discardPending() {
+    SPW_CIcmpPacket::Answer ignored;
+    while (receiveNow(ignored) != kNothing) {
+    }
+}
+
+bool SPW_CIcmpChannel::receiveUntil(const SPW_CDeadlinePosix& deadline, SPW_CIcmpPacket::Answer& answer) {
+    for (;;) {
+        const Received received = receiveNow(answer);
+        if (received == kAnswer) {
+            return true;
+        }
+        if (deadline.hasPassed()) {
+            return false;
+        }
+        if (received == kNothing) {
+            pollfd entry{m_descriptor, POLLIN, 0};
+            timespec remaining;
+            (void)::ppoll(&entry, 1, deadline.remaining(remaining), nullptr);
+        }
+    }
+}
+
+// Reads one message if there is one.
+SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveNow(SPW_CIcmpPacket::Answer& answer) {
+    sockaddr_in source{};
+    socklen_t length = sizeof source;
+    const ssize_t size = ::recvfrom(m_descriptor, m_buffer.get(), m_kind == kRaw ? kRawBuffer : kDatagramBuffer,
+                                    MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&source), &length);
+    if (size == -1) {
+        const bool isEmpty = errno == EAGAIN;
+        const Received queued = m_kind == kDatagram ? receiveError(answer) : kNothing;
+        return queued == kNothing && !isEmpty ? kOther : queued;
+    }
+    const int count = static_cast<int>(size);
+    const bool isAnswer = m_kind == kRaw
+                              ? SPW_CIcmpPacket::parsePacket(m_buffer.get(), count, answer)
+                              : SPW_CIcmpPacket::parseMessage(
+                                    m_buffer.get(), count, SPW_CSocketAddressPosix::toAddress(source.sin_addr), answer);
+    return isAnswer ? kAnswer : kOther;
+}
+
+// Reads one entry of a datagram socket's queue of errors: the request as it was sent, the address that it was for, and
+// beside them what went wrong.
+SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveError(SPW_CIcmpPacket::Answer& answer) {
+    sockaddr_in target{};
+    iovec piece{m_buffer.get(), kDatagramBuffer};
+    alignas(cmsghdr) char control[512];
+    msghdr message{};
+    message.msg_name = &target;
+    message.msg_namelen = sizeof target;
+    message.msg_iov = &piece;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    const ssize_t size = ::recvmsg(m_descriptor, &message, MSG_ERRQUEUE | MSG_DONTWAIT);
+    if (size == -1) {
+        return kNothing;
+    }
+    for (cmsghdr* entry = CMSG_FIRSTHDR(&message); entry != nullptr; entry = CMSG_NXTHDR(&message, entry)) {
+        if (entry->cmsg_level != IPPROTO_IP || entry->cmsg_type != IP_RECVERR) {
+            continue;
+        }
+        sock_extended_err error;
+        std::memcpy(&error, CMSG_DATA(entry), sizeof error);
+        answer.code = codeOfQueuedError(error);
+        answer.target = SPW_CSocketAddressPosix::toAddress(target.sin_addr);
+        return SPW_CIcmpPacket::parseQuotedRequest(m_buffer.get(), static_cast<int>(size), answer) ? kAnswer : kOther;
+    }
+    return kOther;
+}

@@ -1,0 +1,103 @@
+#include <cerrno>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "SPW_CIcmp.h"
+#include "SPW_CIcmpChannel.h"
+#include "SPW_CSysError.h"
+#include "SPW_CSysErrorPosix.h"
+
+namespace {
+
+thread_local SPW_Result lastCode = kSysOk;
+
+// The one raw socket of the process, open while a service uses it. With a raw socket for every service the kernel
+// would copy every reply to every one of them: a thousand pingers would drown in their copies.
+std::mutex rawLock;
+// Below: under rawLock.
+int rawUsers = 0;
+SPW_CIcmpChannel* rawChannel = nullptr;
+
+// Null, with errno saying why, when this process may have no raw socket.
+SPW_CIcmpChannel* takeRawChannel() {
+    const std::lock_guard<std::mutex> guard(rawLock);
+    if (rawUsers == 0) {
+        rawChannel = SPW_CIcmpChannel::open(SPW_CIcmpChannel::kRaw).release();
+    }
+    rawUsers += rawChannel != nullptr ? 1 : 0;
+    return rawChannel;
+}
+
+void giveRawChannelBack() {
+    const std::lock_guard<std::mutex> guard(rawLock);
+    if (--rawUsers == 0) {
+        delete rawChannel;
+        rawChannel = nullptr;
+    }
+}
+
+// What a handle points at: a channel of its own, or a share of the raw one.
+class Service {
+public:
+    explicit Service(std::unique_ptr<SPW_CIcmpChannel> own) : m_own(std::move(own)), m_channel(m_own.get()) {}
+    explicit Service(SPW_CIcmpChannel* raw) : m_channel(raw) {}
+    ~Service() {
+        if (m_own == nullptr) {
+            giveRawChannelBack();
+        }
+    }
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
+
+    SPW_CIcmpChannel& channel() { return *m_channel; }
+
+private:
+    const std::unique_ptr<SPW_CIcmpChannel> m_own;
+    SPW_CIcmpChannel* const m_channel;
+};
+
+class PosixIcmp final : public SPW_CIcmp {
+public:
+    SPW_Handle open() override {
+        // Whom net.ipv4.ping_group_range admits needs no privilege; everybody else needs one for the raw socket.
+        std::unique_ptr<SPW_CIcmpChannel> own = SPW_CIcmpChannel::open(SPW_CIcmpChannel::kDatagram);
+        if (own != nullptr) {
+            return new Service(std::move(own));
+        }
+        SPW_CIcmpChannel* raw = takeRawChannel();
+        if (raw != nullptr) {
+            return new Service(raw);
+        }
+        lastCode = SPW_CSysErrorPosix::systemCode(errno);
+        return nullptr;
+    }
+
+    void close(SPW_Handle service) override { delete static_cast<Service*>(service); }
+
+    std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
+                       void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) override {
+        (void)reply;  // the number of replies is all that the contract promises
+        SPW_Result code = kSysOk;
+        if (service == nullptr) {
+            code = kSysInvalidHandle;
+        } else if (replySize < kSmallestIcmpReply) {
+            code = kSysInsufficientBuffer;
+        } else {
+            code = static_cast<Service*>(service)->channel().echo(address, data, dataSize, timeoutMs);
+        }
+        if (code == kSysOk) {
+            return 1;
+        }
+        lastCode = code;
+        return 0;
+    }
+
+    SPW_Result lastError() override { return lastCode; }
+};
+
+PosixIcmp posixIcmp;
+
+}  // namespace
+
+SPW_CIcmp* SPW_CIcmp::instance = &posixIcmp;
