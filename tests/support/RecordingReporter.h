@@ -11,6 +11,7 @@
 
 #include "SPW_CError.h"
 #include "SPW_CString.h"
+#include "ScopedInstance.h"
 
 // One report as the user would have seen it, all texts in the 8-bit code page.
 struct RecordedReport {
@@ -41,13 +42,11 @@ public:
         SPW_CMessageBox::Icon icon;
     };
 
-    RecordingReporter() : m_box(*this), m_replaced(SPW_CError::instance) {
+    RecordingReporter() : m_box(*this), m_installed(m_reporter) {
         m_reporter.setNoExit(true);
         m_reporter.setShowErrors(true);
         m_reporter.setMessageBox(&m_box);
-        SPW_CError::instance = &m_reporter;
     }
-    ~RecordingReporter() { SPW_CError::instance = m_replaced; }
     RecordingReporter(const RecordingReporter&) = delete;
     RecordingReporter& operator=(const RecordingReporter&) = delete;
 
@@ -120,7 +119,7 @@ private:
     SPW_CMessageBox::Answer m_answer = SPW_CMessageBox::kAnswerOk;
     Recorder m_box;
     SPW_CError m_reporter;
-    SPW_CError* const m_replaced;
+    const ScopedInstance<SPW_CError> m_installed;
 };
 
 // Matches one report: EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "flush", 6, "flush

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "SPW_CClock.h"
+#include "ScopedInstance.h"
 
 // A clock that moves only when the test says so, or when somebody sleeps. Stands in for the process's clock as long
 // as the object lives. Any thread may use it.
@@ -16,10 +17,7 @@ public:
     static constexpr std::uint64_t kStart = 127017148290000000;  // 3 July 2003, 14:07:09
 
     explicit ScriptedClock(std::uint64_t start100ns = kStart)
-        : m_now(start100ns), m_wall(start100ns), m_replaced(SPW_CClock::instance) {
-        SPW_CClock::instance = this;
-    }
-    ~ScriptedClock() override { SPW_CClock::instance = m_replaced; }
+        : m_now(start100ns), m_wall(start100ns), m_installed(*this) {}
 
     std::uint64_t now100ns() override {
         const std::lock_guard<std::mutex> guard(m_mutex);
@@ -71,5 +69,5 @@ private:
     std::uint64_t m_wall;
     std::int64_t m_zoneMinutes = 0;
     std::vector<std::uint32_t> m_sleeps;
-    SPW_CClock* const m_replaced;
+    const ScopedInstance<SPW_CClock> m_installed;
 };

@@ -55,6 +55,12 @@ auto uninterrupted(Call call) {
     return result;
 }
 
+// Linux opens a directory for reading like a file.
+bool isDirectory(int fd) {
+    struct stat status;
+    return ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 }  // namespace
 
 SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle) {
@@ -63,6 +69,11 @@ SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation c
     const int fd = uninterrupted([&] { return ::open(own.toAnsi(), flags, kNormalAttributes); });
     if (fd == -1) {
         return SPW_CSysErrorPosix::failAtPath(own.toAnsi());
+    }
+    if (isDirectory(fd)) {
+        (void)::close(fd);
+        errno = EISDIR;  // what opening it for writing answers
+        return SPW_CSysErrorPosix::fail();
     }
     handle = handleOf(fd);
     return 0;

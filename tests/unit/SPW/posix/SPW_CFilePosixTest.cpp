@@ -1,0 +1,142 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <functional>
+#include <string>
+
+#include "RecordingReporter.h"
+#include "SPW_CClock.h"
+#include "SPW_CFile.h"
+#include "SPW_CLogFile.h"
+#include "TemporaryFolder.h"
+
+// Failures that need devices of Linux: a disk that is always full, a file without a position, memory that nobody
+// has mapped.
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::Field;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class FilePosixTest : public testing::Test {
+protected:
+    // A named pipe, open at both ends: it has no position and no medium.
+    void openPipe() {
+        ASSERT_EQ(::mkfifo((folder.native() / "pipe").c_str(), 0600), 0);
+        ASSERT_EQ(file.openReadWrite(folder.path("pipe"), false), 0u);
+    }
+
+    TemporaryFolder folder;
+    RecordingReporter reporter;
+    SPW_CFile file;
+};
+
+TEST_F(FilePosixTest, TextIsWrittenInUtf8WhichMayBeLongerThanItsCharacters) {
+    ASSERT_EQ(file.openCreateNew(folder.path("a.txt")), 0u);
+    EXPECT_EQ(file.writeText(u"\u00e4\u20ac"), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "\xC3\xA4\xE2\x82\xAC");
+}
+
+TEST_F(FilePosixTest, FullDiskIsReportedByEveryWrite) {
+    struct Case {
+        const char* method;
+        std::function<SPW_Result()> call;
+    };
+    const Case cases[] = {
+        {"write", [this] { return file.write("x", 1); }},
+        {"write", [this] { return file.writeDouble(1); }},
+        {"writeText", [this] { return file.writeText(u"x"); }},
+        {"writeNewLine", [this] { return file.writeNewLine(); }},
+    };
+    ASSERT_EQ(file.openReadWrite(u"/dev/full", false), 0u);
+    for (const Case& write : cases) {
+        EXPECT_EQ(write.call(), 112u);
+        EXPECT_THAT(reporter.takeReports(), ElementsAre(AllOf(IsReport("SPW_CFile", write.method, 112, "write failed."),
+                                                              Field(&RecordedReport::module, "SPW_CFileW32"))));
+        EXPECT_TRUE(file.isOpen());
+    }
+}
+
+TEST_F(FilePosixTest, EveryMoveThatFailsHasItsOwnMessage) {
+    struct Case {
+        const char* method;
+        const char* message;
+        std::function<SPW_Result()> call;
+    };
+    std::uint32_t position = 0;
+    const Case cases[] = {
+        {"getPosition", "Get position failed", [&] { return file.getPosition(position); }},
+        {"moveRelative", "Move file pointer failed", [&] { return file.moveRelative(1); }},
+        {"moveToBegin", "Move to begin of file failed", [&] { return file.moveToBegin(); }},
+        {"moveToEnd", "Move to end of file failed", [&] { return file.moveToEnd(); }},
+        {"setPosition", "Set file pointer failed.", [&] { return file.setPosition(1); }},
+    };
+    openPipe();
+    for (const Case& move : cases) {
+        EXPECT_EQ(move.call(), 132u);
+        EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", move.method, 132, move.message)));
+        EXPECT_TRUE(file.isOpen());
+    }
+}
+
+TEST_F(FilePosixTest, FlushOfWhatHasNoMediumFails) {
+    openPipe();
+    EXPECT_EQ(file.flush(), 87u);
+    EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "flush", 87, "flush error")));
+}
+
+TEST_F(FilePosixTest, AppendToWhatHasNoEndLeavesTheObjectClosed) {
+    ASSERT_EQ(::mkfifo((folder.native() / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(file.openReadWrite(folder.path("pipe"), true), 132u);
+    EXPECT_THAT(reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CFile", "moveToEnd", 132, "Move to end of file failed")));
+    EXPECT_FALSE(file.isOpen());
+}
+
+TEST_F(FilePosixTest, FailedReadIsReportedAndReadsNothing) {
+    ASSERT_EQ(file.openReadOnly(u"/proc/self/mem"), 0u);
+    char buffer[4];
+    std::uint32_t count = 99;
+    EXPECT_EQ(file.read(buffer, sizeof buffer, count), 1117u);
+    EXPECT_EQ(count, 0u);
+    EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "read", 1117, "read file failed.")));
+}
+
+TEST_F(FilePosixTest, StringWhoseReadFailsIsReportedByThePieceAndByTheString) {
+    ASSERT_EQ(file.openReadOnly(u"/proc/self/mem"), 0u);
+    SPW_CString text(u"old");
+    EXPECT_EQ(file.readCString(text, 'x'), 1117u);
+    EXPECT_TRUE(text.isEmpty());
+    EXPECT_THAT(reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CFile", "readToEndChar", 1117, "read file failed."),
+                            AllOf(IsReport("SPW_CFile", "readCString", 1117, "readToEndChar failed"),
+                                  Field(&RecordedReport::caption, "Linked Error"))));
+}
+
+TEST_F(FilePosixTest, FileIsNotHandedOnToOtherPrograms) {
+    ASSERT_EQ(file.openCreateNew(folder.path("a.txt")), 0u);
+    int checked = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry.path(), gone) == folder.native() / "a.txt") {
+            EXPECT_NE(::fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC, 0);
+            ++checked;
+        }
+    }
+    EXPECT_EQ(checked, 1);
+}
+
+TEST_F(FilePosixTest, LogOnAFullDiskReportsEachLineAndGoesOn) {
+    SPW_CLogFile log;
+    ASSERT_EQ(log.open(u"/dev/full", u"", u"", u"", 1, 1, false), 0u);
+    EXPECT_EQ(log.writeLine(u"lost", true), 0u);
+    EXPECT_EQ(log.writeLine(u"lost as well", false), 0u);
+    EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "writeText", 112, "write failed."),
+                                                    IsReport("SPW_CFile", "writeText", 112, "write failed.")));
+    EXPECT_TRUE(log.isOpen());
+}
+
+}  // namespace
