@@ -47,7 +47,7 @@ private:
 // One registry key, opened and closed around every operation, so that none stays open between calls.
 //
 // The key is named by its hive ("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER" or "HKEY_LOCAL_MACHINE", spelled so) and its
-// path below it with back-slashes. Making the object makes the key, unchecked: whoever has no right to make
+// path below it with back-slashes. Making the object makes the key, unchecked: whoever may not make
 // it learns that from the first operation. On Linux a hive is a text file, see docs/hive-files.md.
 //
 // Operations answer 0 or one of the codes below and leave the reason in getLastError; nothing is reported.

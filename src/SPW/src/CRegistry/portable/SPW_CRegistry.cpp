@@ -53,9 +53,12 @@ void listFromRaw(const char16_t* units, std::uint32_t size, SPW_CArray<SPW_CStri
 
 }  // namespace
 
-SPW_CRegistry::SPW_CRegistry(const SPW_CString& hive, const SPW_CString& path)
+SPW_CRegistry::SPW_CRegistry(const SPW_CString& hive, const SPW_CString& path, Presence presence)
     : m_path(path), m_hive(hive), m_root(rootOf(hive)), m_subKeyCount(0), m_valueCount(0), m_key(nullptr), m_isOpen(0) {
-    // Makes sure that the key exists. Unchecked: an operation that misses the key will say so.
+    if (presence == kOnlyIfPresent) {
+        return;
+    }
+    // Unchecked: an operation that misses the key will say so.
     SPW_Handle key = nullptr;
     if (sys().createKey(m_root, m_path, SPW_CRegistrySys::kAllAccess, key) == 0) {
         (void)sys().closeKey(key);
