@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <string_view>
+#include <type_traits>
 
 #include "SPW_CFormat.h"
 #include "SPW_CStringSys.h"
@@ -50,36 +51,31 @@ bool isIn(char16_t c, const char16_t* set) {
     return false;
 }
 
-// Every code page agrees on ASCII, so a text of nothing else needs no platform. Both loops are
-// without branches for the compiler to vectorise: each packet passes here.
-bool isAscii(const char16_t* text, int length) {
+// Every code page agrees on ASCII, so a text of nothing else needs no platform. Converts such a text, which has
+// `length` characters, and a terminator; returns false, with the buffer written in part, when it is none. Each packet
+// passes here: pieces of a fixed size, copied out and in, let the compiler use vector instructions.
+template <typename To, typename From>
+bool convertAscii(const From* text, int length, To* buffer) {
+    constexpr int kPiece = 16;
+    int i = 0;
     unsigned bits = 0;
-    for (int i = 0; i < length; ++i) {
-        bits |= text[i];
+    for (; i + kPiece <= length; i += kPiece) {
+        std::make_unsigned_t<From> from[kPiece];
+        std::memcpy(from, text + i, sizeof from);
+        To to[kPiece];
+        for (int k = 0; k < kPiece; ++k) {
+            bits |= from[k];
+            to[k] = static_cast<To>(from[k]);
+        }
+        std::memcpy(buffer + i, to, sizeof to);
     }
-    return bits < 0x80;
-}
-
-bool isAscii(const char* text, int length) {
-    unsigned bits = 0;
-    for (int i = 0; i < length; ++i) {
-        bits |= static_cast<unsigned char>(text[i]);
-    }
-    return bits < 0x80;
-}
-
-void narrowAscii(const char16_t* text, int length, char* buffer) {
-    for (int i = 0; i < length; ++i) {
-        buffer[i] = static_cast<char>(text[i]);
+    for (; i < length; ++i) {
+        const std::make_unsigned_t<From> c = static_cast<std::make_unsigned_t<From>>(text[i]);
+        bits |= c;
+        buffer[i] = static_cast<To>(c);
     }
     buffer[length] = 0;
-}
-
-void widenAscii(const char* text, int length, char16_t* buffer) {
-    for (int i = 0; i < length; ++i) {
-        buffer[i] = static_cast<unsigned char>(text[i]);
-    }
-    buffer[length] = 0;
+    return bits < 0x80;
 }
 
 char16_t lowerOf(char16_t c) {
@@ -193,8 +189,7 @@ SPW_CString::SPW_CString(const char* ansi) : SPW_CString() {
     }
     const int bytes = static_cast<int>(std::strlen(ansi));
     char16_t* const buffer = getBuffer(bytes);
-    if (isAscii(ansi, bytes)) {
-        widenAscii(ansi, bytes, buffer);
+    if (convertAscii(ansi, bytes, buffer)) {
         return;
     }
     const int written = SPW_CStringSys::ansiToWide(ansi, bytes, buffer, bytes + 1);
@@ -227,9 +222,7 @@ SPW_CString::SPW_CString(const SPW_CString& other, int maximum) : SPW_CString() 
 
 SPW_CString::SPW_CString(char ansi) : SPW_CString() {
     char16_t* const buffer = getBuffer(1);
-    if (isAscii(&ansi, 1)) {
-        widenAscii(&ansi, 1, buffer);
-    } else {
+    if (!convertAscii(&ansi, 1, buffer)) {
         (void)SPW_CStringSys::ansiToWide(&ansi, 1, buffer, 2);  // one byte always fits
     }
 }
@@ -538,12 +531,15 @@ int SPW_CString::compareNoCase(const char16_t* text, int count) const {
 
 const char* SPW_CString::toAnsi() const {
     delete[] m_ansiCopy;
-    const bool ascii = isAscii(m_buffer, m_length);
-    const int size = ascii ? m_length + 1 : std::max(SPW_CStringSys::wideToAnsi(m_buffer, m_length, nullptr, 0), 1);
+    m_ansiCopy = new char[static_cast<std::size_t>(m_length) + 1];
+    if (convertAscii(m_buffer, m_length, m_ansiCopy)) {
+        return m_ansiCopy;
+    }
+    // One byte for a character does not do for every code page.
+    delete[] m_ansiCopy;
+    const int size = std::max(SPW_CStringSys::wideToAnsi(m_buffer, m_length, nullptr, 0), 1);
     m_ansiCopy = new char[static_cast<std::size_t>(size)];
-    if (ascii) {
-        narrowAscii(m_buffer, m_length, m_ansiCopy);
-    } else if (SPW_CStringSys::wideToAnsi(m_buffer, m_length, m_ansiCopy, size) == 0) {
+    if (SPW_CStringSys::wideToAnsi(m_buffer, m_length, m_ansiCopy, size) == 0) {
         m_ansiCopy[0] = 0;
     }
     return m_ansiCopy;
@@ -551,8 +547,7 @@ const char* SPW_CString::toAnsi() const {
 
 int SPW_CString::copyToAnsi(char* buffer, int size) const {
     size = std::max(size, 0);
-    if (size > m_length && isAscii(m_buffer, m_length)) {
-        narrowAscii(m_buffer, m_length, buffer);
+    if (size > m_length && convertAscii(m_buffer, m_length, buffer)) {
         return m_length + 1;
     }
     const int written = SPW_CStringSys::wideToAnsi(m_buffer, m_length, buffer, size);
