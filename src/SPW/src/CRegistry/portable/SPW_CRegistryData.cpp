@@ -35,6 +35,7 @@ SPW_CString joinedByBlanks(const SPW_CArray<SPW_CString>& list) {
 
 SPW_CString spelledBy(const SPW_CArray<std::uint8_t>& bytes) {
     std::vector<char> text;
+    text.reserve(static_cast<std::size_t>(bytes.numberOfElements()) + 1);
     for (int i = 0; i < bytes.numberOfElements(); ++i) {
         text.push_back(static_cast<char>(bytes[i]));
     }
