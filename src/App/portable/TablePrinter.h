@@ -1,0 +1,23 @@
+#pragma once
+
+#include "PeerTable.h"
+#include "SPW_CArray.h"
+#include "SPW_CString.h"
+
+// One snapshot of all rows as a table for a person to read.
+struct TableHeading {
+    SPW_CString localTime;  // when the snapshot was taken, "HH:MM:SS"
+    int testNumber = 0;     // number of the test, from 1
+    std::uint32_t elapsedSeconds = 0;
+    bool isFinal = false;
+};
+
+// A heading line, the column headers and one line per row, in the order given; lines end with LF.
+// Columns are as wide as their longest cell. With no row, one line says so.
+SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowValues>& rows);
+
+// How many of the rows have at least minimumQuality percent.
+int countReachable(const SPW_CArray<PeerRowValues>& rows, int minimumQuality);
+
+// The closing line of a run, such as "2 of 3 peers reachable (quality at least 1 %)" or "no peer was found".
+SPW_CString formatVerdict(const SPW_CArray<PeerRowValues>& rows, int minimumQuality);

@@ -1,0 +1,143 @@
+#include "Headless.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "JsonPrinter.h"
+#include "SPW_CClock.h"
+#include "SPW_CSysError.h"
+#include "TablePrinter.h"
+
+namespace {
+
+constexpr std::uint64_t kMs = 10000;  // 100-ns units
+
+void complain(const SPW_CString& text) {
+    std::fprintf(stderr, "linkometry: %s\n", text.toAnsi());
+}
+
+// False when nobody reads any more or the output's disk is full.
+bool print(const std::string& text) {
+    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+}
+
+}  // namespace
+
+Headless::Headless(const CommandLine& options, TestEngine& engine) : m_options(options), m_engine(engine) {}
+
+int Headless::run() {
+    if (m_engine.logOpenResult() != 0) {
+        complain(SPW_CString(u"cannot open the log file ") + m_engine.logFilePath() + u": " +
+                 SPW_CSysError::instance->text(m_engine.logOpenResult()));
+        return kTestFailed;
+    }
+    for (int i = 0; i < m_options.peers.numberOfElements(); ++i)
+        m_engine.addPeer(m_options.peers[i]);
+
+    m_started100ns = SPW_CClock::instance->now100ns();
+    m_nextSnapshotMs = m_options.intervalMs;
+    if (startTest()) {
+        std::fprintf(stderr, "linkometry: %s measures its peers; the log is %s; Ctrl-C stops\n",
+                     m_engine.title().toAnsi(), m_engine.logFilePath().toAnsi());
+        obeyRequests();
+    }
+    m_engine.stop();
+    if (!m_canRun)
+        return kTestFailed;
+    printSnapshot(true);
+    return verdict();
+}
+
+// A listener that cannot be opened would make this device look dead to all others, so that is the end of the run,
+// though the engine itself would go on.
+bool Headless::startTest() {
+    m_testNumber = m_engine.testNumber();
+    m_engine.start();
+    SPW_CArray<SPW_CString> failures;
+    m_engine.listenerFailures(failures);
+    for (int i = 0; i < failures.numberOfElements(); ++i)
+        complain(SPW_CString(u"cannot listen: ") + failures[i]);
+    m_canRun = failures.numberOfElements() == 0;
+    return m_canRun;
+}
+
+// 1. Sleep until a signal comes or the next duty is due.
+// 2. A signal goes first: whoever sent it waits.
+// 3. The end goes before an interval that falls on it: the final snapshot shows the same.
+void Headless::obeyRequests() {
+    while (!m_stopping && m_canRun) {
+        obey(waitForRequest(msUntilNextDuty()));
+        if (m_options.hasDuration && elapsedMs() >= m_options.durationMs)
+            return;
+        if (m_options.hasInterval && elapsedMs() >= m_nextSnapshotMs) {
+            printSnapshot(false);
+            // Intervals that a suspended machine has slept through are left out.
+            m_nextSnapshotMs = std::max(m_nextSnapshotMs, elapsedMs() - m_options.intervalMs) + m_options.intervalMs;
+        }
+    }
+}
+
+void Headless::obey(Request request) {
+    switch (request) {
+        case Request::kNone:
+            return;
+        case Request::kStop:
+            m_stopping = true;
+            return;
+        case Request::kSnapshot:
+            printSnapshot(false);
+            m_engine.logReport();
+            return;
+        case Request::kReset:
+            m_engine.resetStatistics();
+            return;
+        case Request::kRestart:
+            m_engine.stop();
+            (void)startTest();  // the loop looks at m_canRun
+            return;
+    }
+}
+
+void Headless::printSnapshot(bool isFinal) {
+    m_engine.snapshot(m_rows);
+    const std::uint64_t wall = SPW_CClock::instance->wall100ns();
+    std::string text;
+    if (m_options.format == CommandLine::kJson) {
+        text = formatJson(wall, m_testNumber, isFinal, m_rows);
+    } else {
+        TableHeading heading;
+        const SPW_CalendarTime local = SPW_CClock::instance->toLocal(wall);
+        heading.localTime.format(u"%02d:%02d:%02d", local.hour, local.minute, local.second);
+        heading.testNumber = m_testNumber;
+        heading.elapsedSeconds = static_cast<std::uint32_t>((elapsedMs() + 500) / 1000);
+        heading.isFinal = isFinal;
+        text = formatTable(heading, m_rows).toAnsi();
+        if (isFinal)
+            text = text + formatVerdict(m_rows, m_options.minimumQuality).toAnsi() + '\n';
+    }
+    if (!print(text))
+        m_stopping = true;
+}
+
+std::int64_t Headless::elapsedMs() const {
+    return static_cast<std::int64_t>((SPW_CClock::instance->now100ns() - m_started100ns) / kMs);
+}
+
+std::uint32_t Headless::msUntilNextDuty() const {
+    constexpr std::int64_t kLongest = 24 * 3600 * 1000;  // one wake-up a day costs nothing
+    std::int64_t due = elapsedMs() + kLongest;
+    if (m_options.hasDuration)
+        due = std::min(due, m_options.durationMs);
+    if (m_options.hasInterval)
+        due = std::min(due, m_nextSnapshotMs);
+    // Rounded up by one: a wait that ends within the last millisecond would find nothing due.
+    return static_cast<std::uint32_t>(std::max<std::int64_t>(due - elapsedMs(), 0)) + 1;
+}
+
+int Headless::verdict() const {
+    const int peers = m_rows.numberOfElements();
+    if (peers == 0)
+        return kNoPeer;
+    return countReachable(m_rows, m_options.minimumQuality) == peers ? kAllReachable : kSomeUnreachable;
+}

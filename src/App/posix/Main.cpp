@@ -1,0 +1,82 @@
+#include <sys/resource.h>
+
+#include <cstdio>
+
+#include "CommandLine.h"
+#include "ConsoleMessageBox.h"
+#include "Headless.h"
+#include "SPW_CApp.h"
+#include "SPW_CError.h"
+#include "Settings.h"
+#include "Signals.h"
+#include "TestEngine.h"
+
+namespace {
+
+// Each peer takes up to three descriptors; the usual soft limit of 1024 would end at some 300 peers.
+void raiseDescriptorLimit() {
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+SPW_CArray<SPW_CString> tokensOf(int argc, char** argv) {
+    SPW_CArray<SPW_CString> tokens;
+    for (int i = 1; i < argc; ++i)
+        tokens.append(SPW_CString(argv[i]));
+    return tokens;
+}
+
+// Needs no row updates: it takes snapshots.
+class SilentSink final : public UiSink {
+public:
+    void updatePeerRow(const SPW_CString&, int, int, std::int32_t, std::int32_t) override {}
+};
+
+int runHeadless(const CommandLine& options) {
+    raiseDescriptorLimit();
+    blockRequestSignals();
+
+    ConsoleMessageBox box;
+    SPW_CError::instance->setMessageBox(&box);
+    SPW_CError::instance->setShowErrors(true);
+
+    int status;
+    {
+        SilentSink sink;
+        TestEngine engine(&sink, true);
+        status = Headless(options, engine).run();
+    }
+    SPW_CError::instance->setMessageBox(nullptr);
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const CommandLine options = scanArguments(tokensOf(argc, argv));
+    if (!options.isUsable()) {
+        std::fprintf(stderr, "linkometry: %s\nlinkometry: -help lists the options\n", options.error.toAnsi());
+        return kBadCommandLine;
+    }
+    if (options.help) {
+        std::fputs(usageText().toAnsi(), stdout);
+        return 0;
+    }
+    if (options.version) {
+        SPW_CString program;
+        SPW_CApp::getModulePath(program, true);
+        std::printf("linkometry %s\n", readVersion(program).toAnsi());
+        return 0;
+    }
+    const SPW_CString unknown = options.unknownText();
+    if (!unknown.isEmpty())
+        std::fprintf(stderr, "linkometry: %s\n", unknown.toAnsi());
+    if (options.getInfoRequested) {
+        std::fputs("linkometry: this build writes no report file (-getinfo)\n", stderr);
+        return kBadCommandLine;
+    }
+    return runHeadless(options);
+}

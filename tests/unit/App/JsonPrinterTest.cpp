@@ -1,0 +1,55 @@
+#include "JsonPrinter.h"
+
+#include <gtest/gtest.h>
+
+#include "SPW_CClock.h"
+
+namespace {
+
+std::uint64_t noon() {
+    SPW_CalendarTime time;
+    time.year = 2003;
+    time.month = 7;
+    time.day = 3;
+    time.hour = 14;
+    time.minute = 7;
+    time.second = 9;
+    time.millisecond = 45;
+    return SPW_CClock::fromUtc(time);
+}
+
+SPW_CArray<PeerRowValues> oneRow() {
+    PeerRowValues values;
+    values.address = u"10.0.0.7";
+    values.name = u"caf\u00e9 \"x\"";
+    values.label = u"10.0.0.7 (caf\u00e9 \"x\")";
+    values.quality = 66;
+    values.counts[kMulticast] = {1, 2, 1};
+    values.counts[kTcpip] = {3, 5, 2};
+    values.counts[kUdp] = {0, 0, 0};
+    values.counts[kPing] = {7, 7, 0};
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(values);
+    return rows;
+}
+
+TEST(JsonPrinterTest, OneObjectPerRowOnALineOfItsOwn) {
+    EXPECT_EQ(
+        "{\"time\":\"2003-07-03T14:07:09.045Z\",\"test\":3,\"address\":\"10.0.0.7\",\"name\":\"caf\u00e9 \\\"x\\\"\","
+        "\"label\":\"10.0.0.7 (caf\u00e9 \\\"x\\\")\",\"quality\":66,"
+        "\"multicast\":{\"received\":1,\"total\":2,\"lost\":1},\"tcpip\":{\"received\":3,\"total\":5,\"lost\":2},"
+        "\"udp\":{\"received\":0,\"total\":0,\"lost\":0},\"ping\":{\"received\":7,\"total\":7,\"lost\":0}}\n",
+        formatJson(noon(), 3, false, oneRow()));
+}
+
+TEST(JsonPrinterTest, OnlyTheLastSnapshotIsMarkedFinal) {
+    EXPECT_EQ(std::string::npos, formatJson(noon(), 3, false, oneRow()).find("final"));
+    const std::string last = formatJson(noon(), 3, true, oneRow());
+    EXPECT_EQ(last.size() - std::string(",\"final\":true}\n").size(), last.find(",\"final\":true}\n"));
+}
+
+TEST(JsonPrinterTest, NoRowsGiveNoLines) {
+    EXPECT_EQ("", formatJson(noon(), 1, true, SPW_CArray<PeerRowValues>()));
+}
+
+}  // namespace

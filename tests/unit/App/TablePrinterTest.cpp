@@ -1,0 +1,80 @@
+#include "TablePrinter.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+PeerRowValues row(const char16_t* label, int quality, std::int32_t received, std::int32_t total) {
+    PeerRowValues values;
+    values.label = label;
+    values.quality = quality;
+    for (ProtocolCounts& counts : values.counts) {
+        counts.received = received;
+        counts.total = total;
+        counts.lost = total - received;
+    }
+    return values;
+}
+
+TableHeading heading(bool isFinal) {
+    TableHeading heading;
+    heading.localTime = u"09:05:03";
+    heading.testNumber = 2;
+    heading.elapsedSeconds = 17;
+    heading.isFinal = isFinal;
+    return heading;
+}
+
+TEST(TablePrinterTest, ColumnsAreAsWideAsTheirLongestCell) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
+    rows.append(row(u"10.0.0.200 (printer)", 100, 1234567890, 1234567890));
+    EXPECT_STREQ(
+        "09:05:03  test 2, running after 17 s\n"
+        "IP-Address (name)     Quality (%)     Mcast (Recv/Total)     Tcpip (Recv/Total)       Udp (Recv/Total)"
+        "        Ping (Ack/Sent)\n"
+        "10.0.0.1 (a)                   60                    3/5                    3/5                    3/5"
+        "                    3/5\n"
+        "10.0.0.200 (printer)          100  1234567890/1234567890  1234567890/1234567890  1234567890/1234567890"
+        "  1234567890/1234567890\n",
+        formatTable(heading(false), rows).toAnsi());
+}
+
+TEST(TablePrinterTest, EachProtocolStandsInItsOwnColumn) {
+    SPW_CArray<PeerRowValues> rows;
+    PeerRowValues values = row(u"x", 1, 0, 0);
+    values.counts[kMulticast].total = 1;
+    values.counts[kTcpip].total = 2;
+    values.counts[kUdp].total = 3;
+    values.counts[kPing].total = 4;
+    rows.append(values);
+    const std::string table = formatTable(heading(false), rows).toAnsi();
+    const std::size_t mcast = table.find("0/1"), tcp = table.find("0/2"), udp = table.find("0/3"),
+                      ping = table.find("0/4");
+    ASSERT_NE(std::string::npos, mcast);
+    EXPECT_LT(mcast, tcp);
+    EXPECT_LT(tcp, udp);
+    EXPECT_LT(udp, ping);
+    EXPECT_NE(std::string::npos, ping);
+}
+
+TEST(TablePrinterTest, AnEmptyTableSaysSo) {
+    const std::string table = formatTable(heading(true), SPW_CArray<PeerRowValues>()).toAnsi();
+    EXPECT_EQ(0u, table.find("09:05:03  test 2, result after 17 s\n"));
+    EXPECT_NE(std::string::npos, table.find("\n(no peer heard so far)\n"));
+}
+
+TEST(TablePrinterTest, TheVerdictCountsThePeersWithEnoughQuality) {
+    SPW_CArray<PeerRowValues> rows;
+    EXPECT_STREQ("no peer was found", formatVerdict(rows, 1).toAnsi());
+    rows.append(row(u"a", 50, 1, 2));
+    EXPECT_STREQ("1 of 1 peer reachable (quality at least 50 %)", formatVerdict(rows, 50).toAnsi());
+    rows.append(row(u"b", 49, 1, 2));
+    EXPECT_STREQ("1 of 2 peers reachable (quality at least 50 %)", formatVerdict(rows, 50).toAnsi());
+    EXPECT_EQ(2, countReachable(rows, 0));
+    EXPECT_EQ(0, countReachable(rows, 51));
+}
+
+}  // namespace
