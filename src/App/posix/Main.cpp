@@ -5,6 +5,7 @@
 #include "CommandLine.h"
 #include "ConsoleMessageBox.h"
 #include "Headless.h"
+#include "MulticastInterfaces.h"
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
 #include "Settings.h"
@@ -42,6 +43,8 @@ int runHeadless(const CommandLine& options) {
     ConsoleMessageBox box;
     SPW_CError::instance->setMessageBox(&box);
     SPW_CError::instance->setShowErrors(true);
+    // A cable that is out for a while must not end a program that runs for weeks.
+    SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
 
     int status;
     {

@@ -118,6 +118,9 @@ public:
 
     // A fatal error does not end the program.
     void setNoExit(bool on) { m_noExit = on; }
+    // Fatal errors with this code are no fatal ones for this program: they get a box like any other error, and the
+    // program goes on. 0, which stands at first, means that there is no such code: an assertion has none either.
+    void setSurvivedCode(SPW_Result code) { m_survivedCode = code; }
     // No box is shown; where one was due report() returns 8.
     void setNoBox(bool on) { m_noBox = on; }
     // Ordinary errors get a box as well.
@@ -160,6 +163,7 @@ private:
 
     std::atomic<bool> m_noExit{false};
     std::atomic<bool> m_noBox{false};
+    std::atomic<SPW_Result> m_survivedCode{0};
     std::atomic<std::uint32_t> m_traceFileMask{0};
     std::atomic<std::uint32_t> m_combinedMask{0};  // the file's mask and every listener's
     SPW_CLogFile* m_log = nullptr;                 // owned; guarded by m_logLock

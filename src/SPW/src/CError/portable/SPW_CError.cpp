@@ -214,6 +214,9 @@ void SPW_CError::writeToLog(const SPW_CString& record) {
     }
 }
 
+// In place of kFatal where the program goes on: an error that has a box, and no button but OK.
+static constexpr std::uint32_t kSurvived = 1;
+
 bool SPW_CError::describeCode(SPW_Result, const char*, SPW_CString& text) {
     text.clear();
     return true;
@@ -224,6 +227,9 @@ SPW_Result SPW_CError::report(const char* module, int line, const char* classNam
     const Nesting nesting(*this);
     if (!nesting.isOutermost()) {
         return 0;
+    }
+    if (code != 0 && code == m_survivedCode && (flags & kFatal) != 0) {
+        flags = (flags & ~kFatal) | kSurvived;
     }
     const Place place(module, line, className, method);
     writeToLog(errorRecord(place, code, linkedCode, message));
