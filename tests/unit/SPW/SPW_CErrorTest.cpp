@@ -251,6 +251,20 @@ TEST_F(ErrorTest, FrontEndMayEndTheProgramItself) {
     EXPECT_EQ(exitCode, 1);
 }
 
+TEST_F(ErrorTest, FatalErrorWithTheSurvivedCodeIsAnErrorLikeAnyOther) {
+    error.setSurvivedCode(111);
+    EXPECT_EQ(report(111, 0, u"no interface", SPW_CError::kFatal), 1u);
+    ASSERT_EQ(box.shown.size(), 1u);
+    EXPECT_EQ(box.shown[0].caption, "Oops");
+    EXPECT_EQ(box.shown[0].buttons, SPW_CMessageBox::kOk);
+    EXPECT_EXIT(report(112, 0, u"another", SPW_CError::kFatal), testing::ExitedWithCode(1), "");
+}
+
+TEST_F(ErrorTest, AssertionIsNeverSurvived) {
+    error.setSurvivedCode(0);
+    EXPECT_EXIT(error.assertionFailed("m", 1, "C", "m", "x"), testing::ExitedWithCode(1), "");
+}
+
 TEST_F(ErrorTest, BadIndexOfAnArrayIsAFatalAssertion) {
     RecordingReporter recorder;
     SPW_CArrayIndexFailed("index >= 0 && index < m_numberOfElements", 83, "operator []");
