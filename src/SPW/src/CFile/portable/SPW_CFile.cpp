@@ -49,7 +49,7 @@ SPW_CFile::~SPW_CFile() {
 // --- Opening and closing ---
 
 SPW_Result SPW_CFile::close() {
-    if (!isOpen()) {
+    if (m_handle == SPW_CFileSys::invalidHandle()) {
         return 0;
     }
     const SPW_Handle handle = m_handle;
