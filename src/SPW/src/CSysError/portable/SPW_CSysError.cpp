@@ -4,90 +4,157 @@
 
 namespace {
 
-struct CodeText {
-    SPW_SysCode code;
-    const char16_t* text;
-};
-
-constexpr CodeText kTexts[] = {
-    {kSysOk, u"Success"},
-    {kSysFileNotFound, u"File not found"},
-    {kSysPathNotFound, u"Path not found"},
-    {kSysTooManyOpenFiles, u"Too many files are open"},
-    {kSysAccessDenied, u"Access denied"},
-    {kSysInvalidHandle, u"The handle is not valid"},
-    {kSysNotEnoughMemory, u"Not enough memory"},
-    {kSysNotSameDevice, u"Source and target are on different devices"},
-    {kSysNoMoreFiles, u"No more files"},
-    {kSysWriteProtected, u"The medium is write-protected"},
-    {kSysGeneralFailure, u"General failure"},
-    {kSysSharingViolation, u"The file is in use"},
-    {kSysEndOfFile, u"End of the file"},
-    {kSysNotSupported, u"Not supported"},
-    {kSysFileExists, u"The file exists already"},
-    {kSysInvalidParameter, u"Invalid parameter"},
-    {kSysBrokenPipe, u"The other end of the pipe is closed"},
-    {kSysBufferOverflow, u"The name does not fit the buffer"},
-    {kSysDiskFull, u"The disk is full"},
-    {kSysInsufficientBuffer, u"The buffer is too small"},
-    {kSysNoSeek, u"The device has no file position"},
-    {kSysDirNotEmpty, u"The directory is not empty"},
-    {kSysAlreadyExists, u"The object exists already"},
-    {kSysFilenameTooLong, u"The file name is too long"},
-    {kSysMoreData, u"More data is available"},
-    {kSysNoMoreItems, u"No more items"},
-    {kSysRegistryCorrupt, u"The registry is damaged"},
-    {kSysBadKey, u"The registry key is not valid"},
-    {kSysIoDevice, u"Input or output error of the device"},
-    {kSockInterrupted, u"The call was interrupted"},
-    {kSockAccess, u"Access to the socket denied"},
-    {kSockFault, u"Bad address of a socket buffer"},
-    {kSockInvalid, u"Invalid argument of a socket call"},
-    {kSockTooManyFiles, u"Too many sockets are open"},
-    {kSockWouldBlock, u"The socket call would block"},
-    {kSockInProgress, u"A socket call is in progress"},
-    {kSockAlready, u"The socket call is already in progress"},
-    {kSockNotSocket, u"Not a socket"},
-    {kSockDestinationRequired, u"A destination address is required"},
-    {kSockMessageSize, u"The message is too long"},
-    {kSockWrongProtocolType, u"Wrong protocol for the type of socket"},
-    {kSockNoProtocolOption, u"Unknown socket option"},
-    {kSockProtocolNotSupported, u"The protocol is not supported"},
-    {kSockTypeNotSupported, u"The type of socket is not supported"},
-    {kSockNotSupported, u"The socket does not support the operation"},
-    {kSockFamilyNotSupported, u"The address family is not supported"},
-    {kSockAddressInUse, u"The address is in use"},
-    {kSockAddressNotAvailable, u"The address is not available"},
-    {kSockNetDown, u"The network is down"},
-    {kSockNetUnreachable, u"The network is unreachable"},
-    {kSockNetReset, u"The network dropped the connection"},
-    {kSockAborted, u"The connection was aborted"},
-    {kSockReset, u"The peer reset the connection"},
-    {kSockNoBuffers, u"No room in the network buffers"},
-    {kSockIsConnected, u"The socket is connected already"},
-    {kSockNotConnected, u"The socket is not connected"},
-    {kSockShutDown, u"The socket has been shut down"},
-    {kSockTimedOut, u"The connection timed out"},
-    {kSockRefused, u"The connection was refused"},
-    {kSockHostDown, u"The host is down"},
-    {kSockHostUnreachable, u"The host is unreachable"},
-    {kSockHostNotFound, u"Host not found"},
-    {kIcmpNetUnreachable, u"The echo request did not reach the network"},
-    {kIcmpHostUnreachable, u"The echo request did not reach the host"},
-    {kIcmpProtocolUnreachable, u"The host does not answer echo requests"},
-    {kIcmpPortUnreachable, u"The host refused the echo request"},
-    {kIcmpPacketTooBig, u"The echo request is too large for the way to the host"},
-    {kIcmpTimedOut, u"The echo request timed out"},
-    {kIcmpTtlExpired, u"The echo request passed too many routers"},
-};
+// Null for a code outside the vocabulary. A switch, so that the compiler demands a text for every code.
+const char16_t* find(SPW_SysCode code) {
+    switch (code) {
+        case kSysOk:
+            return u"Success";
+        case kSysFileNotFound:
+            return u"File not found";
+        case kSysPathNotFound:
+            return u"Path not found";
+        case kSysTooManyOpenFiles:
+            return u"Too many files are open";
+        case kSysAccessDenied:
+            return u"Access denied";
+        case kSysInvalidHandle:
+            return u"The handle is not valid";
+        case kSysNotEnoughMemory:
+            return u"Not enough memory";
+        case kSysNotSameDevice:
+            return u"Source and target are on different devices";
+        case kSysNoMoreFiles:
+            return u"No more files";
+        case kSysWriteProtected:
+            return u"The medium is write-protected";
+        case kSysGeneralFailure:
+            return u"General failure";
+        case kSysSharingViolation:
+            return u"The file is in use";
+        case kSysEndOfFile:
+            return u"End of the file";
+        case kSysNotSupported:
+            return u"Not supported";
+        case kSysFileExists:
+            return u"The file exists already";
+        case kSysInvalidParameter:
+            return u"Invalid parameter";
+        case kSysBrokenPipe:
+            return u"The other end of the pipe is closed";
+        case kSysBufferOverflow:
+            return u"The name does not fit the buffer";
+        case kSysDiskFull:
+            return u"The disk is full";
+        case kSysInsufficientBuffer:
+            return u"The buffer is too small";
+        case kSysNoSeek:
+            return u"The device has no file position";
+        case kSysDirNotEmpty:
+            return u"The directory is not empty";
+        case kSysAlreadyExists:
+            return u"The object exists already";
+        case kSysFilenameTooLong:
+            return u"The file name is too long";
+        case kSysMoreData:
+            return u"More data is available";
+        case kSysNoMoreItems:
+            return u"No more items";
+        case kSysRegistryCorrupt:
+            return u"The registry is damaged";
+        case kSysBadKey:
+            return u"The registry key is not valid";
+        case kSysIoDevice:
+            return u"Input or output error of the device";
+        case kSockInterrupted:
+            return u"The call was interrupted";
+        case kSockAccess:
+            return u"Access to the socket denied";
+        case kSockFault:
+            return u"Bad address of a socket buffer";
+        case kSockInvalid:
+            return u"Invalid argument of a socket call";
+        case kSockTooManyFiles:
+            return u"Too many sockets are open";
+        case kSockWouldBlock:
+            return u"The socket call would block";
+        case kSockInProgress:
+            return u"A socket call is in progress";
+        case kSockAlready:
+            return u"The socket call is already in progress";
+        case kSockNotSocket:
+            return u"Not a socket";
+        case kSockDestinationRequired:
+            return u"A destination address is required";
+        case kSockMessageSize:
+            return u"The message is too long";
+        case kSockWrongProtocolType:
+            return u"Wrong protocol for the type of socket";
+        case kSockNoProtocolOption:
+            return u"Unknown socket option";
+        case kSockProtocolNotSupported:
+            return u"The protocol is not supported";
+        case kSockTypeNotSupported:
+            return u"The type of socket is not supported";
+        case kSockNotSupported:
+            return u"The socket does not support the operation";
+        case kSockFamilyNotSupported:
+            return u"The address family is not supported";
+        case kSockAddressInUse:
+            return u"The address is in use";
+        case kSockAddressNotAvailable:
+            return u"The address is not available";
+        case kSockNetDown:
+            return u"The network is down";
+        case kSockNetUnreachable:
+            return u"The network is unreachable";
+        case kSockNetReset:
+            return u"The network dropped the connection";
+        case kSockAborted:
+            return u"The connection was aborted";
+        case kSockReset:
+            return u"The peer reset the connection";
+        case kSockNoBuffers:
+            return u"No room in the network buffers";
+        case kSockIsConnected:
+            return u"The socket is connected already";
+        case kSockNotConnected:
+            return u"The socket is not connected";
+        case kSockShutDown:
+            return u"The socket has been shut down";
+        case kSockTimedOut:
+            return u"The connection timed out";
+        case kSockRefused:
+            return u"The connection was refused";
+        case kSockHostDown:
+            return u"The host is down";
+        case kSockHostUnreachable:
+            return u"The host is unreachable";
+        case kSockHostNotFound:
+            return u"Host not found";
+        case kIcmpNetUnreachable:
+            return u"The echo request did not reach the network";
+        case kIcmpHostUnreachable:
+            return u"The echo request did not reach the host";
+        case kIcmpProtocolUnreachable:
+            return u"The host does not answer echo requests";
+        case kIcmpPortUnreachable:
+            return u"The host refused the echo request";
+        case kIcmpPacketTooBig:
+            return u"The echo request is too large for the way to the host";
+        case kIcmpTimedOut:
+            return u"The echo request timed out";
+        case kIcmpTtlExpired:
+            return u"The echo request passed too many routers";
+    }
+    return nullptr;
+}
 
 class SystemErrors : public SPW_CSysError {
 public:
     SPW_CString text(SPW_Result code) override {
-        for (const CodeText& entry : kTexts) {
-            if (entry.code == code) {
-                return entry.text;
-            }
+        const char16_t* known = find(static_cast<SPW_SysCode>(code));
+        if (known != nullptr) {
+            return known;
         }
         SPW_CString unknown(u"Unknown error ");
         unknown.append(static_cast<unsigned long>(code));
