@@ -1,0 +1,252 @@
+#include "VTR_CTcpipListener.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+
+#include "RecordingSink.h"
+#include "ScopedInstance.h"
+#include "ScriptedSocket.h"
+#include "SocketForwarder.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr std::uint16_t kPort = 5009;
+const SPW_CIpAddress kPeer(10, 0, 0, 2);
+const SPW_CIpAddress kOther(10, 0, 0, 3);
+
+std::string probe(int sequence) {
+    return "Vantiro Diagnostic|" + std::to_string(sequence) + "|n" + std::string(1, '\0');
+}
+
+class TcpipListenerTest : public testing::Test {
+protected:
+    void SetUp() override { start(); }
+    void start() {
+        ASSERT_EQ(listener->StartListening(), 0u);
+        ASSERT_TRUE(sockets.waitUntilBlocked(ScriptedSocket::kSelect));
+    }
+    // Runs something that wakes the listener, and waits until it waits again.
+    template <typename Action>
+    void settle(Action action) {
+        const int selects = sockets.calls(ScriptedSocket::kSelect);
+        action();
+        ASSERT_TRUE(sockets.waitForCalls(ScriptedSocket::kSelect, selects + 1));
+        ASSERT_TRUE(sockets.waitUntilBlocked(ScriptedSocket::kSelect));
+    }
+    SPW_Socket connect(const SPW_CIpAddress& from) {
+        SPW_Socket client = kInvalidSocket;
+        settle([&] { client = sockets.connectFrom(from, kPort); });
+        return client;
+    }
+    void send(SPW_Socket client, const std::string& bytes) {
+        ASSERT_EQ(sockets.send(client, bytes.data(), static_cast<int>(bytes.size())), static_cast<int>(bytes.size()));
+    }
+    std::vector<std::string> waitForEvents(std::size_t count) {
+        EXPECT_TRUE(sink.waitFor(count));
+        return sink.take();
+    }
+
+    ScriptedSocket sockets;
+    ScopedInstance<SPW_CSocket> installed{sockets};
+    RecordingSink sink;
+    std::unique_ptr<VTR_CTcpipListener> listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
+};
+
+}  // namespace
+
+// --- Probes
+
+TEST_F(TcpipListenerTest, ProbesOfAllConnectionsAreReportedWithTheirSenders) {
+    const SPW_Socket first = connect(kPeer);
+    const SPW_Socket second = connect(kOther);
+    send(first, probe(1));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #1: n"));
+    send(second, probe(8));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.3 #8: n"));
+    send(first, probe(2));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #2: n"));
+}
+
+TEST_F(TcpipListenerTest, TwoProbesInOneReadAreReportedAsTheFirst) {
+    const SPW_Socket client = connect(kPeer);
+    settle([&] { send(client, probe(1) + probe(2)); });
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #1: n"));
+}
+
+TEST_F(TcpipListenerTest, PartOfAProbeIsDroppedWithoutATrace) {
+    const SPW_Socket client = connect(kPeer);
+    settle([&] { send(client, "Vantiro Diag"); });
+    settle([&] { send(client, "nostic|1|n"); });
+    settle([&] { send(client, probe(2)); });
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #2: n"));
+}
+
+TEST_F(TcpipListenerTest, ReadTakesAThousandBytes) {
+    const SPW_Socket client = connect(kPeer);
+    const std::string head = "Vantiro Diagnostic|7|";
+    // The second thousand begins with a probe of its own.
+    settle([&] { send(client, head + std::string(1000 - head.size(), 'n') + probe(8)); });
+    EXPECT_THAT(waitForEvents(2), ElementsAre("received 1 5009 10.0.0.2 #7: " + std::string(1000 - head.size(), 'n'),
+                                              "received 1 5009 10.0.0.2 #8: n"));
+}
+
+// --- Connections that end
+
+TEST_F(TcpipListenerTest, PeerThatClosesIsForgottenSilentlyAndNotClosedOnThisSide) {
+    const SPW_Socket client = connect(kPeer);
+    settle([&] { sockets.close(client); });
+    EXPECT_THAT(sink.take(), IsEmpty());
+    // It is not read again, and its handle stays open beside the listening socket for as long as the listener lives.
+    EXPECT_EQ(sockets.calls(ScriptedSocket::kReceive), 1);
+    EXPECT_EQ(sockets.openSockets(), 2);
+    ASSERT_EQ(listener->StopListening(), 0u);
+    EXPECT_EQ(sockets.openSockets(), 1);
+    listener.reset();
+    EXPECT_EQ(sockets.openSockets(), 0);
+}
+
+TEST_F(TcpipListenerTest, FailedConnectionIsReportedClosedAndForgotten) {
+    const SPW_Socket failing = connect(kPeer);
+    const SPW_Socket healthy = connect(kOther);
+    sockets.failNext(ScriptedSocket::kReceive, kSockReset);
+    settle([&] { send(failing, probe(1)); });
+    EXPECT_THAT(waitForEvents(1), ElementsAre("error 1 5009 10.0.0.2 10054: recv failed 10054"));
+    EXPECT_EQ(sockets.openSockets(), 2);
+    send(healthy, probe(3));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.3 #3: n"));
+}
+
+TEST_F(TcpipListenerTest, SeveralEndsInOneStepLeaveTheOthersAlone) {
+    std::vector<SPW_Socket> clients;
+    for (std::uint8_t host = 10; host < 16; ++host) {
+        clients.push_back(connect(SPW_CIpAddress(10, 0, 0, host)));
+    }
+    for (const std::size_t index : {0u, 2u, 3u, 5u}) {
+        sockets.close(clients[index]);
+    }
+    send(clients[4], probe(4));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.14 #4: n"));
+    send(clients[1], probe(1));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.11 #1: n"));
+}
+
+// --- The limit
+
+TEST_F(TcpipListenerTest, WatchesSixtyFourSocketsAndServesTheRestAsPlacesFallFree) {
+    std::vector<SPW_Socket> clients;
+    for (int i = 0; i < 65; ++i) {
+        clients.push_back(connect(SPW_CIpAddress(10, 0, 1, static_cast<std::uint8_t>(i))));
+    }
+    // The listening socket and 63 connections are watched.
+    send(clients[62], probe(62));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.1.62 #62: n"));
+    send(clients[63], probe(63));
+    settle([&] { send(clients[0], probe(0)); });
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.1.0 #0: n"));
+    sockets.close(clients[1]);
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.1.63 #63: n"));
+    send(clients[64], probe(64));
+    sockets.close(clients[2]);
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.1.64 #64: n"));
+}
+
+// --- Failures of the listening socket
+
+TEST_F(TcpipListenerTest, FailedSelectIsReportedWithoutAnAddressOrACodeInTheText) {
+    settle([&] { sockets.failNext(ScriptedSocket::kSelect, kSockNetDown); });
+    EXPECT_THAT(sink.take(), ElementsAre("error 1 5009  10050: select failed"));
+}
+
+TEST_F(TcpipListenerTest, FailedAcceptIsReportedWithoutAnAddressOrACodeInTheText) {
+    sockets.failNext(ScriptedSocket::kAccept, kSockTooManyFiles);
+    const SPW_Socket client = connect(kPeer);
+    EXPECT_THAT(waitForEvents(1), ElementsAre("error 1 5009  10024: accept failed"));
+    // It waits in the queue and is accepted in the next step.
+    send(client, probe(1));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #1: n"));
+}
+
+TEST_F(TcpipListenerTest, NotASocketIsSilentInSelectAndAccept) {
+    settle([&] { sockets.failNext(ScriptedSocket::kSelect, kSockNotSocket); });
+    sockets.failNext(ScriptedSocket::kAccept, kSockNotSocket);
+    const SPW_Socket client = connect(kPeer);
+    send(client, probe(1));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #1: n"));
+}
+
+TEST_F(TcpipListenerTest, PortThatCannotBeListenedOnIsRefused) {
+    ASSERT_EQ(listener->StopListening(), 0u);
+    sockets.failNext(ScriptedSocket::kListen, kSockAddressInUse);
+    EXPECT_EQ(listener->StartListening(), 601u);
+    EXPECT_STREQ(listener->GetLastErrorText().toAnsi(), "tcpip listener : listen failed 10048");
+    EXPECT_EQ(sockets.openSockets(), 0);
+}
+
+// --- Stop
+
+TEST_F(TcpipListenerTest, StopClosesEveryConnectionAndTheRestartBeginsWithout) {
+    const SPW_Socket client = connect(kPeer);
+    connect(kOther);
+    ASSERT_EQ(listener->StopListening(), 0u);
+    EXPECT_EQ(sockets.openSockets(), 0);
+    char byte;
+    EXPECT_EQ(sockets.receive(client, &byte, 1), 0);
+    start();
+    send(connect(kPeer), probe(1));
+    EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #1: n"));
+}
+
+TEST_F(TcpipListenerTest, DestructionClosesEveryConnection) {
+    connect(kPeer);
+    connect(kOther);
+    listener.reset();
+    EXPECT_EQ(sockets.openSockets(), 0);
+    EXPECT_THAT(sink.take(), IsEmpty());
+}
+
+TEST_F(TcpipListenerTest, ConnectionAcceptedDuringAStopIsClosed) {
+    // Stops from inside the accept, after the clients have been closed: nobody else would close what it returns.
+    class AcceptsDuringStop : public SocketForwarder {
+    public:
+        using SocketForwarder::SocketForwarder;
+        SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
+            const SPW_Socket accepted = SocketForwarder::accept(socket, peer);
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_accepted = true;
+            m_changed.notify_all();
+            m_changed.wait(lock, [this] { return m_closed; });
+            return accepted;
+        }
+        int close(SPW_Socket socket) override {
+            const int result = SocketForwarder::close(socket);
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            m_closed = true;
+            m_changed.notify_all();
+            return result;
+        }
+        void waitUntilAccepted() {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_changed.wait(lock, [this] { return m_accepted; });
+        }
+
+    private:
+        std::mutex m_mutex;
+        std::condition_variable m_changed;
+        bool m_accepted = false;
+        bool m_closed = false;
+    };
+    listener.reset();
+    AcceptsDuringStop slow(sockets);
+    const ScopedInstance<SPW_CSocket> slowed(slow);
+    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
+    start();
+    sockets.connectFrom(kPeer, kPort);
+    slow.waitUntilAccepted();
+    ASSERT_EQ(listener->StopListening(), 0u);
+    EXPECT_EQ(sockets.openSockets(), 0);
+    listener.reset();
+}
