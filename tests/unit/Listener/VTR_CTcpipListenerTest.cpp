@@ -209,7 +209,7 @@ TEST_F(TcpipListenerTest, DestructionClosesEveryConnection) {
 }
 
 TEST_F(TcpipListenerTest, ConnectionAcceptedDuringAStopIsClosed) {
-    // Stops from inside the accept, after the clients have been closed: nobody else would close what it returns.
+    // Returns from the accept only when a stop is under way.
     class AcceptsDuringStop : public SocketForwarder {
     public:
         using SocketForwarder::SocketForwarder;
