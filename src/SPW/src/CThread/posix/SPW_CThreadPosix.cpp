@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <pthread.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -28,12 +29,17 @@ extern "C" void* runThread(void* start) {
     return nullptr;
 }
 
-// The C library needs a share of the stack for its own thread data; with some processors' registers and some
-// sanitizers its minimum is above ours.
-std::size_t stackBytes() {
-    const long minimum = sysconf(_SC_THREAD_STACK_MIN);
-    return std::max(minimum > 0 ? static_cast<std::size_t>(minimum) : 0,
-                    static_cast<std::size_t>(SPW_CThreadSys::kStackBytes));
+// What the C library takes from every stack for its own and the program's thread data: some kilobytes, with
+// ThreadSanitizer most of a megabyte. The function that tells it is not in any header; sysconf leaves the thread data
+// out.
+std::size_t stackShareOfTheLibrary() {
+    typedef std::size_t MinimumStack(const pthread_attr_t*);
+    MinimumStack* const minimumStack = reinterpret_cast<MinimumStack*>(dlsym(RTLD_DEFAULT, "__pthread_get_minstack"));
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    const std::size_t share = minimumStack != nullptr ? minimumStack(&attributes) : 0;
+    pthread_attr_destroy(&attributes);
+    return std::max(share, static_cast<std::size_t>(sysconf(_SC_THREAD_STACK_MIN)));
 }
 
 SPW_CGatePosix* gateOf(SPW_Handle semaphore) {
@@ -51,7 +57,7 @@ SPW_Handle SPW_CThreadSys::createThread(void (*entry)(void*), void* argument) {
     Start* const start = new Start{entry, argument};
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, stackBytes());
+    pthread_attr_setstacksize(&attributes, SPW_CThreadSys::kStackBytes + stackShareOfTheLibrary());
     const int failure = pthread_create(thread, &attributes, runThread, start);
     pthread_attr_destroy(&attributes);
     if (failure == 0)

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <stdlib.h>
+#include <time.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <string>
+#include <thread>
+
+#include "SPW_CClock.h"
+
+namespace {
+
+// Sets the time zone of the process for the life of a block.
+class TimeZone {
+public:
+    explicit TimeZone(const char* zone) : m_wasSet(getenv("TZ") != nullptr), m_former(m_wasSet ? getenv("TZ") : "") {
+        setenv("TZ", zone, 1);
+        tzset();
+    }
+    ~TimeZone() {
+        if (m_wasSet)
+            setenv("TZ", m_former.c_str(), 1);
+        else
+            unsetenv("TZ");
+        tzset();
+    }
+
+private:
+    bool m_wasSet;
+    std::string m_former;
+};
+
+constexpr std::uint64_t kSummer = 127017148290000000;  // 3 July 2003, 14:07:09 UTC
+constexpr std::uint64_t kWinter = kSummer - 180 * std::uint64_t{864000000000};
+
+TEST(ClockPosixTest, LocalTimeFollowsTheZoneOfItsOwnMoment) {
+    const TimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(SPW_CClock::instance->toLocal(kSummer).hour, 16);
+    EXPECT_EQ(SPW_CClock::instance->toLocal(kWinter).hour, 15);
+}
+
+TEST(ClockPosixTest, LocalTimeWestOfGreenwichMayBeTheDayBefore) {
+    const TimeZone zone("XXX+15:30");
+    const SPW_CalendarTime local = SPW_CClock::instance->toLocal(kSummer + 1230000);
+    EXPECT_EQ(local.day, 2);
+    EXPECT_EQ(local.dayOfWeek, 3);
+    EXPECT_EQ(local.hour, 22);
+    EXPECT_EQ(local.minute, 37);
+    EXPECT_EQ(local.second, 9);
+    EXPECT_EQ(local.millisecond, 123);
+}
+
+TEST(ClockPosixTest, MomentsBefore1970HaveALocalTimeToo) {
+    const TimeZone zone("UTC0");
+    EXPECT_EQ(SPW_CClock::instance->toLocal(0).year, 1601);
+}
+
+std::atomic<int> signalsHandled{0};
+
+TEST(ClockPosixTest, SignalsDoNotShortenASleep) {
+    struct sigaction action = {};
+    struct sigaction former = {};
+    action.sa_handler = [](int) { ++signalsHandled; };
+    ASSERT_EQ(sigaction(SIGUSR1, &action, &former), 0);
+    std::atomic<bool> awake{false};
+    const auto begin = std::chrono::steady_clock::now();
+    std::thread sleeper([&] {
+        SPW_CClock::instance->sleepMs(60);
+        awake = true;
+    });
+    while (!awake) {
+        pthread_kill(sleeper.native_handle(), SIGUSR1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    sleeper.join();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(60));
+    EXPECT_GT(signalsHandled, 0);
+    sigaction(SIGUSR1, &former, nullptr);
+}
+
+}  // namespace
