@@ -96,8 +96,6 @@ private:
 
     // 0, or 163 after the report that names the operation.
     SPW_Result errorIfNotOpen(const char* operation);
-    // The refusal of an operation that finds a file open, and the report of it.
-    SPW_Result alreadyOpen(const char* method, int line, const SPW_CString& message);
     SPW_Result openNamed(const char* method, const SPW_CString& path, OpenMode mode);
     SPW_Result moveFrom(int origin, std::int64_t distance, const char* method, int line, const char16_t* message);
     // Reads up to `size` bytes. When the end character is among them, leaves the file position just behind it; `used`

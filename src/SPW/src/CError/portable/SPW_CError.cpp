@@ -313,9 +313,9 @@ SPW_Result SPW_CError::trace(std::uint32_t levelMask, int kind, const char* modu
         addTo(m_traceDepth.get(), -1);
     }
     SPW_Result result = kNotTraced;
-    {
+    if ((levelMask & m_combinedMask) != 0) {
         const Nesting nesting(*this);
-        if (nesting.isOutermost() && (levelMask & m_combinedMask) != 0) {
+        if (nesting.isOutermost()) {
             traceWanted(levelMask, kind, Place(module, line, className, method), message);
             result = kind >= kEntry && kind <= kNote ? 0 : kUnknownTraceKind;
         }

@@ -79,7 +79,8 @@ SPW_Result SPW_CFile::openReadWrite(const SPW_CString& path, bool append) {
 
 SPW_Result SPW_CFile::openNamed(const char* method, const SPW_CString& path, OpenMode mode) {
     if (isOpen()) {
-        return alreadyOpen(method, __LINE__, u"Attemp to open file " + path + u" but a file is already open.");
+        const SPW_CString message = u"Attemp to open file " + path + u" but a file is already open.";
+        return checked(kAlreadyOpen, method, __LINE__, message.text());
     }
     const SPW_CFileSys::Access access = mode == kReadOnly ? SPW_CFileSys::kRead : SPW_CFileSys::kReadWrite;
     const SPW_CFileSys::Creation creation = mode == kReadOnly ? SPW_CFileSys::kMustExist
@@ -94,7 +95,8 @@ SPW_Result SPW_CFile::openNamed(const char* method, const SPW_CString& path, Ope
 
 SPW_Result SPW_CFile::openTemp(const SPW_CString& directory) {
     if (isOpen()) {
-        return alreadyOpen("openTemp", __LINE__, u"Attemp to open a unique file, but a file is already open.");
+        return checked(kAlreadyOpen, "openTemp", __LINE__,
+                       u"Attemp to open a unique file, but a file is already open.");
     }
     SPW_CString path;
     SPW_Result result = SPW_CFileSys::createUnique(directory, u"VTR", path);
@@ -105,10 +107,6 @@ SPW_Result SPW_CFile::openTemp(const SPW_CString& directory) {
         m_name = path;
     }
     return checked(result, "openTemp", __LINE__, u"Open temp. file failed");
-}
-
-SPW_Result SPW_CFile::alreadyOpen(const char* method, int line, const SPW_CString& message) {
-    return checked(kAlreadyOpen, method, line, message.text());
 }
 
 // --- State ---
