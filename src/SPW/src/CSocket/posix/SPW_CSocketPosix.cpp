@@ -309,8 +309,12 @@ public:
         if (slot == nullptr) {
             return failWith(kSockNotSocket);
         }
-        // Fails for a socket that has no connection, and wakes what blocks on it all the same.
-        (void)::shutdown(slot->descriptor, SHUT_RDWR);
+        // Nobody new gets in now. Without somebody to wake, a plain close tells the far end the truth: an end, or a
+        // reset when it has sent bytes that nobody has read.
+        if (SPW_CSocketTable::hasOtherUses(*slot)) {
+            // Fails for a socket that has no connection, and wakes what blocks on it all the same.
+            (void)::shutdown(slot->descriptor, SHUT_RDWR);
+        }
         table.release(slot);
         return 0;
     }

@@ -39,6 +39,8 @@ public:
 
     // acquire() and closing in one step: of several threads that close one handle, one gets the slot.
     Slot* acquireToClose(SPW_Socket handle);
+    // Of the caller's own slot: whether other operations are in progress on it.
+    static bool hasOtherUses(const Slot& slot) { return (slot.word.load() & kUses) > 1; }
     static bool isClosed(const Slot& slot) { return (slot.word.load() & kClosed) != 0; }
 
 private:

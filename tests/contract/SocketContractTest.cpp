@@ -1,0 +1,1184 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <future>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "OwnNetwork.h"
+#include "SPW_CSocket.h"
+#include "SPW_CSysError.h"
+#include "ScriptedSocket.h"
+
+// What SPW_CSocket.h promises, shown on the platform's sockets and on the scripted ones, so that a test that relies on
+// the scripted ones relies on the truth.
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr SPW_CIpAddress kLoopback(127, 0, 0, 1);
+constexpr SPW_CIpAddress kGroup(228, 227, 226, 225);
+// Not an address of any device of these tests.
+constexpr SPW_CIpAddress kForeign(192, 0, 2, 7);
+// Long enough that only a call which is never woken takes as long.
+constexpr milliseconds kMuch(10000);
+// Long enough for a thread to have reached its blocking call, nearly always.
+constexpr milliseconds kMoment(30);
+
+// The real half, with a plain socket of the kernel's on the other side where the operations cannot do what is needed.
+class RealSockets {
+public:
+    SPW_CSocket& sockets() { return *SPW_CSocket::instance; }
+
+    void sendToGroup(const SPW_CIpAddress& group, std::uint16_t port, const std::string& bytes) {
+        const int sender = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        const in_addr loopback{htonl(INADDR_LOOPBACK)};
+        ASSERT_EQ(::setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback), 0);
+        sockaddr_in target{};
+        target.sin_family = AF_INET;
+        target.sin_port = htons(port);
+        target.sin_addr.s_addr = ::inet_addr(group.toText().toAnsi());
+        ASSERT_EQ(::sendto(sender, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&target), sizeof target),
+                  static_cast<ssize_t>(bytes.size()));
+        ::close(sender);
+    }
+    // Connects to the listening socket's port and sends one byte of data and one of urgent data over it.
+    void connectAndSendUrgent(SPW_Socket, std::uint16_t port, const std::function<SPW_Socket()>& accept,
+                              SPW_Socket& accepted) {
+        m_urgent = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in target{};
+        target.sin_family = AF_INET;
+        target.sin_port = htons(port);
+        target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ASSERT_EQ(::connect(m_urgent, reinterpret_cast<sockaddr*>(&target), sizeof target), 0);
+        accepted = accept();
+        ASSERT_EQ(::send(m_urgent, "a", 1, 0), 1);
+        ASSERT_EQ(::send(m_urgent, "!", 1, MSG_OOB), 1);
+    }
+    // An address and port that let a connect wait: a listener whose queue is full lets further requests unanswered.
+    std::pair<SPW_CIpAddress, std::uint16_t> silentTarget() {
+        const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        m_plain.push_back(listener);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        EXPECT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(listener, 0), 0);
+        EXPECT_EQ(::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size), 0);
+        const int filler = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        m_plain.push_back(filler);
+        EXPECT_EQ(::connect(filler, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        return {kLoopback, ntohs(address.sin_port)};
+    }
+    ~RealSockets() {
+        for (const int descriptor : m_plain) {
+            ::close(descriptor);
+        }
+        if (m_urgent != -1) {
+            ::close(m_urgent);
+        }
+    }
+
+private:
+    int m_urgent = -1;
+    std::vector<int> m_plain;
+};
+
+class ScriptedSockets {
+public:
+    SPW_CSocket& sockets() { return m_sockets; }
+
+    void sendToGroup(const SPW_CIpAddress& group, std::uint16_t port, const std::string& bytes) {
+        const SPW_Socket sender = m_sockets.openUdp();
+        ASSERT_EQ(m_sockets.sendTo(sender, group, port, bytes.data(), static_cast<int>(bytes.size())),
+                  static_cast<int>(bytes.size()));
+        ASSERT_EQ(m_sockets.close(sender), 0);
+    }
+    void connectAndSendUrgent(SPW_Socket, std::uint16_t port, const std::function<SPW_Socket()>& accept,
+                              SPW_Socket& accepted) {
+        const SPW_Socket client = m_sockets.connectFrom(kForeign, port);
+        accepted = accept();
+        ASSERT_EQ(m_sockets.send(client, "a", 1), 1);
+        m_sockets.setUrgent(accepted);
+    }
+    std::pair<SPW_CIpAddress, std::uint16_t> silentTarget() {
+        m_sockets.setSilent(kForeign);
+        return {kForeign, std::uint16_t{5009}};
+    }
+
+private:
+    ScriptedSocket m_sockets;
+};
+
+struct ImplementationNames {
+    template <typename T>
+    static std::string GetName(int) {
+        return std::is_same_v<T, RealSockets> ? "Platform" : "Scripted";
+    }
+};
+
+struct Failure {
+    int result = 0;
+    SPW_Result code = kSysOk;
+};
+
+template <typename Implementation>
+class SocketContractTest : public testing::Test {
+protected:
+    SPW_CSocket& s() { return m_implementation.sockets(); }
+
+    ~SocketContractTest() override {
+        for (const SPW_Socket socket : m_opened) {
+            (void)s().close(socket);  // a test may have closed it
+        }
+    }
+
+    SPW_Socket keep(SPW_Socket socket) {
+        EXPECT_NE(socket, kInvalidSocket) << s().lastError();
+        m_opened.push_back(socket);
+        return socket;
+    }
+    SPW_Socket tcp() { return keep(s().openTcp()); }
+    SPW_Socket udp() { return keep(s().openUdp()); }
+    SPW_Socket boundUdp() {
+        const SPW_Socket socket = udp();
+        EXPECT_EQ(s().bind(socket, 0), 0);
+        return socket;
+    }
+    SPW_Socket listener(std::uint16_t port = 0) {
+        const SPW_Socket socket = tcp();
+        EXPECT_EQ(s().bind(socket, port), 0) << s().lastError();
+        EXPECT_EQ(s().listen(socket, 5), 0) << s().lastError();
+        return socket;
+    }
+    std::uint16_t portOf(SPW_Socket socket) {
+        const int port = s().localPort(socket);
+        EXPECT_GT(port, 0);
+        return static_cast<std::uint16_t>(port);
+    }
+    SPW_Socket accept(SPW_Socket listening) {
+        SPW_CIpAddress peer;
+        return keep(s().accept(listening, peer));
+    }
+    // Client and server side of a new connection.
+    std::pair<SPW_Socket, SPW_Socket> connection() { return connectionTo(listener()); }
+    std::pair<SPW_Socket, SPW_Socket> connectionTo(SPW_Socket listening) {
+        const SPW_Socket client = tcp();
+        EXPECT_EQ(s().connect(client, kLoopback, portOf(listening)), 0) << s().lastError();
+        return {client, accept(listening)};
+    }
+    int send(SPW_Socket socket, const std::string& bytes) {
+        return s().send(socket, bytes.data(), static_cast<int>(bytes.size()));
+    }
+    int sendTo(SPW_Socket socket, std::uint16_t port, const std::string& bytes) {
+        return s().sendTo(socket, kLoopback, port, bytes.data(), static_cast<int>(bytes.size()));
+    }
+    int receive(SPW_Socket socket) {
+        char buffer[100];
+        return s().receive(socket, buffer, sizeof buffer);
+    }
+    std::string receiveFrom(SPW_Socket socket, int size = 100) {
+        std::string buffer(static_cast<std::size_t>(size), '\0');
+        SPW_CIpAddress sender;
+        const int count = s().receiveFrom(socket, buffer.data(), size, sender);
+        EXPECT_GE(count, 0) << s().lastError();
+        buffer.resize(static_cast<std::size_t>(std::max(0, count)));
+        return buffer;
+    }
+    bool isReadable(SPW_Socket socket, std::uint32_t timeoutMs = 5000) {
+        SPW_CSocketSet read;
+        read.add(socket);
+        return s().select(&read, nullptr, timeoutMs) == 1 && read.isReady(socket);
+    }
+    Failure outcome(int result) { return {result, result == -1 ? s().lastError() : SPW_Result{kSysOk}}; }
+
+    // Starts the call on a thread of its own, closes the socket under it, and answers how the call ended.
+    Failure closeDuring(SPW_Socket socket, const std::function<int()>& call, milliseconds delay = kMoment) {
+        std::future<Failure> ended = std::async(std::launch::async, [&] { return outcome(call()); });
+        std::this_thread::sleep_for(delay);
+        EXPECT_EQ(s().close(socket), 0);
+        EXPECT_EQ(ended.wait_for(kMuch), std::future_status::ready) << "the call was not woken";
+        return ended.get();
+    }
+
+    Implementation m_implementation;
+    std::vector<SPW_Socket> m_opened;
+};
+
+using Implementations = testing::Types<RealSockets, ScriptedSockets>;
+TYPED_TEST_SUITE(SocketContractTest, Implementations, ImplementationNames);
+
+// The call answers -1, and this is its code.
+#define EXPECT_FAILS(call, expectedCode)                                         \
+    do {                                                                         \
+        EXPECT_EQ(call, -1);                                                     \
+        EXPECT_EQ(this->s().lastError(), static_cast<SPW_Result>(expectedCode)); \
+    } while (false)
+
+// ---- Handles ----
+
+TYPED_TEST(SocketContractTest, EveryOperationOnAClosedHandleFailsWithNotASocket) {
+    SPW_CSocket& s = this->s();
+    const SPW_Socket closed = this->tcp();
+    ASSERT_EQ(s.close(closed), 0);
+    for (const SPW_Socket socket : {closed, kInvalidSocket, SPW_Socket{0}, SPW_Socket{999999}}) {
+        char buffer[10] = {};
+        SPW_CIpAddress address;
+        SPW_CSocketSet set;
+        set.add(socket);
+        EXPECT_FAILS(s.close(socket), kSockNotSocket);
+        EXPECT_FAILS(s.bind(socket, 0), kSockNotSocket);
+        EXPECT_FAILS(s.localPort(socket), kSockNotSocket);
+        EXPECT_FAILS(s.listen(socket, 5), kSockNotSocket);
+        EXPECT_EQ(s.accept(socket, address), kInvalidSocket);
+        EXPECT_EQ(s.lastError(), kSockNotSocket);
+        EXPECT_FAILS(s.connect(socket, kLoopback, 1), kSockNotSocket);
+        EXPECT_FAILS(s.send(socket, buffer, 1), kSockNotSocket);
+        EXPECT_FAILS(s.sendTo(socket, kLoopback, 1, buffer, 1), kSockNotSocket);
+        EXPECT_FAILS(s.receive(socket, buffer, 1), kSockNotSocket);
+        EXPECT_FAILS(s.receiveFrom(socket, buffer, 1, address), kSockNotSocket);
+        EXPECT_FAILS(s.select(&set, nullptr, 0), kSockNotSocket);
+        EXPECT_FAILS(s.select(nullptr, &set, 0), kSockNotSocket);
+        EXPECT_FAILS(s.setMulticastTtl(socket, 1), kSockNotSocket);
+        EXPECT_FAILS(s.joinGroup(socket, kGroup, kLoopback), kSockNotSocket);
+        EXPECT_FAILS(s.dropGroup(socket, kGroup, kLoopback), kSockNotSocket);
+    }
+}
+
+TYPED_TEST(SocketContractTest, AClosedHandleStaysClosedWhateverIsOpenedLater) {
+    SPW_CSocket& s = this->s();
+    const SPW_Socket receiver = this->boundUdp();
+    const SPW_Socket old = this->udp();
+    ASSERT_EQ(this->sendTo(old, this->portOf(receiver), "first"), 5);
+    ASSERT_EQ(s.close(old), 0);
+    std::set<SPW_Socket> handles{receiver, old};
+    for (int i = 0; i < 100; ++i) {
+        const SPW_Socket next = s.openUdp();
+        EXPECT_TRUE(handles.insert(next).second) << "handle " << next << " was given out twice";
+        EXPECT_FAILS(this->sendTo(old, this->portOf(receiver), "lost"), kSockNotSocket);
+        EXPECT_EQ(s.close(next), 0);
+    }
+    EXPECT_EQ(this->receiveFrom(receiver), "first");
+    EXPECT_FALSE(this->isReadable(receiver, 0));
+}
+
+TYPED_TEST(SocketContractTest, OfManyThreadsThatCloseASocketOneSucceeds) {
+    for (int round = 0; round < 50; ++round) {
+        const SPW_Socket socket = this->s().openUdp();
+        std::atomic<int> successes{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&] { successes += this->s().close(socket) == 0 ? 1 : 0; });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        ASSERT_EQ(successes, 1);
+    }
+}
+
+TYPED_TEST(SocketContractTest, EachThreadHasItsOwnLastError) {
+    EXPECT_FAILS(this->s().close(kInvalidSocket), kSockNotSocket);
+    std::thread other([this] {
+        EXPECT_EQ(this->s().lastError(), kSysOk);
+        SPW_CSocketSet empty;
+        EXPECT_FAILS(this->s().select(&empty, nullptr, 0), kSockInvalid);
+    });
+    other.join();
+    EXPECT_EQ(this->s().lastError(), kSockNotSocket);
+    EXPECT_EQ(this->s().close(this->s().openUdp()), 0);
+    EXPECT_EQ(this->s().lastError(), kSockNotSocket) << "a success does not clear it";
+}
+
+TYPED_TEST(SocketContractTest, StartupsNestAndACleanupTooManyIsHarmless) {
+    SPW_CSocket& s = this->s();
+    s.cleanup();
+    EXPECT_EQ(s.startup(), 0u);
+    EXPECT_EQ(s.startup(), 0u);
+    s.cleanup();
+    EXPECT_EQ(s.close(s.openUdp()), 0);
+    s.cleanup();
+    s.cleanup();
+    EXPECT_EQ(s.startup(), 0u);
+    EXPECT_EQ(s.close(s.openUdp()), 0);
+    s.cleanup();
+}
+
+// ---- Ports ----
+
+TYPED_TEST(SocketContractTest, BindToZeroGivesAPortOfItsOwn) {
+    const SPW_Socket first = this->boundUdp();
+    const SPW_Socket second = this->boundUdp();
+    EXPECT_NE(this->portOf(first), this->portOf(second));
+}
+
+TYPED_TEST(SocketContractTest, AnUnboundSocketHasNoLocalPort) {
+    EXPECT_EQ(this->s().localPort(this->udp()), -1);
+    EXPECT_EQ(this->s().localPort(this->tcp()), -1);
+}
+
+TYPED_TEST(SocketContractTest, APortOfAUdpSocketIsInUse) {
+    const SPW_Socket first = this->boundUdp();
+    EXPECT_FAILS(this->s().bind(this->udp(), this->portOf(first)), kSockAddressInUse);
+}
+
+TYPED_TEST(SocketContractTest, SharedUdpSocketsShareAPortAmongThemselvesOnly) {
+    SPW_CSocket& s = this->s();
+    const SPW_Socket first = this->keep(s.openUdpShared());
+    ASSERT_EQ(s.bind(first, 0), 0);
+    const std::uint16_t port = this->portOf(first);
+    EXPECT_EQ(s.bind(this->keep(s.openUdpShared()), port), 0);
+    EXPECT_FAILS(s.bind(this->udp(), port), kSockAddressInUse);
+}
+
+TYPED_TEST(SocketContractTest, APortThatSomebodyListensOnIsInUse) {
+    const SPW_Socket first = this->listener();
+    EXPECT_FAILS(this->s().bind(this->tcp(), this->portOf(first)), kSockAddressInUse);
+}
+
+TYPED_TEST(SocketContractTest, OfTwoSocketsBoundToOnePortOnlyOneCanListen) {
+    SPW_CSocket& s = this->s();
+    const SPW_Socket probe = this->listener();
+    const std::uint16_t port = this->portOf(probe);
+    ASSERT_EQ(s.close(probe), 0);
+    const SPW_Socket first = this->tcp();
+    const SPW_Socket second = this->tcp();
+    ASSERT_EQ(s.bind(first, port), 0);
+    ASSERT_EQ(s.bind(second, port), 0);
+    EXPECT_EQ(s.listen(first, 5), 0);
+    EXPECT_FAILS(s.listen(second, 5), kSockAddressInUse);
+}
+
+TYPED_TEST(SocketContractTest, AListenerIsBoundAgainInSpiteOfConnectionsOfThePast) {
+    SPW_CSocket& s = this->s();
+    std::uint16_t port = 0;
+    // The first port is chosen by the system, the second time it is asked for.
+    for (int i = 0; i < 3; ++i) {
+        const SPW_Socket listening = this->listener(port);
+        port = this->portOf(listening);
+        const auto [client, server] = this->connectionTo(listening);
+        // Who closes first keeps the port in TIME_WAIT.
+        EXPECT_EQ(s.close(server), 0);
+        EXPECT_EQ(this->receive(client), 0);
+        EXPECT_EQ(s.close(client), 0);
+        EXPECT_EQ(s.close(listening), 0);
+    }
+}
+
+TYPED_TEST(SocketContractTest, AListenerIsBoundAgainBesideItsOpenConnections) {
+    const SPW_Socket listening = this->listener();
+    const std::uint16_t port = this->portOf(listening);
+    const auto [client, server] = this->connectionTo(listening);
+    ASSERT_EQ(this->s().close(listening), 0);
+    const SPW_Socket again = this->listener(port);
+    EXPECT_EQ(this->send(client, "still"), 5);
+    EXPECT_EQ(this->receive(server), 5);
+    EXPECT_FALSE(this->isReadable(again, 0));
+}
+
+// ---- Connections ----
+
+TYPED_TEST(SocketContractTest, AConnectWithoutAListenerIsRefused) {
+    const SPW_Socket listening = this->listener();
+    const std::uint16_t port = this->portOf(listening);
+    ASSERT_EQ(this->s().close(listening), 0);
+    EXPECT_FAILS(this->s().connect(this->tcp(), kLoopback, port), kSockRefused);
+}
+
+TYPED_TEST(SocketContractTest, NobodyConnectsToTheAddressThatIsNone) {
+    EXPECT_FAILS(this->s().connect(this->tcp(), SPW_CIpAddress::none(), 5009), kSockNetUnreachable);
+}
+
+TYPED_TEST(SocketContractTest, ABoundSocketConnectsFromItsPort) {
+    const SPW_Socket listening = this->listener();
+    const SPW_Socket client = this->tcp();
+    ASSERT_EQ(this->s().bind(client, 0), 0);
+    const std::uint16_t port = this->portOf(client);
+    EXPECT_EQ(this->s().connect(client, kLoopback, this->portOf(listening)), 0);
+    EXPECT_EQ(this->portOf(client), port);
+}
+
+TYPED_TEST(SocketContractTest, AcceptTellsWhoConnected) {
+    const SPW_Socket listening = this->listener();
+    ASSERT_EQ(this->s().connect(this->tcp(), kLoopback, this->portOf(listening)), 0);
+    SPW_CIpAddress peer;
+    this->keep(this->s().accept(listening, peer));
+    EXPECT_EQ(peer, kLoopback);
+}
+
+TYPED_TEST(SocketContractTest, AConnectionCarriesBytesInOrderAndWithoutBounds) {
+    const auto [client, server] = this->connection();
+    EXPECT_EQ(this->send(client, "one"), 3);
+    EXPECT_EQ(this->send(client, "two"), 3);
+    std::string received;
+    while (received.size() < 6) {
+        char buffer[4];
+        const int count = this->s().receive(server, buffer, sizeof buffer);
+        ASSERT_GT(count, 0);
+        received.append(buffer, static_cast<std::size_t>(count));
+    }
+    EXPECT_EQ(received, "onetwo");
+    EXPECT_EQ(this->send(server, "back"), 4);
+    EXPECT_EQ(this->receive(client), 4);
+}
+
+TYPED_TEST(SocketContractTest, ASocketWithoutAConnectionNeitherSendsNorReceives) {
+    EXPECT_EQ(this->send(this->tcp(), "x"), -1);
+    EXPECT_FAILS(this->receive(this->tcp()), kSockNotConnected);
+}
+
+TYPED_TEST(SocketContractTest, ReceiveAnswersZeroAgainAndAgainAfterTheFarEndHasClosed) {
+    const auto [client, server] = this->connection();
+    EXPECT_EQ(this->send(client, "last"), 4);
+    EXPECT_EQ(this->s().close(client), 0);
+    EXPECT_EQ(this->receive(server), 4);
+    EXPECT_EQ(this->receive(server), 0);
+    EXPECT_EQ(this->receive(server), 0);
+}
+
+TYPED_TEST(SocketContractTest, ASendAfterTheFarEndHasClosedFailsTheSecondTimeAtTheLatest) {
+    const auto [client, server] = this->connection();
+    EXPECT_EQ(this->s().close(server), 0);
+    int result = 0;
+    SPW_Result code = kSysOk;
+    const auto deadline = std::chrono::steady_clock::now() + kMuch;
+    // The answer to the first one has to come back first.
+    while (result != -1 && std::chrono::steady_clock::now() < deadline) {
+        result = this->send(client, "anybody?");
+        code = this->s().lastError();
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(code, kSockReset);
+}
+
+TYPED_TEST(SocketContractTest, AFarEndThatClosesOverUnreadBytesResetsTheConnection) {
+    const auto [client, server] = this->connection();
+    EXPECT_EQ(this->send(client, "unread"), 6);
+    ASSERT_TRUE(this->isReadable(server));
+    EXPECT_EQ(this->s().close(server), 0);
+    ASSERT_TRUE(this->isReadable(client));
+    EXPECT_FAILS(this->receive(client), kSockReset);
+}
+
+// ---- Datagrams ----
+
+TYPED_TEST(SocketContractTest, ADatagramArrivesWholeWithItsSender) {
+    const SPW_Socket receiver = this->boundUdp();
+    EXPECT_EQ(this->sendTo(this->udp(), this->portOf(receiver), "probe"), 5);
+    char buffer[100];
+    SPW_CIpAddress sender;
+    ASSERT_EQ(this->s().receiveFrom(receiver, buffer, sizeof buffer, sender), 5);
+    EXPECT_EQ(std::string(buffer, 5), "probe");
+    EXPECT_EQ(sender, kLoopback);
+}
+
+TYPED_TEST(SocketContractTest, ADatagramOfNoBytesIsReceivedAsSuch) {
+    const SPW_Socket receiver = this->boundUdp();
+    EXPECT_EQ(this->sendTo(this->udp(), this->portOf(receiver), ""), 0);
+    EXPECT_EQ(this->receiveFrom(receiver), "");
+    EXPECT_FALSE(this->isReadable(receiver, 0));
+}
+
+TYPED_TEST(SocketContractTest, WhatDoesNotFitTheBufferIsLostWithoutAnError) {
+    const SPW_Socket receiver = this->boundUdp();
+    const SPW_Socket sender = this->udp();
+    EXPECT_EQ(this->sendTo(sender, this->portOf(receiver), "0123456789"), 10);
+    EXPECT_EQ(this->sendTo(sender, this->portOf(receiver), "next"), 4);
+    EXPECT_EQ(this->receiveFrom(receiver, 4), "0123");
+    EXPECT_EQ(this->receiveFrom(receiver), "next");
+}
+
+TYPED_TEST(SocketContractTest, SendingToAPortThatNobodyHasSucceeds) {
+    const SPW_Socket gone = this->boundUdp();
+    const std::uint16_t port = this->portOf(gone);
+    ASSERT_EQ(this->s().close(gone), 0);
+    const SPW_Socket sender = this->boundUdp();
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(this->sendTo(sender, port, "anybody?"), 8);
+    }
+}
+
+TYPED_TEST(SocketContractTest, NothingIsSentToTheAddressThatIsNone) {
+    EXPECT_FAILS(this->s().sendTo(this->udp(), SPW_CIpAddress::none(), 5009, "x", 1), kSockAccess);
+}
+
+TYPED_TEST(SocketContractTest, ADatagramThatNoPacketHoldsIsRefused) {
+    const SPW_Socket receiver = this->boundUdp();
+    const std::string large(65508, 'x');
+    EXPECT_FAILS(this->sendTo(this->udp(), this->portOf(receiver), large), kSockMessageSize);
+}
+
+TYPED_TEST(SocketContractTest, AllSendsOfASocketLeaveFromOnePort) {
+    const SPW_Socket sender = this->boundUdp();
+    const std::uint16_t port = this->portOf(sender);
+    const SPW_Socket receiver = this->boundUdp();
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(this->sendTo(sender, this->portOf(receiver), "x"), 1);
+        EXPECT_EQ(this->portOf(sender), port);
+    }
+}
+
+// ---- Select ----
+
+TYPED_TEST(SocketContractTest, SelectMarksTheSocketsThatHaveSomethingToReceive) {
+    const SPW_Socket quiet = this->boundUdp();
+    const SPW_Socket loud = this->boundUdp();
+    EXPECT_EQ(this->sendTo(this->udp(), this->portOf(loud), "x"), 1);
+    SPW_CSocketSet read;
+    read.add(quiet);
+    read.add(loud);
+    EXPECT_EQ(this->s().select(&read, nullptr, 5000), 1);
+    EXPECT_FALSE(read.isReady(quiet));
+    EXPECT_TRUE(read.isReady(loud));
+}
+
+TYPED_TEST(SocketContractTest, SelectIsReadyForConnectionsAndTheirEnds) {
+    const SPW_Socket listening = this->listener();
+    EXPECT_FALSE(this->isReadable(listening, 0));
+    const SPW_Socket client = this->tcp();
+    ASSERT_EQ(this->s().connect(client, kLoopback, this->portOf(listening)), 0);
+    EXPECT_TRUE(this->isReadable(listening));
+    const SPW_Socket server = this->accept(listening);
+    EXPECT_FALSE(this->isReadable(server, 0));
+    ASSERT_EQ(this->s().close(client), 0);
+    EXPECT_TRUE(this->isReadable(server));
+}
+
+TYPED_TEST(SocketContractTest, SelectAnswersZeroAfterItsTimeAndMarksNothing) {
+    const SPW_Socket quiet = this->boundUdp();
+    SPW_CSocketSet read;
+    SPW_CSocketSet except;
+    read.add(quiet);
+    except.add(quiet);
+    read.setReady(0, true);
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(this->s().select(&read, &except, 60), 0);
+    const auto elapsed = std::chrono::steady_clock::now() - before;
+    EXPECT_GE(elapsed, milliseconds(60));
+    EXPECT_LT(elapsed, kMuch);
+    EXPECT_FALSE(read.isReady(quiet));
+    EXPECT_FALSE(except.isReady(quiet));
+}
+
+TYPED_TEST(SocketContractTest, SelectWithoutTimeDoesNotWait) {
+    SPW_CSocketSet read;
+    read.add(this->boundUdp());
+    EXPECT_EQ(this->s().select(&read, nullptr, 0), 0);
+}
+
+TYPED_TEST(SocketContractTest, SelectEndsWhenSomethingArrives) {
+    const SPW_Socket receiver = this->boundUdp();
+    const SPW_Socket sender = this->udp();
+    for (const std::uint32_t timeoutMs : {kSPWForever, 60000u}) {
+        std::future<bool> readable =
+            std::async(std::launch::async, [&] { return this->isReadable(receiver, timeoutMs); });
+        std::this_thread::sleep_for(kMoment);
+        EXPECT_EQ(this->sendTo(sender, this->portOf(receiver), "x"), 1);
+        ASSERT_EQ(readable.wait_for(kMuch), std::future_status::ready);
+        EXPECT_TRUE(readable.get());
+        EXPECT_EQ(this->receiveFrom(receiver), "x");
+    }
+}
+
+TYPED_TEST(SocketContractTest, ASocketReadyInBothSetsCountsTwice) {
+    const SPW_Socket listening = this->listener();
+    SPW_Socket accepted = kInvalidSocket;
+    this->m_implementation.connectAndSendUrgent(
+        listening, this->portOf(listening), [&] { return this->accept(listening); }, accepted);
+    SPW_CSocketSet read;
+    SPW_CSocketSet except;
+    read.add(accepted);
+    except.add(accepted);
+    const auto deadline = std::chrono::steady_clock::now() + kMuch;
+    int ready = 0;
+    // The two bytes arrive one after the other.
+    while (ready != 2 && std::chrono::steady_clock::now() < deadline) {
+        ready = this->s().select(&read, &except, 1000);
+    }
+    EXPECT_EQ(ready, 2);
+    EXPECT_TRUE(read.isReady(accepted));
+    EXPECT_TRUE(except.isReady(accepted));
+}
+
+TYPED_TEST(SocketContractTest, OrdinaryDataCountOnceThoughTheSocketIsInBothSets) {
+    const SPW_Socket receiver = this->boundUdp();
+    EXPECT_EQ(this->sendTo(this->udp(), this->portOf(receiver), "x"), 1);
+    SPW_CSocketSet set;
+    set.add(receiver);
+    SPW_CSocketSet except = set;
+    EXPECT_EQ(this->s().select(&set, &except, 5000), 1);
+    EXPECT_TRUE(set.isReady(receiver));
+    EXPECT_FALSE(except.isReady(receiver));
+}
+
+TYPED_TEST(SocketContractTest, SelectOverNothingIsInvalid) {
+    SPW_CSocketSet empty;
+    EXPECT_FAILS(this->s().select(nullptr, nullptr, 0), kSockInvalid);
+    EXPECT_FAILS(this->s().select(&empty, &empty, 0), kSockInvalid);
+}
+
+TYPED_TEST(SocketContractTest, SelectWatchesAsManySocketsAsASetHolds) {
+    SPW_CSocketSet set;
+    SPW_Socket last = kInvalidSocket;
+    while (set.size() < SPW_CSocketSet::kMaximum) {
+        last = this->boundUdp();
+        ASSERT_TRUE(set.add(last));
+    }
+    EXPECT_EQ(this->sendTo(this->udp(), this->portOf(last), "x"), 1);
+    SPW_CSocketSet except = set;
+    EXPECT_EQ(this->s().select(&set, &except, 5000), 1);
+    EXPECT_TRUE(set.isReady(last));
+}
+
+// ---- What close() wakes ----
+
+TYPED_TEST(SocketContractTest, CloseWakesAccept) {
+    const SPW_Socket socket = this->listener();
+    const Failure end = this->closeDuring(socket, [&] {
+        SPW_CIpAddress peer;
+        return this->s().accept(socket, peer) == kInvalidSocket ? -1 : 0;
+    });
+    EXPECT_EQ(end.result, -1);
+    EXPECT_EQ(end.code, kSockNotSocket);
+}
+
+TYPED_TEST(SocketContractTest, CloseWakesConnect) {
+    const auto [address, port] = this->m_implementation.silentTarget();
+    const SPW_Socket socket = this->tcp();
+    const auto before = std::chrono::steady_clock::now();
+    const Failure end =
+        this->closeDuring(socket, [&, to = address, at = port] { return this->s().connect(socket, to, at); });
+    EXPECT_EQ(end.result, -1);
+    EXPECT_EQ(end.code, kSockNotSocket);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, milliseconds(2000));
+}
+
+TYPED_TEST(SocketContractTest, CloseWakesReceive) {
+    const SPW_Socket socket = this->connection().second;
+    const Failure end = this->closeDuring(socket, [&] { return this->receive(socket); });
+    EXPECT_EQ(end.result, -1);
+    EXPECT_EQ(end.code, kSockNotSocket);
+}
+
+TYPED_TEST(SocketContractTest, CloseWakesReceiveFromAsInterrupted) {
+    Failure end{0, kSockNotSocket};
+    // On a busy machine the socket may be closed before the call has begun: then it is no socket, as for any call.
+    for (int attempt = 1; attempt <= 10 && end.code == kSockNotSocket; ++attempt) {
+        const SPW_Socket socket = this->boundUdp();
+        end = this->closeDuring(
+            socket,
+            [&] {
+                char buffer[10];
+                SPW_CIpAddress sender = kForeign;
+                const int result = this->s().receiveFrom(socket, buffer, sizeof buffer, sender);
+                EXPECT_EQ(sender, kForeign);
+                return result;
+            },
+            attempt * kMoment);
+        EXPECT_EQ(end.result, -1);
+    }
+    EXPECT_EQ(end.code, kSockInterrupted);
+}
+
+TYPED_TEST(SocketContractTest, CloseWakesSelectOfEachKindOfSocket) {
+    for (const SPW_Socket socket : {this->boundUdp(), this->listener(), this->connection().first}) {
+        for (const std::uint32_t timeoutMs : {kSPWForever, 60000u}) {
+            const SPW_Socket watched = timeoutMs == kSPWForever ? socket : this->boundUdp();
+            const Failure end = this->closeDuring(watched, [&] {
+                SPW_CSocketSet read;
+                read.add(watched);
+                SPW_CSocketSet except = read;
+                return this->s().select(&read, &except, timeoutMs);
+            });
+            EXPECT_EQ(end.result, -1);
+            EXPECT_EQ(end.code, kSockNotSocket);
+        }
+    }
+}
+
+TYPED_TEST(SocketContractTest, CloseWakesSelectThatWatchesOthersToo) {
+    const SPW_Socket quiet = this->boundUdp();
+    const SPW_Socket closed = this->boundUdp();
+    const Failure end = this->closeDuring(closed, [&] {
+        SPW_CSocketSet read;
+        read.add(quiet);
+        read.add(closed);
+        return this->s().select(&read, nullptr, kSPWForever);
+    });
+    EXPECT_EQ(end.result, -1);
+    EXPECT_EQ(end.code, kSockNotSocket);
+}
+
+TYPED_TEST(SocketContractTest, CloseWakesASendThatWaitsForRoom) {
+    const auto [client, server] = this->connection();
+    const SPW_Socket socket = client;
+    const Failure end = this->closeDuring(
+        socket,
+        [&] {
+            const std::string much(1 << 16, 'x');
+            int result = 0;
+            while (result != -1) {
+                result = this->send(socket, much);
+            }
+            return result;
+        },
+        milliseconds(200));
+    EXPECT_EQ(end.result, -1);
+    EXPECT_EQ(end.code, kSockNotSocket);
+}
+
+TYPED_TEST(SocketContractTest, ItDoesNotMatterWhenDuringACallTheSocketIsClosed) {
+    const auto [address, port] = this->m_implementation.silentTarget();
+    for (int i = 0; i < 40; ++i) {
+        const milliseconds delay(i % 4);
+        const SPW_Socket datagrams = this->boundUdp();
+        const Failure received = this->closeDuring(
+            datagrams,
+            [&] {
+                char buffer[10];
+                SPW_CIpAddress sender;
+                return this->s().receiveFrom(datagrams, buffer, sizeof buffer, sender);
+            },
+            delay);
+        ASSERT_EQ(received.result, -1);
+        // Closed before the call began, it is no socket; afterwards it is interrupted.
+        ASSERT_TRUE(received.code == kSockInterrupted || received.code == kSockNotSocket) << received.code;
+        const SPW_Socket connecting = this->tcp();
+        const Failure connected = this->closeDuring(
+            connecting, [&, to = address, at = port] { return this->s().connect(connecting, to, at); }, delay);
+        ASSERT_EQ(connected.result, -1);
+        ASSERT_EQ(connected.code, kSockNotSocket);
+    }
+}
+
+TYPED_TEST(SocketContractTest, ThePortIsFreeOnceTheWokenCallHasReturned) {
+    const SPW_Socket socket = this->boundUdp();
+    const std::uint16_t port = this->portOf(socket);
+    (void)this->closeDuring(socket, [&] {
+        char buffer[10];
+        SPW_CIpAddress sender;
+        return this->s().receiveFrom(socket, buffer, sizeof buffer, sender);
+    });
+    EXPECT_EQ(this->s().bind(this->udp(), port), 0);
+}
+
+// ---- Groups ----
+
+TYPED_TEST(SocketContractTest, AGroupIsJoinedAndLeftOnAnInterface) {
+    SPW_CSocket& s = this->s();
+    const SPW_Socket socket = this->boundUdp();
+    EXPECT_EQ(s.joinGroup(socket, kGroup, kLoopback), 0);
+    EXPECT_FAILS(s.joinGroup(socket, kGroup, kLoopback), kSockAddressInUse);
+    EXPECT_EQ(s.dropGroup(socket, kGroup, kLoopback), 0);
+    EXPECT_FAILS(s.dropGroup(socket, kGroup, kLoopback), kSockAddressNotAvailable);
+    EXPECT_EQ(s.joinGroup(socket, kGroup, kLoopback), 0);
+}
+
+TYPED_TEST(SocketContractTest, AGroupIsNotJoinedOnAnInterfaceThatIsNotThere) {
+    EXPECT_FAILS(this->s().joinGroup(this->udp(), kGroup, kForeign), kSockAddressNotAvailable);
+}
+
+TYPED_TEST(SocketContractTest, WhatIsNoGroupIsNotJoined) {
+    EXPECT_FAILS(this->s().joinGroup(this->udp(), kForeign, kLoopback), kSockInvalid);
+}
+
+TYPED_TEST(SocketContractTest, OnlyASocketThatHasItselfJoinedHearsAGroup) {
+    SPW_CSocket& s = this->s();
+    const SPW_Socket joined = this->keep(s.openUdpShared());
+    ASSERT_EQ(s.bind(joined, 0), 0);
+    const std::uint16_t port = this->portOf(joined);
+    const SPW_Socket deaf = this->keep(s.openUdpShared());
+    ASSERT_EQ(s.bind(deaf, port), 0);
+    ASSERT_EQ(s.joinGroup(joined, kGroup, kLoopback), 0);
+    this->m_implementation.sendToGroup(kGroup, port, "group");
+    EXPECT_EQ(this->receiveFrom(joined), "group");
+    EXPECT_FALSE(this->isReadable(deaf, 0));
+
+    ASSERT_EQ(s.dropGroup(joined, kGroup, kLoopback), 0);
+    ASSERT_EQ(s.joinGroup(deaf, kGroup, kLoopback), 0);
+    this->m_implementation.sendToGroup(kGroup, port, "again");
+    EXPECT_EQ(this->receiveFrom(deaf), "again");
+    EXPECT_FALSE(this->isReadable(joined, 0));
+}
+
+TYPED_TEST(SocketContractTest, EveryMemberOnAPortHearsTheGroup) {
+    SPW_CSocket& s = this->s();
+    std::uint16_t port = 0;
+    std::vector<SPW_Socket> members;
+    for (int i = 0; i < 3; ++i) {
+        members.push_back(this->keep(s.openUdpShared()));
+        ASSERT_EQ(s.bind(members.back(), port), 0);
+        port = this->portOf(members.back());
+        ASSERT_EQ(s.joinGroup(members.back(), kGroup, kLoopback), 0);
+    }
+    this->m_implementation.sendToGroup(kGroup, port, "all");
+    for (const SPW_Socket member : members) {
+        EXPECT_EQ(this->receiveFrom(member), "all");
+    }
+}
+
+TYPED_TEST(SocketContractTest, ATimeToLiveIsSet) {
+    EXPECT_EQ(this->s().setMulticastTtl(this->udp(), 1), 0);
+    EXPECT_EQ(this->s().setMulticastTtl(this->udp(), 255), 0);
+}
+
+// ---- Names ----
+
+TYPED_TEST(SocketContractTest, TheDeviceHasANameThatResolvesToItsOwnAddresses) {
+    SPW_CString name;
+    ASSERT_TRUE(this->s().hostName(name));
+    EXPECT_FALSE(name.isEmpty());
+    SPW_CArray<SPW_CIpAddress> addresses;
+    ASSERT_TRUE(this->s().resolve(name, addresses));
+    bool hasLoopback = false;
+    for (int i = 0; i < addresses.numberOfElements(); ++i) {
+        hasLoopback = hasLoopback || addresses[i] == kLoopback;
+        EXPECT_EQ(this->s().joinGroup(this->udp(), kGroup, addresses[i]), 0) << addresses[i].toText().toAnsi();
+    }
+    EXPECT_TRUE(hasLoopback);
+}
+
+TYPED_TEST(SocketContractTest, ADottedQuadResolvesToItself) {
+    SPW_CArray<SPW_CIpAddress> addresses;
+    addresses.append(kLoopback);
+    ASSERT_TRUE(this->s().resolve(u"192.0.2.7", addresses));
+    ASSERT_EQ(addresses.numberOfElements(), 2) << "addresses are appended";
+    EXPECT_EQ(addresses[1], kForeign);
+}
+
+// ---- The platform's sockets alone ----
+
+class PlatformSocketTest : public SocketContractTest<RealSockets> {
+protected:
+    // The descriptors of this process that are sockets.
+    static std::set<int> descriptors() {
+        std::set<int> open;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;  // the folder's own descriptor
+            if (std::filesystem::read_symlink(entry, gone).string().rfind("socket:", 0) == 0) {
+                open.insert(std::stoi(entry.path().filename()));
+            }
+        }
+        return open;
+    }
+};
+
+TEST_F(PlatformSocketTest, CloseGivesTheDescriptorBack) {
+    const std::set<int> before = descriptors();
+    for (int i = 0; i < 10; ++i) {
+        const SPW_Socket listening = listener();
+        const auto [client, server] = connectionTo(listening);
+        const SPW_Socket datagrams = boundUdp();
+        (void)closeDuring(
+            datagrams, [&, socket = datagrams] { return isReadable(socket, kSPWForever) ? 0 : -1; }, milliseconds(1));
+        ASSERT_EQ(s().close(listening), 0);
+        ASSERT_EQ(s().close(client), 0);
+        ASSERT_EQ(s().close(server), 0);
+    }
+    EXPECT_EQ(descriptors(), before);
+}
+
+TEST_F(PlatformSocketTest, NoDescriptorIsInheritedByAProgramThatIsStarted) {
+    const std::set<int> before = descriptors();
+    const SPW_Socket listening = listener();
+    (void)connectionTo(listening);
+    (void)udp();
+    (void)keep(s().openUdpShared());
+    int checked = 0;
+    for (const int descriptor : descriptors()) {
+        if (before.count(descriptor) == 0) {
+            EXPECT_TRUE((::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0) << descriptor;
+            ++checked;
+        }
+    }
+    EXPECT_EQ(checked, 5);
+}
+
+TEST_F(PlatformSocketTest, SelectKnowsNoHighestDescriptor) {
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = limit.rlim_max;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    if (limit.rlim_max < 1200) {
+        GTEST_SKIP() << "only " << limit.rlim_max << " descriptors may be open here";
+    }
+    std::vector<int> fillers;
+    while (fillers.empty() || fillers.back() < 1100) {
+        fillers.push_back(::dup(0));
+        ASSERT_NE(fillers.back(), -1);
+    }
+    const SPW_Socket receiver = boundUdp();
+    EXPECT_EQ(sendTo(udp(), portOf(receiver), "x"), 1);
+    EXPECT_TRUE(isReadable(receiver));
+    EXPECT_EQ(receiveFrom(receiver), "x");
+    for (const int filler : fillers) {
+        ::close(filler);
+    }
+}
+
+TEST_F(PlatformSocketTest, WithoutDescriptorsThereIsNoSocket) {
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit none = limit;
+    none.rlim_cur = 0;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const SPW_Socket socket = s().openTcp();
+    const SPW_Result code = s().lastError();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(socket, kInvalidSocket);
+    EXPECT_EQ(code, kSockTooManyFiles);
+}
+
+TEST_F(PlatformSocketTest, ASignalEndsNoWait) {
+    struct sigaction action {};
+    struct sigaction before {};
+    action.sa_handler = [](int) {};
+    ASSERT_EQ(::sigaction(SIGUSR1, &action, &before), 0);
+    const SPW_Socket receiver = boundUdp();
+    const SPW_Socket watched = boundUdp();
+    const SPW_Socket listening = listener();
+    std::vector<std::thread> threads;
+    std::atomic<int> ended{0};
+    threads.emplace_back([&] {
+        EXPECT_EQ(receiveFrom(receiver), "x");
+        ++ended;
+    });
+    threads.emplace_back([&] {
+        EXPECT_TRUE(isReadable(watched, 60000));
+        ++ended;
+    });
+    threads.emplace_back([&] {
+        (void)accept(listening);
+        ++ended;
+    });
+    for (int i = 0; i < 10; ++i) {
+        std::this_thread::sleep_for(milliseconds(5));
+        for (std::thread& thread : threads) {
+            (void)::pthread_kill(thread.native_handle(), SIGUSR1);
+        }
+    }
+    EXPECT_EQ(ended, 0);
+    const SPW_Socket sender = s().openUdp();
+    EXPECT_EQ(sendTo(sender, portOf(receiver), "x"), 1);
+    EXPECT_EQ(sendTo(sender, portOf(watched), "x"), 1);
+    const SPW_Socket client = s().openTcp();
+    EXPECT_EQ(s().connect(client, kLoopback, portOf(listening)), 0);
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    (void)s().close(sender);
+    (void)s().close(client);
+    ASSERT_EQ(::sigaction(SIGUSR1, &before, nullptr), 0);
+}
+
+TEST_F(PlatformSocketTest, TheTimeToLiveIsLeftToTheKernel) {
+    const SPW_Socket socket = udp();
+    EXPECT_EQ(s().setMulticastTtl(socket, 256), -1);
+    EXPECT_EQ(s().lastError(), kSockInvalid);
+    EXPECT_EQ(s().setMulticastTtl(socket, -1), 0) << "the kernel's own default";
+}
+
+TEST_F(PlatformSocketTest, ThreadsThatUseAndCloseTheSameSocketsNeverMeetSomebodyElses) {
+    // Each receiver is told its own port alone; whatever it receives must name that port.
+    std::atomic<bool> stop{false};
+    std::atomic<int> received{0};
+    std::atomic<SPW_Socket> shared[3];
+    std::atomic<std::uint16_t> ports[3];
+    for (int i = 0; i < 3; ++i) {
+        const SPW_Socket socket = s().openUdp();
+        ASSERT_EQ(s().bind(socket, 0), 0);
+        ports[i] = portOf(socket);
+        shared[i] = socket;
+    }
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&, i] {
+            while (!stop) {
+                const std::uint16_t port = ports[i];
+                const SPW_Socket socket = shared[i];
+                std::uint16_t told = 0;
+                SPW_CIpAddress sender;
+                const bool known = s().localPort(socket) == port;
+                if (s().receiveFrom(socket, &told, sizeof told, sender) == sizeof told && known) {
+                    EXPECT_EQ(told, port);
+                    ++received;
+                }
+            }
+        });
+    }
+    threads.emplace_back([&] {
+        const SPW_Socket sender = s().openUdp();
+        while (!stop) {
+            for (const auto& entry : ports) {
+                const std::uint16_t port = entry;
+                (void)s().sendTo(sender, kLoopback, port, &port, sizeof port);  // the port may be gone
+            }
+        }
+        (void)s().close(sender);
+    });
+    const auto end = std::chrono::steady_clock::now() + milliseconds(500);
+    for (int i = 0; std::chrono::steady_clock::now() < end; i = (i + 1) % 3) {
+        const SPW_Socket next = s().openUdp();
+        ASSERT_EQ(s().bind(next, 0), 0);
+        ports[i] = portOf(next);
+        EXPECT_EQ(s().close(shared[i].exchange(next)), 0);
+        std::this_thread::yield();
+    }
+    stop = true;
+    for (const auto& socket : shared) {
+        EXPECT_EQ(s().close(socket), 0);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_GT(received, 0);
+}
+
+TEST_F(PlatformSocketTest, OnlyInterfacesThatAreUpGiveAddressesToTheDevicesName) {
+    OwnNetwork network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason();
+    }
+    SPW_CString name;
+    ASSERT_TRUE(s().hostName(name));
+    SPW_CArray<SPW_CIpAddress> up;
+    EXPECT_TRUE(s().resolve(name, up));
+    ASSERT_EQ(up.numberOfElements(), 1);
+    EXPECT_EQ(up[0], kLoopback);
+    ASSERT_TRUE(network.setLoopback(false)) << network.reason();
+    SPW_CArray<SPW_CIpAddress> down;
+    EXPECT_FALSE(s().resolve(name, down));
+    EXPECT_EQ(s().lastError(), kSockHostNotFound);
+    EXPECT_EQ(down.numberOfElements(), 0);
+}
+
+TEST_F(PlatformSocketTest, ANameThatNobodyKnowsDoesNotResolve) {
+    OwnNetwork network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason() << ", and outside of one the question would leave this machine";
+    }
+    SPW_CArray<SPW_CIpAddress> addresses;
+    EXPECT_FALSE(s().resolve(u"nobody.invalid", addresses));
+    EXPECT_EQ(s().lastError(), kSockHostNotFound);
+    EXPECT_FALSE(s().resolve(u"", addresses));
+    EXPECT_EQ(addresses.numberOfElements(), 0);
+}
+
+TEST_F(PlatformSocketTest, TheLoopbackHasItsNameFromTheHostsFile) {
+    OwnNetwork network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason() << ", and outside of one the question might leave this machine";
+    }
+    SPW_CArray<SPW_CIpAddress> addresses;
+    ASSERT_TRUE(s().resolve(u"localhost", addresses)) << s().lastError();
+    ASSERT_EQ(addresses.numberOfElements(), 1);
+    EXPECT_EQ(addresses[0], kLoopback);
+}
+
+TEST_F(PlatformSocketTest, WithoutARouteNothingIsReached) {
+    OwnNetwork network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason();
+    }
+    EXPECT_EQ(s().connect(tcp(), kForeign, 5009), -1);
+    EXPECT_EQ(s().lastError(), kSockNetUnreachable);
+    EXPECT_EQ(s().sendTo(udp(), kForeign, 5009, "x", 1), -1);
+    EXPECT_EQ(s().lastError(), kSockNetUnreachable);
+}
+
+// ---- The scripted sockets alone ----
+
+class ScriptedSocketTest : public testing::Test {
+protected:
+    ScriptedSocket m_sockets;
+};
+
+TEST_F(ScriptedSocketTest, AScriptedFailureComesOnceAndInOrder) {
+    m_sockets.failNext(ScriptedSocket::kOpenTcp, kSockTooManyFiles);
+    m_sockets.failNext(ScriptedSocket::kOpenTcp, kSockNoBuffers);
+    EXPECT_EQ(m_sockets.openTcp(), kInvalidSocket);
+    EXPECT_EQ(m_sockets.lastError(), kSockTooManyFiles);
+    EXPECT_EQ(m_sockets.openTcp(), kInvalidSocket);
+    EXPECT_EQ(m_sockets.lastError(), kSockNoBuffers);
+    EXPECT_NE(m_sockets.openTcp(), kInvalidSocket);
+    EXPECT_EQ(m_sockets.calls(ScriptedSocket::kOpenTcp), 3);
+}
+
+TEST_F(ScriptedSocketTest, AScriptedFailureEndsACallThatBlocks) {
+    const SPW_Socket socket = m_sockets.openUdp();
+    std::thread receiver([&] {
+        char buffer[10];
+        SPW_CIpAddress sender;
+        EXPECT_EQ(m_sockets.receiveFrom(socket, buffer, sizeof buffer, sender), -1);
+        EXPECT_EQ(m_sockets.lastError(), kSockNetDown);
+    });
+    EXPECT_TRUE(m_sockets.waitUntilBlocked(ScriptedSocket::kReceiveFrom));
+    m_sockets.failNext(ScriptedSocket::kReceiveFrom, kSockNetDown);
+    receiver.join();
+}
+
+TEST_F(ScriptedSocketTest, AnExpiredSelectTakesNoTime) {
+    SPW_CSocketSet read;
+    read.add(m_sockets.openUdp());
+    m_sockets.expireSelects();
+    EXPECT_EQ(m_sockets.select(&read, nullptr, 3600000), 0);
+}
+
+TEST_F(ScriptedSocketTest, OtherDevicesTalkToThisOne) {
+    const SPW_Socket listening = m_sockets.openTcp();
+    ASSERT_EQ(m_sockets.bind(listening, 5009), 0);
+    ASSERT_EQ(m_sockets.listen(listening, 5), 0);
+    EXPECT_EQ(m_sockets.connectFrom(kForeign, 5010), kInvalidSocket);
+    EXPECT_NE(m_sockets.connectFrom(kForeign, 5009), kInvalidSocket);
+    SPW_CIpAddress peer;
+    EXPECT_NE(m_sockets.accept(listening, peer), kInvalidSocket);
+    EXPECT_EQ(peer, kForeign);
+
+    const SPW_Socket datagrams = m_sockets.openUdp();
+    ASSERT_EQ(m_sockets.bind(datagrams, 5009), 0);
+    EXPECT_FALSE(m_sockets.deliver(5010, kForeign, "lost"));
+    EXPECT_TRUE(m_sockets.deliver(5009, kForeign, "probe"));
+    char buffer[10];
+    EXPECT_EQ(m_sockets.receiveFrom(datagrams, buffer, sizeof buffer, peer), 5);
+    EXPECT_EQ(peer, kForeign);
+}
+
+TEST_F(ScriptedSocketTest, ThisDeviceTalksToOthersFromItsOwnAddress) {
+    const SPW_Socket theirs = m_sockets.openUdpAt(kForeign, 5009);
+    const SPW_Socket server = m_sockets.listenAt(kForeign, 5009);
+    const SPW_Socket mine = m_sockets.openUdp();
+    EXPECT_EQ(m_sockets.sendTo(mine, kForeign, 5009, "probe", 5), 5);
+    char buffer[10];
+    SPW_CIpAddress sender;
+    EXPECT_EQ(m_sockets.receiveFrom(theirs, buffer, sizeof buffer, sender), 5);
+    EXPECT_EQ(sender, SPW_CIpAddress(10, 0, 0, 1));
+    const SPW_Socket client = m_sockets.openTcp();
+    EXPECT_EQ(m_sockets.connect(client, kForeign, 5009), 0);
+    const SPW_Socket far = m_sockets.accept(server, sender);
+    EXPECT_EQ(sender, SPW_CIpAddress(10, 0, 0, 1));
+    EXPECT_EQ(m_sockets.send(client, "hello", 5), 5);
+    EXPECT_EQ(m_sockets.receive(far, buffer, sizeof buffer), 5);
+    ASSERT_EQ(m_sockets.sent().size(), 2u);
+    EXPECT_EQ(m_sockets.sent()[1].bytes, "hello");
+    EXPECT_EQ(m_sockets.sent()[1].address, kForeign);
+    EXPECT_EQ(m_sockets.openSockets(), 2);
+}
+
+}  // namespace
