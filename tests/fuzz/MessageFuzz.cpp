@@ -2,21 +2,16 @@
 // whatever body arrives can be popped without harm.
 
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
+#include "Require.h"
 #include "SPW_CError.h"
 #include "SPW_CMessage.h"
 
 namespace {
 
 typedef std::vector<std::uint8_t> Bytes;
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 // Receives every message of a stream that comes in pieces.
 class Stream {
@@ -31,11 +26,12 @@ public:
         while (done < count) {
             std::uint32_t consumed = 0;
             bool completed = false;
-            require(m_message.feed(piece.get() + done, static_cast<std::uint32_t>(count) - done, consumed, completed) ==
-                    0);
-            require(consumed > 0);
+            const SPW_Result result =
+                m_message.feed(piece.get() + done, static_cast<std::uint32_t>(count) - done, consumed, completed);
+            require(result == 0, "bytes are taken after start");
+            require(consumed > 0, "progress");
             done += consumed;
-            require(completed || done == count);
+            require(completed || done == count, "bytes are left only behind a packet");
             if (completed) {
                 bodies.push_back(m_message.body());
                 popAll();
@@ -52,8 +48,8 @@ private:
         while (m_message.error() == 0 && !m_message.isEmpty()) {
             const std::size_t before = m_message.body().size();
             const bool popped = popOne(static_cast<char>(m_message.body().back()));
-            require(popped == (m_message.error() == 0));
-            require(!popped || m_message.body().size() < before);
+            require(popped == (m_message.error() == 0), "a pop succeeds or leaves an error");
+            require(!popped || m_message.body().size() < before, "a popped value is gone");
         }
     }
     bool popOne(char typeId) {
@@ -107,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         done += piece;
         length += step == 0 ? 1 : 0;
     }
-    require(whole.bodies == cut.bodies);
-    require(whole.packetErrors() == cut.packetErrors());
+    require(whole.bodies == cut.bodies, "the cuts change no message");
+    require(whole.packetErrors() == cut.packetErrors(), "the cuts change no packet error");
     return 0;
 }
