@@ -1,0 +1,197 @@
+#include "PeerTable.h"
+
+#include <gtest/gtest.h>
+
+#include "StringPrinting.h"
+
+namespace {
+
+SPW_CString numbered(const char16_t* prefix, int number) {
+    return SPW_CString(prefix) + number;
+}
+
+TEST(PeerTableTest, AnAddedPeerIsLabelledWithAddressAndName) {
+    PeerTable table;
+    table.addNamed(u"10.0.0.7", u"printer");
+    EXPECT_EQ(table.at(0).address(), SPW_CString(u"10.0.0.7"));
+    EXPECT_EQ(table.at(0).label(), SPW_CString(u"10.0.0.7 (printer)"));
+}
+
+TEST(PeerTableTest, AnAddedPeerWithoutANameKeepsTheEmptyParentheses) {
+    PeerTable table;
+    table.addNamed(u"10.0.0.7", u"");
+    EXPECT_EQ(table.at(0).label(), SPW_CString(u"10.0.0.7 ()"));
+}
+
+TEST(PeerTableTest, ADiscoveredPeerWithoutANameIsLabelledWithTheBareAddress) {
+    PeerTable table;
+    table.addDiscovered(u"10.0.0.7", u"");
+    table.addDiscovered(u"10.0.0.8", u"pocket2");
+    EXPECT_EQ(table.at(0).label(), SPW_CString(u"10.0.0.7"));
+    EXPECT_EQ(table.at(1).label(), SPW_CString(u"10.0.0.8 (pocket2)"));
+}
+
+TEST(PeerTableTest, AnUnknownAddressIsNotFound) {
+    PeerTable table;
+    EXPECT_EQ(table.find(u"10.0.0.7"), nullptr);
+    table.addNamed(u"10.0.0.7", u"a");
+    EXPECT_EQ(table.find(u"10.0.0.70"), nullptr);
+    EXPECT_EQ(table.find(u""), nullptr);
+}
+
+TEST(PeerTableTest, AddressesAreComparedByTheirExactText) {
+    PeerTable table;
+    table.addNamed(u"010.0.0.7", u"a");
+    table.addNamed(u"Host", u"b");
+    EXPECT_EQ(table.find(u"10.0.0.7"), nullptr);
+    EXPECT_EQ(table.find(u"host"), nullptr);
+    EXPECT_EQ(table.find(u"Host"), &table.at(1));
+}
+
+TEST(PeerTableTest, OfTwoRowsWithOneAddressTheFirstIsFound) {
+    PeerTable table;
+    table.addNamed(u"10.0.0.7", u"first");
+    table.addNamed(u"10.0.0.8", u"other");
+    table.addNamed(u"10.0.0.7", u"second");
+    EXPECT_EQ(table.size(), 3);
+    EXPECT_EQ(table.find(u"10.0.0.7"), &table.at(0));
+}
+
+TEST(PeerTableTest, EveryOneOfManyRowsIsFoundAndStaysInItsPlace) {
+    PeerTable table;
+    const PeerRow* first = nullptr;
+    for (int i = 0; i < 3000; ++i) {
+        // Every address twice: the index must keep the first while it grows.
+        table.addNamed(numbered(u"10.0.0.", i / 2), numbered(u"peer", i));
+        first = i == 0 ? &table.at(0) : first;
+    }
+    EXPECT_EQ(&table.at(0), first);
+    for (int i = 0; i < 1500; ++i) {
+        ASSERT_EQ(table.find(numbered(u"10.0.0.", i)), &table.at(2 * i)) << i;
+    }
+    EXPECT_EQ(table.find(u"10.0.0.1500"), nullptr);
+}
+
+TEST(PeerTableTest, AnEmptiedTableFindsNothingAndFillsAgain) {
+    PeerTable table;
+    table.addNamed(u"10.0.0.7", u"a");
+    table.empty();
+    EXPECT_EQ(table.size(), 0);
+    EXPECT_EQ(table.find(u"10.0.0.7"), nullptr);
+    table.addNamed(u"10.0.0.8", u"b");
+    EXPECT_EQ(table.find(u"10.0.0.8"), &table.at(0));
+}
+
+TEST(PeerRowTest, WithoutAnyProbeTheQualityIsZero) {
+    EXPECT_EQ(PeerRow(u"10.0.0.7", u"", u"10.0.0.7").quality(), 0);
+}
+
+TEST(PeerRowTest, TheQualityIsOverAllProtocolsTogether) {
+    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    row.record(kMulticast, 1);
+    row.record(kMulticast, 5);  // 5 expected, 3 lost
+    row.record(kUdp, 1);
+    row.record(kTcpip, 1);
+    row.record(kTcpip, 2);
+    row.record(kPing, 1);
+    row.record(kPing, 2);  // 10 expected in all
+    EXPECT_EQ(row.quality(), 70);
+}
+
+TEST(PeerRowTest, TheQualityStaysAPercentageForTheGreatestCounts) {
+    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    for (int protocol = 0; protocol < kProtocols; ++protocol) {
+        row.record(protocol, 1);
+        row.record(protocol, 2147483647);
+    }
+    row.record(kUdp, 2147483647);
+    EXPECT_EQ(row.quality(), 0);
+}
+
+TEST(PeerRowTest, TheQualityOfALongRunDoesNotWrap) {
+    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    for (int i = 1; i <= 22000000; ++i) {  // 100 times that exceeds 31 bits
+        row.record(kUdp, i);
+    }
+    EXPECT_EQ(row.quality(), 100);
+}
+
+TEST(PeerRowTest, TheReportPairIsTotalAndTotalPlusLost) {
+    PeerRow row(u"10.0.0.7", u"printer", u"10.0.0.7 (printer)");
+    row.record(kMulticast, 1);
+    row.record(kMulticast, 2);
+    row.record(kMulticast, 5);
+    EXPECT_EQ(row.reportLine(),
+              SPW_CString(u"S Name: 10.0.0.7 (printer)             Quality:  60% Multicast:     5 / 7     Tcpip:     0 "
+                          u"/ 0     Udp:     0 / 0     Ping:     0 / 0    "));
+}
+
+TEST(PeerRowTest, TheReportHasTcpipBeforeUdp) {
+    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    row.record(kUdp, 1);
+    row.record(kUdp, 2);
+    row.record(kTcpip, 1);
+    row.record(kPing, 1);
+    row.record(kPing, 2);
+    row.record(kPing, 3);
+    EXPECT_EQ(row.reportLine(),
+              SPW_CString(u"S Name: 10.0.0.7                       Quality: 100% Multicast:     0 / 0     Tcpip:     1 "
+                          u"/ 1     Udp:     2 / 2     Ping:     3 / 3    "));
+}
+
+TEST(PeerRowTest, TheReportCutsTheLabelAtThirtyCharacters) {
+    const PeerRow row(u"192.168.100.100", u"a long name", u"192.168.100.100 (a name that is too long)");
+    EXPECT_EQ(row.reportLine().left(47), SPW_CString(u"S Name: 192.168.100.100 (a name that i Quality:"));
+}
+
+TEST(PeerRowTest, APercentSignInTheLabelIsNoFormat) {
+    const PeerRow row(u"10.0.0.7", u"%s%n", u"10.0.0.7 (%s%n)");
+    EXPECT_EQ(row.reportLine().left(38), SPW_CString(u"S Name: 10.0.0.7 (%s%n)               "));
+}
+
+TEST(PeerRowTest, ValuesAreReceivedTotalAndLostByProtocol) {
+    PeerRow row(u"10.0.0.7", u"printer", u"10.0.0.7 (printer)");
+    row.record(kUdp, 1);
+    row.record(kUdp, 4);
+    row.record(kPing, 9);
+    const PeerRowValues values = row.values();
+    EXPECT_EQ(values.address, SPW_CString(u"10.0.0.7"));
+    EXPECT_EQ(values.name, SPW_CString(u"printer"));
+    EXPECT_EQ(values.label, SPW_CString(u"10.0.0.7 (printer)"));
+    EXPECT_EQ(values.quality, 60);
+    EXPECT_EQ(values.counts[kUdp].received, 2);
+    EXPECT_EQ(values.counts[kUdp].total, 4);
+    EXPECT_EQ(values.counts[kUdp].lost, 2);
+    EXPECT_EQ(values.counts[kPing].received, 1);
+    EXPECT_EQ(values.counts[kTcpip].total, 0);
+    EXPECT_EQ(values.counts[kMulticast].total, 0);
+}
+
+TEST(PeerRowTest, WhatTheNetworkWroteIsMadeShowable) {
+    PeerTable table;
+    table.addDiscovered(u"10.0.0.7", u"evil\r\n\u202Ename");
+    const PeerRowValues values = table.at(0).values();
+    EXPECT_EQ(values.name, SPW_CString(u"evil???name"));
+    EXPECT_EQ(values.label, SPW_CString(u"10.0.0.7 (evil???name)"));
+}
+
+TEST(PeerRowTest, TheKeyStaysAsItWasGiven) {
+    PeerTable table;
+    table.addNamed(u"host\x01", u"a");
+    EXPECT_EQ(table.find(u"host\x01"), &table.at(0));
+    EXPECT_EQ(table.at(0).values().address, SPW_CString(u"host?"));
+}
+
+TEST(PeerRowTest, ResetEmptiesEveryCounter) {
+    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    for (int protocol = 0; protocol < kProtocols; ++protocol) {
+        row.record(protocol, 1);
+    }
+    row.reset();
+    for (int protocol = 0; protocol < kProtocols; ++protocol) {
+        EXPECT_EQ(row.counter(protocol).total(), 0);
+    }
+    EXPECT_EQ(row.quality(), 0);
+}
+
+}  // namespace

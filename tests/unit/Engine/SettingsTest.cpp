@@ -1,0 +1,334 @@
+#include "Settings.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <vector>
+
+#include "SPW_CApp.h"
+#include "SPW_CSystemInfo.h"
+#include "ScopedInstance.h"
+#include "StringPrinting.h"
+#include "TemporaryRegistry.h"
+
+namespace {
+
+constexpr const char16_t* kKorv = u"Software\\Vantiro Networks\\Vantiro\\KORV";
+constexpr const char16_t* kTlp = u"Software\\Vantiro Networks\\Vantiro\\TLP";
+constexpr const char16_t* kOwner = u"ControlPanel\\Owner";
+
+// A program file with a version of the test's choice, or with none.
+class ScriptedVersion : public SPW_CSystemInfo {
+public:
+    bool fileVersion(const SPW_CString&, std::uint32_t& high, std::uint32_t& low) override {
+        high = m_high;
+        low = m_low;
+        return m_hasVersion;
+    }
+    bool m_hasVersion = true;
+    std::uint32_t m_high = 0;
+    std::uint32_t m_low = 0;
+};
+
+class SettingsTest : public testing::Test {
+protected:
+    Settings load(std::int32_t override = kNoMulticastPortOverride) {
+        Settings settings;
+        loadSettings(settings, override);
+        return settings;
+    }
+
+    TemporaryRegistry m_registry;
+};
+
+struct Default {
+    const char16_t* name;
+    const char16_t* text;
+};
+constexpr Default kDefaults[] = {
+    {u"description", u"This is a linkometry test logfile"},
+    {u"display name", u"Host Name"},
+    {u"frequency qty", u"1"},
+    {u"frequency units", u"seconds"},
+    {u"log data packets", u"no"},
+    {u"log events", u"no"},
+    {u"log filename", u"VantiroDiagnostics.txt"},
+    {u"multicast group", u"228.227.226.225"},
+    {u"multicast port", u"7550"},
+    {u"multicast selected", u"yes"},
+    {u"multicast ttl", u"3"},
+    {u"overhead bytes", u"10"},
+    {u"peer set includes anyone-in-reach", u"yes"},
+    {u"peer set includes named-ip-addresses", u"yes"},
+    {u"ping selected", u"yes"},
+    {u"port", u"5009"},
+    {u"tcpip selected", u"yes"},
+    {u"udp selected", u"yes"},
+};
+
+TEST_F(SettingsTest, AnEmptyKeyYieldsTheDefaults) {
+    const Settings settings = load();
+    SPW_CString program;
+    SPW_CApp::getModulePath(program, true);
+    EXPECT_EQ(settings.applicationPath, program);
+    EXPECT_EQ(settings.description, SPW_CString(u"This is a linkometry test logfile"));
+    EXPECT_EQ(settings.displayNameSource, SPW_CString(u"Host Name"));
+    EXPECT_EQ(settings.frequencyQty, 1);
+    EXPECT_EQ(settings.frequencyUnitMs, 1000u);
+    EXPECT_FALSE(settings.logDataPackets);
+    EXPECT_FALSE(settings.logEvents);
+    EXPECT_EQ(settings.logFileName, SPW_CString(u"VantiroDiagnostics.txt"));
+    EXPECT_EQ(settings.multicastGroup, SPW_CString(u"228.227.226.225"));
+    EXPECT_EQ(settings.multicastPort, 7550);
+    EXPECT_TRUE(settings.multicastSelected);
+    EXPECT_EQ(settings.multicastTtl, 3);
+    EXPECT_EQ(settings.namedPeerAddresses.numberOfElements(), 0);
+    EXPECT_EQ(settings.namedPeerNames.numberOfElements(), 0);
+    EXPECT_EQ(settings.overheadBytes, 10);
+    EXPECT_TRUE(settings.includeAnyoneInReach);
+    EXPECT_TRUE(settings.includeNamedIpAddresses);
+    EXPECT_TRUE(settings.pingSelected);
+    EXPECT_EQ(settings.port, 5009);
+    EXPECT_TRUE(settings.tcpipSelected);
+    EXPECT_TRUE(settings.udpSelected);
+}
+
+TEST_F(SettingsTest, LoadingCreatesEveryMissingValueAndBothKeys) {
+    load();
+    for (const Default& expected : kDefaults) {
+        EXPECT_EQ(m_registry.setting(expected.name), SPW_CString(expected.text));
+    }
+    EXPECT_EQ(m_registry.numberOfValues(TemporaryRegistry::kSettings), static_cast<int>(std::size(kDefaults)));
+    EXPECT_EQ(m_registry.numberOfValues(TemporaryRegistry::kNamedPeers), 0);
+}
+
+TEST_F(SettingsTest, MissingValuesAreCreatedInTheOrderOfLoading) {
+    load();
+    const std::vector<const char16_t*> order = {u"display name",
+                                                u"description",
+                                                u"frequency qty",
+                                                u"frequency units",
+                                                u"log data packets",
+                                                u"log events",
+                                                u"log filename",
+                                                u"multicast group",
+                                                u"multicast port",
+                                                u"multicast selected",
+                                                u"multicast ttl",
+                                                u"overhead bytes",
+                                                u"peer set includes anyone-in-reach",
+                                                u"peer set includes named-ip-addresses",
+                                                u"ping selected",
+                                                u"port",
+                                                u"tcpip selected",
+                                                u"udp selected"};
+    SPW_CRegistry registry(u"HKEY_CURRENT_USER", TemporaryRegistry::kSettings);
+    for (std::uint32_t i = 0; i < order.size(); ++i) {
+        SPW_CString name;
+        SPW_CRegistryData data;
+        ASSERT_EQ(registry.enumValue(i, name, data), 0u);
+        EXPECT_EQ(name, SPW_CString(order[i]));
+    }
+}
+
+TEST_F(SettingsTest, StoredTextsAreTakenAsTheyAre) {
+    m_registry.setSetting(u"description", u"");
+    m_registry.setSetting(u"display name", u" owner name ");
+    m_registry.setSetting(u"multicast group", u"no address");
+    m_registry.setSetting(u"log filename", u"/tmp/a log.txt");
+    const Settings settings = load();
+    EXPECT_EQ(settings.description, SPW_CString(u""));
+    EXPECT_EQ(settings.displayNameSource, SPW_CString(u" owner name "));
+    EXPECT_EQ(settings.multicastGroup, SPW_CString(u"no address"));
+    EXPECT_EQ(settings.logFileName, SPW_CString(u"/tmp/a log.txt"));
+    EXPECT_EQ(m_registry.setting(u"description"), SPW_CString(u""));
+}
+
+TEST_F(SettingsTest, OnlyYesIsTrueInAnyCase) {
+    const struct {
+        const char16_t* text;
+        bool flag;
+    } cases[] = {{u"yes", true}, {u"YES", true},   {u"Yes", true}, {u"true", false}, {u"1", false},
+                 {u"y", false},  {u"yes ", false}, {u"", false},   {u"no", false}};
+    for (const auto& c : cases) {
+        for (const char16_t* name :
+             {u"tcpip selected", u"udp selected", u"multicast selected", u"ping selected", u"log events",
+              u"log data packets", u"peer set includes anyone-in-reach", u"peer set includes named-ip-addresses"}) {
+            m_registry.setSetting(name, c.text);
+        }
+        const Settings settings = load();
+        for (const bool flag : {settings.tcpipSelected, settings.udpSelected, settings.multicastSelected,
+                                settings.pingSelected, settings.logEvents, settings.logDataPackets,
+                                settings.includeAnyoneInReach, settings.includeNamedIpAddresses}) {
+            EXPECT_EQ(flag, c.flag) << SPW_CString(c.text).toAnsi();
+        }
+    }
+}
+
+TEST_F(SettingsTest, NumbersAreLeadingDigitsWithASign) {
+    const struct {
+        const char16_t* text;
+        std::int32_t number;
+    } cases[] = {{u"42", 42}, {u"-7", -7}, {u"+8", 8}, {u"12ab", 12}, {u"abc", 0}, {u"", 0}, {u"1.9", 1}};
+    for (const auto& c : cases) {
+        for (const char16_t* name :
+             {u"port", u"multicast port", u"multicast ttl", u"overhead bytes", u"frequency qty"}) {
+            m_registry.setSetting(name, c.text);
+        }
+        const Settings settings = load();
+        for (const std::int32_t number : {settings.port, settings.multicastPort, settings.multicastTtl,
+                                          settings.overheadBytes, settings.frequencyQty}) {
+            EXPECT_EQ(number, c.number) << SPW_CString(c.text).toAnsi();
+        }
+    }
+}
+
+TEST_F(SettingsTest, UnitWordsAreComparedWithoutRegardToCase) {
+    EXPECT_EQ(unitToMilliseconds(u"milliseconds"), 1u);
+    EXPECT_EQ(unitToMilliseconds(u"seconds"), 1000u);
+    EXPECT_EQ(unitToMilliseconds(u"Seconds"), 1000u);
+    EXPECT_EQ(unitToMilliseconds(u"MINUTES"), 60000u);
+    EXPECT_EQ(unitToMilliseconds(u"hours"), 3600000u);
+    EXPECT_EQ(unitToMilliseconds(u"days"), 86400000u);
+}
+
+TEST_F(SettingsTest, AnUnknownUnitGivesAPeriodOfZero) {
+    for (const char16_t* unit : {u"weeks", u"second", u"ms", u" seconds", u""}) {
+        EXPECT_EQ(unitToMilliseconds(unit), 0u) << SPW_CString(unit).toAnsi();
+    }
+    m_registry.setSetting(u"frequency units", u"weeks");
+    EXPECT_EQ(load().periodMs(), 0);
+    EXPECT_EQ(m_registry.setting(u"frequency units"), SPW_CString(u"weeks"));
+}
+
+TEST_F(SettingsTest, ThePeriodIsThirtyTwoBitArithmetic) {
+    Settings settings;
+    settings.frequencyQty = 30;
+    settings.frequencyUnitMs = 1000;
+    EXPECT_EQ(settings.periodMs(), 30000);
+    settings.frequencyQty = 100;
+    settings.frequencyUnitMs = 86400000;
+    EXPECT_EQ(settings.periodMs(), 50065408);  // 8640000000 less twice 2^32
+    settings.frequencyQty = -1;
+    settings.frequencyUnitMs = 1000;
+    EXPECT_EQ(settings.periodMs(), -1000);
+}
+
+TEST_F(SettingsTest, TheOverrideIsTheDefaultOfTheMulticastPort) {
+    EXPECT_EQ(load(6000).multicastPort, 6000);
+    EXPECT_EQ(m_registry.setting(u"multicast port"), SPW_CString(u"6000"));
+    EXPECT_EQ(load().multicastPort, 6000) << "the value exists now";
+}
+
+TEST_F(SettingsTest, AStoredMulticastPortBeatsTheOverride) {
+    m_registry.setSetting(u"multicast port", u"7000");
+    EXPECT_EQ(load(6000).multicastPort, 7000);
+}
+
+TEST_F(SettingsTest, ANumberIsReadAsItsDecimalText) {
+    SPW_CRegistryData data;
+    (void)data.setNumber(5010);
+    m_registry.set(TemporaryRegistry::kSettings, u"port", data);
+    EXPECT_EQ(load().port, 5010);
+}
+
+TEST_F(SettingsTest, NamedPeersAreTheValuesOfTheirKey) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    m_registry.setNamedPeer(u"dock", u"10.0.0.8");
+    const Settings settings = load();
+    ASSERT_EQ(settings.namedPeerAddresses.numberOfElements(), 2);
+    ASSERT_EQ(settings.namedPeerNames.numberOfElements(), 2);
+    EXPECT_EQ(settings.namedPeerNames[0], SPW_CString(u"printer"));
+    EXPECT_EQ(settings.namedPeerAddresses[0], SPW_CString(u"10.0.0.7"));
+    EXPECT_EQ(settings.namedPeerNames[1], SPW_CString(u"dock"));
+    EXPECT_EQ(settings.namedPeerAddresses[1], SPW_CString(u"10.0.0.8"));
+}
+
+TEST_F(SettingsTest, ANamedPeerOfBytesHasTheirTextAsAddress) {
+    SPW_CRegistryData data;
+    (void)data.setBytes("10.0.0.7", 8);
+    m_registry.set(TemporaryRegistry::kNamedPeers, u"printer", data);
+    const Settings settings = load();
+    ASSERT_EQ(settings.namedPeerAddresses.numberOfElements(), 1);
+    EXPECT_EQ(settings.namedPeerNames[0], SPW_CString(u"printer"));
+    EXPECT_EQ(settings.namedPeerAddresses[0], SPW_CString(u"10.0.0.7"));
+}
+
+TEST_F(SettingsTest, ALoadForgetsTheNamedPeersOfTheLoadBefore) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    Settings settings = load();
+    m_registry.remove(TemporaryRegistry::kNamedPeers, u"printer");
+    m_registry.setNamedPeer(u"dock", u"10.0.0.8");
+    loadSettings(settings, kNoMulticastPortOverride);
+    ASSERT_EQ(settings.namedPeerNames.numberOfElements(), 1);
+    EXPECT_EQ(settings.namedPeerNames[0], SPW_CString(u"dock"));
+}
+
+TEST_F(SettingsTest, WithoutTheKorvKeyThereIsNoOverride) {
+    EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride);
+    m_registry.setText(kKorv, u"Other", u"1");
+    EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride) << "the key is there, the value is not";
+}
+
+TEST_F(SettingsTest, TheKorvPortIsLeadingDigits) {
+    m_registry.setText(kKorv, u"UDPPort", u"6000");
+    EXPECT_EQ(readKorvUdpPort(), 6000);
+    m_registry.setText(kKorv, u"UDPPort", u"7a");
+    EXPECT_EQ(readKorvUdpPort(), 7);
+    m_registry.setText(kKorv, u"UDPPort", u"none");
+    EXPECT_EQ(readKorvUdpPort(), 0);
+}
+
+TEST_F(SettingsTest, TheKorvPortOfBytesIsTheWideTextThatTheySpell) {
+    SPW_CRegistryData data;
+    (void)data.setBytes("6\0000\0001\0\0\0009\0", 10);
+    m_registry.set(kKorv, u"UDPPort", data);
+    EXPECT_EQ(readKorvUdpPort(), 601);
+}
+
+TEST_F(SettingsTest, OwnerAndFriendlyNameAreEmptyWhereMissing) {
+    EXPECT_EQ(readOwnerName(), SPW_CString(u""));
+    EXPECT_EQ(readFriendlyName(), SPW_CString(u""));
+}
+
+TEST_F(SettingsTest, OwnerAndFriendlyNameAreTheFirstCharactersOfTheirValues) {
+    SPW_CString longName;
+    longName.fill(u'x', 200);
+    m_registry.setText(kOwner, u"Owner", u"Ada");
+    m_registry.setText(kTlp, u"Friendly Name", longName);
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
+    EXPECT_EQ(readFriendlyName(), longName.left(128));
+}
+
+TEST_F(SettingsTest, TheOwnerIsReadFromTheFrontOfABlock) {
+    SPW_CRegistryData data;
+    (void)data.setBytes("A\0d\0a\0\0\0garbage", 15);
+    m_registry.set(kOwner, u"Owner", data);
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
+}
+
+TEST_F(SettingsTest, ReadingWhatOthersKeepPlantsNoKeys) {
+    (void)readKorvUdpPort();
+    (void)readOwnerName();
+    (void)readFriendlyName();
+    for (const char16_t* key : {kKorv, kTlp, kOwner}) {
+        EXPECT_EQ(m_registry.numberOfValues(key), -1) << SPW_CString(key).toAnsi();
+    }
+}
+
+TEST(VersionTest, TheTwoWordsAreFourNumbers) {
+    ScriptedVersion version;
+    const ScopedInstance<SPW_CSystemInfo> installed(version);
+    version.m_high = 0x00020003;
+    version.m_low = 0x0004FFFF;
+    EXPECT_EQ(readVersion(u"program"), SPW_CString(u"Version 2.3.4.65535"));
+}
+
+TEST(VersionTest, AFileWithoutVersionSaysSo) {
+    ScriptedVersion version;
+    const ScopedInstance<SPW_CSystemInfo> installed(version);
+    version.m_hasVersion = false;
+    EXPECT_EQ(readVersion(u"program"), SPW_CString(u"Version and build unavailable"));
+}
+
+}  // namespace

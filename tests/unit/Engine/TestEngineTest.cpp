@@ -1,0 +1,712 @@
+#include "TestEngine.h"
+
+#include <iterator>
+
+#include "EngineFixture.h"
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+constexpr SPW_CIpAddress kPeer(10, 0, 0, 7);
+
+class TestEngineTest : public EngineFixture {};
+
+// ---- Construction and logging
+
+TEST_F(TestEngineTest, ItBeginsStoppedWithTestNumberOne) {
+    EXPECT_FALSE(engine().isRunning());
+    EXPECT_EQ(engine().testNumber(), 1);
+    EXPECT_THAT(labels(), IsEmpty());
+}
+
+TEST_F(TestEngineTest, BuildingItBeginsTheLogAfresh) {
+    m_folder.write("log.txt", "an earlier run");
+    EXPECT_EQ(engine().logOpenResult(), 0u);
+    EXPECT_EQ(engine().logFilePath(), m_folder.path("log.txt"));
+    EXPECT_EQ(engine().logEvent(u"a line", -1), 0u);
+    EXPECT_THAT(endAndReadLog(), ElementsAre("a line"));
+    EXPECT_THAT(m_folder.read("log.txt"), Not(HasSubstr("an earlier run")));
+}
+
+TEST_F(TestEngineTest, TheLogsHeaderNamesDescriptionProgramAndVersion) {
+    m_registry.setSetting(u"description", u"the description");
+    engine();
+    m_engine.reset();
+    Settings settings;
+    loadSettings(settings, kNoMulticastPortOverride);
+    const std::string text = m_folder.read("log.txt");
+    EXPECT_THAT(text, HasSubstr("the description"));
+    EXPECT_THAT(text, HasSubstr(settings.applicationPath.toAnsi()));
+    EXPECT_THAT(text, HasSubstr(settings.version.toAnsi()));
+}
+
+TEST_F(TestEngineTest, WithLoggingOffNothingIsWrittenOrDeleted) {
+    m_folder.write("log.txt", "an earlier run");
+    engine(false).start();
+    EXPECT_EQ(engine().logEvent(u"a line", 0), 0u);
+    EXPECT_EQ(engine().logOpenResult(), 0u);
+    engine().stop();
+    m_engine.reset();
+    EXPECT_EQ(m_folder.read("log.txt"), "an earlier run");
+}
+
+TEST_F(TestEngineTest, ALogThatCannotBeOpenedShowsAndTheTestRunsAllTheSame) {
+    m_registry.setSetting(u"log filename", m_folder.path("missing/log.txt"));
+    EXPECT_NE(engine().logOpenResult(), 0u);
+    engine().start();
+    EXPECT_TRUE(engine().isRunning());
+    engine().stop();
+}
+
+TEST_F(TestEngineTest, ItTakesAndGivesBackTheSocketLibrary) {
+    engine();
+    EXPECT_EQ(m_sockets.startups(), 1);
+    engine().start();
+    m_engine.reset();
+    EXPECT_EQ(m_sockets.startups(), 0);
+    EXPECT_EQ(m_sockets.openSockets(), 0);
+}
+
+// ---- Who this device is
+
+TEST_F(TestEngineTest, TheTitleIsEveryAddressThenTheName) {
+    m_sockets.setHostName(u"pocket1");
+    EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.1  (pocket1)"));
+}
+
+TEST_F(TestEngineTest, AddressesThatSayNothingAreLeftOut) {
+    m_sockets.setAddresses({SPW_CIpAddress(0, 0, 0, 0), SPW_CIpAddress(10, 0, 0, 5), SPW_CIpAddress(127, 0, 0, 1),
+                            SPW_CIpAddress(192, 168, 55, 101), SPW_CIpAddress(127, 0, 1, 1),
+                            SPW_CIpAddress(192, 168, 55, 102)});
+    EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.5 127.0.1.1 192.168.55.102  (device)"));
+}
+
+TEST_F(TestEngineTest, WithoutAddressesTheTitleIsTheNameInParentheses) {
+    m_sockets.setAddresses({SPW_CIpAddress(127, 0, 0, 1), SPW_CIpAddress(192, 168, 55, 101)});
+    EXPECT_EQ(engine().title(), SPW_CString(u" (device)"));
+}
+
+TEST_F(TestEngineTest, AHostNameThatCannotBeHadLeavesTheTitleEmpty) {
+    m_sockets.failNext(ScriptedSocket::kHostName, 11001);
+    EXPECT_EQ(engine().title(), SPW_CString(u" ()"));
+}
+
+TEST_F(TestEngineTest, TheDisplayNameIsChosenByTheSetting) {
+    m_registry.setText(u"ControlPanel\\Owner", u"Owner", u"Ada");
+    m_registry.setText(u"Software\\Vantiro Networks\\Vantiro\\TLP", u"Friendly Name", u"cart 3");
+    const struct {
+        const char16_t* source;
+        const char16_t* title;
+    } cases[] = {{u"Host Name", u"10.0.0.1  (device)"},    {u"HOST NAME", u"10.0.0.1  (device)"},
+                 {u"quillon name", u"10.0.0.1  (cart 3)"}, {u"Quillon Name", u"10.0.0.1  (cart 3)"},
+                 {u"Login Name", u"10.0.0.1  (Ada)"},      {u"owner name", u"10.0.0.1  (Ada)"},
+                 {u"something", u"10.0.0.1  (device)"},    {u"", u"10.0.0.1  (device)"}};
+    for (const auto& c : cases) {
+        m_registry.setSetting(u"display name", c.source);
+        EXPECT_EQ(engine().title(), SPW_CString(c.title)) << SPW_CString(c.source).toAnsi();
+        m_engine.reset();
+    }
+}
+
+TEST_F(TestEngineTest, AMissingNameFallsBackToTheHostName) {
+    for (const char16_t* source : {u"Quillon Name", u"Login Name", u"Owner Name"}) {
+        m_registry.setSetting(u"display name", source);
+        EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.1  (device)"));
+        m_engine.reset();
+    }
+}
+
+TEST_F(TestEngineTest, AStartLooksAgainWhoThisDeviceIs) {
+    select(false, false, false, false);
+    engine();
+    m_sockets.setAddresses({SPW_CIpAddress(10, 0, 0, 99)});
+    m_sockets.setHostName(u"renamed");
+    engine().start();
+    EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.99  (renamed)"));
+}
+
+TEST_F(TestEngineTest, TheTitleIsShowable) {
+    m_sockets.setHostName(u"po\x1B[2Jcket");
+    EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.1  (po?[2Jcket)"));
+}
+
+// ---- Start and stop
+
+TEST_F(TestEngineTest, WithNothingSelectedATestStillLogsItsBeginningAndEnd) {
+    select(false, false, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    EXPECT_TRUE(engine().isRunning());
+    engine().stop();
+    EXPECT_FALSE(engine().isRunning());
+    EXPECT_EQ(m_sockets.calls(ScriptedSocket::kOpenUdp), 0);
+    const std::vector<std::string> log = endAndReadLog();
+    ASSERT_EQ(log.size(), 3u);
+    EXPECT_EQ(log[0], " ---- Test 1 starting ---");
+    EXPECT_THAT(log[1], StartsWith("S Name: 10.0.0.7 (printer) "));
+    EXPECT_EQ(log[2], " ---- Test 1 complete ---");
+}
+
+TEST_F(TestEngineTest, TestsAreNumberedThroughTheEnginesLife) {
+    select(false, false, false, false);
+    for (int number = 1; number <= 3; ++number) {
+        EXPECT_EQ(engine().testNumber(), number);
+        engine().start();
+        EXPECT_EQ(engine().testNumber(), number);
+        engine().stop();
+    }
+    EXPECT_THAT(endAndReadLog(),
+                ElementsAre(" ---- Test 1 starting ---", " ---- Test 1 complete ---", " ---- Test 2 starting ---",
+                            " ---- Test 2 complete ---", " ---- Test 3 starting ---", " ---- Test 3 complete ---"));
+}
+
+TEST_F(TestEngineTest, AStartCreatesAddedPeersThenNamedOnesThenTheListeners) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.8");
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    engine().start();
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (manually added)", "10.0.0.8 (printer)"));
+    const std::vector<std::string> log = endAndReadControlLines();
+    // Adding the peer while stopped has made its probes already; they are made anew at the start.
+    EXPECT_THAT(log, ElementsAre("Created VTR_CUdpConnector to 10.0.0.7", "Created VTR_CTcpipConnector to 10.0.0.7",
+                                 "Created VTR_CPinger to 10.0.0.7", " ---- Test 1 starting ---",
+                                 "Created VTR_CUdpConnector to 10.0.0.7", "Created VTR_CTcpipConnector to 10.0.0.7",
+                                 "Created VTR_CPinger to 10.0.0.7", "Created VTR_CUdpConnector to 10.0.0.8",
+                                 "Created VTR_CTcpipConnector to 10.0.0.8", "Created VTR_CPinger to 10.0.0.8",
+                                 "Created VTR_CMulticastConnector", "Created VTR_CMulticastListener",
+                                 "Created VTR_CUdpListener", "Created VTR_CTcpipListener"));
+}
+
+TEST_F(TestEngineTest, EachSelectionMakesItsOwnProbes) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    select(false, true, false, false);
+    engine().start();
+    EXPECT_THAT(
+        endAndReadControlLines(),
+        ElementsAre(" ---- Test 1 starting ---", "Created VTR_CUdpConnector to 10.0.0.7", "Created VTR_CUdpListener"));
+    select(false, false, true, false);
+    engine().start();
+    EXPECT_THAT(endAndReadControlLines(),
+                ElementsAre(" ---- Test 1 starting ---", "Created VTR_CTcpipConnector to 10.0.0.7",
+                            "Created VTR_CTcpipListener"));
+    select(false, false, false, true);
+    engine().start();
+    EXPECT_THAT(endAndReadControlLines(), ElementsAre(" ---- Test 1 starting ---", "Created VTR_CPinger to 10.0.0.7"));
+    select(true, false, false, false);
+    engine().start();
+    EXPECT_THAT(endAndReadControlLines(), ElementsAre(" ---- Test 1 starting ---", "Created VTR_CMulticastConnector",
+                                                      "Created VTR_CMulticastListener"));
+}
+
+TEST_F(TestEngineTest, NamedPeersMayBeLeftOutOfThePeerSet) {
+    select(false, true, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.8");
+    m_registry.setSetting(u"peer set includes named-ip-addresses", u"no");
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    engine().start();
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (manually added)"));
+}
+
+TEST_F(TestEngineTest, EditsOfTheSettingsCountAtTheNextStart) {
+    select(false, false, false, false);
+    engine().start();
+    engine().stop();
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    EXPECT_THAT(labels(), IsEmpty());
+    engine().start();
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+}
+
+TEST_F(TestEngineTest, ThePeersProbesAnnounceWhatWasKnownBeforeTheStart) {
+    select(true, true, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    Settings settings;
+    loadSettings(settings, kNoMulticastPortOverride);
+    const std::string announcement = std::string(settings.version.toAnsi()) + "|device||||||||||";
+
+    engine().start();
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 4));
+    engine().stop();
+    EXPECT_THAT(announcementsTo(kPeer), Each("")) << "the first start of an engine";
+    EXPECT_THAT(announcementsTo(kPeer), Not(IsEmpty()));
+    EXPECT_THAT(announcementsTo(SPW_CIpAddress(228, 227, 226, 225)), Each(announcement));
+    EXPECT_THAT(announcementsTo(SPW_CIpAddress(228, 227, 226, 225)), Not(IsEmpty()));
+
+    const int before = m_sockets.calls(ScriptedSocket::kSendTo);
+    m_sockets.setHostName(u"renamed");
+    engine().start();
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, before + 4));
+    engine().stop();
+    EXPECT_THAT(announcementsTo(kPeer), Contains(announcement)) << "still the name of the start before";
+    EXPECT_THAT(announcementsTo(kPeer), Not(Contains(HasSubstr("renamed"))));
+    EXPECT_THAT(announcementsTo(SPW_CIpAddress(228, 227, 226, 225)), Contains(HasSubstr("|renamed||||||||||")));
+}
+
+TEST_F(TestEngineTest, AnOverheadBelowZeroAddsNothing) {
+    select(true, false, false, false);
+    m_registry.setSetting(u"overhead bytes", u"-5");
+    engine().start();
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    engine().stop();
+    EXPECT_THAT(announcementsTo(SPW_CIpAddress(228, 227, 226, 225)), Each(testing::EndsWith("|device")));
+}
+
+TEST_F(TestEngineTest, AStartTellsEveryRowToTheSinkAsZeros) {
+    select(false, false, false, false);
+    m_registry.setNamedPeer(u"a", u"10.0.0.7");
+    m_registry.setNamedPeer(u"b", u"10.0.0.8");
+    engine().start();
+    EXPECT_THAT(m_ui.take(), ElementsAre("10.0.0.7 (a) 0 0/0 0", "10.0.0.7 (a) 1 0/0 0", "10.0.0.7 (a) 2 0/0 0",
+                                         "10.0.0.7 (a) 3 0/0 0", "10.0.0.8 (b) 0 0/0 0", "10.0.0.8 (b) 1 0/0 0",
+                                         "10.0.0.8 (b) 2 0/0 0", "10.0.0.8 (b) 3 0/0 0"));
+}
+
+TEST_F(TestEngineTest, AStartInARunningTestStartsAllOver) {
+    select(false, true, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    receive(kUdpListener, u"10.0.0.8", 1);
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)", "10.0.0.8 (far)"));
+    engine().start();
+    EXPECT_TRUE(engine().isRunning());
+    EXPECT_EQ(engine().testNumber(), 1);
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+    engine().stop();
+    const std::vector<std::string> log = endAndReadControlLines();
+    EXPECT_EQ(std::count(log.begin(), log.end(), " ---- Test 1 starting ---"), 2);
+    EXPECT_THAT(log, Not(Contains(HasSubstr("failed returned"))));
+}
+
+TEST_F(TestEngineTest, StatisticsStayAfterTheStop) {
+    select(false, false, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    receive(kUdpListener, u"10.0.0.7", 1);
+    engine().stop();
+    EXPECT_EQ(row(0).counts[kUdp].total, 1);
+    engine().start();
+    EXPECT_EQ(row(0).counts[kUdp].total, 0);
+}
+
+TEST_F(TestEngineTest, APortInUseIsLoggedAndToldAndTheRestRuns) {
+    const SPW_Socket other = m_sockets.openUdp();
+    ASSERT_EQ(m_sockets.bind(other, 5009), 0);
+    engine().start();
+    SPW_CArray<SPW_CString> failures;
+    engine().listenerFailures(failures);
+    ASSERT_EQ(failures.numberOfElements(), 1);
+    EXPECT_EQ(failures[0], SPW_CString(u"udp listener : bind failed 10048"));
+    EXPECT_TRUE(engine().isRunning());
+    engine().stop();
+
+    (void)m_sockets.close(other);
+    engine().start();
+    engine().listenerFailures(failures);
+    EXPECT_EQ(failures.numberOfElements(), 0);
+    const std::vector<std::string> log = endAndReadControlLines();
+    EXPECT_THAT(log, IsSupersetOf({"StartListening failed returned udp listener : bind failed 10048",
+                                   "StopListening failed returned udp listener : Not currently listening"}));
+}
+
+TEST_F(TestEngineTest, StoppingWhatIsStoppedLogsEveryRefusal) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    select(false, true, false, true);
+    engine().start();
+    engine().stop();
+    engine().stop();
+    const std::vector<std::string> log = endAndReadControlLines();
+    // The pinger's line bears the text of the connector at its index.
+    ASSERT_GE(log.size(), 5u);
+    EXPECT_THAT(std::vector<std::string>(log.end() - 5, log.end() - 2),
+                ElementsAre("StopListening failed returned udp listener : Not currently listening",
+                            "StopSending failed returned Not currently sending",
+                            "StopPinging failed returned Not currently sending"));
+}
+
+TEST_F(TestEngineTest, APingerWithoutAConnectorAtItsIndexLogsNoText) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    select(false, false, false, true);
+    engine().start();
+    engine().stop();
+    engine().stop();
+    EXPECT_THAT(endAndReadControlLines(), Contains("StopPinging failed returned "));
+}
+
+TEST_F(TestEngineTest, ItMayBeDestroyedWhileATestRuns) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    receive(kUdpListener, u"10.0.0.8", 1);
+    m_engine.reset();
+    EXPECT_EQ(m_sockets.openSockets(), 0);
+}
+
+// ---- Adding peers
+
+TEST_F(TestEngineTest, APeerAddedWhileATestRunsIsProbedAtOnce) {
+    select(false, true, false, false);
+    engine().start();
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (manually added)"));
+    engine().stop();
+    EXPECT_THAT(announcementsTo(kPeer), Each(HasSubstr("|device|")));
+}
+
+TEST_F(TestEngineTest, APeerAddedWhileStoppedIsProbedFromTheNextStart) {
+    select(false, true, false, false);
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    EXPECT_EQ(m_sockets.calls(ScriptedSocket::kOpenUdp), 0);
+    engine().start();
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    engine().stop();
+    engine().start();
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (manually added)")) << "for all further tests";
+}
+
+TEST_F(TestEngineTest, TheRecordsFlagsChooseTheProbes) {
+    engine().addPeer(PeerRecord{u"10.0.0.7", u"a", true, false, false});
+    engine().addPeer(PeerRecord{u"10.0.0.8", u"b", false, true, false});
+    engine().addPeer(PeerRecord{u"10.0.0.9", u"c", false, false, true});
+    EXPECT_THAT(endAndReadControlLines(),
+                ElementsAre("Created VTR_CUdpConnector to 10.0.0.7", "Created VTR_CTcpipConnector to 10.0.0.8",
+                            "Created VTR_CPinger to 10.0.0.9"));
+}
+
+TEST_F(TestEngineTest, AtAStartAllThreeFlagsCountAsSet) {
+    select(false, true, true, true);
+    engine().addPeer(PeerRecord{u"10.0.0.7", u"a", false, false, false});
+    engine().start();
+    EXPECT_THAT(endAndReadControlLines(),
+                IsSupersetOf({"Created VTR_CUdpConnector to 10.0.0.7", "Created VTR_CTcpipConnector to 10.0.0.7",
+                              "Created VTR_CPinger to 10.0.0.7"}));
+}
+
+TEST_F(TestEngineTest, TheSameAddressTwiceMakesTwoRowsAndTwoSetsOfProbes) {
+    select(false, true, false, false);
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (manually added)", "10.0.0.7 (manually added)"));
+    const std::vector<std::string> log = endAndReadControlLines();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "Created VTR_CUdpConnector to 10.0.0.7"), 2);
+}
+
+// ---- Counting
+
+class CountingTest : public EngineFixture {
+protected:
+    CountingTest() {
+        select(false, false, false, false);
+        m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+        engine().start();
+        m_ui.take();
+    }
+};
+
+TEST_F(CountingTest, NumbersOneTwoFiveAreThreeOfFive) {
+    receive(kUdpListener, u"10.0.0.7", 1);
+    receive(kUdpListener, u"10.0.0.7", 2);
+    receive(kUdpListener, u"10.0.0.7", 5);
+    EXPECT_THAT(m_ui.take(), ElementsAre("10.0.0.7 (printer) 1 1/1 100", "10.0.0.7 (printer) 1 2/2 100",
+                                         "10.0.0.7 (printer) 1 3/5 60"));
+    EXPECT_EQ(row(0).counts[kUdp].lost, 2);
+    engine().stop();
+    EXPECT_THAT(endAndReadLog(), Contains("S Name: 10.0.0.7 (printer)             Quality:  60% Multicast:     0 / 0   "
+                                          "  Tcpip:     0 / 0     Udp:     5 / 7     Ping:     0 / 0    "));
+}
+
+TEST_F(CountingTest, EveryReceiverHasItsProtocol) {
+    receive(kMulticastListener, u"10.0.0.7", 1);
+    receive(kUdpListener, u"10.0.0.7", 1);
+    receive(kTcpipListener, u"10.0.0.7", 1);
+    receive(kPinger, u"10.0.0.7", 1);
+    EXPECT_THAT(m_ui.take(), ElementsAre("10.0.0.7 (printer) 0 1/1 100", "10.0.0.7 (printer) 1 1/1 100",
+                                         "10.0.0.7 (printer) 2 1/1 100", "10.0.0.7 (printer) 3 1/1 100"));
+}
+
+TEST_F(CountingTest, WhatASenderSaysItReceivedIsIgnored) {
+    m_registry.setSetting(u"log events", u"yes");
+    engine().start();
+    m_ui.take();
+    for (const std::uint32_t kind : {std::uint32_t{kTcpipConnector}, std::uint32_t{kUdpConnector},
+                                     std::uint32_t{kMulticastConnector}, std::uint32_t{7}}) {
+        receive(kind, u"10.0.0.7", 1);
+        receive(kind, u"10.0.0.9", 1);
+    }
+    EXPECT_THAT(m_ui.take(), IsEmpty());
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+    EXPECT_THAT(endAndReadLog(), Not(Contains(HasSubstr("received seq"))));
+}
+
+TEST_F(CountingTest, ResetTellsZerosOfEveryProtocolInOrder) {
+    receive(kUdpListener, u"10.0.0.7", 5);
+    m_ui.take();
+    engine().resetStatistics();
+    EXPECT_THAT(m_ui.take(), ElementsAre("10.0.0.7 (printer) 0 0/0 0", "10.0.0.7 (printer) 1 0/0 0",
+                                         "10.0.0.7 (printer) 2 0/0 0", "10.0.0.7 (printer) 3 0/0 0"));
+    receive(kUdpListener, u"10.0.0.7", 9);
+    EXPECT_THAT(m_ui.take(), ElementsAre("10.0.0.7 (printer) 1 1/1 100")) << "as a first number";
+}
+
+TEST_F(CountingTest, TheLogButtonWritesOneLinePerRow) {
+    receive(kMulticastListener, u"10.0.0.8", 1);
+    engine().logReport();
+    const std::vector<std::string> log = endAndReadLog();
+    EXPECT_EQ(
+        std::count_if(log.begin(), log.end(), [](const std::string& line) { return line.rfind("S Name: ", 0) == 0; }),
+        2);
+}
+
+// ---- Discovery
+
+class DiscoveryTest : public EngineFixture {
+protected:
+    DiscoveryTest() {
+        select(false, true, false, false);
+        engine().start();
+        m_ui.take();
+    }
+};
+
+TEST_F(DiscoveryTest, AnUnknownSenderGetsARowAndProbesAndIsNotCounted) {
+    select(false, true, true, true);
+    engine().start();
+    m_icmp.setHeld(false);
+    receive(kUdpListener, u"10.0.0.7", 4);
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (far)"));
+    EXPECT_EQ(row(0).name, SPW_CString(u"far"));
+    EXPECT_EQ(row(0).counts[kUdp].total, 0) << "the probe that revealed it";
+    receive(kUdpListener, u"10.0.0.7", 5);
+    EXPECT_EQ(row(0).counts[kUdp].total, 1);
+    m_icmp.waitForRequests(1);
+    EXPECT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    EXPECT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kConnect, 1));
+    engine().stop();
+    const std::vector<std::string> log = endAndReadControlLines();
+    const auto first = std::find(log.begin(), log.end(), "New device discovered: address 10.0.0.7 name: far");
+    ASSERT_GE(log.end() - first, 4);
+    EXPECT_THAT(std::vector<std::string>(first + 1, first + 4),
+                ElementsAre("Created VTR_CUdpConnector to 10.0.0.7", "Created VTR_CTcpipConnector to 10.0.0.7",
+                            "Created VTR_CPinger to 10.0.0.7"));
+}
+
+TEST_F(DiscoveryTest, TheDiscoveredPeersProbesAnnounceThisTest) {
+    receive(kUdpListener, u"10.0.0.7", 1);
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    EXPECT_THAT(announcementsTo(kPeer), Each(HasSubstr("|device|")));
+}
+
+TEST_F(DiscoveryTest, TheNameIsTheSecondFieldOfTheAnnouncement) {
+    const struct {
+        const char16_t* text;
+        const char* label;
+    } cases[] = {
+        {u"Version 1.0.0.0|pocket1||||||||||", "(pocket1)"},
+        {u"Version 1.0.0.0|pocket1", "(pocket1)"},
+        {u"Version:pocket1|x", "(pocket1)"},
+        {u"Version 1.0.0.0||||pocket1|", "(pocket1)"},
+        {u"Version|a:b c|", "(a:b c)"},
+        {u"|name|", "(name)"},
+        {u":|name", "(name)"},
+    };
+    for (int i = 0; i < static_cast<int>(std::size(cases)); ++i) {
+        const SPW_CString address = SPW_CString(u"10.0.1.") + i;
+        receive(kUdpListener, address.text(), 1, cases[i].text);
+        EXPECT_EQ(labels().back(), std::string(address.toAnsi()) + " " + cases[i].label);
+    }
+}
+
+TEST_F(DiscoveryTest, WithoutASecondFieldTheLabelIsTheBareAddress) {
+    const char16_t* const cases[] = {u"", u"no separator", u"Version|", u"Version||||", u"Version:", u"|", u"||||"};
+    for (int i = 0; i < static_cast<int>(std::size(cases)); ++i) {
+        const SPW_CString address = SPW_CString(u"10.0.1.") + i;
+        receive(kUdpListener, address.text(), 1, cases[i]);
+        EXPECT_EQ(labels().back(), address.toAnsi());
+    }
+    EXPECT_THAT(endAndReadControlLines(), Contains("New device discovered: address 10.0.1.0"));
+}
+
+TEST_F(DiscoveryTest, ThisDevicesOwnAddressesAreNoPeers) {
+    m_sockets.setAddresses({SPW_CIpAddress(10, 0, 0, 1), SPW_CIpAddress(10, 0, 9, 1)});
+    engine().start();
+    receive(kMulticastListener, u"10.0.0.1", 1);
+    receive(kMulticastListener, u"10.0.9.1", 1);
+    EXPECT_THAT(labels(), IsEmpty());
+    EXPECT_THAT(endAndReadControlLines(), Not(Contains(HasSubstr("discovered"))));
+}
+
+TEST_F(DiscoveryTest, StrangersMayBeLeftOutOfThePeerSet) {
+    m_registry.setSetting(u"peer set includes anyone-in-reach", u"no");
+    engine().start();
+    receive(kMulticastListener, u"10.0.0.7", 1);
+    EXPECT_THAT(labels(), IsEmpty());
+}
+
+TEST_F(DiscoveryTest, TheNextStartForgetsTheDiscoveredPeers) {
+    receive(kMulticastListener, u"10.0.0.7", 1);
+    engine().stop();
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (far)"));
+    engine().start();
+    EXPECT_THAT(labels(), IsEmpty());
+    receive(kMulticastListener, u"10.0.0.7", 2);
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (far)"));
+}
+
+TEST_F(DiscoveryTest, WhileNoTestRunsADiscoveryStartsNothing) {
+    engine().stop();
+    const int opened = m_sockets.calls(ScriptedSocket::kOpenUdp);
+    receive(kUdpListener, u"10.0.0.7", 1);
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (far)"));
+    m_engine.reset();
+    EXPECT_EQ(m_sockets.calls(ScriptedSocket::kOpenUdp), opened);
+}
+
+TEST_F(DiscoveryTest, AForeignNameForgesNoLogLineAndNoLabel) {
+    receive(kUdpListener, u"10.0.0.7", 1, u"Version 1|a\r\n12:00:00 forged\u202E|");
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (a??12:00:00 forged?)"));
+    EXPECT_THAT(endAndReadControlLines(),
+                Contains("New device discovered: address 10.0.0.7 name: a??12:00:00 forged?"));
+}
+
+TEST_F(DiscoveryTest, APercentSignInANameIsNoFormat) {
+    receive(kUdpListener, u"10.0.0.7", 1, u"Version 1|%s%d%n|");
+    engine().stop();
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (%s%d%n)"));
+    EXPECT_THAT(endAndReadControlLines(), Contains("New device discovered: address 10.0.0.7 name: %s%d%n"));
+}
+
+TEST_F(DiscoveryTest, AProbeOverTheNetworkIsHeardAndCounted) {
+    ASSERT_TRUE(m_sockets.deliver(5009, kPeer, std::string("Vantiro Diagnostic|1|Version 1|far||\0", 37)));
+    ASSERT_TRUE(m_sockets.deliver(5009, kPeer, std::string("Vantiro Diagnostic|2|Version 1|far||\0", 37)));
+    for (int i = 0; i < 500 && row(0).counts[kUdp].total == 0; ++i) {
+        SPW_CClock::instance->sleepMs(10);
+    }
+    EXPECT_EQ(row(0).label, SPW_CString(u"10.0.0.7 (far)"));
+    EXPECT_EQ(row(0).counts[kUdp].total, 1);
+}
+
+// ---- Events in the log
+
+class EventLogTest : public EngineFixture {
+protected:
+    // Nothing but the test itself reports.
+    void begin(const char16_t* logEvents, const char16_t* logDataPackets) {
+        select(false, false, false, false);
+        m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+        m_registry.setSetting(u"frequency qty", u"10000");
+        m_registry.setSetting(u"log events", logEvents);
+        m_registry.setSetting(u"log data packets", logDataPackets);
+        engine().start();
+    }
+    void report() {
+        engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u"Version 1|device|");
+        receive(kTcpipListener, u"10.0.0.7", 4, u"Version 2|printer|");
+    }
+    std::vector<std::string> endAndReadEvents() {
+        std::vector<std::string> lines = endAndReadLog();
+        lines.erase(lines.begin());  // the test's beginning
+        return lines;
+    }
+};
+
+TEST_F(EventLogTest, ByDefaultProbesLeaveNoLines) {
+    begin(u"no", u"no");
+    report();
+    EXPECT_THAT(endAndReadEvents(), IsEmpty());
+}
+
+TEST_F(EventLogTest, LoggingDataPacketsAloneWritesNothing) {
+    begin(u"no", u"yes");
+    report();
+    EXPECT_THAT(endAndReadEvents(), IsEmpty());
+}
+
+TEST_F(EventLogTest, EventsAreOneLineEach) {
+    begin(u"yes", u"no");
+    report();
+    EXPECT_THAT(endAndReadEvents(), ElementsAre("E :udp connector sent seq # 3 to 10.0.0.7",
+                                                "E :tcpip listener received seq # 4 from 10.0.0.7"));
+}
+
+TEST_F(EventLogTest, WithDataPacketsTheLineGoesOn) {
+    begin(u"yes", u"yes");
+    report();
+    EXPECT_THAT(endAndReadEvents(),
+                ElementsAre("E :udp connector sent seq # 3 to 10.0.0.7Data sent: Version 1|device|",
+                            "E :tcpip listener received seq # 4 from 10.0.0.7Data received: Version 2|printer|"));
+}
+
+TEST_F(EventLogTest, ForeignDataForgeNoLine) {
+    begin(u"yes", u"yes");
+    receive(kTcpipListener, u"10.0.0.7", 4, u"a\r\n12:00:00 forged");
+    EXPECT_THAT(endAndReadEvents(),
+                ElementsAre("E :tcpip listener received seq # 4 from 10.0.0.7Data received: a??12:00:00 forged"));
+}
+
+TEST_F(EventLogTest, ASocketErrorIsLoggedOnceUntilASendSucceeds) {
+    begin(u"no", u"no");
+    const std::string line =
+        "SOCKET ERROR: (logged only once until successfull tcpip send to this address to avoid filling the logfile) on "
+        "tcpip connector ( 10.0.0.7 ) :connect failed 10061";
+    for (int i = 0; i < 3; ++i) {
+        engine().onSocketError(kTcpipConnector, 5009, u"10.0.0.7", 10061, u"connect failed 10061");
+    }
+    engine().onDataSent(kTcpipConnector, 5009, u"10.0.0.7", 1, u"");
+    engine().onSocketError(kTcpipConnector, 5009, u"10.0.0.7", 10061, u"connect failed 10061");
+    EXPECT_THAT(endAndReadEvents(), ElementsAre(line, line));
+}
+
+TEST_F(EventLogTest, APingErrorIsLoggedOnceUntilAReplyComes) {
+    begin(u"no", u"no");
+    const std::string line =
+        "SOCKET ERROR: (logged only once until successfull ping to this address to avoid filling the logfile) on "
+        "pinger ( 10.0.0.7 ) :IcmpSendEcho failed 11010";
+    engine().onSocketError(kPinger, 0, u"10.0.0.7", 11010, u"IcmpSendEcho failed 11010");
+    engine().onDataSent(kPinger, 0, u"10.0.0.7", 1, u"");  // a request alone is no success
+    engine().onSocketError(kPinger, 0, u"10.0.0.7", 11010, u"IcmpSendEcho failed 11010");
+    receive(kPinger, u"10.0.0.7", 2, u"");
+    engine().onSocketError(kPinger, 0, u"10.0.0.7", 11010, u"IcmpSendEcho failed 11010");
+    EXPECT_THAT(endAndReadEvents(), ElementsAre(line, line));
+}
+
+TEST_F(EventLogTest, AStartMakesEveryErrorNews) {
+    begin(u"no", u"no");
+    engine().onSocketError(kUdpConnector, 5009, u"10.0.0.7", 10065, u"send failed 10065");
+    engine().stop();
+    engine().onSocketError(kUdpConnector, 5009, u"10.0.0.7", 10065, u"send failed 10065");
+    engine().start();
+    engine().onSocketError(kUdpConnector, 5009, u"10.0.0.7", 10065, u"send failed 10065");
+    const std::vector<std::string> log = endAndReadLog();
+    EXPECT_EQ(std::count(log.begin(), log.end(),
+                         "SOCKET ERROR: (logged only once until successfull udp send to this address to avoid filling "
+                         "the logfile) on udp connector ( 10.0.0.7 ) :send failed 10065"),
+              2);
+}
+
+TEST_F(EventLogTest, AFailureOfTheMulticastConnectorIsLoggedEveryTime) {
+    begin(u"no", u"no");
+    const std::string line = "SOCKET ERROR: on multicast connector ( 228.227.226.225 ) :send failed 10051";
+    engine().onSocketError(kMulticastConnector, 7550, u"228.227.226.225", 10051, u"send failed 10051");
+    engine().onSocketError(kMulticastConnector, 7550, u"228.227.226.225", 10051, u"send failed 10051");
+    EXPECT_THAT(endAndReadEvents(), ElementsAre(line, line));
+}
+
+TEST_F(EventLogTest, APeerThatIsDownLeavesOneLine) {
+    select(false, false, true, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kConnect, 4));
+    const std::vector<std::string> log = endAndReadLog();
+    EXPECT_EQ(std::count(log.begin(), log.end(),
+                         "SOCKET ERROR: (logged only once until successfull tcpip send to this address to avoid "
+                         "filling the logfile) on tcpip connector ( 10.0.0.7 ) :connect failed 10060"),
+              1);
+}
+
+}  // namespace

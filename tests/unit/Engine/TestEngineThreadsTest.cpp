@@ -1,0 +1,273 @@
+// The engine under all its threads at once. These tests say most in the builds with ThreadSanitizer and
+// AddressSanitizer.
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include "EngineFixture.h"
+
+using testing::Contains;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+namespace {
+
+constexpr std::uint32_t kListenerKinds[] = {kMulticastListener, kUdpListener, kTcpipListener};
+constexpr int kSenders = 12;
+
+class TestEngineThreadsTest : public EngineFixture {
+protected:
+    ~TestEngineThreadsTest() override { endStorm(); }
+
+    static SPW_CString senderAddress(int number) { return SPW_CString(u"10.0.2.") + number; }
+
+    // Runs the action on that many threads, all let go at the same moment.
+    static void together(int threads, const std::function<void(int)>& action) {
+        std::atomic<int> waiting{threads};
+        std::vector<std::thread> running;
+        for (int i = 0; i < threads; ++i) {
+            running.emplace_back([&, i] {
+                --waiting;
+                while (waiting > 0) {
+                    std::this_thread::yield();
+                }
+                action(i);
+            });
+        }
+        for (std::thread& thread : running) {
+            thread.join();
+        }
+    }
+
+    // Every kind of listener hears every sender, over and over.
+    void beginStorm() {
+        for (const std::uint32_t kind : kListenerKinds) {
+            m_storm.emplace_back([this, kind] {
+                for (std::int32_t sequence = 0; !m_stormIsOver; ++sequence) {
+                    for (int sender = 0; sender < kSenders; ++sender) {
+                        m_engine->onDataReceived(kind, 5009, senderAddress(sender), sequence, kAnnouncement);
+                    }
+                    std::this_thread::yield();
+                }
+            });
+        }
+    }
+    // Datagrams from all senders reach whatever listens on the port.
+    void beginDatagrams() {
+        m_storm.emplace_back([this] {
+            for (int sequence = 0; !m_stormIsOver; ++sequence) {
+                const std::string packet = "Vantiro Diagnostic|" + std::to_string(sequence) + "|Version 1|far||";
+                for (int sender = 0; sender < kSenders; ++sender) {
+                    m_sockets.deliver(5009, SPW_CIpAddress(10, 0, 2, static_cast<std::uint8_t>(sender)),
+                                      packet + std::string(1, '\0'));
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+    }
+    void endStorm() {
+        m_stormIsOver = true;
+        for (std::thread& thread : m_storm) {
+            thread.join();
+        }
+        m_storm.clear();
+    }
+
+    std::atomic<bool> m_stormIsOver{false};
+    std::vector<std::thread> m_storm;
+};
+
+TEST_F(TestEngineThreadsTest, ListenersThatHearASenderAtOnceMakeOneRowAndOneSetOfProbes) {
+    select(false, true, true, true);
+    engine().start();
+    for (int round = 0; round < 10; ++round) {
+        const SPW_CString address = senderAddress(round);
+        // A number that repeats counts one each time, and only the revealing probe is not counted.
+        together(6, [&](int i) { engine().onDataReceived(kListenerKinds[i % 3], 5009, address, 0, kAnnouncement); });
+        EXPECT_THAT(labels(), SizeIs(round + 1));
+        int counted = 0;
+        for (int protocol = kMulticast; protocol <= kTcpip; ++protocol) {
+            counted += row(round).counts[protocol].total;
+        }
+        EXPECT_EQ(counted, 5);
+    }
+    engine().stop();
+    const std::vector<std::string> log = endAndReadLog();
+    for (int round = 0; round < 10; ++round) {
+        const std::string address = senderAddress(round).toAnsi();
+        for (const std::string& line :
+             {"New device discovered: address " + address + " name: far", "Created VTR_CUdpConnector to " + address,
+              "Created VTR_CTcpipConnector to " + address, "Created VTR_CPinger to " + address}) {
+            EXPECT_EQ(std::count(log.begin(), log.end(), line), 1) << line;
+        }
+    }
+}
+
+TEST_F(TestEngineThreadsTest, DiscoveriesDuringStartStopResetAndAddPeerCrashNothing) {
+    select(false, true, true, false);
+    engine();
+    beginStorm();
+    for (int round = 0; round < 6; ++round) {
+        engine().start();
+        engine().addPeer(peer(u"10.0.3.1", u"manually added"));
+        engine().resetStatistics();
+        (void)engine().title();
+        (void)labels();
+        engine().logReport();
+        if (round % 2 == 0) {
+            engine().stop();
+        }
+    }
+    engine().stop();
+    endStorm();
+    EXPECT_THAT(labels(), SizeIs(testing::Ge(6u)));
+    EXPECT_FALSE(engine().isRunning());
+    EXPECT_THAT(endAndReadLog(), Not(Contains(StartsWith("StopSending failed returned "))));
+}
+
+TEST_F(TestEngineThreadsTest, WhatIsDiscoveredWhileATestStopsSendsNothingAfterwards) {
+    select(false, true, false, false);
+    engine();
+    beginStorm();
+    for (int round = 0; round < 4; ++round) {
+        engine().start();
+        engine().stop();
+        const int sent = m_sockets.calls(ScriptedSocket::kSendTo);
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));  // three periods
+        EXPECT_EQ(m_sockets.calls(ScriptedSocket::kSendTo), sent);
+    }
+}
+
+TEST_F(TestEngineThreadsTest, EverybodyHeardInATestIsInItsRows) {
+    select(false, true, false, false);
+    engine();
+    beginStorm();
+    engine().start();
+    for (int i = 0; i < 1000 && labels().size() < kSenders; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    engine().stop();
+    endStorm();
+    EXPECT_THAT(labels(), SizeIs(kSenders));
+    const std::vector<std::string> log = endAndReadLog();
+    for (int sender = 0; sender < kSenders; ++sender) {
+        EXPECT_THAT(log, Contains(std::string("Created VTR_CUdpConnector to ") + senderAddress(sender).toAnsi()));
+    }
+}
+
+TEST_F(TestEngineThreadsTest, TheEngineMayGoWhileItsListenersHearStrangers) {
+    select(false, true, true, true);
+    beginDatagrams();
+    for (int round = 0; round < 6; ++round) {
+        engine().start();
+        for (int i = 0; i < 500 && labels().empty(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        if (round % 3 == 0) {
+            engine().stop();
+        } else if (round % 3 == 1) {
+            engine().start();
+        }
+        m_engine.reset();
+        EXPECT_EQ(m_sockets.openSockets(), 0);
+    }
+}
+
+TEST_F(TestEngineThreadsTest, ThreadsMayDriveTheEngineAtOnce) {
+    select(false, true, false, false);
+    engine();
+    together(4, [&](int i) {
+        for (int round = 0; round < 3; ++round) {
+            if (i == 0) {
+                engine().start();
+            } else if (i == 1) {
+                engine().stop();
+            } else if (i == 2) {
+                engine().addPeer(peer(u"10.0.3.1", u"manually added"));
+            } else {
+                engine().resetStatistics();
+                engine().logReport();
+            }
+        }
+    });
+    engine().start();
+    EXPECT_THAT(labels(), SizeIs(3));
+}
+
+TEST_F(TestEngineThreadsTest, TheLastUpdateOfARowIsItsPresentState) {
+    select(false, false, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    together(4, [&](int i) {
+        for (int n = 1; n <= 300; ++n) {
+            if (i == 3) {
+                engine().resetStatistics();
+            } else {
+                // Every second probe is lost, so that the quality moves all the time.
+                engine().onDataReceived(kListenerKinds[i], 5009, u"10.0.0.7", 2 * n, kAnnouncement);
+            }
+        }
+    });
+    const PeerRowValues values = row(0);
+    EXPECT_EQ(m_ui.latestQuality("10.0.0.7 (printer)"), values.quality);
+    for (int protocol = kMulticast; protocol <= kTcpip; ++protocol) {
+        std::ostringstream counts;
+        counts << " " << values.counts[protocol].received << "/" << values.counts[protocol].total << " ";
+        EXPECT_THAT(m_ui.latest("10.0.0.7 (printer)", protocol), testing::HasSubstr(counts.str()));
+    }
+}
+
+TEST_F(TestEngineThreadsTest, AResetLosesNothingThatIsCountedAfterIt) {
+    select(false, false, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    constexpr int kProbes = 2000;
+    std::atomic<int> told{0};
+    together(2, [&](int i) {
+        if (i == 0) {
+            for (int n = 0; n < kProbes; ++n) {
+                receive(kUdpListener, u"10.0.0.7", 0);  // a repeat: counts one each time
+                ++told;
+            }
+        } else {
+            while (told < kProbes / 2) {
+                std::this_thread::yield();
+            }
+            engine().resetStatistics();
+        }
+    });
+    // The updates tell the story: up to the zeros and from one again, without a gap on either side.
+    int expected = 0;
+    int counted = 0;
+    for (const std::string& update : m_ui.take()) {
+        if (update.rfind("10.0.0.7 (printer) 1 ", 0) != 0) {
+            continue;
+        }
+        const int received = std::stoi(update.substr(21));
+        expected = received == 0 ? 0 : expected + 1;
+        ASSERT_EQ(received, expected);
+        counted += received == 0 ? 0 : 1;
+    }
+    EXPECT_EQ(counted, kProbes);
+    EXPECT_EQ(row(0).counts[kUdp].total, expected);
+}
+
+TEST_F(TestEngineThreadsTest, ManyThreadsLogAtOnceAndNoLineIsLostOrMixed) {
+    select(false, false, false, false);
+    engine();
+    together(4, [&](int i) {
+        for (int n = 0; n < 200; ++n) {
+            const SPW_CString line = SPW_CString(u"line ") + i + u"-" + n;
+            EXPECT_EQ(engine().logEvent(line, -1), 0u);
+        }
+    });
+    const std::vector<std::string> log = endAndReadLog();
+    EXPECT_EQ(log.size(), 800u);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_THAT(log, Contains("line " + std::to_string(i) + "-199"));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+#include "TestLog.h"
+
+#include <gtest/gtest.h>
+
+#include "StringPrinting.h"
+#include "TemporaryFolder.h"
+
+namespace {
+
+const SPW_CString kAddress(u"10.0.0.7");
+
+TEST(TestLogTest, ASentLineNamesTheComponentTheNumberAndTheTarget) {
+    EXPECT_EQ(TestLog::sentLine(kTcpipConnector, 0, kAddress, nullptr),
+              SPW_CString(u"E :tcpip connector sent seq # 0 to 10.0.0.7"));
+    EXPECT_EQ(TestLog::sentLine(kUdpConnector, 12, kAddress, nullptr),
+              SPW_CString(u"E :udp connector sent seq # 12 to 10.0.0.7"));
+    EXPECT_EQ(TestLog::sentLine(kMulticastConnector, -3, u"228.227.226.225", nullptr),
+              SPW_CString(u"E :multicast connector sent seq # -3 to 228.227.226.225"));
+    EXPECT_EQ(TestLog::sentLine(kPinger, 2147483647, kAddress, nullptr),
+              SPW_CString(u"E :pinger sent seq # 2147483647 to 10.0.0.7"));
+}
+
+TEST(TestLogTest, AReceivedLineNamesTheComponentTheNumberAndTheSender) {
+    EXPECT_EQ(TestLog::receivedLine(kTcpipListener, 5, kAddress, nullptr),
+              SPW_CString(u"E :tcpip listener received seq # 5 from 10.0.0.7"));
+    EXPECT_EQ(TestLog::receivedLine(kUdpListener, 6, kAddress, nullptr),
+              SPW_CString(u"E :udp listener received seq # 6 from 10.0.0.7"));
+    EXPECT_EQ(TestLog::receivedLine(kMulticastListener, 7, kAddress, nullptr),
+              SPW_CString(u"E :multicast listener received seq # 7 from 10.0.0.7"));
+    EXPECT_EQ(TestLog::receivedLine(kPinger, 8, kAddress, nullptr),
+              SPW_CString(u"E :pinger received seq # 8 from 10.0.0.7"));
+}
+
+TEST(TestLogTest, TheDataFollowTheAddressWithoutABlank) {
+    const SPW_CString data(u"Version 1.0.0.0|pocket1||");
+    EXPECT_EQ(TestLog::sentLine(kUdpConnector, 1, kAddress, &data),
+              SPW_CString(u"E :udp connector sent seq # 1 to 10.0.0.7Data sent: Version 1.0.0.0|pocket1||"));
+    EXPECT_EQ(TestLog::receivedLine(kUdpListener, 1, kAddress, &data),
+              SPW_CString(u"E :udp listener received seq # 1 from 10.0.0.7Data received: Version 1.0.0.0|pocket1||"));
+}
+
+TEST(TestLogTest, SocketErrorsOfTheThreeOnceOnlyKindsSaySo) {
+    EXPECT_EQ(TestLog::socketErrorLine(kTcpipConnector, kAddress, u"connect failed 10061"),
+              SPW_CString(u"SOCKET ERROR: (logged only once until successfull tcpip send to this address to avoid "
+                          u"filling the logfile) on tcpip connector ( 10.0.0.7 ) :connect failed 10061"));
+    EXPECT_EQ(TestLog::socketErrorLine(kUdpConnector, kAddress, u"send failed 10065"),
+              SPW_CString(u"SOCKET ERROR: (logged only once until successfull udp send to this address to avoid "
+                          u"filling the logfile) on udp connector ( 10.0.0.7 ) :send failed 10065"));
+    EXPECT_EQ(TestLog::socketErrorLine(kPinger, kAddress, u"IcmpSendEcho failed 11010"),
+              SPW_CString(u"SOCKET ERROR: (logged only once until successfull ping to this address to avoid filling "
+                          u"the logfile) on pinger ( 10.0.0.7 ) :IcmpSendEcho failed 11010"));
+}
+
+TEST(TestLogTest, OtherSocketErrorsArePlain) {
+    EXPECT_EQ(TestLog::socketErrorLine(kTcpipListener, u"", u"select failed"),
+              SPW_CString(u"SOCKET ERROR: on tcpip listener (  ) :select failed"));
+    EXPECT_EQ(TestLog::socketErrorLine(kUdpListener, u"", u"recvfrom failed"),
+              SPW_CString(u"SOCKET ERROR: on udp listener (  ) :recvfrom failed"));
+    EXPECT_EQ(TestLog::socketErrorLine(kMulticastConnector, u"228.227.226.225", u"send failed 10051"),
+              SPW_CString(u"SOCKET ERROR: on multicast connector ( 228.227.226.225 ) :send failed 10051"));
+    EXPECT_EQ(TestLog::socketErrorLine(kMulticastListener, u"228.227.226.225", u"select failed"),
+              SPW_CString(u"SOCKET ERROR: on multicast listener ( 228.227.226.225 ) :select failed"));
+}
+
+TEST(TestLogTest, ALineThatFoundNoRoomIsQuotedWhole) {
+    EXPECT_EQ(TestLog::lostLine(u"E :pinger sent seq # 1 to 10.0.0.7"),
+              SPW_CString(u"LOG ERROR: Failed to log E :pinger sent seq # 1 to 10.0.0.7 fast enough"));
+}
+
+TEST(TestLogTest, UntilItIsOpenedLoggingIsOffAndEveryLineIsTaken) {
+    TestLog log;
+    EXPECT_FALSE(log.isOn());
+    EXPECT_EQ(log.log(u"nowhere", 0), 0u);
+    EXPECT_EQ(log.openResult(), 0u);
+}
+
+TEST(TestLogTest, OpeningBeginsANewFile) {
+    const TemporaryFolder folder;
+    folder.write("log.txt", "what an earlier run left");
+    TestLog log;
+    log.open(folder.path("log.txt"), u"a description", u"/usr/bin/linkometry", u"Version 1.0.0.0");
+    EXPECT_EQ(log.openResult(), 0u);
+    EXPECT_EQ(log.path(), folder.path("log.txt"));
+    EXPECT_EQ(log.log(u"the only line", TestLog::kNoLimit), 0u);
+    log.close();
+    const std::string text = folder.read("log.txt");
+    EXPECT_EQ(text.find("what an earlier run left"), std::string::npos);
+    EXPECT_NE(text.find("a description"), std::string::npos);
+    EXPECT_NE(text.find(" the only line\r\n"), std::string::npos);
+}
+
+TEST(TestLogTest, AFolderThatDoesNotExistShowsInTheResult) {
+    const TemporaryFolder folder;
+    TestLog log;
+    log.open(folder.path("missing/log.txt"), u"", u"", u"");
+    EXPECT_NE(log.openResult(), 0u);
+    EXPECT_EQ(log.log(u"nowhere", TestLog::kNoLimit), 0u);
+}
+
+class OnceOnlyErrorsTest : public testing::TestWithParam<std::uint32_t> {
+protected:
+    OnceOnlyErrors m_errors;
+};
+
+typedef OnceOnlyErrorsTest ListedKindTest;
+INSTANTIATE_TEST_SUITE_P(Kinds, ListedKindTest, testing::Values(kTcpipConnector, kUdpConnector, kPinger));
+
+TEST_P(ListedKindTest, AnErrorIsAdmittedOnceAnAddress) {
+    EXPECT_TRUE(m_errors.admit(GetParam(), kAddress));
+    EXPECT_FALSE(m_errors.admit(GetParam(), kAddress));
+    EXPECT_TRUE(m_errors.admit(GetParam(), u"10.0.0.8"));
+    EXPECT_FALSE(m_errors.admit(GetParam(), u"10.0.0.8"));
+}
+
+TEST_P(ListedKindTest, ASuccessMakesTheNextErrorNews) {
+    EXPECT_TRUE(m_errors.admit(GetParam(), u"10.0.0.6"));
+    EXPECT_TRUE(m_errors.admit(GetParam(), kAddress));
+    EXPECT_TRUE(m_errors.admit(GetParam(), u"10.0.0.8"));
+    m_errors.forget(GetParam(), kAddress);
+    EXPECT_FALSE(m_errors.admit(GetParam(), u"10.0.0.6"));
+    EXPECT_FALSE(m_errors.admit(GetParam(), u"10.0.0.8"));
+    EXPECT_TRUE(m_errors.admit(GetParam(), kAddress));
+}
+
+TEST_P(ListedKindTest, EmptyingMakesEveryErrorNews) {
+    EXPECT_TRUE(m_errors.admit(GetParam(), kAddress));
+    m_errors.empty();
+    EXPECT_TRUE(m_errors.admit(GetParam(), kAddress));
+}
+
+TEST_F(OnceOnlyErrorsTest, TheKindsAreKeptApart) {
+    EXPECT_TRUE(m_errors.admit(kTcpipConnector, kAddress));
+    EXPECT_TRUE(m_errors.admit(kUdpConnector, kAddress));
+    EXPECT_TRUE(m_errors.admit(kPinger, kAddress));
+    m_errors.forget(kUdpConnector, kAddress);
+    EXPECT_FALSE(m_errors.admit(kTcpipConnector, kAddress));
+    EXPECT_FALSE(m_errors.admit(kPinger, kAddress));
+}
+
+TEST_F(OnceOnlyErrorsTest, ErrorsOfOtherKindsAlwaysPass) {
+    for (const std::uint32_t kind : {kTcpipListener, kUdpListener, kMulticastConnector, kMulticastListener}) {
+        EXPECT_TRUE(m_errors.admit(kind, kAddress));
+        EXPECT_TRUE(m_errors.admit(kind, kAddress));
+    }
+}
+
+}  // namespace
