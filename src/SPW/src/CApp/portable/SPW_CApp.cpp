@@ -6,6 +6,7 @@
 #include "SPW_CCriticalSection.h"
 #include "SPW_CDir.h"
 #include "SPW_CError.h"
+#include "SPW_CLazy.h"
 
 namespace {
 
@@ -22,16 +23,20 @@ struct CachedDir {
     SPW_CString path;
 };
 
-SPW_CCriticalSection g_lock;  // guards the two below; never held while a directory is made or anything is reported
-CachedDir g_dataDir;
-CachedDir g_tempDir;
+struct Dirs {
+    SPW_CCriticalSection lock;  // guards the two below; never held while a directory is made or anything is reported
+    CachedDir data;
+    CachedDir temp;
+};
+
+SPW_CLazy<Dirs> g_dirs;
 
 void trace(int kind, int line, const char* method) {
     (void)SPW_CError::instance->trace(kTraceLevel, kind, __FILE__, line, "SPW_CApp", method, SPW_CString());
 }
 
 bool isMade(const CachedDir& dir, SPW_CString& path) {
-    SPW_CGuard guard(g_lock);
+    SPW_CGuard guard(g_dirs.get().lock);
     if (dir.made) {
         path = dir.path;
     }
@@ -48,7 +53,7 @@ void make(CachedDir& dir, const SPW_CString& path, const char* method) {
                                                SPW_CError::kOrdinary);
         }
     }
-    SPW_CGuard guard(g_lock);
+    SPW_CGuard guard(g_dirs.get().lock);
     dir.path = path;
     dir.made = true;
 }
@@ -69,26 +74,26 @@ void appendInstance(SPW_CString& name) {
 
 void SPW_CApp::getAppDataDir(SPW_CString& path) {
     trace(SPW_CError::kEntry, __LINE__, "getAppDataDir");
-    if (!isMade(g_dataDir, path)) {
+    if (!isMade(g_dirs.get().data, path)) {
         SPW_CAppSys::instance->getDataRoot(path);
         appendPart(path, kCompanyDir);
         appendPart(path, kProduct);
         appendPart(path, u"Data");
-        make(g_dataDir, path, "getAppDataDir");
+        make(g_dirs.get().data, path, "getAppDataDir");
     }
     trace(SPW_CError::kExit, __LINE__, "getAppDataDir");
 }
 
 void SPW_CApp::getAppTempDir(SPW_CString& path) {
     trace(SPW_CError::kEntry, __LINE__, "getAppTempDir");
-    if (!isMade(g_tempDir, path)) {
+    if (!isMade(g_dirs.get().temp, path)) {
         path.clear();
         if (SPW_CAppSys::instance->getTempPath(path) && path.last() == SPW_CDir::separator()) {
             path.dropRight(1);
         }
         appendPart(path, kCompanyDir);
         appendPart(path, kEdition);
-        make(g_tempDir, path, "getAppTempDir");
+        make(g_dirs.get().temp, path, "getAppTempDir");
     }
     trace(SPW_CError::kExit, __LINE__, "getAppTempDir");
 }
