@@ -33,8 +33,7 @@ public:
         return m_next->write(file, bytes, size);
     }
     bool getInfo(SPW_Handle file, Info& info) override { return m_next->getInfo(file, info); }
-    bool setTimes(SPW_Handle file, std::uint64_t creation, std::uint64_t lastAccess,
-                  std::uint64_t lastWrite) override {
+    bool setTimes(SPW_Handle file, std::uint64_t creation, std::uint64_t lastAccess, std::uint64_t lastWrite) override {
         return m_next->setTimes(file, creation, lastAccess, lastWrite);
     }
     bool close(SPW_Handle file) override { return m_next->close(file); }

@@ -115,9 +115,8 @@ TEST_F(AppTest, DirectoryThatCannotBeMadeIsReportedAndReturnedAllTheSame) {
 
         const std::string temp = m_folder.path("file/Vantiro Networks/Vantiro Personal Edition").toAnsi();
         EXPECT_STREQ(tempDir().toAnsi(), temp.c_str());
-        EXPECT_THAT(m_reporter.takeReports(),
-                    ElementsAre(testing::_, IsReport("SPW_CApp", "getAppTempDir", 135,
-                                                     "failed to create directory " + temp)));
+        EXPECT_THAT(m_reporter.takeReports(), ElementsAre(testing::_, IsReport("SPW_CApp", "getAppTempDir", 135,
+                                                                               "failed to create directory " + temp)));
     });
 }
 

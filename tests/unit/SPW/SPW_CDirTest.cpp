@@ -155,9 +155,8 @@ TEST_F(DirTest, FirstFailureEndsTheWalkAndIsReturned) {
     EXPECT_EQ(SPW_CDir::removeDir(path("a"), true), 137u);
     EXPECT_EQ(refusing.tries, 1);
     EXPECT_TRUE(m_folder.exists("a/2"));
-    EXPECT_THAT(
-        m_reporter.takeReports(),
-        ElementsAre(IsReport("SPW_CDir", "removeFile", 137, systemFailure("remove file", text("a/1"), 5))));
+    EXPECT_THAT(m_reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CDir", "removeFile", 137, systemFailure("remove file", text("a/1"), 5))));
 }
 
 TEST_F(DirTest, LinksAreRemovedWithoutWhatTheyPointAt) {
@@ -204,9 +203,7 @@ protected:
             return ++writes != refuseWrite && DirSysForwarder::write(file, bytes, size);
         }
         bool close(SPW_Handle file) override { return DirSysForwarder::close(file) && !refuseClose; }
-        bool deleteFile(const SPW_CString& path) override {
-            return !refuseDelete && DirSysForwarder::deleteFile(path);
-        }
+        bool deleteFile(const SPW_CString& path) override { return !refuseDelete && DirSysForwarder::deleteFile(path); }
         std::string written;
         int writes = 0;
         int refuseWrite = 0;  // which write, 1 for the first
@@ -235,9 +232,8 @@ TEST_F(WipeTest, OverwritesFromTheStartOfTheFile) {
     m_disk.refuseDelete = true;
     EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 137u);
     EXPECT_EQ(m_folder.read("f"), std::string(1000, '\0'));
-    EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(testing::Field(&RecordedReport::method, "removeFile"),
-                            IsReport("SPW_CDir", "wipeFile", 137, "removeFile failed")));
+    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(testing::Field(&RecordedReport::method, "removeFile"),
+                                                      IsReport("SPW_CDir", "wipeFile", 137, "removeFile failed")));
 }
 
 TEST_F(WipeTest, ReadOnlyFileIsWiped) {
@@ -251,11 +247,11 @@ TEST_F(WipeTest, MissingFileAndDirectoryAreNotFound) {
     m_folder.makeFolder("d");
     EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 123u);
     EXPECT_EQ(SPW_CDir::wipeFile(path("d")), 123u);
-    EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(IsReport("SPW_CDir", "wipeFile", 123,
-                                     "Can't delete file '" + text("f") + "'. The file is not found."),
-                            IsReport("SPW_CDir", "wipeFile", 123,
-                                     "Can't delete file '" + text("d") + "'. The file is not found.")));
+    EXPECT_THAT(
+        m_reporter.takeReports(),
+        ElementsAre(
+            IsReport("SPW_CDir", "wipeFile", 123, "Can't delete file '" + text("f") + "'. The file is not found."),
+            IsReport("SPW_CDir", "wipeFile", 123, "Can't delete file '" + text("d") + "'. The file is not found.")));
 }
 
 TEST_F(WipeTest, RefusedAttributesEndIt) {
@@ -264,8 +260,7 @@ TEST_F(WipeTest, RefusedAttributesEndIt) {
     EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 142u);
     EXPECT_EQ(m_folder.read("f"), "x");
     EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(IsReport("SPW_CDir", "wipeFile", 142,
-                                     "Can't set attributes of file '" + text("f") + "'")));
+                ElementsAre(IsReport("SPW_CDir", "wipeFile", 142, "Can't set attributes of file '" + text("f") + "'")));
 }
 
 TEST_F(WipeTest, FileThatCannotBeOpenedStays) {
@@ -273,8 +268,8 @@ TEST_F(WipeTest, FileThatCannotBeOpenedStays) {
     m_disk.refuseOpen = true;
     m_errors.scripted = 32;
     EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 130u);
-    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "wipeFile", 130,
-                                                               systemFailure("open file", text("f"), 32))));
+    EXPECT_THAT(m_reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CDir", "wipeFile", 130, systemFailure("open file", text("f"), 32))));
 }
 
 TEST_F(WipeTest, UnknownLengthEndsIt) {
@@ -292,8 +287,7 @@ TEST_F(WipeTest, FailedWriteIsReportedTheRestIsWrittenAndTheFileStays) {
     EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 132u);
     EXPECT_EQ(m_disk.writes, 3);
     EXPECT_TRUE(m_folder.exists("f"));
-    EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(IsReport("SPW_CDir", "wipeFile", 132, "write file failed ")));
+    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "wipeFile", 132, "write file failed ")));
 }
 
 TEST_F(WipeTest, FailedCloseIsReportedAndTheFileStays) {
@@ -301,8 +295,7 @@ TEST_F(WipeTest, FailedCloseIsReportedAndTheFileStays) {
     m_disk.refuseClose = true;
     EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 133u);
     EXPECT_TRUE(m_folder.exists("f"));
-    EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(IsReport("SPW_CDir", "wipeFile", 133, "close file failed ")));
+    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "wipeFile", 133, "close file failed ")));
 }
 
 // --- wipeDir ---
@@ -325,9 +318,8 @@ TEST_F(WipeTest, SubdirectoryFailsWith123AndTheWalkGoesOn) {
     EXPECT_EQ(SPW_CDir::wipeDir(path("a")), 0u);  // the status of the last entry
     EXPECT_TRUE(m_folder.exists("a/1sub"));
     EXPECT_FALSE(m_folder.exists("a/2"));
-    EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(testing::Field(&RecordedReport::method, "wipeFile"),
-                            IsReport("SPW_CDir", "wipeDir", 123, "Failed to wipe 1sub")));
+    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(testing::Field(&RecordedReport::method, "wipeFile"),
+                                                      IsReport("SPW_CDir", "wipeDir", 123, "Failed to wipe 1sub")));
     EXPECT_EQ(SPW_CDir::wipeDir(path("a")), 123u);
 }
 
@@ -390,11 +382,11 @@ TEST_F(DirTest, RenamingWhatIsMissingIsReported) {
 TEST_F(DirTest, RefusedRenameHasTheSystemsMessage) {
     m_folder.write("f", "x");
     EXPECT_EQ(SPW_CDir::rename(path("f"), path("missing/g")), 138u);
-    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(testing::AllOf(
-                                              testing::Field(&RecordedReport::method, "rename"),
-                                              testing::Field(&RecordedReport::message,
-                                                             testing::StartsWith("Cant't rename file " + text("f") +
-                                                                                 " Error: message ")))));
+    EXPECT_THAT(m_reporter.takeReports(),
+                ElementsAre(testing::AllOf(
+                    testing::Field(&RecordedReport::method, "rename"),
+                    testing::Field(&RecordedReport::message,
+                                   testing::StartsWith("Cant't rename file " + text("f") + " Error: message ")))));
 }
 
 // --- moveFile ---
@@ -477,8 +469,8 @@ TEST_F(MoveTest, FailedCopyHasTheSystemsMessage) {
     m_errors.scripted = 112;
     m_folder.write("f", "x");
     EXPECT_EQ(SPW_CDir::moveFile(path("f"), path("g"), false, false), 138u);
-    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "moveFile", 138,
-                                                               systemFailure("rename file", text("f"), 112))));
+    EXPECT_THAT(m_reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CDir", "moveFile", 138, systemFailure("rename file", text("f"), 112))));
 }
 
 TEST_F(MoveTest, CopyIsRemovedAgainWhenTheSourceCannotBe) {
@@ -590,10 +582,9 @@ TEST_F(DirTest, ContinuingAndClosingWithoutASearchAreReported) {
     EXPECT_EQ(dir.findNext(entry, isFound), 125u);
     EXPECT_FALSE(isFound);
     EXPECT_EQ(dir.findClose(), 125u);
-    EXPECT_THAT(
-        m_reporter.takeReports(),
-        ElementsAre(IsReport("SPW_CDir", "findFirst", 125, "Continuing a file search which wasn't opened"),
-                    IsReport("SPW_CDir", "findClose", 125, "Closing a file search which wasn't open.")));
+    EXPECT_THAT(m_reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CDir", "findFirst", 125, "Continuing a file search which wasn't opened"),
+                            IsReport("SPW_CDir", "findClose", 125, "Closing a file search which wasn't open.")));
 }
 
 TEST_F(DirTest, DestroyingAnOpenSearchIsReported) {
@@ -644,9 +635,9 @@ TEST_F(DirTest, FileInfoOfNoFileIs123AndUnreadableInfo141) {
     EXPECT_EQ(SPW_CDir::getFileInfo(path("missing"), entry), 123u);
     EXPECT_EQ(SPW_CDir::getFileInfo(path("d"), entry), 123u);
     EXPECT_EQ(SPW_CDir::getFileInfo(path("f"), entry), 141u);
-    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "getFileInfo", 123, ""),
-                                                      IsReport("SPW_CDir", "getFileInfo", 123, ""),
-                                                      IsReport("SPW_CDir", "getFileInfo", 141, "")));
+    EXPECT_THAT(m_reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CDir", "getFileInfo", 123, ""), IsReport("SPW_CDir", "getFileInfo", 123, ""),
+                            IsReport("SPW_CDir", "getFileInfo", 141, "")));
 }
 
 TEST_F(DirTest, AttributesAndTimesThatAreSetComeBack) {
@@ -683,9 +674,8 @@ TEST_F(DirTest, AttributeWordIsBuiltFromTheFlags) {
     m_errors.scripted = 5;
     EXPECT_EQ(SPW_CDir::setFileAttributes(path("f"), entry), 142u);
     EXPECT_EQ(recorder.word, 0x27u);
-    EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(IsReport("SPW_CDir", "setFileAttributes", 142,
-                                     systemFailure("set file attribute", text("f"), 5))));
+    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "setFileAttributes", 142,
+                                                               systemFailure("set file attribute", text("f"), 5))));
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -171,6 +172,19 @@ TEST_F(RegistryTextTest, CharactersBeyondTheBasicPlaneSurvive) {
     parse("[HKEY_CURRENT_USER\\a]\n\"\xF0\x9F\x98\x80\"=\"\xF0\x9F\x98\x80\"\n");
     EXPECT_EQ(text(m_text.value(key(u"a"), 0).name), "\xF0\x9F\x98\x80");
     EXPECT_EQ(m_text.value(key(u"a"), 0).size, 6u);
+}
+
+// The example that people copy.
+TEST_F(RegistryTextTest, ExampleOfTheManualIsUnderstood) {
+    std::ifstream file(LINKOMETRY_SOURCE_DIR "/docs/hive-files.md", std::ios::binary);
+    const std::string page{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const std::size_t begin = page.find("```\n") + 4;
+    ASSERT_GT(begin, 4u);
+    parse(page.substr(begin, page.find("```", begin) - begin));
+    const char16_t* peers = u"Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses";
+    EXPECT_THAT(valueNames(key(peers)), ElementsAre("Gate 1", "Gate \"north\""));
+    EXPECT_EQ(units(value(u"Software\\Vantiro Networks\\Vantiro Diagnostic", u"log data packets")), "yes|");
+    EXPECT_THAT(bytes(value(u"Software\\Vantiro Networks\\Vantiro\\KORV", u"UDPPort")), ElementsAre(0x7e, 0x1d, 0, 0));
 }
 
 // --- What is refused, and where ---
