@@ -25,6 +25,8 @@ import unittest
 
 CLONE_NEWNET = 0x40000000
 
+PROTOCOLS = ("multicast", "tcpip", "udp", "ping")
+
 SETTINGS_KEY = r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro Diagnostic"
 PEERS_KEY = SETTINGS_KEY + r"\Named-IP-Addresses"
 
@@ -68,6 +70,18 @@ def enter_namespaces():
 def program_path():
     """The program under test, of the build that ctest belongs to."""
     return os.environ["LINKOMETRY_PROGRAM"]
+
+
+def program_is_sanitized():
+    """Whether it is a sanitizer's build: then it is some times slower and its memory says nothing."""
+    with open(program_path(), "rb") as file:
+        return re.search(rb"__[at]san_init", file.read()) is not None
+
+
+def program_version():
+    """The version text that the program announces and logs."""
+    output = subprocess.run([program_path(), "-version"], stdout=subprocess.PIPE, text=True, check=True).stdout
+    return output.removeprefix("linkometry ").rstrip("\n")
 
 
 def eventually(condition, within, what, every=0.02):
@@ -228,6 +242,12 @@ class Device:
         keys = {SETTINGS_KEY: values, PEERS_KEY: peers or {}}
         self.write_hive(hive_text(keys))
 
+    def configure(self, *protocols, period=200, peers=None, **more):
+        """A hive for a test of these protocols alone ("udp", "tcpip", "multicast", "ping"), with that period in ms."""
+        settings = {f"{each} selected": "yes" if each in protocols else "no" for each in PROTOCOLS}
+        settings.update({"frequency qty": str(period), "frequency units": "milliseconds"})
+        self.write_settings(settings, peers, **more)
+
     def write_hive(self, text):
         with open(self.hive_path, "w", encoding="utf-8", newline="") as file:
             file.write(text)
@@ -244,15 +264,15 @@ class Device:
             return subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                   stderr=subprocess.PIPE, text=True, timeout=within, check=False)
 
-    def start(self, *arguments):
-        """Starts the program under test with these arguments."""
-        program = Program(self, [str(argument) for argument in arguments])
+    def start(self, *arguments, through=()):
+        """Starts the program under test with these arguments; `through` is a command that in turn starts it."""
+        program = Program(self, [str(argument) for argument in arguments], through)
         self.programs.append(program)
         return program
 
-    def measure(self, *arguments, every=0.25):
+    def measure(self, *arguments, every=0.25, through=()):
         """Starts a headless test that prints its rows as JSON that often; what to expect of it: Program."""
-        return self.start("-headless", "-format", "json", "-interval", every, *arguments)
+        return self.start("-headless", "-format", "json", "-interval", every, *arguments, through=through)
 
     # --- The log
 
@@ -281,7 +301,7 @@ class Device:
 class Program:
     """A run of the program under test. Its output goes to files, so that it never waits for its reader."""
 
-    def __init__(self, device, arguments):
+    def __init__(self, device, arguments, through=()):
         self.device = device
         self.arguments = arguments
         self._killed = False
@@ -293,8 +313,8 @@ class Program:
         # A host name of its own for each device; the shell and setpriv become the program, they do not stay.
         launcher = ["unshare", "--uts", "sh", "-c", 'hostname "$0" && exec setpriv --pdeathsig KILL "$@"', device.name]
         with open(self.output_path, "wb") as output, open(self.error_path, "wb") as error, device.inside():
-            self.process = subprocess.Popen(launcher + [program_path()] + arguments, cwd=device.folder, env=environment,
-                                            stdin=subprocess.DEVNULL, stdout=output, stderr=error)
+            self.process = subprocess.Popen([*launcher, *through, program_path(), *arguments], cwd=device.folder,
+                                            env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=error)
 
     # --- Its life
 
