@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <new>
+#include <vector>
 
 #include "ForeignText.h"
+#include "ParallelWork.h"
 #include "SPW_CSocket.h"
 #include "VTR_CMulticastConnector.h"
 #include "VTR_CMulticastListener.h"
@@ -118,9 +120,7 @@ void destroyAll(SPW_CArray<Probe*>& probes, SPW_CCriticalSection& lock) {
         doomed = probes;
         probes.empty();
     }
-    for (int i = 0; i < doomed.numberOfElements(); ++i) {
-        delete doomed[i];
-    }
+    doInParallel(doomed.numberOfElements(), [&doomed](int i) { delete doomed[i]; });
 }
 
 }  // namespace
@@ -421,16 +421,28 @@ void TestEngine::stopListeners() {
     }
 }
 
-// Discoveries are closed.
+// Discoveries are closed. All probes stop at the same time; what they answered is logged in their order.
 void TestEngine::stopProbes() {
-    for (int i = 0; i < m_connectors.numberOfElements(); ++i) {
-        if (m_connectors[i] != nullptr && m_connectors[i]->StopSending() != 0) {
-            logConnectorFailure(u"StopSending failed returned ", *m_connectors[i]);
+    const int connectors = m_connectors.numberOfElements();
+    const int pingers = m_pingers.numberOfElements();
+    std::vector<SPW_Result> results(static_cast<std::size_t>(connectors + pingers), 0);
+    doInParallel(connectors + pingers, [&](int i) {
+        SPW_Result& result = results[static_cast<std::size_t>(i)];
+        if (i < connectors) {
+            result = m_connectors[i] == nullptr ? 0 : m_connectors[i]->StopSending();
+        } else {
+            VTR_CPinger* pinger = m_pingers[i - connectors];
+            result = pinger == nullptr ? 0 : pinger->StopPinging();
         }
-    }
-    for (int i = 0; i < m_pingers.numberOfElements(); ++i) {
-        if (m_pingers[i] != nullptr && m_pingers[i]->StopPinging() != 0) {
-            logLine(SPW_CString(u"StopPinging failed returned ") + connectorErrorText(i));
+    });
+    for (int i = 0; i < connectors + pingers; ++i) {
+        if (results[static_cast<std::size_t>(i)] == 0) {
+            continue;
+        }
+        if (i < connectors) {
+            logConnectorFailure(u"StopSending failed returned ", *m_connectors[i]);
+        } else {
+            logLine(SPW_CString(u"StopPinging failed returned ") + connectorErrorText(i - connectors));
         }
     }
 }
