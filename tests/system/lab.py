@@ -226,7 +226,7 @@ class Device:
                 file.write(value)
 
     def remove(self):
-        # The kernel takes a namespace's interfaces away some time after the namespace; the next lab wants the names now.
+        # The kernel takes a namespace's interfaces away some time after it; the next lab wants their names now.
         ip(*(f"link delete {self._port(f'eth{number}')}" for number in range(len(self.addresses))),
            f"netns delete {self.name}")
 
