@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "Network.h"
+#include "Report.h"
+
+// A folder of the run's own for hive files and logs.
+using Folder = std::string;
+
+void benchListener(const Network& network, const Folder& folder, const Effort& effort, Report& report);
+void benchLog(const Network& network, const Folder& folder, const Effort& effort, Report& report);
+void benchPeers(const Network& network, const Folder& folder, const Effort& effort, Report& report);
+void benchStartStop(const Network& network, const Folder& folder, const Effort& effort, Report& report);

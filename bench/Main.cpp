@@ -1,0 +1,125 @@
+// Measures what the program can do on this machine, each time beside the machine's own limit for the same work,
+// measured in the same run. docs/performance.md says what was reached and where the time goes.
+//
+// Everything happens in network namespaces made here, with processes that die with this one; what is left on disk is in
+// one temporary folder, which is removed at the end.
+
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Benches.h"
+#include "Child.h"
+
+namespace {
+
+struct Bench {
+    const char* name;
+    void (*run)(const Network&, const Folder&, const Effort&, Report&);
+};
+
+constexpr Bench kBenches[] = {
+    {"listener", benchListener},
+    {"log", benchLog},
+    {"peers", benchPeers},
+    {"startstop", benchStartStop},
+};
+
+constexpr char kUsage[] =
+    "usage: linkometry-bench [-quick] [-help] [name...]\n"
+    "\n"
+    "Measures the program beside the machine's own limits and prints a table; a median of five each. Takes about four\n"
+    "minutes on a machine that does nothing else. Needs root, for network namespaces of its own.\n"
+    "\n"
+    "  -quick   under a minute: less often, and fewer peers\n"
+    "  name     only these of: listener log peers startstop; a part of a name will do\n"
+    "\n"
+    "Exit status: 0 measured, whatever was reached; 1 could not measure; 2 the command line cannot be used.\n";
+
+bool isSelected(const char* name, const std::vector<std::string>& filters) {
+    if (filters.empty())
+        return true;
+    for (const std::string& filter : filters) {
+        if (std::strstr(name, filter.c_str()) != nullptr)
+            return true;
+    }
+    return false;
+}
+
+// Thousands of peers take three descriptors each.
+void raiseDescriptorLimit() {
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+Folder folder;
+pid_t folderOwner;
+
+// Also called by signal: what the benchmark made goes with its processes, but for this.
+void removeFolder() {
+    if (getpid() != folderOwner)
+        return;
+    for (const char* name : {"/HKEY_CURRENT_USER.reg", "/HKEY_CURRENT_USER.reg.lock", "/log.txt"})
+        unlink((folder + name).c_str());
+    rmdir(folder.c_str());
+}
+
+void onSignal(int number) {
+    removeFolder();
+    signal(number, SIG_DFL);
+    raise(number);
+}
+
+void makeFolder() {
+    const char* const base = std::getenv("TMPDIR");
+    folder = std::string(base == nullptr ? "/tmp" : base) + "/linkometry-bench-XXXXXX";
+    if (mkdtemp(&folder[0]) == nullptr)
+        giveUp(folder.c_str());
+    folderOwner = getpid();
+    std::atexit(removeFolder);
+    std::at_quick_exit(removeFolder);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        signal(number, onSignal);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Effort effort;
+    std::vector<std::string> filters;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument(argv[i]);
+        if (argument == "-help" || argument == "--help") {
+            std::fputs(kUsage, stdout);
+            return 0;
+        }
+        if (argument == "-quick" || argument == "--quick") {
+            effort.quick = true;
+            effort.repetitions = 1;
+        } else if (argument[0] == '-') {
+            std::fprintf(stderr, "linkometry-bench: no such option: %s\n%s", argv[i], kUsage);
+            return 2;
+        } else {
+            filters.push_back(argument);
+        }
+    }
+    raiseDescriptorLimit();
+    const Network network;
+    makeFolder();
+    Report report;
+    for (const Bench& bench : kBenches) {
+        if (isSelected(bench.name, filters))
+            bench.run(network, folder, effort, report);
+    }
+    std::printf("%d aims missed\n", report.missed());
+    return 0;
+}

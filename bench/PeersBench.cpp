@@ -1,0 +1,248 @@
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "BareProbes.h"
+#include "Benches.h"
+#include "Child.h"
+#include "Hive.h"
+#include "Lateness.h"
+#include "Responder.h"
+#include "TestEngine.h"
+#include "Timing.h"
+
+namespace {
+
+constexpr std::uint64_t kPeriodMs = 1000;
+constexpr double kPeriodSeconds = 1;
+// Until connections stand and schedules have settled.
+constexpr double kWarmUpSeconds = 3;
+
+std::vector<std::string> peerAddresses(int peers) {
+    std::vector<std::string> addresses;
+    for (int i = 0; i < peers; ++i)
+        addresses.push_back(Network::peerAddress(i));
+    return addresses;
+}
+
+// ---- The program under test: the engine in a process of its own
+
+class NoSink final : public UiSink {
+public:
+    void updatePeerRow(const SPW_CString&, int, int, std::int32_t, std::int32_t) override {}
+};
+
+enum Request : char { kStart, kStop, kRestartLateness, kAskResult };
+
+struct EngineResult {
+    double medianLateMs;
+    double lateMs99;
+    std::uint64_t probes;
+    std::uint64_t pingsLost;
+};
+
+template <typename Call>
+double timeOf(Call call) {
+    const double begin = nowSeconds();
+    call();
+    return nowSeconds() - begin;
+}
+
+EngineResult resultOf(const TestEngine& engine, const LatenessClock& clock) {
+    SPW_CArray<PeerRowValues> rows;
+    engine.snapshot(rows);
+    std::uint64_t lost = 0;
+    for (int i = 0; i < rows.numberOfElements(); ++i)
+        lost += static_cast<std::uint64_t>(rows[i].counts[kPing].lost);
+    return {clock.quantileMs(0.5), clock.quantileMs(0.99), clock.probes(), lost};
+}
+
+// Answers each request on the line when it has been fulfilled, until its process is killed.
+void runEngine(const Folder& folder, const std::vector<std::string>& peers, Line& line) {
+    useSettings(folder, {}, peers);
+    static LatenessClock clock(*SPW_CClock::instance, kPeriodMs);
+    SPW_CClock::instance = &clock;
+    NoSink sink;
+    TestEngine engine(&sink, true);
+    line.signal();
+    for (;;) {
+        switch (line.receive<Request>()) {
+            case kStart:
+                line.send(timeOf([&] { engine.start(); }));
+                break;
+            case kStop:
+                line.send(timeOf([&] { engine.stop(); }));
+                break;
+            case kRestartLateness:
+                clock.restart();
+                line.signal();
+                break;
+            case kAskResult:
+                line.send(resultOf(engine, clock));
+                break;
+        }
+    }
+}
+
+template <typename Answer>
+Answer ask(Child& child, Request request) {
+    child.line().send(request);
+    return child.line().receive<Answer>();
+}
+
+// ---- Processor time and memory of a running process
+
+struct Usage {
+    double cores;  // median
+    double residentMiB;
+};
+
+Usage watch(const Child& child, const Effort& effort) {
+    std::vector<double> cores;
+    for (int i = 0; i < effort.repetitions; ++i) {
+        const double time = nowSeconds();
+        const double processor = processorSecondsOf(child.pid());
+        sleepSeconds(2 * effort.seconds);
+        cores.push_back((processorSecondsOf(child.pid()) - processor) / (nowSeconds() - time));
+    }
+    return {medianOf(cores), residentMiBOf(child.pid())};
+}
+
+// What the far end hears of one engine, too.
+struct EngineUsage {
+    Usage usage;
+    EngineResult result;
+    std::uint64_t falseLosses;
+};
+
+EngineUsage watchEngine(const Network& network, const Folder& folder, int peers, const Effort& effort) {
+    Child responder(network.far(), runResponder);
+    responder.line().await();
+    const std::vector<std::string> addresses = peerAddresses(peers);
+    Child engine(network.near(), [&](Line& line) { runEngine(folder, addresses, line); });
+    engine.line().await();
+    (void)ask<double>(engine, kStart);
+    sleepSeconds(kWarmUpSeconds);
+    (void)ask<char>(engine, kRestartLateness);
+    EngineUsage result{};
+    result.usage = watch(engine, effort);
+    result.result = ask<EngineResult>(engine, kAskResult);
+    responder.line().signal();
+    const Heard heard = responder.line().receive<Heard>();
+    // Nothing is lost on this network, so a missing number, a ping without its reply and a second connection are all of
+    // the program's own making.
+    const std::uint64_t expectedConnections = static_cast<std::uint64_t>(peers);
+    result.falseLosses = heard.gaps + result.result.pingsLost +
+                         (heard.connections > expectedConnections ? heard.connections - expectedConnections
+                                                                  : expectedConnections - heard.connections);
+    return result;
+}
+
+Usage watchBare(const Network& network, int peers, const Effort& effort) {
+    Child responder(network.far(), runResponder);
+    responder.line().await();
+    const std::vector<std::string> addresses = peerAddresses(peers);
+    Child bare(network.near(), [&](Line& line) { runBareProbes(addresses, kPeriodSeconds, line); });
+    bare.line().await();
+    sleepSeconds(kWarmUpSeconds);
+    return watch(bare, effort);
+}
+
+Usage watchFping(const Network& network, int peers, const Effort& effort) {
+    // It sends to one target after the other at this distance, so that all fit in the period.
+    std::string interval = Report::text("%.2f", std::min(10.0, 900.0 / peers));
+    std::vector<std::string> arguments{"fping", "-q",    "-l", "-b", "16", "-p", std::to_string(kPeriodMs),
+                                       "-i",    interval};
+    for (const std::string& address : peerAddresses(peers))
+        arguments.push_back(address);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments)
+        pointers.push_back(&argument[0]);
+    pointers.push_back(nullptr);
+    Child fping(network.near(), pointers.data());
+    sleepSeconds(kWarmUpSeconds);
+    return watch(fping, effort);
+}
+
+std::string percentOf(const Usage& usage) {
+    return Report::text("%.1f %% core", usage.cores * 100);
+}
+
+std::string perProbe(const Usage& usage, int probesPerSecond) {
+    return Report::text("%.1f us", usage.cores * 1e6 / probesPerSecond);
+}
+
+void reportUsage(int peers, const EngineUsage& engine, const Usage& bare, const Usage& fping, Report& report) {
+    const std::string name = std::to_string(peers) + " peers";
+    const double cores = engine.usage.cores;
+    const double mebibytes = engine.usage.residentMiB;
+    const std::string coresAim = peers == 256 ? "< 25 %" : peers == 1000 ? "< 100 %" : "";
+    report.add(name + ", processor (limit: bare threads)", percentOf(engine.usage), percentOf(bare), cores / bare.cores,
+               coresAim, cores < (peers == 256 ? 0.25 : 1));
+    report.add(name + ", processor (limit: fping, pings alone)", percentOf(engine.usage), percentOf(fping),
+               cores / fping.cores, "", true);
+    report.add(name + ", processor a probe (bare threads)", perProbe(engine.usage, 3 * peers),
+               perProbe(bare, 3 * peers), cores / bare.cores, "", true);
+    report.add(name + ", resident (bare threads)", Report::text("%.1f MiB", mebibytes),
+               Report::text("%.1f MiB", bare.residentMiB), mebibytes / bare.residentMiB, peers == 256 ? "< 40 MiB" : "",
+               mebibytes < 40);
+    report.add(name + ", resident a peer", Report::text("%.1f KiB", mebibytes * 1024 / peers), "", true);
+}
+
+void reportLateness(int peers, const EngineUsage& engine, Report& report) {
+    const std::string name = std::to_string(peers) + (peers == 1 ? " peer" : " peers");
+    report.add(name + ", lateness, median", Report::text("%.2f ms", engine.result.medianLateMs), "", true);
+    report.add(name + ", lateness, 99th percentile", Report::text("%.2f ms", engine.result.lateMs99),
+               peers == 1000 ? "< 20 ms" : "", engine.result.lateMs99 < 20);
+    report.add(name + ", lost on a network that loses nothing",
+               std::to_string(engine.falseLosses) + " of " + std::to_string(engine.result.probes), "none",
+               engine.falseLosses == 0);
+}
+
+}  // namespace
+
+void benchPeers(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
+    report.section("Peers probed by UDP, TCP and ping once a second");
+    const std::vector<int> peerCounts = effort.quick ? std::vector<int>{256} : std::vector<int>{1, 64, 256, 1000};
+    for (const int peers : peerCounts) {
+        const EngineUsage engine = watchEngine(network, folder, peers, effort);
+        if (peers > 1)
+            reportUsage(peers, engine, watchBare(network, peers, effort), watchFping(network, peers, effort), report);
+        reportLateness(peers, engine, report);
+    }
+}
+
+void benchStartStop(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
+    constexpr int kPeers = 1000;
+    report.section("Start and stop of 1000 peers; limit: creating, waking and joining as many bare threads");
+    std::vector<double> creates;
+    std::vector<double> joins;
+    for (int i = 0; i < effort.repetitions; ++i) {
+        Child bare(network.near(), [](Line& line) { line.send(timeBareThreads(3 * kPeers)); });
+        const ThreadTimes times = bare.line().receive<ThreadTimes>();
+        creates.push_back(times.createSeconds);
+        joins.push_back(times.joinSeconds);
+    }
+    std::vector<double> starts;
+    std::vector<double> restarts;
+    std::vector<double> stops;
+    const std::vector<std::string> addresses = peerAddresses(kPeers);
+    for (int i = 0; i < effort.repetitions; ++i) {
+        Child responder(network.far(), runResponder);
+        responder.line().await();
+        Child engine(network.near(), [&](Line& line) { runEngine(folder, addresses, line); });
+        engine.line().await();
+        starts.push_back(ask<double>(engine, kStart));
+        sleepSeconds(kPeriodSeconds);
+        stops.push_back(ask<double>(engine, kStop));
+        restarts.push_back(ask<double>(engine, kStart));
+    }
+    const double start = medianOf(starts);
+    const double stop = medianOf(stops);
+    report.add("start", Report::text("%.2f s", start), Report::text("%.3f s", medianOf(creates)),
+               start / medianOf(creates), "", true);
+    report.add("stop", Report::text("%.2f s", stop), Report::text("%.3f s", medianOf(joins)), stop / medianOf(joins),
+               "<= 3 s", stop <= 3);
+    report.add("start again, which destroys the last test", Report::text("%.2f s", medianOf(restarts)), "", true);
+}
