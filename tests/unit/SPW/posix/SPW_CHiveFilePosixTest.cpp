@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -251,6 +253,21 @@ TEST_F(HiveFilePosixTest, ThreadsLoseNothingAndReadersSeeWholeFilesOnly) {
     }
     SPW_CRegistry registry(kHive, u"k");
     EXPECT_EQ(valuesIn(registry), 3u * kEach);
+}
+
+TEST_F(HiveFilePosixTest, WriteThatFailsHalfWayLeavesTheOldFile) {
+    const std::string before = "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n";
+    m_folder.write(kHiveFile, before);
+    EXPECT_TRUE(inProcess([] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {64, 64};  // bytes of a file
+        SPW_CRegistry registry(kHive, u"k");
+        return setrlimit(RLIMIT_FSIZE, &limit) == 0 && setString(registry, "y", std::string(200, 'y')) == 540 &&
+               stringAt(registry, u"x") == "1";
+    }));
+    EXPECT_EQ(m_folder.read(kHiveFile), before);
+    EXPECT_FALSE(m_folder.exists("HKEY_CURRENT_USER.reg.tmp"));
+    EXPECT_TRUE(m_reporter.boxes().empty());
 }
 
 TEST_F(HiveFilePosixTest, WhatACrashedWriterLeftDoesNoHarm) {
