@@ -21,11 +21,13 @@ endfunction()
 # The distribution's Python: the scripts need nothing but its standard library.
 find_program(LINKOMETRY_PYTHON python3 HINTS /usr/bin REQUIRED)
 
-# linkometry_system_test(<file>.py)
+# linkometry_system_test(<file>.py [UNDISTURBED <class>...])
 #
 # Makes each method of each test class in the file a ctest entry of its own: system.<file>.<class>.<method>. It runs
-# this build's program in network namespaces, and is skipped, with the reason, where they may not be made.
+# this build's program in network namespaces, and is skipped, with the reason, where they may not be made. Tests of the
+# UNDISTURBED classes, which need the processor or its quiet for themselves, run while no other does.
 function(linkometry_system_test file)
+  cmake_parse_arguments(ARG "" "" "UNDISTURBED" ${ARGN})
   set(path "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
   get_filename_component(module "${file}" NAME_WE)
@@ -38,6 +40,9 @@ function(linkometry_system_test file)
       add_test(NAME system.${test} COMMAND "${LINKOMETRY_PYTHON}" "${PROJECT_SOURCE_DIR}/tests/system/run.py"
         --program "${PROJECT_BINARY_DIR}/linkometry" ${test})
       set_tests_properties(system.${test} PROPERTIES LABELS netns TIMEOUT 180 SKIP_RETURN_CODE 77)
+      if(class IN_LIST ARG_UNDISTURBED)
+        set_tests_properties(system.${test} PROPERTIES RUN_SERIAL ON)
+      endif()
     endif()
   endforeach()
 endfunction()
