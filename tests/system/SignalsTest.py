@@ -1,0 +1,128 @@
+"""What each signal does to a running headless test."""
+
+import os
+import signal
+import time
+
+import lab
+import traffic
+
+
+class SignalsTest(lab.SystemTest):
+    def setUp(self):
+        super().setUp()
+        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
+        self.device.configure("udp", peers={"peer": self.peer.address})
+
+    def listening(self, program):
+        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, f"{program} listens")
+        return program
+
+    def count(self, program, numbers):
+        """Has the program count these packets from the peer."""
+        with traffic.UdpEnd(self.peer) as sender:
+            for number in numbers:
+                sender.send(traffic.packet(number), self.device.address)
+        return program.wait_for_row(self.peer.address, lambda row: row["udp"]["received"] == len(numbers))
+
+    def test_interrupt_and_termination_stop_report_and_end(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(number):
+                program = self.listening(self.device.measure())
+                self.count(program, (1, 2))
+                program.signal(number)
+                self.assertEqual(program.wait(), 0)
+                self.assertEqual(program.final_rows()[self.peer.address]["udp"]["total"], 2)
+                lines = self.device.log_lines()
+                self.assertIn("S Name: 10.77.0.2 (peer)", lines[-2])
+                self.assertTrue(lines[-1].endswith(" ---- Test 1 complete ---"))
+
+    def test_user_signal_1_prints_a_snapshot_that_is_not_final(self):
+        program = self.listening(self.device.start("-headless", "-format", "json"))
+        self.assertEqual(program.rows(), [])
+        for times in (1, 2):
+            program.signal(signal.SIGUSR1)
+            lab.eventually(lambda: len(program.rows()) == times, 10, lambda: program.output())
+        self.assertEqual([row.get("final") for row in program.rows()], [None, None])
+        lab.eventually(lambda: sum("S Name" in line for line in self.device.log_lines()) == 2, 10,
+                       lambda: "\n".join(self.device.log_lines()))
+
+    def test_user_signal_2_sets_all_counts_to_zero_and_counting_begins_afresh(self):
+        program = self.listening(self.device.measure())
+        self.count(program, (5, 9))
+        program.signal(signal.SIGUSR2)
+        row = program.wait_for_row(self.peer.address, lambda row: row["udp"]["total"] == 0)
+        self.assertEqual((row["quality"], row["test"]), (0, 1))
+        self.assertEqual(self.count(program, (20, 21))["udp"], {"received": 2, "total": 2, "lost": 0})
+
+    def test_hangup_starts_over_with_the_settings_as_they_are_now(self):
+        program = self.listening(self.device.measure())
+        self.count(program, (1, 2))
+        self.device.configure("udp", port="6003", peers={"printer": self.peer.address})
+        program.signal(signal.SIGHUP)
+        row = program.wait_for_row(self.peer.address, lambda row: row["test"] == 2)
+        self.assertEqual((row["udp"]["total"], row["label"]), (0, "10.77.0.2 (printer)"))
+        lab.eventually(lambda: ":6003 " in self.device.run("ss", "-Hluna").stdout, 10, "it listens on the new port")
+        self.assertNotIn(":5009 ", self.device.run("ss", "-Hluna").stdout)
+        with traffic.UdpEnd(self.peer, 6003) as receiver:
+            receiver.receive_many(2, within=20)
+        log = "\n".join(self.device.log_lines())
+        self.assertLess(log.index("Test 1 complete"), log.index("Test 2 starting"))
+
+    def test_hangup_forgets_peers_that_were_found(self):
+        self.device.configure("udp")
+        program = self.listening(self.device.measure())
+        with traffic.UdpEnd(self.peer) as sender:
+            sender.send(traffic.packet(1, "v|x"), self.device.address)
+        program.wait_for_row(self.peer.address)
+        program.signal(signal.SIGHUP)
+        self.device.wait_for_log_line("Test 2 starting")
+        self.assertEqual(program.stop(), 2)
+
+    def test_hangup_that_finds_the_port_taken_ends_with_status_4(self):
+        program = self.listening(self.device.measure())
+        self.device.configure("udp", port="6004")
+        with traffic.UdpEnd(self.device, 6004):
+            program.signal(signal.SIGHUP)
+            self.assertEqual(program.wait(), 4)
+        self.assertIn("linkometry: cannot listen: udp listener : bind failed 10048\n", program.errors())
+
+    def test_many_signals_in_a_row_are_obeyed_and_the_end_comes(self):
+        self.device.configure(*lab.PROTOCOLS, period=20, peers={"peer": self.peer.address, "dead": "10.77.0.99"})
+        program = self.listening(self.device.measure())
+        for number in (signal.SIGUSR1, signal.SIGHUP, signal.SIGUSR2) * 10:
+            program.signal(number)
+            time.sleep(0.03)
+        self.assertIn(program.stop(), (0, 1))
+        lines = [line[9:] for line in self.device.log_lines() if " ---- Test " in line]
+        tests = len(lines) // 2
+        self.assertGreater(tests, 2)
+        self.assertEqual(lines, [f" ---- Test {number} {what} ---" for number in range(1, tests + 1)
+                                 for what in ("starting", "complete")])
+
+    def test_end_is_quick_while_every_kind_of_call_is_waiting(self):
+        # Connections to nowhere, unanswered echoes, and listeners without traffic.
+        self.device.configure("tcpip", "udp", "multicast", "ping", period=1000,
+                              peers={f"dead {number}": f"10.77.0.{number}" for number in range(100, 140)})
+        program = self.listening(self.device.measure())
+        time.sleep(2)
+        before = time.monotonic()
+        self.assertEqual(program.stop(), 1)
+        # One period at most for an echo; an idle machine needs about one second.
+        self.assertLess(time.monotonic() - before, 15)
+
+    def test_signals_leave_nothing_open(self):
+        self.device.configure(*lab.PROTOCOLS, peers={"peer": self.peer.address})
+        program = self.listening(self.device.measure())
+        program.signal(signal.SIGHUP)
+        self.device.wait_for_log_line("Test 2 starting")
+        time.sleep(1)
+        before = program.open_descriptors()
+        threads = len(os.listdir(f"/proc/{program.process.pid}/task"))
+        for number in range(3, 8):
+            program.signal(signal.SIGHUP)
+            self.device.wait_for_log_line(f"Test {number} starting", within=20)
+        time.sleep(1)
+        # An echo on its way may have its socket open or not.
+        self.assertLessEqual(abs(program.open_descriptors() - before), 2)
+        self.assertEqual(len(os.listdir(f"/proc/{program.process.pid}/task")), threads)
