@@ -18,6 +18,9 @@ public:
     TemporaryRegistry(const TemporaryRegistry&) = delete;
     TemporaryRegistry& operator=(const TemporaryRegistry&) = delete;
 
+    // Where the hive files stand.
+    const TemporaryFolder& folder() const { return m_folder; }
+
     void setText(const char16_t* key, const SPW_CString& name, const SPW_CString& text) const {
         SPW_CRegistryData data;
         (void)data.setString(text);

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <iterator>
+#include <string>
 #include <vector>
 
+#include "RecordingReporter.h"
 #include "SPW_CApp.h"
 #include "SPW_CSystemInfo.h"
 #include "ScopedInstance.h"
@@ -262,6 +265,46 @@ TEST_F(SettingsTest, ALoadForgetsTheNamedPeersOfTheLoadBefore) {
     loadSettings(settings, kNoMulticastPortOverride);
     ASSERT_EQ(settings.namedPeerNames.numberOfElements(), 1);
     EXPECT_EQ(settings.namedPeerNames[0], SPW_CString(u"dock"));
+}
+
+// As somebody may have written the hive file by hand.
+constexpr const char* kHiveFile = "HKEY_CURRENT_USER.reg";
+constexpr const char* kMainSection = "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Vantiro Diagnostic]\n";
+constexpr const char* kNamedSection =
+    "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses]\n";
+
+TEST_F(SettingsTest, AValueOfATypeThatIsNoTextIsOverwrittenByItsDefault) {
+    m_registry.folder().write(kHiveFile, std::string(kMainSection) + "\"port\"=hex(2):37,00,00,00\n");
+    EXPECT_EQ(load().port, 5009);
+    EXPECT_EQ(m_registry.setting(u"port"), SPW_CString(u"5009"));
+}
+
+TEST_F(SettingsTest, ANamedPeerThatCannotBeReadIsSkippedAndTheOthersStayPaired) {
+    m_registry.folder().write(kHiveFile, std::string(kNamedSection) +
+                                             "\"a\"=\"10.0.0.1\"\n"
+                                             "\"b\"=hex(2):31,00,00,00\n"
+                                             "\"c\"=\"10.0.0.3\"\n");
+    const Settings settings = load();
+    ASSERT_EQ(settings.namedPeerNames.numberOfElements(), 2);
+    ASSERT_EQ(settings.namedPeerAddresses.numberOfElements(), 2);
+    EXPECT_EQ(settings.namedPeerNames[0], SPW_CString(u"a"));
+    EXPECT_EQ(settings.namedPeerAddresses[0], SPW_CString(u"10.0.0.1"));
+    EXPECT_EQ(settings.namedPeerNames[1], SPW_CString(u"c"));
+    EXPECT_EQ(settings.namedPeerAddresses[1], SPW_CString(u"10.0.0.3"));
+}
+
+TEST_F(SettingsTest, AHiveThatCannotBeReadGivesDefaultsKeepsTheNamedPeersAndIsLeftAlone) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    m_registry.setSetting(u"port", u"6000");
+    Settings settings = load();
+    const RecordingReporter quiet;
+    m_registry.folder().write(kHiveFile, "[HKEY_CURRENT_USER\\Soft");
+    loadSettings(settings, kNoMulticastPortOverride);
+    EXPECT_EQ(settings.port, 5009);
+    ASSERT_EQ(settings.namedPeerNames.numberOfElements(), 1);
+    EXPECT_EQ(settings.namedPeerNames[0], SPW_CString(u"printer"));
+    EXPECT_EQ(settings.namedPeerAddresses[0], SPW_CString(u"10.0.0.7"));
+    EXPECT_EQ(m_registry.folder().read(kHiveFile), "[HKEY_CURRENT_USER\\Soft");
 }
 
 TEST_F(SettingsTest, WithoutTheKorvKeyThereIsNoOverride) {

@@ -2,10 +2,14 @@
 // AddressSanitizer.
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 #include "EngineFixture.h"
+#include "SPW_CClock.h"
 
 using testing::Contains;
 using testing::Not;
@@ -252,6 +256,48 @@ TEST_F(TestEngineThreadsTest, AResetLosesNothingThatIsCountedAfterIt) {
     }
     EXPECT_EQ(counted, kProbes);
     EXPECT_EQ(row(0).counts[kUdp].total, expected);
+}
+
+// A clock that can be stopped: who asks for the local time, as the log's writer does for every line, then waits.
+class StoppableClock : public SPW_CClock {
+public:
+    explicit StoppableClock(SPW_CClock& clock) : m_clock(clock) {}
+    void stop(bool stopped) {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_stopped = stopped;
+        m_changed.notify_all();
+    }
+    std::uint64_t now100ns() override { return m_clock.now100ns(); }
+    std::uint64_t wall100ns() override { return m_clock.wall100ns(); }
+    SPW_CalendarTime toLocal(std::uint64_t wall100ns) override {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return !m_stopped; });
+        return m_clock.toLocal(wall100ns);
+    }
+    void sleepMs(std::uint32_t milliseconds) override { m_clock.sleepMs(milliseconds); }
+
+private:
+    SPW_CClock& m_clock;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_stopped = false;
+};
+
+TEST_F(TestEngineThreadsTest, AProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnotherThatWaits) {
+    select(false, false, false, false);
+    m_registry.setSetting(u"log events", u"yes");
+    StoppableClock clock(*SPW_CClock::instance);
+    const ScopedInstance<SPW_CClock> installed(clock);
+    engine().start();
+    clock.stop(true);
+    while (engine().logEvent(u"filler", 10) == 0) {
+    }
+    std::thread prober([this] { engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u""); });
+    // Ten periods: the prober has given up on its line and waits with the other one.
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    clock.stop(false);
+    prober.join();
+    EXPECT_EQ(endAndReadLog().back(), "LOG ERROR: Failed to log E :udp connector sent seq # 3 to 10.0.0.7 fast enough");
 }
 
 TEST_F(TestEngineThreadsTest, ManyThreadsLogAtOnceAndNoLineIsLostOrMixed) {
