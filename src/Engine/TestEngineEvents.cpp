@@ -1,0 +1,244 @@
+// What the engine does when its probes report, on the probes' threads: logging, counting and discovery. How these live
+// with the rest is told at the top of TestEngine.cpp.
+
+#include <new>
+
+#include "TestEngine.h"
+#include "VTR_CPinger.h"
+#include "VTR_CTcpipConnector.h"
+#include "VTR_CUdpConnector.h"
+
+namespace {
+
+// How often a closer looks again whether the discoveries have ended, in case the event could not be created.
+constexpr std::uint32_t kDiscoveryWaitMs = 100;
+
+// False for the kinds that receive nothing.
+bool protocolOf(std::uint32_t kind, int& protocol) {
+    switch (kind) {
+        case kTcpipListener:
+            protocol = kTcpip;
+            return true;
+        case kUdpListener:
+            protocol = kUdp;
+            return true;
+        case kMulticastListener:
+            protocol = kMulticast;
+            return true;
+        case kPinger:
+            protocol = kPing;
+            return true;
+        default:
+            return false;
+    }
+}
+
+// The display name in an announcement ("version|name||||"): what follows the first "|" or ":" and any further "|",
+// up to the next "|".
+SPW_CString announcedName(const SPW_CString& announcement) {
+    const char16_t* text = announcement.text();
+    const int length = announcement.length();
+    int start = 0;
+    while (start < length && text[start] != u'|' && text[start] != u':') {
+        ++start;
+    }
+    ++start;
+    while (start < length && text[start] == u'|') {
+        ++start;
+    }
+    int end = start;
+    while (end < length && text[end] != u'|') {
+        ++end;
+    }
+    return start < length ? SPW_CString(text + start, end - start) : SPW_CString();
+}
+
+}  // namespace
+
+void TestEngine::onSocketError(std::uint32_t kind, std::uint32_t, const SPW_CString& address, SPW_Result,
+                               const SPW_CString& message) {
+    {
+        const SPW_CGuard guard(m_lock);
+        if (!m_onceOnly.admit(kind, address)) {
+            return;
+        }
+    }
+    logLine(TestLog::socketErrorLine(kind, address, message));
+}
+
+void TestEngine::onDataSent(std::uint32_t kind, std::uint32_t, const SPW_CString& target, std::int32_t sequence,
+                            const SPW_CString& text) {
+    if (kind == kTcpipConnector || kind == kUdpConnector) {
+        const SPW_CGuard guard(m_lock);
+        m_onceOnly.forget(kind, target);
+    }
+    bool withData = false;
+    std::int32_t waitMs = 0;
+    if (probeLogging(withData, waitMs)) {
+        logProbeLine(TestLog::sentLine(kind, sequence, target, withData ? &text : nullptr), waitMs);
+    }
+}
+
+void TestEngine::onDataReceived(std::uint32_t kind, std::uint32_t, const SPW_CString& sender, std::int32_t sequence,
+                                const SPW_CString& text) {
+    int protocol = 0;
+    if (!protocolOf(kind, protocol)) {
+        return;
+    }
+    bool withData = false;
+    std::int32_t waitMs = 0;
+    if (probeLogging(withData, waitMs)) {
+        logProbeLine(TestLog::receivedLine(kind, sequence, sender, withData ? &text : nullptr), waitMs);
+    }
+    if (kind == kPinger) {
+        const SPW_CGuard guard(m_lock);
+        m_onceOnly.forget(kind, sender);
+    }
+    if (m_destroying) {
+        return;
+    }
+    if (!count(sender, protocol, sequence) && discover(sender, text)) {
+        // Another listener made the row just now. Should a start have forgotten it again, so be it.
+        (void)count(sender, protocol, sequence);
+    }
+}
+
+bool TestEngine::probeLogging(bool& withData, std::int32_t& waitMs) const {
+    if (!m_log.isOn()) {
+        return false;
+    }
+    const SPW_CGuard guard(m_lock);
+    withData = m_settings.logDataPackets;
+    waitMs = m_settings.periodMs();
+    return m_settings.logEvents;
+}
+
+void TestEngine::logProbeLine(const SPW_CString& line, std::int32_t waitMs) {
+    if (logEvent(line, waitMs) != 0) {
+        logLine(TestLog::lostLine(line));
+    }
+}
+
+// False when no row has this address.
+bool TestEngine::count(const SPW_CString& address, int protocol, std::int32_t sequence) {
+    const SPW_CGuard order(m_sinkLock);
+    SPW_CString label;
+    int quality = 0;
+    std::int32_t received = 0;
+    std::int32_t total = 0;
+    {
+        const SPW_CGuard guard(m_lock);
+        PeerRow* row = m_peers.find(address);
+        if (row == nullptr) {
+            return false;
+        }
+        row->record(protocol, sequence);
+        label = row->label();
+        quality = row->quality();
+        received = row->counter(protocol).received();
+        total = row->counter(protocol).total();
+    }
+    m_sink->updatePeerRow(label, quality, protocol, received, total);
+    return true;
+}
+
+// ---- Discovery
+
+// True when there was nothing to discover because the row has come into being meanwhile.
+bool TestEngine::discover(const SPW_CString& address, const SPW_CString& text) {
+    const SPW_CString name = announcedName(text);
+    ProbePlan plan;
+    bool startAtOnce = false;
+    const DiscoveryStart begun = beginDiscovery(address, name, plan, startAtOnce);
+    if (begun != kBegun) {
+        return begun == kKnownMeanwhile;
+    }
+    SPW_CString line = SPW_CString(u"New device discovered: address ") + address;
+    if (!name.isEmpty()) {
+        line += u" name: ";
+        line += name;
+    }
+    logLine(line);
+    createDiscoveredProbes(address, plan, startAtOnce);
+    endDiscovery();
+    return false;
+}
+
+TestEngine::DiscoveryStart TestEngine::beginDiscovery(const SPW_CString& address, const SPW_CString& name,
+                                                      ProbePlan& plan, bool& startAtOnce) {
+    const SPW_CGuard guard(m_lock);
+    if (m_peers.find(address) != nullptr) {
+        return kKnownMeanwhile;
+    }
+    if (m_discoveriesClosed || !m_settings.includeAnyoneInReach) {
+        return kUnwanted;
+    }
+    for (int i = 0; i < m_identity.localAddresses.numberOfElements(); ++i) {
+        if (m_identity.localAddresses[i] == address) {
+            return kUnwanted;
+        }
+    }
+    m_peers.addDiscovered(address, name);
+    plan = probePlan();
+    startAtOnce = m_running;
+    ++m_discoveriesInProgress;
+    return kBegun;
+}
+
+// What starting gives is ignored: the test goes on with whatever could be started.
+void TestEngine::createDiscoveredProbes(const SPW_CString& address, const ProbePlan& plan, bool startAtOnce) {
+    if (plan.udp) {
+        ProbeConnector* connector =
+            new (std::nothrow) VTR_CUdpConnector(this, address, plan.port, plan.announcement, plan.periodMs);
+        addConnector(connector);
+        if (startAtOnce && connector != nullptr) {
+            (void)connector->StartSending();
+        }
+        logLine(SPW_CString(u"Created VTR_CUdpConnector to ") + address);
+    }
+    if (plan.tcp) {
+        ProbeConnector* connector =
+            new (std::nothrow) VTR_CTcpipConnector(this, address, plan.port, plan.announcement, plan.periodMs);
+        addConnector(connector);
+        if (startAtOnce && connector != nullptr) {
+            (void)connector->StartSending();
+        }
+        logLine(SPW_CString(u"Created VTR_CTcpipConnector to ") + address);
+    }
+    if (plan.ping) {
+        VTR_CPinger* pinger = new (std::nothrow) VTR_CPinger(this, address, plan.periodMs, plan.overheadBytes);
+        (void)addPinger(pinger);
+        if (startAtOnce && pinger != nullptr) {
+            (void)pinger->StartPinging();
+        }
+        logLine(SPW_CString(u"Created VTR_CPinger to ") + address);
+    }
+}
+
+void TestEngine::endDiscovery() {
+    const SPW_CGuard guard(m_lock);
+    --m_discoveriesInProgress;
+    if (m_discoveriesClosed && m_discoveriesInProgress == 0) {
+        (void)m_noDiscovery.set();
+    }
+}
+
+void TestEngine::closeDiscoveries() {
+    {
+        const SPW_CGuard guard(m_lock);
+        m_discoveriesClosed = true;
+    }
+    while (hasDiscoveryInProgress()) {
+        (void)m_noDiscovery.wait(kDiscoveryWaitMs);
+    }
+}
+
+void TestEngine::reopenDiscoveries() {
+    const SPW_CGuard guard(m_lock);
+    m_discoveriesClosed = false;
+}
+
+bool TestEngine::hasDiscoveryInProgress() const {
+    const SPW_CGuard guard(m_lock);
+    return m_discoveriesInProgress > 0;
+}
