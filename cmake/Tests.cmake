@@ -1,4 +1,3 @@
-find_package(GTest REQUIRED)
 include(GoogleTest)
 
 # linkometry_test(<target> LABELS <label>... SOURCES <file>... LIBRARIES <target>...)
