@@ -10,5 +10,6 @@ using Folder = std::string;
 
 void benchListener(const Network& network, const Folder& folder, const Effort& effort, Report& report);
 void benchLog(const Network& network, const Folder& folder, const Effort& effort, Report& report);
-void benchPeers(const Network& network, const Folder& folder, const Effort& effort, Report& report);
+// Usage and lateness with that many peers; of a single one the lateness alone.
+void benchPeers(int peers, const Network& network, const Folder& folder, const Effort& effort, Report& report);
 void benchStartStop(const Network& network, const Folder& folder, const Effort& effort, Report& report);

@@ -173,44 +173,40 @@ std::string perProbe(const Usage& usage, int probesPerSecond) {
     return Report::text("%.1f us", usage.cores * 1e6 / probesPerSecond);
 }
 
-void reportUsage(int peers, const EngineUsage& engine, const Usage& bare, const Usage& fping, Report& report) {
-    const std::string name = std::to_string(peers) + " peers";
-    const double cores = engine.usage.cores;
-    const double mebibytes = engine.usage.residentMiB;
-    const std::string coresAim = peers == 256 ? "< 25 %" : peers == 1000 ? "< 100 %" : "";
-    report.add(name + ", processor (limit: bare threads)", percentOf(engine.usage), percentOf(bare), cores / bare.cores,
-               coresAim, cores < (peers == 256 ? 0.25 : 1));
-    report.add(name + ", processor (limit: fping, pings alone)", percentOf(engine.usage), percentOf(fping),
-               cores / fping.cores, "", true);
-    report.add(name + ", processor a probe (bare threads)", perProbe(engine.usage, 3 * peers),
-               perProbe(bare, 3 * peers), cores / bare.cores, "", true);
-    report.add(name + ", resident (bare threads)", Report::text("%.1f MiB", mebibytes),
-               Report::text("%.1f MiB", bare.residentMiB), mebibytes / bare.residentMiB, peers == 256 ? "< 40 MiB" : "",
-               mebibytes < 40);
-    report.add(name + ", resident a peer", Report::text("%.1f KiB", mebibytes * 1024 / peers), "", true);
+void reportUsage(int peers, const Usage& engine, const Usage& bare, const Usage& fping, Report& report) {
+    const bool hasAims = peers == 256 || peers == 1000;
+    const double mostCores = peers == 256 ? 0.25 : 1;
+    report.add("processor (limit: bare threads)", percentOf(engine), percentOf(bare), engine.cores / bare.cores,
+               hasAims ? Report::text("< %.0f %% core", mostCores * 100) : "", engine.cores < mostCores);
+    report.add("processor (limit: fping, which pings alone)", percentOf(engine), percentOf(fping),
+               engine.cores / fping.cores, "", true);
+    report.add("processor a probe (limit: bare threads)", perProbe(engine, 3 * peers), perProbe(bare, 3 * peers),
+               engine.cores / bare.cores, "", true);
+    report.add("resident memory (limit: bare threads)", Report::text("%.1f MiB", engine.residentMiB),
+               Report::text("%.1f MiB", bare.residentMiB), engine.residentMiB / bare.residentMiB,
+               peers == 256 ? "< 40 MiB" : "", engine.residentMiB < 40);
 }
 
 void reportLateness(int peers, const EngineUsage& engine, Report& report) {
-    const std::string name = std::to_string(peers) + (peers == 1 ? " peer" : " peers");
-    report.add(name + ", lateness, median", Report::text("%.2f ms", engine.result.medianLateMs), "", true);
-    report.add(name + ", lateness, 99th percentile", Report::text("%.2f ms", engine.result.lateMs99),
+    report.add("lateness, median", Report::text("%.2f ms", engine.result.medianLateMs), "", true);
+    report.add("lateness, 99th percentile", Report::text("%.2f ms", engine.result.lateMs99),
                peers == 1000 ? "< 20 ms" : "", engine.result.lateMs99 < 20);
-    report.add(name + ", lost on a network that loses nothing",
+    report.add("lost, where the network loses nothing",
                std::to_string(engine.falseLosses) + " of " + std::to_string(engine.result.probes), "none",
                engine.falseLosses == 0);
 }
 
 }  // namespace
 
-void benchPeers(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
-    report.section("Peers probed by UDP, TCP and ping once a second");
-    const std::vector<int> peerCounts = effort.quick ? std::vector<int>{256} : std::vector<int>{1, 64, 256, 1000};
-    for (const int peers : peerCounts) {
-        const EngineUsage engine = watchEngine(network, folder, peers, effort);
-        if (peers > 1)
-            reportUsage(peers, engine, watchBare(network, peers, effort), watchFping(network, peers, effort), report);
-        reportLateness(peers, engine, report);
+void benchPeers(int peers, const Network& network, const Folder& folder, const Effort& effort, Report& report) {
+    const std::string who = std::to_string(peers) + (peers == 1 ? " peer" : " peers");
+    report.section((who + " probed by UDP, TCP and ping once a second").c_str());
+    const EngineUsage engine = watchEngine(network, folder, peers, effort);
+    if (peers > 1) {
+        const Usage bare = watchBare(network, peers, effort);
+        reportUsage(peers, engine.usage, bare, watchFping(network, peers, effort), report);
     }
+    reportLateness(peers, engine, report);
 }
 
 void benchStartStop(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
