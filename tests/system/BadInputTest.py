@@ -1,0 +1,248 @@
+"""Settings, hive files and disks that are not as they should be."""
+
+import os
+import re
+import stat
+import subprocess
+import time
+
+import lab
+import traffic
+
+SETTINGS = ("display name", "description", "frequency qty", "frequency units", "log data packets", "log events",
+            "log filename", "multicast group", "multicast port", "multicast selected", "multicast ttl",
+            "overhead bytes", "peer set includes anyone-in-reach", "peer set includes named-ip-addresses",
+            "ping selected", "port", "tcpip selected", "udp selected")
+DEFAULTS = ("Host Name", "This is a linkometry test logfile", "1", "seconds", "no", "no", "VantiroDiagnostics.txt",
+            "228.227.226.225", "7550", "yes", "3", "10", "yes", "yes", "yes", "5009", "yes", "yes")
+
+
+def values_of(hive):
+    """The text values of the settings' key in a hive file, each of which must stand there once."""
+    section = hive.split(f"[{lab.SETTINGS_KEY}]\n")
+    if len(section) != 2:
+        raise AssertionError(f"the key stands {len(section) - 1} times in\n{hive}")
+    found = re.findall(r'^"(.*?)"="(.*)"$', section[1].split("\n[")[0], re.MULTILINE)
+    if len(dict(found)) != len(found):
+        raise AssertionError(f"a value stands twice in\n{hive}")
+    return dict(found)
+
+
+class SettingsTest(lab.SystemTest):
+    def setUp(self):
+        super().setUp()
+        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
+
+    def sockets(self):
+        return self.device.run("ss", "-Hltuna").stdout
+
+    def listens(self, port):
+        return lab.eventually(lambda: f":{port} " in self.sockets(), 20,
+                              lambda: f"{self.device.programs[-1]} listens on {port}: {self.sockets()}")
+
+    def test_missing_hive_becomes_one_with_all_defaults(self):
+        self.assertEqual(self.device.start("-headless", "-duration", "0").wait(), 2)
+        hive = self.device.read_hive()
+        self.assertTrue(hive.startswith("Windows Registry Editor Version 5.00\n"))
+        self.assertEqual(values_of(hive), dict(zip(SETTINGS, DEFAULTS)))
+        self.assertIn(f"[{lab.PEERS_KEY}]\n", hive)
+        # Who looks again finds all there.
+        self.assertEqual(self.device.start("-headless", "-duration", "0").wait(), 2)
+        self.assertEqual(self.device.read_hive(), hive)
+
+    def test_what_a_person_wrote_stays_as_it_was(self):
+        text = ("REGEDIT4\n\n; first comment\n[HKEY_CURRENT_USER\\software\\VANTIRO networks\\vantiro diagnostic]\n"
+                '  "Port" = "6005"   ; behind it\n\n"ping selected"="no"\n')
+        self.device.write_hive(text)
+        program = self.device.measure()
+        self.listens(6005)
+        self.assertEqual(program.stop(), 2)
+        hive = self.device.read_hive()
+        self.assertTrue(hive.startswith(text.rstrip("\n")), hive)
+        self.assertEqual(hive.lower().count('"port"'), 1)
+
+    def test_text_instead_of_a_number_is_0(self):
+        # An address that ends a multicast probe's journey at once, an empty request, a port of the kernel's choice.
+        self.device.configure("udp", "multicast", "ping", peers={"peer": self.peer.address}, overhead_bytes="many",
+                              port="http", multicast_ttl="far")
+        with traffic.Capture(self.peer) as capture:
+            self.device.measure()
+            self.device.wait_for_log_line(r"on pinger \( 10\.77\.0\.2 \) :IcmpSendEcho failed 122$", within=20)
+            line = self.device.wait_for_log_line("udp connector")
+            self.assertRegex(line, r"on udp connector \( 10\.77\.0\.2 \) :send failed 10\d\d\d$")
+            self.assertNotIn(":5009 ", self.sockets())
+            time.sleep(1)
+            self.assertEqual(capture.frames(destination=traffic.GROUP, protocol=traffic.UDP), [])
+
+    def test_unknown_unit_is_a_period_of_0_which_sends_at_every_step(self):
+        self.device.write_settings({"frequency units": "weeks", "frequency qty": "3", "multicast selected": "no",
+                                    "tcpip selected": "no", "ping selected": "no"}, {"peer": self.peer.address})
+        with traffic.UdpEnd(self.peer, traffic.PORT) as receiver:
+            program = self.device.measure()
+            datagrams = receiver.receive_many(500, within=30)
+            self.assertEqual(program.stop(), 1)
+        self.assertEqual([traffic.parse(each.data).sequence for each in datagrams], list(range(500)))
+
+    def test_unit_is_compared_without_regard_to_case_and_a_number_ends_where_it_ends(self):
+        self.device.write_settings({"frequency units": "MilliSeconds", "frequency qty": " 100 a second",
+                                    "multicast selected": "NO", "tcpip selected": "true", "ping selected": "1"},
+                                   {"peer": self.peer.address})
+        with traffic.UdpEnd(self.peer, traffic.PORT) as receiver:
+            self.device.measure()
+            times = [each.time for each in receiver.receive_many(11, within=30)]
+        self.assertGreater(times[-1] - times[0], 0.95)
+        self.assertLess(times[-1] - times[0], 4)
+        # What is not "yes" is no.
+        self.assertNotIn("VTR_CTcpip", "\n".join(self.device.log_lines()))
+        self.assertNotIn("VTR_CPinger", "\n".join(self.device.log_lines()))
+
+    def test_values_of_other_types_count_as_their_text(self):
+        self.device.write_hive(
+            f'[{lab.SETTINGS_KEY}]\n"port"=dword:00001770\n"frequency units"=hex:6d,69,6c,6c,69,73,65,63,6f,6e,64,73\n'
+            '"frequency qty"=dword:00000064\n"ping selected"="no"\n'
+            f'[{lab.PEERS_KEY}]\n"bytes"=hex:31,30,2e,37,37,2e,30,2e,32\n')
+        with traffic.UdpEnd(self.peer, 6000) as receiver:
+            program = self.device.measure()
+            self.assertEqual(traffic.parse(receiver.receive_many(5, within=20)[0].data).sequence, 0)
+            self.assertEqual(program.stop(), 1)
+        self.assertEqual(program.final_rows()["10.77.0.2"]["label"], "10.77.0.2 (bytes)")
+        self.assertIn('"port"=dword:00001770\n', self.device.read_hive())
+
+    def test_value_that_has_no_text_is_replaced_by_its_default(self):
+        self.device.write_hive(f'[{lab.SETTINGS_KEY}]\n"port"=hex(2):25,00,00,00\n"udp selected"=hex(b):01,02\n')
+        program = self.device.measure()
+        self.listens(5009)
+        self.assertEqual(program.stop(), 2)
+        values = values_of(self.device.read_hive())
+        self.assertEqual((values["port"], values["udp selected"]), ("5009", "yes"))
+
+    def test_peer_that_is_no_address_is_tried_and_reported_like_any_other(self):
+        self.device.configure("udp", "tcpip", "ping", peers={"typo": "10.77.0.300", "name": "no.such.host.invalid"})
+        program = self.device.measure()
+        for kind in ("udp connector", "tcpip connector", "pinger"):
+            for address in ("10.77.0.300", "no.such.host.invalid"):
+                self.device.wait_for_log_line(rf"SOCKET ERROR: .* on {kind} \( {re.escape(address)} \) :", within=30)
+        self.device.wait_for_log_line(r"on pinger \( 10\.77\.0\.300 \) :no ipaddress supplied$")
+        self.assertEqual(program.stop(within=30), 1)
+
+    def test_port_for_the_group_can_come_from_the_other_products_key(self):
+        self.device.write_hive(lab.hive_text({r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\KORV":
+                                              {"UDPPort": "6006"}}))
+        program = self.device.measure()
+        self.listens(6006)
+        self.assertEqual(program.stop(), 2)
+        self.assertEqual(values_of(self.device.read_hive())["multicast port"], "6006")
+
+
+class HiveFileTest(lab.SystemTest):
+    def setUp(self):
+        super().setUp()
+        self.device = self.lab.device("pocket1")
+
+    def test_hive_that_is_cut_off_is_reported_with_its_line_once_and_never_changed(self):
+        self.device.configure("udp", port="6007")
+        whole = self.device.read_hive()
+        cut = whole[:whole.index('6007"') + 2]
+        self.device.write_hive(cut)
+        program = self.device.start("-headless")
+        # The settings have their defaults meanwhile.
+        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+        program.signal(lab.signal.SIGHUP)
+        self.device.wait_for_log_line("Test 2 starting", within=20)
+        said = f"{self.device.hive_path}:{cut.count(chr(10)) + 1}: "
+        self.assertEqual(program.errors().count(said), 1, program.errors())
+        self.assertEqual(self.device.read_hive(), cut)
+        # Mended, it counts at the next start.
+        self.device.write_hive(whole)
+        program.signal(lab.signal.SIGHUP)
+        lab.eventually(lambda: ":6007 " in self.device.run("ss", "-Hluna").stdout, 20, "the mended hive counts")
+        self.assertEqual(program.stop(), 2)
+
+    def test_hive_cut_off_anywhere_ends_no_program_and_a_broken_one_is_not_changed(self):
+        self.device.configure("udp", peers={"peer": "10.77.0.99"})
+        whole = self.device.read_hive()
+        for length in range(0, len(whole), 37):
+            self.device.write_hive(whole[:length])
+            program = self.device.start("-headless", "-duration", "0")
+            self.assertIn(program.wait(), (1, 2), f"{length} bytes")
+            if "The file is neither used nor changed" in program.errors():
+                self.assertEqual(self.device.read_hive(), whole[:length])
+            else:
+                # What is left is a whole file: all of it is still there, in order, and missing settings are added.
+                lines = iter(self.device.read_hive().splitlines())
+                self.assertTrue(all(line in lines for line in whole[:length].splitlines()), f"{length} bytes")
+
+    def test_hive_of_foreign_bytes_is_reported_and_not_changed(self):
+        for content in (os.urandom(4096), b"\xff\xfe[\0H\0", b"[HKEY_CURRENT_USER\n", b'"a"="b"\n',
+                        b"[HKEY_LOCAL_MACHINE\\x]\n"):
+            with self.subTest(content[:20]):
+                with open(self.device.hive_path, "wb") as file:
+                    file.write(content)
+                program = self.device.start("-headless", "-duration", "0")
+                self.assertEqual(program.wait(), 2)
+                self.assertRegex(program.errors(), re.escape(self.device.hive_path) + r":\d+: ")
+                with open(self.device.hive_path, "rb") as file:
+                    self.assertEqual(file.read(), content)
+
+    def test_programs_that_write_one_hive_at_once_lose_nothing_of_it(self):
+        devices = [self.device] + self.lab.devices_named("pocket2", "pocket3", "pocket4", "pocket5", "pocket6")
+        for device in devices:
+            device.registry_folder = self.device.registry_folder
+        # A value that nobody reads, in front, and one behind, must survive all rewrites.
+        self.device.write_hive('[HKEY_CURRENT_USER\\First]\n"a"="b" ; kept\n')
+        programs = [device.start("-headless", "-duration", "1") for device in devices]
+        for program in programs:
+            self.assertIn(program.wait(), (0, 1, 2))
+            self.assertNotIn(".reg", program.errors())
+        hive = self.device.read_hive()
+        self.assertEqual(values_of(hive), dict(zip(SETTINGS, DEFAULTS)))
+        self.assertTrue(hive.startswith('[HKEY_CURRENT_USER\\First]\n"a"="b" ; kept\n'), hive)
+        self.assertEqual([name for name in os.listdir(self.device.registry_folder) if name.endswith(".tmp")], [])
+
+    def test_folder_that_cannot_be_made_leaves_the_defaults(self):
+        os.rmdir(self.device.registry_folder)
+        with open(self.device.registry_folder, "w", encoding="ascii"):
+            pass
+        program = self.device.measure()
+        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+        self.assertEqual(program.stop(), 2)
+        self.assertTrue(stat.S_ISREG(os.stat(self.device.registry_folder).st_mode))
+
+
+class FullDiskTest(lab.SystemTest):
+    def setUp(self):
+        super().setUp()
+        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
+        self.disk = os.path.join(self.device.folder, "disk")
+        os.mkdir(self.disk)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", self.disk], check=True)
+        # By its end the programs are gone; what they had open goes with them.
+        self.addCleanup(lambda: subprocess.run(["umount", "--lazy", self.disk], check=True))
+        self.log = os.path.join(self.disk, "log.txt")
+        self.device.configure("udp", period=5, peers={"peer": self.peer.address}, log_events="yes",
+                              log_filename=self.log)
+
+    def test_program_whose_log_is_full_says_so_and_goes_on_measuring(self):
+        with traffic.UdpEnd(self.peer, traffic.PORT) as receiver, traffic.UdpEnd(self.peer) as sender:
+            program = self.device.measure()
+            lab.eventually(lambda: os.statvfs(self.disk).f_bfree == 0, 60, lambda: f"the disk is full: {program}")
+            lab.eventually(lambda: re.search(r"log\.txt|[Dd]isk|space", program.errors()), 20, lambda: str(program))
+            receiver.receive_for(0.5)
+            self.assertEqual(len(receiver.receive_many(50, within=20)), 50)
+            for number in (1, 2, 5):
+                sender.send(traffic.packet(number), self.device.address)
+            program.wait_for_row(self.peer.address, lambda row: row["udp"]["total"] == 5)
+            self.assertLess(len(program.errors().splitlines()), 10, "the error is not repeated for each line")
+            self.assertEqual(program.stop(), 0)
+
+    def test_log_goes_on_when_there_is_room_again(self):
+        filler = os.path.join(self.disk, "filler")
+        with open(filler, "wb") as file:
+            file.write(bytes(48 << 10))
+        program = self.device.measure()
+        lab.eventually(lambda: os.statvfs(self.disk).f_bfree == 0, 60, lambda: f"the disk is full: {program}")
+        time.sleep(0.5)
+        os.remove(filler)
+        size = os.path.getsize(self.log)
+        lab.eventually(lambda: os.path.getsize(self.log) > size + 1000, 20, "the log grows again")
+        self.assertEqual(program.stop(), 1)
