@@ -71,12 +71,14 @@ public:
         }
     }
 
-    // index: 0 to numberOfElements() - 1. With any other index only the count decreases, never below 0.
+    // index: 0 to numberOfElements() - 1. With any other index the count decreases all the same, but never below 0.
     void removeElementAt(int index) {
         if (index < 0 || index >= m_numberOfElements) {
             SPW_CArrayIndexFailed("index >= 0 && index < m_numberOfElements", 153, "removeElementAt");
-        } else {
-            std::copy(m_elements + index + 1, m_elements + m_numberOfElements, m_elements + index);
+        }
+        // As if the index were valid: the elements behind it move down by one, all of them when it is below 0.
+        for (int k = std::max(index, 0); k < m_numberOfElements - 1; ++k) {
+            m_elements[k] = m_elements[k + 1];
         }
         m_numberOfElements = std::max(m_numberOfElements - 1, 0);
     }
