@@ -118,8 +118,8 @@ public:
 
     // A fatal error does not end the program.
     void setNoExit(bool on) { m_noExit = on; }
-    // Fatal errors with this code are no fatal ones for this program: they get a box like any other error, and the
-    // program goes on. 0, which stands at first, means that there is no such code: an assertion has none either.
+    // The no-exit switch for the fatal errors of one code alone: they get their box, and the program goes on. 0, which
+    // stands at first, means that there is no such code: an assertion, which has none either, is never survived.
     void setSurvivedCode(SPW_Result code) { m_survivedCode = code; }
     // No box is shown; where one was due report() returns 8.
     void setNoBox(bool on) { m_noBox = on; }
@@ -151,6 +151,7 @@ private:
     // Takes the log over; false, and the name of the other, when there is an error log by now.
     bool adoptLog(std::unique_ptr<SPW_CLogFile>& log, SPW_CString& openName);
     void writeToLog(const SPW_CString& record);
+    bool isSurvived(SPW_Result code) const;
     static SPW_CString errorRecord(const Place& place, SPW_Result code, SPW_Result linkedCode,
                                    const SPW_CString& message);
     SPW_Result ask(const Place& place, SPW_Result code, SPW_Result linkedCode, const SPW_CString& message,
@@ -163,7 +164,6 @@ private:
 
     std::atomic<bool> m_noExit{false};
     std::atomic<bool> m_noBox{false};
-    std::atomic<SPW_Result> m_survivedCode{0};
     std::atomic<std::uint32_t> m_traceFileMask{0};
     std::atomic<std::uint32_t> m_combinedMask{0};  // the file's mask and every listener's
     SPW_CLogFile* m_log = nullptr;                 // owned; guarded by m_logLock
@@ -175,6 +175,7 @@ private:
     SPW_CLazy<SPW_CCriticalSection> m_listenerLock;
     SPW_CLazy<SPW_CCriticalSection> m_logLock;  // keeps the error log alive while a line is being written
     std::atomic<bool> m_showErrors{false};
+    std::atomic<SPW_Result> m_survivedCode{0};
     std::atomic<SPW_CMessageBox*> m_messageBox{nullptr};
     std::atomic<void (*)(int code)> m_exit{nullptr};
 };

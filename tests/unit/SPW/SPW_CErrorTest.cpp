@@ -251,12 +251,21 @@ TEST_F(ErrorTest, FrontEndMayEndTheProgramItself) {
     EXPECT_EQ(exitCode, 1);
 }
 
-TEST_F(ErrorTest, FatalErrorWithTheSurvivedCodeIsAnErrorLikeAnyOther) {
+TEST_F(ErrorTest, FatalErrorIsInTheErrorLogBeforeTheProgramEnds) {
+    openLog();
+    EXPECT_EXIT((void)report(12, 0, u"last words", SPW_CError::kFatal), testing::ExitedWithCode(1), "");
+    const std::vector<std::string> lines = records();
+    ASSERT_THAT(lines, SizeIs(1));
+    EXPECT_THAT(lines[0], testing::EndsWith(" Class::method in module Module:12 -> last words"));
+}
+
+TEST_F(ErrorTest, FatalErrorWithTheSurvivedCodeReturnsTheAnswerToItsBox) {
     error.setSurvivedCode(111);
-    EXPECT_EQ(report(111, 0, u"no interface", SPW_CError::kFatal), 1u);
+    box.answer = SPW_CMessageBox::kAnswerCancel;
+    EXPECT_EQ(report(111, 0, u"no interface", SPW_CError::kFatal | SPW_CError::kOkCancel), 2u);
     ASSERT_EQ(box.shown.size(), 1u);
-    EXPECT_EQ(box.shown[0].caption, "Oops");
-    EXPECT_EQ(box.shown[0].buttons, SPW_CMessageBox::kOk);
+    EXPECT_EQ(box.shown[0].caption, "Internal Fatal Error");
+    EXPECT_EQ(box.shown[0].buttons, SPW_CMessageBox::kOkCancel);
     EXPECT_EXIT(report(112, 0, u"another", SPW_CError::kFatal), testing::ExitedWithCode(1), "");
 }
 
@@ -368,6 +377,9 @@ TEST_F(ErrorTest, ConsoleEchoPrintsTheRecordOrItsShortForm) {
     EXPECT_EQ(trace(1, 2, u"message"), 0u);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "TRACE ! Class::method" + thread() + " in module Module:12 -> message\n");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(trace(1, 2, u""), 0u);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "TRACE ! Class::method" + thread() + " in module Module:12\n");
     error.setShortEcho(true);
     testing::internal::CaptureStdout();
     EXPECT_EQ(trace(1, 2, u"message"), 0u);

@@ -4,6 +4,7 @@
 
 #include "SPW_CClock.h"
 #include "SPW_CErrorSys.h"
+#include "SPW_CImmortal.h"
 #include "SPW_CLogFile.h"
 #include "SPW_CThread.h"
 
@@ -13,15 +14,8 @@ constexpr const char* kModule = "src\\SPW\\src\\CError\\portable\\SPW_CError";
 constexpr const char* kClass = "SPW_CError";
 constexpr int kFatalExitCode = 1;
 
-// The process's reporter: constant-initialised, and never destroyed, because threads that outlive main() and
-// destructors of other static objects may still report.
-union ReporterStorage {
-    constexpr ReporterStorage() : reporter() {}
-    ~ReporterStorage() {}
-    SPW_CError reporter;
-};
-
-ReporterStorage reporterStorage;
+// Never destroyed: threads that outlive main() and destructors of other static objects may still report.
+SPW_CImmortal<SPW_CError> processReporter;
 
 // Stands in until the application installs the box of its front end.
 class StandardErrorBox : public SPW_CMessageBox {
@@ -32,7 +26,7 @@ public:
     }
 };
 
-StandardErrorBox standardErrorBox;
+SPW_CImmortal<StandardErrorBox> standardErrorBox;
 
 void appendMessage(SPW_CString& record, const SPW_CString& message) {
     if (!message.isEmpty()) {
@@ -119,7 +113,7 @@ void addTo(SPW_CThreadSlot& slot, int change) {
 
 }  // namespace
 
-SPW_CError* SPW_CError::instance = &reporterStorage.reporter;
+SPW_CError* SPW_CError::instance = &processReporter.value;
 
 // Counts the reporter calls that the calling thread is inside of.
 class SPW_CError::Nesting {
@@ -214,9 +208,6 @@ void SPW_CError::writeToLog(const SPW_CString& record) {
     }
 }
 
-// In place of kFatal where the program goes on: an error that has a box, and no button but OK.
-static constexpr std::uint32_t kSurvived = 1;
-
 bool SPW_CError::describeCode(SPW_Result, const char*, SPW_CString& text) {
     text.clear();
     return true;
@@ -228,18 +219,19 @@ SPW_Result SPW_CError::report(const char* module, int line, const char* classNam
     if (!nesting.isOutermost()) {
         return 0;
     }
-    if (code != 0 && code == m_survivedCode && (flags & kFatal) != 0) {
-        flags = (flags & ~kFatal) | kSurvived;
-    }
     const Place place(module, line, className, method);
     writeToLog(errorRecord(place, code, linkedCode, message));
     const bool boxIsDue = flags != kOrdinary || m_showErrors;
     const SPW_Result answer = boxIsDue ? ask(place, code, linkedCode, message, flags) : 0;
-    if ((flags & kFatal) != 0 && !m_noExit) {
+    if ((flags & kFatal) != 0 && !m_noExit && !isSurvived(code)) {
         void (*const exitProgram)(int) = m_exit;
         exitProgram != nullptr ? exitProgram(kFatalExitCode) : SPW_CErrorSys::exitProcess(kFatalExitCode);
     }
     return answer;
+}
+
+bool SPW_CError::isSurvived(SPW_Result code) const {
+    return code != 0 && code == m_survivedCode;
 }
 
 SPW_CString SPW_CError::errorRecord(const Place& place, SPW_Result code, SPW_Result linkedCode,
@@ -273,7 +265,7 @@ SPW_Result SPW_CError::ask(const Place& place, SPW_Result code, SPW_Result linke
 
 SPW_CMessageBox& SPW_CError::box() {
     SPW_CMessageBox* installed = m_messageBox;
-    return installed != nullptr ? *installed : standardErrorBox;
+    return installed != nullptr ? *installed : standardErrorBox.value;
 }
 
 SPW_Result SPW_CError::assertionFailed(const char* module, int line, const char* className, const char* method,
@@ -313,7 +305,7 @@ SPW_Result SPW_CError::trace(std::uint32_t levelMask, int kind, const char* modu
         addTo(m_traceDepth.get(), -1);
     }
     SPW_Result result = kNotTraced;
-    if ((levelMask & m_combinedMask) != 0) {
+    if (isTraced(levelMask)) {
         const Nesting nesting(*this);
         if (nesting.isOutermost()) {
             traceWanted(levelMask, kind, Place(module, line, className, method), message);

@@ -1,5 +1,6 @@
 #include "SPW_CSysError.h"
 
+#include "SPW_CImmortal.h"
 #include "SPW_CSysErrorSys.h"
 
 namespace {
@@ -164,8 +165,8 @@ public:
     SPW_Result last() override { return SPW_CSysErrorSys::last(); }
 };
 
-SystemErrors systemErrors;
+SPW_CImmortal<SystemErrors> systemErrors;
 
 }  // namespace
 
-SPW_CSysError* SPW_CSysError::instance = &systemErrors;
+SPW_CSysError* SPW_CSysError::instance = &systemErrors.value;
