@@ -202,6 +202,21 @@ TEST_F(LogFileTest, WithoutBackupsTheFullLogIsDeleted) {
     EXPECT_EQ(folder.read("log.txt"), "on\r\n");
 }
 
+TEST_F(LogFileTest, TheDeletedLogIsNotTheNewOne) {
+    openPlain(1, 0);
+    std::filesystem::create_hard_link(folder.native() / "log.txt", folder.native() / "kept.txt");
+    EXPECT_EQ(writeBytes(2000, u'a'), 0u);
+    EXPECT_EQ(log.writeLine(u"new", false), 0u);
+    EXPECT_EQ(folder.read("kept.txt"), line(2000, 'a'));
+    EXPECT_EQ(folder.read("log.txt"), "new\r\n");
+}
+
+TEST_F(LogFileTest, BackupOfALogWithoutAnExtensionEndsWithADot) {
+    ASSERT_EQ(log.open(folder.path("plain"), u"", u"", u"", 1, 1, false), 0u);
+    EXPECT_EQ(writeBytes(1024), 0u);
+    EXPECT_TRUE(folder.exists("plain-1."));
+}
+
 TEST_F(LogFileTest, FailedRenameLeavesTheSourceAndTheRotationGoesOn) {
     folder.makeFolder("log-2.txt");  // a directory is no backup, but takes its name
     folder.write("log-1.txt", "one");
