@@ -9,8 +9,8 @@
 // CR LF; typed values stand in the file as they stand in memory, without padding.
 //
 // Every operation that returns a result answers 0, or a code of the vocabulary in SPW_CSysError.h, or one of the two
-// below. Every failure is reported once to SPW_CError and leaves the file open or closed as it was. Sizes and
-// positions are in bytes; what lies beyond 4 GiB is shown as 0xFFFFFFFF.
+// below. Every failure is reported to SPW_CError, once where nothing else is said, and leaves the file open or closed
+// as it was. Sizes and positions are in bytes; what lies beyond 4 GiB is shown as 0xFFFFFFFF.
 //
 // Others may read the file meanwhile. Windows keeps other writers away; Linux has no such lock and does not.
 //
@@ -69,7 +69,8 @@ public:
     [[nodiscard]] virtual SPW_Result readFloat(float& value);
     [[nodiscard]] virtual SPW_Result readDouble(double& value);
     // Reads text up to the 8-bit end character, which is consumed and not part of the text, or to the end of the
-    // file. 38 (end of file), unreported, when there was nothing left at all. The text is empty on failure.
+    // file. 38 (end of file), unreported, when there was nothing left at all. The text is empty on failure, which is
+    // reported twice: by the step that failed, and as the linked error of this operation.
     [[nodiscard]] virtual SPW_Result readCString(SPW_CString& text, char endCharacter);
     // One line without its CR LF; results as readCString.
     [[nodiscard]] virtual SPW_Result readLine(SPW_CString& text);

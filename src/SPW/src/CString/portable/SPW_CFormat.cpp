@@ -151,15 +151,6 @@ void setPrecision(int argument, Conversion& conversion) {
     conversion.precision = argument < 0 ? -1 : std::min(argument, kLargestNumber);
 }
 
-// The length of the text, looking at no character beyond the limit.
-int boundedLength(const char16_t* text, int limit) {
-    int length = 0;
-    while (length < limit && text[length] != 0) {
-        ++length;
-    }
-    return length;
-}
-
 void putText(const Conversion& conversion, const char16_t* text, int length, Output& output) {
     const int padding = conversion.width - length;
     if (!conversion.leftAligned) {
@@ -178,7 +169,7 @@ void putString(const Conversion& conversion, const char16_t* text, Output& outpu
         limit = std::min(limit, conversion.precision);
     }
     const char16_t* shown = text != nullptr ? text : u"(null)";
-    putText(conversion, shown, boundedLength(shown, limit), output);
+    putText(conversion, shown, SPW_lengthUpTo(shown, limit), output);
 }
 
 // A number made of a sign or prefix, zeros and the rest.
@@ -308,6 +299,14 @@ char16_t* SPW_decimalText(unsigned long magnitude, bool negative, char16_t* buff
         *--p = u'-';
     }
     return p;
+}
+
+int SPW_lengthUpTo(const char16_t* text, int limit) {
+    int length = 0;
+    while (length < limit && text[length] != 0) {
+        ++length;
+    }
+    return length;
 }
 
 int SPW_formatText(char16_t* buffer, int size, const char16_t* formatText, va_list arguments) {

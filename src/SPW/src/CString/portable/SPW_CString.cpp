@@ -20,15 +20,6 @@ int lengthOf(const char16_t* text) {
     return static_cast<int>(std::char_traits<char16_t>::length(text));
 }
 
-// The number of characters of the text, not looking beyond the limit.
-int lengthUpTo(const char16_t* text, int limit) {
-    int length = 0;
-    while (length < limit && text[length] != 0) {
-        ++length;
-    }
-    return length;
-}
-
 int capacityFor(int length) {
     return (length / SPW_CString::kStringBlock + 1) * SPW_CString::kStringBlock;
 }
@@ -354,7 +345,7 @@ void SPW_CString::assign(const char16_t* text) {
 
 void SPW_CString::assign(const char16_t* text, int count) {
     text = orEmpty(text);
-    assignUnits(text, lengthUpTo(text, count));
+    assignUnits(text, SPW_lengthUpTo(text, count));
 }
 
 void SPW_CString::fill(char16_t c, int count) {
