@@ -381,12 +381,10 @@ TEST_F(DirTest, RenamingWhatIsMissingIsReported) {
 
 TEST_F(DirTest, RefusedRenameHasTheSystemsMessage) {
     m_folder.write("f", "x");
+    // The directory on the way is missing (3), not the file (2).
     EXPECT_EQ(SPW_CDir::rename(path("f"), path("missing/g")), 138u);
     EXPECT_THAT(m_reporter.takeReports(),
-                ElementsAre(testing::AllOf(
-                    testing::Field(&RecordedReport::method, "rename"),
-                    testing::Field(&RecordedReport::message,
-                                   testing::StartsWith("Cant't rename file " + text("f") + " Error: message ")))));
+                ElementsAre(IsReport("SPW_CDir", "rename", 138, systemFailure("rename file", text("f"), 3))));
 }
 
 // --- moveFile ---

@@ -26,8 +26,18 @@ bool fail(int error) {
     return false;
 }
 
+// After a call with that path.
+bool failAt(const char* path) {
+    (void)SPW_CSysErrorPosix::failAtPath(path);  // the code is for last()
+    return false;
+}
+
 bool succeeded(int result) {
     return result == 0 || fail(errno);
+}
+
+bool succeededAt(const char* path, int result) {
+    return result == 0 || failAt(path);
 }
 
 std::uint64_t toTicks(std::int64_t seconds, std::uint32_t nanoseconds) {
@@ -65,16 +75,16 @@ const char* lastPart(const char* path) {
 }
 
 // What a link points at, marked as a link; the link itself where it points at nothing, so that it can be removed.
-bool statFollowing(int directory, const char* path, struct statx& status, std::uint32_t& link) {
+bool statFollowing(const char* path, struct statx& status, std::uint32_t& link) {
     constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
-    if (statx(directory, path, AT_SYMLINK_NOFOLLOW, kWanted, &status) != 0) {
-        return fail(errno);
+    if (statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, kWanted, &status) != 0) {
+        return failAt(path);
     }
     link = 0;
     if (S_ISLNK(status.stx_mode)) {
         link = SPW_CDirSys::kLink;
         struct statx target;
-        if (statx(directory, path, 0, kWanted, &target) == 0) {
+        if (statx(AT_FDCWD, path, 0, kWanted, &target) == 0) {
             status = target;
         } else {
             status.stx_mode = static_cast<__u16>(S_IFREG | S_IRUSR | S_IWUSR);
@@ -100,9 +110,10 @@ struct OpenFile {
 };
 
 SPW_Handle openFile(const SPW_CString& path, int flags) {
-    const int descriptor = open(path.toAnsi(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const char* name = path.toAnsi();
+    const int descriptor = open(name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) {
-        (void)fail(errno);
+        (void)failAt(name);
         return nullptr;
     }
     struct stat status;
@@ -111,7 +122,7 @@ SPW_Handle openFile(const SPW_CString& path, int flags) {
         (void)fail(EACCES);
         return nullptr;
     }
-    return new OpenFile{descriptor, lastPart(path.toAnsi())};
+    return new OpenFile{descriptor, lastPart(name)};
 }
 
 bool writeAll(int descriptor, const char* bytes, size_t size) {
@@ -154,7 +165,7 @@ bool copyOpened(int from, const struct stat& status, const char* target, bool fa
     const bool existed = access(target, F_OK) == 0;
     const int to = open(target, flags, status.st_mode & 07777);
     if (to < 0) {
-        return fail(errno);
+        return failAt(target);
     }
     bool done = copyBytes(from, to);
     if (done) {
@@ -186,9 +197,10 @@ bool orderNames(const std::string& a, const std::string& b) {
 }
 
 bool readNames(const SPW_CString& pattern, Search& search) {
-    DIR* directory = opendir(search.directory.c_str());
+    const std::string path = search.directory + "/";  // of what is sought: the directory is on the way to it
+    DIR* directory = opendir(path.c_str());
     if (directory == nullptr) {
-        return fail(errno);
+        return failAt(path.c_str());
     }
     while (const dirent* entry = readdir(directory)) {
         if (SPW_MatchesFindPattern(SPW_CString(entry->d_name), pattern)) {
@@ -206,7 +218,7 @@ bool nextFound(Search& search, SPW_CDirSys::Found& found, SPW_Result codeAtEnd) 
         const std::string& name = search.names[search.next++];
         struct statx status;
         std::uint32_t link = 0;
-        if (statFollowing(AT_FDCWD, (search.directory + "/" + name).c_str(), status, link)) {
+        if (statFollowing((search.directory + "/" + name).c_str(), status, link)) {
             fillInfo(found, status, name.c_str());
             found.attributes |= link;
             found.name = SPW_CString(name.c_str());
@@ -225,7 +237,7 @@ public:
     bool getAttributes(const SPW_CString& path, std::uint32_t& attributes) override {
         struct statx status;
         std::uint32_t link = 0;
-        if (!statFollowing(AT_FDCWD, path.toAnsi(), status, link)) {
+        if (!statFollowing(path.toAnsi(), status, link)) {
             return false;
         }
         attributes = attributesOf(status.stx_mode, lastPart(path.toAnsi())) | link;
@@ -234,50 +246,62 @@ public:
 
     // Read-only is all that Linux can keep of the attributes.
     bool setAttributes(const SPW_CString& path, std::uint32_t attributes) override {
+        const char* name = path.toAnsi();
         struct stat status;
-        if (stat(path.toAnsi(), &status) != 0) {
-            return fail(errno);
+        if (stat(name, &status) != 0) {
+            return failAt(name);
         }
         const mode_t writers = S_IWUSR | S_IWGRP | S_IWOTH;
         const mode_t old = status.st_mode & 07777;
         const mode_t wanted = (attributes & kReadOnly) != 0 ? old & ~writers : old | S_IWUSR;
-        return wanted == old || succeeded(chmod(path.toAnsi(), wanted));
+        return wanted == old || succeeded(chmod(name, wanted));
     }
 
-    bool createDirectory(const SPW_CString& path) override { return succeeded(mkdir(path.toAnsi(), 0777)); }
+    bool createDirectory(const SPW_CString& path) override {
+        const char* name = path.toAnsi();
+        return succeededAt(name, mkdir(name, 0777));
+    }
 
     bool removeDirectory(const SPW_CString& path) override {
-        if (rmdir(path.toAnsi()) == 0) {
+        const char* name = path.toAnsi();
+        if (rmdir(name) == 0) {
             return true;
         }
         struct stat status;
-        if (errno == ENOTDIR && lstat(path.toAnsi(), &status) == 0 && S_ISLNK(status.st_mode)) {
-            return succeeded(unlink(path.toAnsi()));
+        if (errno == ENOTDIR && lstat(name, &status) == 0 && S_ISLNK(status.st_mode)) {
+            return succeeded(unlink(name));
         }
-        return fail(errno);
+        return failAt(name);
     }
 
-    bool deleteFile(const SPW_CString& path) override { return succeeded(unlink(path.toAnsi())); }
+    bool deleteFile(const SPW_CString& path) override {
+        const char* name = path.toAnsi();
+        return succeededAt(name, unlink(name));
+    }
 
     bool move(const SPW_CString& from, const SPW_CString& to) override {
-        if (renameat2(AT_FDCWD, from.toAnsi(), AT_FDCWD, to.toAnsi(), RENAME_NOREPLACE) == 0) {
+        // Copies: both may be the same string, whose next toAnsi() takes the first one's result away.
+        const std::string source = from.toAnsi();
+        const std::string target = to.toAnsi();
+        if (renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
             return true;
         }
         if (errno != EINVAL && errno != ENOSYS) {
-            return fail(errno);
+            return failAt(target.c_str());  // callers have seen the source
         }
         // A file system without the flag: look first, then rename.
         struct stat status;
-        if (lstat(to.toAnsi(), &status) == 0) {
+        if (lstat(target.c_str(), &status) == 0) {
             return fail(EEXIST);
         }
-        return succeeded(::rename(from.toAnsi(), to.toAnsi()));
+        return succeededAt(target.c_str(), ::rename(source.c_str(), target.c_str()));
     }
 
     bool copy(const SPW_CString& from, const SPW_CString& to, bool failIfExists) override {
-        const int source = open(from.toAnsi(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        const char* name = from.toAnsi();
+        const int source = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
         if (source < 0) {
-            return fail(errno);
+            return failAt(name);
         }
         struct stat status;
         struct stat target;
