@@ -230,7 +230,7 @@ TEST_F(RegistryTest, DataOfMoreThan510BytesAreTooLong) {
     EXPECT_EQ(m_registry.getValue(u"long", data), 540u);
     EXPECT_EQ(errorOf(m_registry), "RegQueryValueEx failed234");
     EXPECT_EQ(m_registry.enumValue(1, name, data), 540u);
-    EXPECT_EQ(errorOf(m_registry), "RegEnumValue failed234");
+    EXPECT_EQ(errorOf(m_registry), "RegEnumValue failed 234");
 }
 
 TEST_F(RegistryTest, NamesOfMoreThan509CharactersAreTooLong) {
@@ -241,7 +241,7 @@ TEST_F(RegistryTest, NamesOfMoreThan509CharactersAreTooLong) {
     EXPECT_EQ(m_registry.enumValue(0, name, data), 0u);
     EXPECT_EQ(name.length(), 509);
     EXPECT_EQ(m_registry.enumValue(1, name, data), 540u);
-    EXPECT_EQ(errorOf(m_registry), "RegEnumValue failed234");
+    EXPECT_EQ(errorOf(m_registry), "RegEnumValue failed 234");
 }
 
 TEST_F(RegistryTest, DataWithoutTerminatorStayInsideTheBuffer) {
@@ -270,7 +270,7 @@ TEST_F(RegistryTest, EnumerationEndsWithNoMoreItems) {
     EXPECT_EQ(m_registry.enumValue(0, name, data), 0u);
     EXPECT_EQ(name, u"a");
     EXPECT_EQ(m_registry.enumValue(1, name, data), 540u);
-    EXPECT_EQ(errorOf(m_registry), "RegEnumValue failed259");
+    EXPECT_EQ(errorOf(m_registry), "RegEnumValue failed 259");
     EXPECT_EQ(m_registry.enumKey(0, name), 0u);
     EXPECT_EQ(name, u"sub");
     EXPECT_EQ(m_registry.enumKey(1, name), 540u);

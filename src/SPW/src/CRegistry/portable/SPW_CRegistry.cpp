@@ -141,7 +141,7 @@ SPW_Result SPW_CRegistry::enumValue(std::uint32_t index, SPW_CString& name, SPW_
         name = found;
         status = fromRaw(raw.type, raw.units, raw.size, data);
     } else {
-        status = failCall(u"RegEnumValue failed", code);
+        status = failCall(u"RegEnumValue failed ", code);
     }
     (void)close();
     return status;
