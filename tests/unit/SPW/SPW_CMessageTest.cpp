@@ -289,6 +289,13 @@ TEST_F(ReceiverTest, FeedBeforeStartIs245AndTellsTheUser) {
     EXPECT_THAT(boxes[0].text, testing::EndsWith("Message: Start wasn't called"));
 }
 
+TEST_F(ReceiverTest, FeedBeforeStartLeavesAnEarlierError) {
+    std::int32_t number = 0;
+    EXPECT_FALSE(m_message.popInt(number));
+    EXPECT_EQ(feed({27}), 245u);
+    EXPECT_EQ(m_message.error(), 240u);
+}
+
 TEST_F(ReceiverTest, PacketArrivesByteByByte) {
     SPW_CMessage sent;
     sent.pushString(u"line");

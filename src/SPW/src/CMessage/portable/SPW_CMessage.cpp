@@ -198,7 +198,7 @@ SPW_Result SPW_CMessage::feed(const std::uint8_t* bytes, std::uint32_t count, st
     consumed = 0;
     completed = false;
     if (m_expectedLength == kStartNotCalled) {
-        m_error = kNotStarted;
+        m_error = m_error == 0 ? kNotStarted : m_error;
         SPW_CError::instance->userInfo(kModule, __LINE__, kClass, "feed", u"Start wasn't called");
         return kNotStarted;
     }
