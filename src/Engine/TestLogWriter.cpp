@@ -37,7 +37,8 @@ void TestLogWriter::stopThread() {
 }
 
 SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
-    if (m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0)
+    // Nothing leaves the queue without the thread: whoever came to a full one without limit would wait for ever.
+    if (m_startResult != 0 || m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0)
         return kLogNotTaken;
     SPW_CMessage* const message = new SPW_CMessage;
     message->pushString(text);

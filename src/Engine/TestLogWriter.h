@@ -27,10 +27,11 @@ public:
     void step() override;
     void finish() override;
 
-    // 0, or the code with which the log file could not be opened; lines then go nowhere, and the file classes have
-    // reported it.
-    SPW_Result openResult() const { return m_openResult; }
-    // Hands a line over. Waits for room at most waitMs (-1: no limit). 0 or kLogNotTaken.
+    // 0, or the code with which the log file could not be opened or the thread not be started; lines then go nowhere,
+    // and it has been reported.
+    SPW_Result openResult() const { return m_openResult != 0 ? m_openResult : m_startResult; }
+    // Hands a line over. Waits for room at most waitMs (-1: no limit). 0 or kLogNotTaken; the latter at once and always
+    // when there is no thread.
     SPW_Result log(const SPW_CString& text, std::int32_t waitMs);
 
 private:
