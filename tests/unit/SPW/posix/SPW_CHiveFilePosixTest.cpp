@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -15,6 +17,7 @@
 
 #include "RecordingReporter.h"
 #include "RegistryFolder.h"
+#include "SPW_CHiveFilePosix.h"
 #include "SPW_CRegistry.h"
 
 namespace {
@@ -168,6 +171,125 @@ TEST_F(HiveFilePosixTest, LinkedFileStaysLinkedAndKeepsItsPermissions) {
               std::filesystem::perms(0640));
 }
 
+TEST_F(HiveFilePosixTest, LinkToAMissingFileGetsItsFile) {
+    m_folder.makeFolder("elsewhere");
+    std::filesystem::create_symlink("elsewhere/my.reg", m_folder.native() / kHiveFile);
+    SPW_CRegistry registry(kHive, u"k");
+    EXPECT_EQ(setString(registry, "x", "1"), 0u);
+    EXPECT_TRUE(std::filesystem::is_symlink(m_folder.native() / kHiveFile));
+    EXPECT_EQ(m_folder.read("elsewhere/my.reg"),
+              "Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
+}
+
+TEST_F(HiveFilePosixTest, LinkToAFileInAMissingFolderStaysAsItIs) {
+    std::filesystem::create_symlink("missing/my.reg", m_folder.native() / kHiveFile);
+    SPW_CRegistry registry(kHive, u"k");
+    EXPECT_EQ(registry.createKey(u"x"), 540u);
+    EXPECT_EQ(errorOf(registry), "RegCreateKeyEx failed2");
+    EXPECT_TRUE(std::filesystem::is_symlink(m_folder.native() / kHiveFile));
+}
+
+// Each folder has a link of its own; the lock and the temporary file have to be beside the one file.
+TEST_F(HiveFilePosixTest, WhoComeByDifferentLinksTakeTurns) {
+    m_folder.write("shared.reg", "[HKEY_CURRENT_USER\\k]\n");
+    for (const char* folder : {"a", "b"}) {
+        m_folder.makeFolder(folder);
+        std::filesystem::create_symlink("../shared.reg", m_folder.native() / folder / kHiveFile);
+    }
+    setenv("VANTIRO_REGISTRY_DIR", (m_folder.native() / "a").c_str(), 1);
+    SPW_CRegistry registry(kHive, u"k");
+    EXPECT_EQ(setString(registry, "x", "1"), 0u);
+    EXPECT_TRUE(m_folder.exists("shared.reg.lock"));
+    EXPECT_FALSE(m_folder.exists("a/HKEY_CURRENT_USER.reg.lock"));
+}
+
+TEST_F(HiveFilePosixTest, GroupStaysWhenTheOwnerCannot) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser may give files away";
+    }
+    static constexpr gid_t kGroup = 4711;
+    const std::string file = (m_folder.native() / kHiveFile).string();
+    m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n");
+    ASSERT_EQ(chown(file.c_str(), 0, kGroup), 0);
+    ASSERT_EQ(chmod(file.c_str(), 0660), 0);
+    std::filesystem::permissions(m_folder.native(), std::filesystem::perms(0777));
+    EXPECT_TRUE(inProcess([] {
+        SPW_CRegistry registry(kHive, u"k");
+        return setgroups(1, &kGroup) == 0 && setgid(65534) == 0 && setuid(65534) == 0 &&
+               setString(registry, "x", "1") == 0;
+    }));
+    struct stat status;
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 65534u);
+    EXPECT_EQ(status.st_gid, kGroup);
+    EXPECT_EQ(status.st_mode & 07777, 0660u);
+}
+
+TEST_F(HiveFilePosixTest, HandEditDuringAWriteIsNotLost) {
+    m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
+    int calls = 0;
+    EXPECT_EQ(SPW_CHiveFilePosix::edit(SPW_CRegistrySys::kCurrentUser,
+                                       [&](SPW_CRegistryText& text) {
+                                           if (++calls == 1) {
+                                               m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n\"x\"=\"by hand\"\n");
+                                           }
+                                           return text.setValue(u"k", u"y", SPW_CRegistryText::kSz, u"2", 4);
+                                       }),
+              0u);
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(m_folder.read(kHiveFile), "[HKEY_CURRENT_USER\\k]\n\"x\"=\"by hand\"\n\"y\"=\"2\"\n");
+    EXPECT_FALSE(m_folder.exists("HKEY_CURRENT_USER.reg.tmp"));
+}
+
+TEST_F(HiveFilePosixTest, FileThatAppearsDuringAWriteIsNotLost) {
+    int calls = 0;
+    EXPECT_EQ(SPW_CHiveFilePosix::edit(SPW_CRegistrySys::kCurrentUser,
+                                       [&](SPW_CRegistryText& text) {
+                                           if (++calls == 1) {
+                                               m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n\"x\"=\"by hand\"\n");
+                                           }
+                                           return text.createKey(u"new");
+                                       }),
+              0u);
+    EXPECT_THAT(m_folder.read(kHiveFile), HasSubstr("\"x\"=\"by hand\""));
+}
+
+// Writes as editors do that keep the file: empties it, or writes half of it, and then the rest.
+void writeInTwoSteps(const RegistryFolder& folder, const std::string& half, const std::string& whole) {
+    folder.write(kHiveFile, half);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    folder.write(kHiveFile, whole);
+}
+
+TEST_F(HiveFilePosixTest, FileThatIsBeingWrittenIsWaitedFor) {
+    const std::string whole = "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n";
+    for (const std::string& half : {std::string(), whole.substr(0, 30)}) {
+        bool waited = false;
+        // A machine that is busy elsewhere may take longer over the second step than a reader waits.
+        for (int attempt = 0; attempt < 20 && !waited; ++attempt) {
+            m_folder.write(kHiveFile, half);
+            std::thread editor([&] { writeInTwoSteps(m_folder, half, whole); });
+            SPW_CRegistry registry(kHive, u"k", SPW_CRegistry::kOnlyIfPresent);
+            const std::size_t boxesBefore = m_reporter.boxes().size();
+            waited = stringAt(registry, u"x") == "1" && m_reporter.boxes().size() == boxesBefore;
+            editor.join();
+        }
+        EXPECT_TRUE(waited) << half;
+    }
+}
+
+TEST_F(HiveFilePosixTest, DamagedFileOfTheFutureIsNotWaitedFor) {
+    m_folder.write(kHiveFile, "?");
+    std::filesystem::last_write_time(m_folder.native() / kHiveFile,
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < 100; ++i) {
+        SPW_CRegistry registry(kHive, u"k", SPW_CRegistry::kOnlyIfPresent);
+        EXPECT_EQ(stringAt(registry, u"x"), "failed: RegOpenKeyEx failed1009");
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+}
+
 // --- Damaged files ---
 
 TEST_F(HiveFilePosixTest, CutOffFileIsReportedWithItsLineAndNeverOverwritten) {
@@ -296,7 +418,7 @@ TEST_F(HiveFilePosixTest, ThousandsOfValuesAreEnumeratedFast) {
         ++found;
     }
     EXPECT_EQ(found, 5000u);
-    EXPECT_EQ(errorOf(registry), "RegEnumValue failed259");
+    EXPECT_EQ(errorOf(registry), "RegEnumValue failed 259");
 }
 
 }  // namespace

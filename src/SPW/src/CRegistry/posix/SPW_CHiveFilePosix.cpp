@@ -16,6 +16,7 @@
 
 #include "../../CApp/posix/SPW_CUserDirPosix.h"
 #include "../../CSysError/posix/SPW_CSysErrorPosix.h"
+#include "SPW_CClockSys.h"
 #include "SPW_CError.h"
 #include "SPW_CSysError.h"
 
@@ -25,8 +26,10 @@ using Hive = SPW_CRegistrySys::Hive;
 using Text = std::shared_ptr<const SPW_CRegistryText>;
 
 // The clock of file times ticks every few milliseconds: a file that is younger than this when it is read may
-// change once more without showing it.
+// change once more without showing it, and may be half of what an editor is about to write.
 constexpr std::int64_t kUnsettledNs = 100000000;
+constexpr std::uint32_t kLookAgainMs = 10;
+constexpr int kLooks = 10;
 
 class Descriptor {
 public:
@@ -77,11 +80,21 @@ std::string pathOf(Hive hive) {
     return folderOf(hive) + "/" + hiveName(hive) + ".reg";
 }
 
+// The file itself where the path is a link, so that all who come to it by links of their own share one lock and one
+// temporary file, beside it.
+std::string fileOf(Hive hive) {
+    const std::string path = pathOf(hive);
+    char* const resolved = realpath(path.c_str(), nullptr);
+    const std::string file = resolved != nullptr ? resolved : path;
+    free(resolved);
+    return file;
+}
+
 std::int64_t nanoseconds(const timespec& time) {
     return std::int64_t(time.tv_sec) * 1000000000 + time.tv_nsec;
 }
 
-// Which file it is and in which state.
+// Which file it is and in which state; as constructed, a file that is missing.
 struct Identity {
     dev_t device = 0;
     ino_t inode = 0;
@@ -100,11 +113,26 @@ struct Identity {
         return device == other.device && inode == other.inode && size == other.size && modified == other.modified &&
                changed == other.changed;
     }
-    bool isSettled() const {
+    std::int64_t ageNs() const {
         timespec now = {};
         clock_gettime(CLOCK_REALTIME, &now);
-        return nanoseconds(now) - std::max(modified, changed) > kUnsettledNs;
+        return nanoseconds(now) - std::max(modified, changed);
     }
+    bool isSettled() const { return ageNs() > kUnsettledNs; }
+    // A time in the future is another machine's and says nothing.
+    bool isFresh() const { return ageNs() >= 0 && ageNs() <= kUnsettledNs; }
+};
+
+Identity identityOf(const std::string& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 ? Identity(status) : Identity();
+}
+
+// What a look at a file found.
+struct Look {
+    Identity identity;
+    Text text;
+    SPW_CRegistryText::Problem problem;  // when it does not parse
 };
 
 // What is remembered of a file, so that enumerating a long hive does not parse it for every entry.
@@ -178,30 +206,27 @@ SPW_Result readAll(int file, std::size_t expected, std::vector<char>& bytes) {
     }
 }
 
-SPW_Result parseFile(Hive hive, const std::string& path, int file, const Identity& identity, Text& text) {
-    const bool settled = identity.isSettled();
+SPW_Result parseFile(Hive hive, const std::string& path, int file, Look& look) {
+    const bool settled = look.identity.isSettled();
     std::vector<char> bytes;
-    const SPW_Result code = readAll(file, static_cast<std::size_t>(identity.size), bytes);
+    const SPW_Result code = readAll(file, static_cast<std::size_t>(look.identity.size), bytes);
     if (code != kSysOk) {
         return code;
     }
     const auto parsed = std::make_shared<SPW_CRegistryText>(SPW_CString(hiveName(hive)));
-    SPW_CRegistryText::Problem problem;
-    if (!parsed->parse(bytes.data(), bytes.size(), problem)) {
-        if (isNewProblem(path, identity)) {
-            tellProblem(path, problem);
-        }
+    if (!parsed->parse(bytes.data(), bytes.size(), look.problem)) {
         return kSysRegistryCorrupt;
     }
-    text = parsed;
-    remember(path, identity, settled, text);
+    look.text = parsed;
+    remember(path, look.identity, settled, look.text);
     return kSysOk;
 }
 
-SPW_Result load(Hive hive, const std::string& path, Text& text) {
+SPW_Result lookAt(Hive hive, const std::string& path, Look& look) {
+    look = Look();
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!file.isOpen() && (errno == ENOENT || errno == ENOTDIR)) {
-        text = std::make_shared<SPW_CRegistryText>(SPW_CString(hiveName(hive)));
+        look.text = std::make_shared<SPW_CRegistryText>(SPW_CString(hiveName(hive)));
         return kSysOk;
     }
     struct stat status;
@@ -211,9 +236,27 @@ SPW_Result load(Hive hive, const std::string& path, Text& text) {
     if (!S_ISREG(status.st_mode)) {
         return kSysAccessDenied;
     }
-    const Identity identity(status);
-    text = remembered(path, identity);
-    return text != nullptr ? SPW_Result(kSysOk) : parseFile(hive, path, file.number(), identity, text);
+    look.identity = Identity(status);
+    look.text = remembered(path, look.identity);
+    return look.text != nullptr ? SPW_Result(kSysOk) : parseFile(hive, path, file.number(), look);
+}
+
+// Many an editor empties the file and then writes it: what it holds meanwhile is neither a mistake, nor are all its
+// values missing.
+bool mayBeHalfWritten(SPW_Result code, const Identity& identity) {
+    return (code == kSysRegistryCorrupt || (code == kSysOk && identity.size == 0)) && identity.isFresh();
+}
+
+SPW_Result load(Hive hive, const std::string& path, Look& look) {
+    SPW_Result code = lookAt(hive, path, look);
+    for (int looks = 1; looks < kLooks && mayBeHalfWritten(code, look.identity); ++looks) {
+        SPW_CClockSys::sleepMs(kLookAgainMs);
+        code = lookAt(hive, path, look);
+    }
+    if (code == kSysRegistryCorrupt && isNewProblem(path, look.identity)) {
+        tellProblem(path, look.problem);
+    }
+    return code;
 }
 
 // With all its parents.
@@ -230,6 +273,16 @@ SPW_Result makeFolder(const std::string& folder, mode_t mode) {
         return parent;
     }
     return mkdir(folder.c_str(), mode) == 0 || errno == EEXIST ? SPW_Result(kSysOk) : lastCode();
+}
+
+// A link that points at nothing gets its file, or a new file would take the place of the link.
+SPW_Result completeLink(const std::string& path) {
+    struct stat status;
+    if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode) || stat(path.c_str(), &status) == 0) {
+        return kSysOk;
+    }
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666));
+    return file.isOpen() ? SPW_Result(kSysOk) : lastCode();
 }
 
 // Held until the descriptor is closed, among threads as among processes: each opens the lock file for itself.
@@ -257,9 +310,11 @@ bool writeAll(int file, const std::vector<char>& bytes) {
     return true;
 }
 
-// The new file belongs to whom the old one belonged, as far as we may give it away.
+// The new file belongs to whom the old one belonged, as far as we may give it away; its group may be ours as well.
 bool takeOver(int file, const struct stat& old) {
-    (void)!fchown(file, old.st_uid, old.st_gid);
+    if (fchown(file, old.st_uid, old.st_gid) != 0) {
+        (void)!fchown(file, static_cast<uid_t>(-1), old.st_gid);
+    }
     return fchmod(file, old.st_mode & 07777) == 0;
 }
 
@@ -273,60 +328,71 @@ SPW_Result writeTemporary(const std::string& temporary, const struct stat* old, 
     return written ? SPW_Result(kSysOk) : lastCode();
 }
 
-// Under the lock, so that the name of the temporary file is nobody else's.
-SPW_Result save(const std::string& path, const SPW_CRegistryText& text) {
+// Replaces the file, under the lock, so that the name of the temporary file is nobody else's. Editors know nothing of
+// the lock: when the file is no longer the one that was read, `overtaken` becomes true and nothing is replaced.
+SPW_Result save(const std::string& path, const Identity& read, const SPW_CRegistryText& text, bool& overtaken) {
     struct stat old;
     const bool existed = stat(path.c_str(), &old) == 0;
     if (existed && access(path.c_str(), W_OK) != 0) {
         return lastCode();
     }
-    // A file that is kept elsewhere and linked to stays so.
-    char* resolved = existed ? realpath(path.c_str(), nullptr) : nullptr;
-    const std::string target = resolved != nullptr ? resolved : path;
-    free(resolved);
-
     std::vector<char> bytes;
     text.serialise(bytes);
-    const std::string temporary = target + ".tmp";
+    const std::string temporary = path + ".tmp";
     unlink(temporary.c_str());  // what a crash may have left
     SPW_Result code = writeTemporary(temporary, existed ? &old : nullptr, bytes);
-    if (code == kSysOk && rename(temporary.c_str(), target.c_str()) != 0) {
+    // Writing to the disk is what takes long; behind this look hardly anything is left to come in between.
+    overtaken = code == kSysOk && !(identityOf(path) == read);
+    if (code == kSysOk && !overtaken && rename(temporary.c_str(), path.c_str()) != 0) {
         code = lastCode();
     }
-    if (code != kSysOk) {
+    if (code != kSysOk || overtaken) {
         unlink(temporary.c_str());
         return code;
     }
-    const Descriptor folder(open(target.substr(0, target.find_last_of('/') + 1).c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor folder(open(path.substr(0, path.find_last_of('/') + 1).c_str(), O_RDONLY | O_CLOEXEC));
     if (folder.isOpen()) {
         (void)fsync(folder.number());  // the new file is in place; only its safety from a power failure is less
     }
     return kSysOk;
 }
 
+using Change = std::function<SPW_Result(SPW_CRegistryText&)>;
+
+SPW_Result tryEdit(Hive hive, const std::string& path, const Change& change, bool& overtaken) {
+    overtaken = false;
+    Look look;
+    SPW_Result code = load(hive, path, look);
+    if (code != kSysOk) {
+        return code;
+    }
+    SPW_CRegistryText edited(*look.text);
+    code = change(edited);
+    return code == kSysOk && edited.isChanged() ? save(path, look.identity, edited, overtaken) : code;
+}
+
 }  // namespace
 
 SPW_Result SPW_CHiveFilePosix::read(Hive hive, Text& text) {
-    return load(hive, pathOf(hive), text);
+    Look look;
+    const SPW_Result code = load(hive, fileOf(hive), look);
+    text = look.text;
+    return code;
 }
 
-SPW_Result SPW_CHiveFilePosix::edit(Hive hive, const std::function<SPW_Result(SPW_CRegistryText&)>& change) {
-    const std::string path = pathOf(hive);
+SPW_Result SPW_CHiveFilePosix::edit(Hive hive, const Change& change) {
     SPW_Result code = makeFolder(folderOf(hive), hive == SPW_CRegistrySys::kCurrentUser ? 0700 : 0755);
+    if (code == kSysOk) {
+        code = completeLink(pathOf(hive));
+    }
     if (code != kSysOk) {
         return code;
     }
+    const std::string path = fileOf(hive);
     const Descriptor lockFile(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     code = lock(lockFile);
-    if (code != kSysOk) {
-        return code;
+    for (bool overtaken = true; code == kSysOk && overtaken;) {
+        code = tryEdit(hive, path, change, overtaken);
     }
-    Text text;
-    code = load(hive, path, text);
-    if (code != kSysOk) {
-        return code;
-    }
-    SPW_CRegistryText edited(*text);
-    code = change(edited);
-    return code == kSysOk && edited.isChanged() ? save(path, edited) : code;
+    return code;
 }

@@ -13,11 +13,13 @@
 // operations answer 1009. A file that is missing is an empty hive.
 namespace SPW_CHiveFilePosix {
 
-// Never waits for a writer.
+// Never waits for another edit. A file that makes no sense or is empty, and has changed this very moment, gets up to a
+// tenth of a second: an editor may be writing it. The text is null unless the answer is 0.
 SPW_Result read(SPW_CRegistrySys::Hive hive, std::shared_ptr<const SPW_CRegistryText>& text);
 
 // Applies `change` to the text and writes the file when that has changed something. Edits of all threads and
-// processes happen one after the other; the file is replaced in one step, so that nobody ever sees half of it.
+// processes happen one after the other; the file is replaced in one step, so that nobody ever sees half of it. When
+// somebody edits the file by hand meanwhile, `change` is called again, for the text as it is then.
 SPW_Result edit(SPW_CRegistrySys::Hive hive, const std::function<SPW_Result(SPW_CRegistryText&)>& change);
 
 }  // namespace SPW_CHiveFilePosix
