@@ -141,7 +141,7 @@ class JudgementTest(lab.SystemTest):
     def test_sanitizer_line_is_a_defect(self):
         for text in ("==1==ERROR: AddressSanitizer: heap-use-after-free", "WARNING: ThreadSanitizer: data race",
                      "==9==ERROR: LeakSanitizer: detected memory leaks", "x.cpp:1:2: runtime error: shift exponent",
-                     "assertion failed: x"):
+                     "assertion failed: x", "linkometry: Internal Fatal Error: Error (112) in Class::method"):
             with self.subTest(text):
                 self.assertRegex(text, lab.DEFECTS)
         self.assertTrue(self.say("==1==ERROR: AddressSanitizer: heap-use-after-free").defects())
@@ -149,6 +149,9 @@ class JudgementTest(lab.SystemTest):
 
     def test_ordinary_words_are_none(self):
         self.assertEqual(self.say("linkometry: the port 5009 is in use", 4).defects(), [])
+
+    def test_fatal_error_that_the_program_survives_is_none(self):
+        self.assertEqual(self.say("linkometry: Internal Fatal Error: Error (111) in Class::method").defects(), [])
 
     def test_end_by_a_signal_is_a_defect_unless_the_test_sent_it(self):
         os.environ["LINKOMETRY_PROGRAM"] = "/bin/sh"
