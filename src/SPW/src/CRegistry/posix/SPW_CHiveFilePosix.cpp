@@ -110,8 +110,12 @@ struct Identity {
           modified(nanoseconds(status.st_mtim)),
           changed(nanoseconds(status.st_ctim)) {}
     bool operator==(const Identity& other) const {
-        return device == other.device && inode == other.inode && size == other.size && modified == other.modified &&
-               changed == other.changed;
+        return device == other.device && inode == other.inode && isAsIn(other);
+    }
+    // Without the number of the file, which some network file systems make up anew for every look; a file that has
+    // been put in the place of another has a change of its own.
+    bool isAsIn(const Identity& other) const {
+        return size == other.size && modified == other.modified && changed == other.changed;
     }
     std::int64_t ageNs() const {
         timespec now = {};
@@ -342,7 +346,7 @@ SPW_Result save(const std::string& path, const Identity& read, const SPW_CRegist
     unlink(temporary.c_str());  // what a crash may have left
     SPW_Result code = writeTemporary(temporary, existed ? &old : nullptr, bytes);
     // Writing to the disk is what takes long; behind this look hardly anything is left to come in between.
-    overtaken = code == kSysOk && !(identityOf(path) == read);
+    overtaken = code == kSysOk && !identityOf(path).isAsIn(read);
     if (code == kSysOk && !overtaken && rename(temporary.c_str(), path.c_str()) != 0) {
         code = lastCode();
     }
