@@ -69,7 +69,8 @@ public:
     // 123, 137.
     [[nodiscard]] static SPW_Result removeFile(const SPW_CString& path);
     // Overwrites the file with zeros, to the next multiple of 500 bytes beyond its length, and removes it, read-only
-    // ones too. A failed write leaves the file in place. 123, 130 to 133, 142 or the status of the removal.
+    // ones too. A failed write leaves the file in place. Of a link only the link goes. 123, 130 to 133, 142 or the
+    // status of the removal.
     [[nodiscard]] static SPW_Result wipeFile(const SPW_CString& path);
     // Wipes every file directly inside a directory; subdirectories stay, and each counts as a failure with 123.
     // Status of the last entry; 0 for a directory that does not exist.

@@ -298,6 +298,17 @@ TEST_F(WipeTest, FailedCloseIsReportedAndTheFileStays) {
     EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "wipeFile", 133, "close file failed ")));
 }
 
+TEST_F(WipeTest, OfALinkOnlyTheLinkGoes) {
+    m_folder.write("kept", "x");
+    std::filesystem::permissions(m_folder.native() / "kept", std::filesystem::perms(0444));
+    m_folder.makeFolder("a");
+    std::filesystem::create_symlink("../kept", m_folder.native() / "a/link");
+    EXPECT_EQ(SPW_CDir::wipeDir(path("a")), 0u);
+    EXPECT_FALSE(m_folder.exists("a/link"));
+    EXPECT_EQ(m_folder.read("kept"), "x");
+    EXPECT_EQ(std::filesystem::status(m_folder.native() / "kept").permissions(), std::filesystem::perms(0444));
+}
+
 // --- wipeDir ---
 
 TEST_F(WipeTest, WipesTheFilesAndLeavesTheDirectory) {

@@ -138,6 +138,18 @@ SPW_Result overwrite(SPW_Handle file) {
     return status;
 }
 
+SPW_Result overwriteFile(const SPW_CString& path) {
+    if (!sys().setAttributes(path, SPW_CDirSys::kNormal)) {
+        return report(__LINE__, "wipeFile", SPW_CDir::kSetAttributesFailed,
+                      quoted(u"Can't set attributes of file '", path, u"'"));
+    }
+    const SPW_Handle file = sys().openForWriting(path);
+    if (file == nullptr) {
+        return reportSystem(__LINE__, "wipeFile", SPW_CDir::kOpenFailed, u"open file", path);
+    }
+    return overwrite(file);
+}
+
 SPW_Result wipeEntry(const SPW_CString& directory, const SPW_CString& name) {
     const SPW_Result status = SPW_CDir::wipeFile(joined(directory, name));
     if (status != 0) {
@@ -237,15 +249,8 @@ SPW_Result SPW_CDir::wipeFile(const SPW_CString& path) {
     if (fileExists(path) != 0) {
         return reportFileNotFound(__LINE__, "wipeFile", path);
     }
-    if (!sys().setAttributes(path, SPW_CDirSys::kNormal)) {
-        return report(__LINE__, "wipeFile", kSetAttributesFailed,
-                      quoted(u"Can't set attributes of file '", path, u"'"));
-    }
-    const SPW_Handle file = sys().openForWriting(path);
-    if (file == nullptr) {
-        return reportSystem(__LINE__, "wipeFile", kOpenFailed, u"open file", path);
-    }
-    SPW_Result status = overwrite(file);
+    // A link is removed itself: what it points at is not the caller's to wipe.
+    SPW_Result status = isLink(path) ? 0 : overwriteFile(path);
     if (status == 0) {
         status = removeFile(path);
         if (status != 0) {
