@@ -225,6 +225,24 @@ TEST_F(HiveFilePosixTest, GroupStaysWhenTheOwnerCannot) {
     EXPECT_EQ(status.st_mode & 07777, 0660u);
 }
 
+TEST_F(HiveFilePosixTest, WhatTheSuperuserMakesInTheFolderOfAUserIsTheUsers) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser may give files away";
+    }
+    constexpr uid_t kUser = 65534;
+    ASSERT_EQ(chown(m_folder.native().c_str(), kUser, kUser), 0);
+    { const SPW_CRegistry registry(kHive, u"k"); }
+    for (const char* name : {kHiveFile, "HKEY_CURRENT_USER.reg.lock"}) {
+        struct stat status;
+        ASSERT_EQ(stat((m_folder.native() / name).c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, kUser) << name;
+    }
+    EXPECT_TRUE(inProcess([] {
+        SPW_CRegistry registry(kHive, u"k");
+        return setuid(kUser) == 0 && setString(registry, "x", "1") == 0;
+    }));
+}
+
 TEST_F(HiveFilePosixTest, HandEditDuringAWriteIsNotLost) {
     m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
     int calls = 0;

@@ -289,6 +289,29 @@ SPW_Result completeLink(const std::string& path) {
     return file.isOpen() ? SPW_Result(kSysOk) : lastCode();
 }
 
+std::string folderIn(const std::string& path) {
+    return path.substr(0, path.find_last_of('/') + 1);
+}
+
+// What the superuser makes in a user's folder is the user's, or it would lock the user out. Nobody else may give files
+// away.
+void giveToOwnerOfFolder(int file, const std::string& path) {
+    struct stat folder;
+    if (geteuid() == 0 && stat(folderIn(path).c_str(), &folder) == 0) {
+        (void)!fchown(file, folder.st_uid, folder.st_gid);
+    }
+}
+
+// Only a file that is made here is given away: one that is there may be a name of something else.
+int openLock(const std::string& path) {
+    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
+    const int made = open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0600);
+    if (made >= 0) {
+        giveToOwnerOfFolder(made, path);
+    }
+    return made >= 0 || errno != EEXIST ? made : open(path.c_str(), kFlags);
+}
+
 // Held until the descriptor is closed, among threads as among processes: each opens the lock file for itself.
 SPW_Result lock(const Descriptor& file) {
     if (!file.isOpen()) {
@@ -327,6 +350,9 @@ SPW_Result writeTemporary(const std::string& temporary, const struct stat* old, 
     if (!file.isOpen()) {
         return lastCode();
     }
+    if (old == nullptr) {
+        giveToOwnerOfFolder(file.number(), temporary);
+    }
     const bool written = (old == nullptr || takeOver(file.number(), *old)) && writeAll(file.number(), bytes) &&
                          fsync(file.number()) == 0 && file.close();
     return written ? SPW_Result(kSysOk) : lastCode();
@@ -354,7 +380,7 @@ SPW_Result save(const std::string& path, const Identity& read, const SPW_CRegist
         unlink(temporary.c_str());
         return code;
     }
-    const Descriptor folder(open(path.substr(0, path.find_last_of('/') + 1).c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor folder(open(folderIn(path).c_str(), O_RDONLY | O_CLOEXEC));
     if (folder.isOpen()) {
         (void)fsync(folder.number());  // the new file is in place; only its safety from a power failure is less
     }
@@ -393,7 +419,7 @@ SPW_Result SPW_CHiveFilePosix::edit(Hive hive, const Change& change) {
         return code;
     }
     const std::string path = fileOf(hive);
-    const Descriptor lockFile(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    const Descriptor lockFile(openLock(path + ".lock"));
     code = lock(lockFile);
     for (bool overtaken = true; code == kSysOk && overtaken;) {
         code = tryEdit(hive, path, change, overtaken);
