@@ -1,5 +1,6 @@
 #include "MulticastInterfaces.h"
 
+#include "ProbeEventSink.h"
 #include "SPW_CError.h"
 
 // Lines and tags are part of the reports' wording, known to those who read error logs: they do not move with the code.
@@ -25,21 +26,21 @@ static bool isUsable(const SPW_CIpAddress& address) {
     return true;
 }
 
-void MulticastInterfaces::rejoin(SPW_Socket socket, const Member& member) {
-    SPW_CIpAddress group;
-    (void)SPW_CIpAddress::parse(member.group, group);  // what is none becomes none(), which the socket layer refuses
+void MulticastInterfaces::rejoin(SPW_Socket socket, const SPW_CString& group, const JoinFailed& joinFailed) {
+    SPW_CIpAddress groupAddress;
+    (void)SPW_CIpAddress::parse(group, groupAddress);  // what is none becomes none(), which the socket layer refuses
     for (int i = 0; i < m_addresses.numberOfElements(); ++i) {
-        (void)SPW_CSocket::instance->dropGroup(socket, group, m_addresses[i]);  // a new socket is in no group yet
+        (void)SPW_CSocket::instance->dropGroup(socket, groupAddress, m_addresses[i]);  // a new socket is in none yet
     }
     m_addresses.empty();
     getAllInterfaces();
     for (int i = 0; i < m_addresses.numberOfElements(); ++i) {
-        join(socket, group, m_addresses[i], member);
+        join(socket, groupAddress, m_addresses[i], joinFailed);
     }
 }
 
 void MulticastInterfaces::join(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress,
-                               const Member& member) {
+                               const JoinFailed& joinFailed) {
     if (SPW_CSocket::instance->joinGroup(socket, group, interfaceAddress) != -1) {
         return;
     }
@@ -47,7 +48,7 @@ void MulticastInterfaces::join(SPW_Socket socket, const SPW_CIpAddress& group, c
     SPW_CString message(u"setsockopt IP_ADD_MEMBERSHIP to ");
     message.append(interfaceAddress.toText());
     message.append(probeFailureText(u" failed reason: ", code));
-    member.sink->onSocketError(member.kind, member.port, member.group, code, message);
+    joinFailed(code, message);
 }
 
 void MulticastInterfaces::getAllInterfaces() {

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstdint>
+#include <functional>
 
-#include "ProbeEventSink.h"
 #include "SPW_CArray.h"
 #include "SPW_CIpAddress.h"
 #include "SPW_CSocket.h"
@@ -27,19 +26,14 @@ public:
     // Code of every report of an enumeration.
     static constexpr SPW_Result kReportCode = 111;
 
-    // What a failed join is reported with. sink is not owned.
-    struct Member {
-        std::uint32_t kind;
-        std::uint32_t port;
-        const SPW_CString& group;
-        ProbeEventSink* sink;
-    };
+    // Told of each join that failed: the code, and the words for the sink.
+    typedef std::function<void(SPW_Result code, const SPW_CString& message)> JoinFailed;
 
     explicit MulticastInterfaces(const ReportPlace& place) : m_place(place) {}
 
-    // Leaves the group on the interfaces known so far (failures do not matter), finds out which there are now, and
-    // joins the group on each. A failed join is reported to the member's sink; the other interfaces are still tried.
-    void rejoin(SPW_Socket socket, const Member& member);
+    // Leaves the group (a dotted quad) on the interfaces known so far (failures do not matter), finds out which there
+    // are now, and joins the group on each. After a failed join the other interfaces are still tried.
+    void rejoin(SPW_Socket socket, const SPW_CString& group, const JoinFailed& joinFailed);
 
     // Appends this device's addresses that may be used for multicast, in the order of its host name's address list.
     // Failures go to SPW_CError with a fatal flag.
@@ -48,8 +42,8 @@ public:
     const SPW_CArray<SPW_CIpAddress>& addresses() const { return m_addresses; }
 
 private:
-    void join(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress,
-              const Member& member);
+    static void join(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress,
+                     const JoinFailed& joinFailed);
     void report(int line, const char16_t* text) const;
 
     const ReportPlace& m_place;

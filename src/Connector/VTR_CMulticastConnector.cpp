@@ -22,6 +22,8 @@ int VTR_CMulticastConnector::sendProbe(SPW_Socket socket, const SPW_CString& add
 
 int VTR_CMulticastConnector::setTtl(SPW_Socket socket, std::int32_t ttl) {
     const int result = SPW_CSocket::instance->setMulticastTtl(socket, ttl);
-    m_interfaces.rejoin(socket, {kMulticastConnector, m_portCopy, m_groupCopy, m_sink});
+    m_interfaces.rejoin(socket, m_groupCopy, [this](SPW_Result code, const SPW_CString& message) {
+        m_sink->onSocketError(kMulticastConnector, m_portCopy, m_groupCopy, code, message);
+    });
     return result;
 }

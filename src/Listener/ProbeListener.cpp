@@ -1,5 +1,7 @@
 #include "ProbeListener.h"
 
+#include "SPW_CSysError.h"
+
 static const int kListenBacklog = 5;
 
 ProbeListener::ProbeListener(ProbeEventSink* sink, std::uint32_t kind, std::uint32_t port, bool needsListen,
@@ -80,6 +82,12 @@ void ProbeListener::listenStep() {
     if (isListening() && !m_stopRequested) {
         receiveStep(m_socket);
     }
+}
+
+// Whoever closes the sockets says so before. Which of the two codes comes depends on the call and on whether it had
+// begun by then.
+bool ProbeListener::isFromStop(SPW_Result code) const {
+    return (!isListening() || m_stopping) && (code == kSockInterrupted || code == kSockNotSocket);
 }
 
 void ProbeListener::deliver(const SPW_CString& sender, const ProbePacket::Received& packet) {

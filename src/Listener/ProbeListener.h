@@ -18,7 +18,8 @@
 // go to the sink, on that thread, with the sender's address. What is no probe is dropped without a trace.
 //
 // One owner thread constructs, starts, stops and destroys. StopListening() and the destructor close the socket, which
-// wakes the wait in progress, and wait for the step to end: at most one sink call.
+// wakes the wait in progress, and wait for the step to end: as long as its calls of the sink last. They report nothing
+// of what they have woken.
 class ProbeListener : public SPW_CThread {
 public:
     ~ProbeListener() override;
@@ -51,6 +52,9 @@ protected:
     void endThread();
 
     bool isListening() const { return m_state == 1; }
+    // Whether a call on the listener's thread has failed with this code because StopListening() or the destructor
+    // closed its socket, just before the call or during it. That is no failure and never reported.
+    bool isFromStop(SPW_Result code) const;
     // Hands a probe to the sink. chunk holds count received bytes and has room for one more; sender is an
     // SPW_CIpAddress or its text, made into text only when the chunk is a probe.
     template <typename Sender>
@@ -65,6 +69,8 @@ protected:
 
     // 1 while listening. Written by the owner, read by the thread.
     std::atomic<std::uint8_t> m_state{0};
+    // Set first thing in the destructor of every derived class. A wait that ends then has nothing to tell.
+    std::atomic<bool> m_stopping{false};
     ProbeEventSink* const m_sink;
     const std::uint32_t m_kind;
     const std::uint32_t m_port;

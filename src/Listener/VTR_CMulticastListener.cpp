@@ -28,7 +28,8 @@ void VTR_CMulticastListener::receiveStep(SPW_Socket socket) {
     if (ready < 0) {
         reportUnlessStopped(u"select failed");
     } else if (ready == 0) {
-        m_interfaces.rejoin(socket, {kMulticastListener, m_port, m_group, m_sink});
+        m_interfaces.rejoin(socket, m_group,
+                            [this](SPW_Result code, const SPW_CString& message) { joinFailed(code, message); });
     } else if (ready == 1) {
         receive(socket);
     }
@@ -50,6 +51,12 @@ void VTR_CMulticastListener::reportUnlessStopped(const char16_t* message) {
     const SPW_Result code = SPW_CSocket::instance->lastError();
     // A stop wakes a wait with one of these.
     if (code != kSockInterrupted && code != kSockNotSocket) {
+        report(m_group, code, message);
+    }
+}
+
+void VTR_CMulticastListener::joinFailed(SPW_Result code, const SPW_CString& message) {
+    if (!isFromStop(code)) {
         report(m_group, code, message);
     }
 }

@@ -23,8 +23,8 @@ protected:
 private:
     void receive(SPW_Socket socket);
     void reportUnlessStopped(const char16_t* message);
+    void joinFailed(SPW_Result code, const SPW_CString& message);
 
     MulticastInterfaces m_interfaces;
     const SPW_CString m_group;
-    std::atomic<bool> m_stopping{false};
 };

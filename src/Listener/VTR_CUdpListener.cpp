@@ -26,8 +26,8 @@ void VTR_CUdpListener::receiveStep(SPW_Socket socket) {
         return;
     }
     const SPW_Result code = SPW_CSocket::instance->lastError();
-    // A stop wakes the receive so.
-    if (code != kSockInterrupted) {
+    // A stop wakes the receive with the first.
+    if (code != kSockInterrupted && !isFromStop(code)) {
         report(SPW_CString(), code, u"recvfrom failed");
     }
 }

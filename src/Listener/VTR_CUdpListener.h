@@ -12,7 +12,4 @@ public:
 protected:
     SPW_Socket createSocket() override;
     void receiveStep(SPW_Socket socket) override;
-
-private:
-    std::atomic<bool> m_stopping{false};
 };

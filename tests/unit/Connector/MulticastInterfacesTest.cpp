@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include "RecordingReporter.h"
-#include "RecordingSink.h"
 #include "ScopedInstance.h"
 #include "ScriptedSocket.h"
 
@@ -36,7 +35,10 @@ protected:
     RecordingReporter reporter;
     ScriptedSocket sockets;
     ScopedInstance<SPW_CSocket> installed{sockets};
-    RecordingSink sink;
+    std::vector<std::string> failures;
+    const MulticastInterfaces::JoinFailed keepFailure = [this](SPW_Result code, const SPW_CString& message) {
+        failures.push_back(std::to_string(code) + ": " + message.toAnsi());
+    };
     MulticastInterfaces connectors{MulticastInterfaces::kConnectorPlace};
     MulticastInterfaces listeners{MulticastInterfaces::kListenerPlace};
 };
@@ -96,26 +98,27 @@ TEST_F(MulticastInterfacesTest, HostNameThatCannotBeResolvedIsReported) {
 }
 
 TEST_F(MulticastInterfacesTest, RejoinLeavesWhatIsKnownAndJoinsWhatThereIs) {
-    const SPW_CString group(u"228.227.226.225");
-    const MulticastInterfaces::Member member = {kMulticastListener, 7550, group, &sink};
     const SPW_Socket socket = sockets.openUdp();
     sockets.setAddresses({kWired, kWireless});
-    listeners.rejoin(socket, member);
+    listeners.rejoin(socket, u"228.227.226.225", keepFailure);
     EXPECT_EQ(sockets.memberships().size(), 2u);
     sockets.setAddresses({kWireless});
-    listeners.rejoin(socket, member);
+    listeners.rejoin(socket, u"228.227.226.225", keepFailure);
     EXPECT_THAT(sockets.memberships(), ElementsAre(Field(&ScriptedSocket::Membership::interfaceAddress, kWireless)));
     EXPECT_EQ(sockets.calls(ScriptedSocket::kDropGroup), 2);
-    EXPECT_THAT(sink.take(), IsEmpty());
+    EXPECT_THAT(failures, IsEmpty());
 }
 
 TEST_F(MulticastInterfacesTest, EveryRefusedJoinIsReportedWithItsInterface) {
-    const SPW_CString group(u"228.227.226.225");
     sockets.setAddresses({kWired, kWireless});
     sockets.failNext(ScriptedSocket::kJoinGroup, kSockNoProtocolOption, 2);
-    connectors.rejoin(sockets.openUdp(), {kMulticastConnector, 7550, group, &sink});
-    EXPECT_THAT(sink.take(), ElementsAre("error 4 7550 228.227.226.225 10042: setsockopt IP_ADD_MEMBERSHIP to "
-                                         "10.0.0.1 failed reason: 10042",
-                                         "error 4 7550 228.227.226.225 10042: setsockopt IP_ADD_MEMBERSHIP to "
-                                         "192.168.1.7 failed reason: 10042"));
+    connectors.rejoin(sockets.openUdp(), u"228.227.226.225", keepFailure);
+    EXPECT_THAT(failures, ElementsAre("10042: setsockopt IP_ADD_MEMBERSHIP to 10.0.0.1 failed reason: 10042",
+                                      "10042: setsockopt IP_ADD_MEMBERSHIP to 192.168.1.7 failed reason: 10042"));
+}
+
+TEST_F(MulticastInterfacesTest, GroupThatIsNoAddressIsRefusedByTheSocketLayer) {
+    sockets.setAddresses({kWired});
+    connectors.rejoin(sockets.openUdp(), u"group", keepFailure);
+    EXPECT_THAT(failures, ElementsAre("10022: setsockopt IP_ADD_MEMBERSHIP to 10.0.0.1 failed reason: 10022"));
 }
