@@ -1,6 +1,11 @@
 #include "VTR_CTcpipListener.h"
 
+#include "SPW_CClock.h"
 #include "SPW_CSysError.h"
+
+static bool isShortage(SPW_Result code) {
+    return code == kSockTooManyFiles || code == kSockNoBuffers;
+}
 
 VTR_CTcpipListener::VTR_CTcpipListener(ProbeEventSink* sink, std::uint32_t port)
     : ProbeListener(sink, kTcpipListener, port, true, true, false) {}
@@ -9,9 +14,7 @@ VTR_CTcpipListener::~VTR_CTcpipListener() {
     m_stopping = true;
     VTR_CTcpipListener::closeClients();
     endThread();
-    for (int i = 0; i < m_departed.numberOfElements(); ++i) {
-        (void)SPW_CSocket::instance->close(m_departed[i]);  // nobody else closes them
-    }
+    closeDeparted();
 }
 
 SPW_Socket VTR_CTcpipListener::createSocket() {
@@ -36,8 +39,8 @@ void VTR_CTcpipListener::receiveStep(SPW_Socket socket) {
     }
     if (ready == -1) {
         const SPW_Result code = SPW_CSocket::instance->lastError();
-        // A stop wakes the wait so.
-        if (code != kSockNotSocket) {
+        // A stop wakes the wait with the first.
+        if (code != kSockNotSocket && !isFromStop(code)) {
             report(SPW_CString(), code, u"select failed");
         }
         return;
@@ -75,13 +78,14 @@ void VTR_CTcpipListener::serve(const Client& client, int index) {
         return;
     }
     if (count == 0) {
-        // The peer has closed. Deliberately the connection is not closed on this side: to the peer's system it stays
-        // half open for as long as this listener lives.
+        // The peer has closed.
         forgetClient(client, index, true);
         return;
     }
     const SPW_Result code = SPW_CSocket::instance->lastError();
-    report(client.address, code, probeFailureText(u"recv failed ", code));
+    if (!isFromStop(code)) {
+        report(client.address, code, probeFailureText(u"recv failed ", code));
+    }
     (void)SPW_CSocket::instance->close(client.socket);  // a stop may have closed it already
     forgetClient(client, index, false);
 }
@@ -94,9 +98,23 @@ void VTR_CTcpipListener::acceptClient(SPW_Socket listening) {
         return;
     }
     const SPW_Result code = SPW_CSocket::instance->lastError();
-    // A stop makes the accept fail so.
-    if (code != kSockNotSocket) {
-        report(SPW_CString(), code, u"accept failed");
+    // A stop makes the accept fail with the first.
+    if (code == kSockNotSocket || isFromStop(code)) {
+        return;
+    }
+    report(SPW_CString(), code, u"accept failed");
+    if (isShortage(code)) {
+        relieveShortage();
+    }
+}
+
+// A connection that finds no descriptor stays in the queue and keeps the listening socket readable, so that without
+// this step would follow step, and report report, as fast as the processor goes.
+void VTR_CTcpipListener::relieveShortage() {
+    if (m_departed.numberOfElements() > 0) {
+        closeDeparted();
+    } else {
+        SPW_CClock::instance->sleepMs(kShortagePauseMs);
     }
 }
 
@@ -133,8 +151,24 @@ void VTR_CTcpipListener::forgetClient(const Client& client, int index, bool depa
         return;
     }
     if (departed) {
-        m_departed.append(client.socket);
+        keepDeparted(client.socket);
     }
     m_clients.removeElementAt(index);
     m_clientAddresses.removeElementAt(index);
+}
+
+// Peers that come and go for weeks would otherwise use all descriptors up.
+void VTR_CTcpipListener::keepDeparted(SPW_Socket socket) {
+    if (m_departed.numberOfElements() == kMostDeparted) {
+        (void)SPW_CSocket::instance->close(m_departed[0]);  // nobody else closes it
+        m_departed.removeElementAt(0);
+    }
+    m_departed.append(socket);
+}
+
+void VTR_CTcpipListener::closeDeparted() {
+    for (int i = 0; i < m_departed.numberOfElements(); ++i) {
+        (void)SPW_CSocket::instance->close(m_departed[i]);  // nobody else closes them
+    }
+    m_departed.empty();
 }

@@ -8,8 +8,15 @@
 //
 // One step watches the listening socket and the oldest 63 connections; a later one is served when an older one has
 // gone. Each read of a connection is one chunk: what follows the first probe in it is not looked at.
+//
+// A connection that its peer has closed is deliberately not closed on this side: to the peer's system it stays half
+// open until this listener goes. That costs a descriptor each, so only the latest kMostDeparted are kept so.
 class VTR_CTcpipListener : public ProbeListener {
 public:
+    static constexpr int kMostDeparted = 1000;
+    // Pause of a step that has found no descriptor for a new connection.
+    static constexpr std::uint32_t kShortagePauseMs = 100;
+
     // port: host order, low 16 bits.
     VTR_CTcpipListener(ProbeEventSink* sink, std::uint32_t port);
     ~VTR_CTcpipListener() override;
@@ -29,18 +36,19 @@ private:
     void serveClients(const SPW_CSocketSet& watched);
     void serve(const Client& client, int index);
     void acceptClient(SPW_Socket listening);
+    void relieveShortage();
     int numberOfClients();
     bool readyClientAt(int index, const SPW_CSocketSet& watched, Client& client);
     void addClient(SPW_Socket socket, const SPW_CIpAddress& peer);
-    // departed: the peer has closed; the socket is kept open until the listener ends.
+    // departed: the peer has closed; the socket is kept open.
     void forgetClient(const Client& client, int index, bool departed);
-
-    std::atomic<bool> m_stopping{false};
+    void keepDeparted(SPW_Socket socket);
+    void closeDeparted();
 
     // Guards the arrays, which the thread and closeClients() touch; never held while blocking.
     SPW_CCriticalSection m_clientLock;
     SPW_CArray<SPW_Socket> m_clients;
     SPW_CArray<SPW_CString> m_clientAddresses;
-    // Connections that their peers closed. See serve().
+    // The thread's: connections that their peers closed, the oldest first.
     SPW_CArray<SPW_Socket> m_departed;
 };

@@ -6,6 +6,7 @@
 
 #include "RecordingSink.h"
 #include "ScopedInstance.h"
+#include "ScriptedClock.h"
 #include "ScriptedSocket.h"
 #include "SocketForwarder.h"
 
@@ -50,6 +51,7 @@ protected:
         return sink.take();
     }
 
+    ScriptedClock clock;
     ScriptedSocket sockets;
     ScopedInstance<SPW_CSocket> installed{sockets};
     RecordingSink sink;
@@ -105,6 +107,43 @@ TEST_F(TcpipListenerTest, PeerThatClosesIsForgottenSilentlyAndNotClosedOnThisSid
     EXPECT_EQ(sockets.openSockets(), 2);
     ASSERT_EQ(listener->StopListening(), 0u);
     EXPECT_EQ(sockets.openSockets(), 1);
+    listener.reset();
+    EXPECT_EQ(sockets.openSockets(), 0);
+}
+
+TEST_F(TcpipListenerTest, OnlyTheLatestThousandOfThoseAreKeptOpen) {
+    // Notes what is closed, in order.
+    class Notes : public SocketForwarder {
+    public:
+        using SocketForwarder::SocketForwarder;
+        SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
+            accepted.push_back(SocketForwarder::accept(socket, peer));
+            return accepted.back();
+        }
+        int close(SPW_Socket socket) override {
+            closed.push_back(socket);
+            return SocketForwarder::close(socket);
+        }
+        std::vector<SPW_Socket> accepted;
+        std::vector<SPW_Socket> closed;
+    };
+    listener.reset();
+    Notes notes(sockets);
+    const ScopedInstance<SPW_CSocket> noted(notes);
+    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
+    start();
+    for (int i = 0; i < 1000; ++i) {
+        const SPW_Socket client = connect(kPeer);
+        settle([&] { sockets.close(client); });
+    }
+    EXPECT_THAT(notes.closed, IsEmpty());
+    for (int i = 0; i < 2; ++i) {
+        const SPW_Socket client = connect(kPeer);
+        settle([&] { sockets.close(client); });
+    }
+    EXPECT_THAT(notes.closed, ElementsAre(notes.accepted[0], notes.accepted[1]));
+    EXPECT_EQ(sockets.openSockets(), 1001);
+    EXPECT_THAT(sink.take(), IsEmpty());
     listener.reset();
     EXPECT_EQ(sockets.openSockets(), 0);
 }
@@ -168,6 +207,38 @@ TEST_F(TcpipListenerTest, FailedAcceptIsReportedWithoutAnAddressOrACodeInTheText
     // It waits in the queue and is accepted in the next step.
     send(client, probe(1));
     EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #1: n"));
+}
+
+TEST_F(TcpipListenerTest, AcceptThatFindsNoDescriptorReleasesTheConnectionsOfThePast) {
+    for (int i = 0; i < 3; ++i) {
+        const SPW_Socket departing = connect(kPeer);
+        settle([&] { sockets.close(departing); });
+    }
+    EXPECT_EQ(sockets.openSockets(), 4);
+    sockets.failNext(ScriptedSocket::kAccept, kSockTooManyFiles);
+    send(connect(kOther), probe(1));
+    EXPECT_THAT(waitForEvents(2), ElementsAre("error 1 5009  10024: accept failed", "received 1 5009 10.0.0.3 #1: n"));
+    EXPECT_EQ(sockets.openSockets(), 2);
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
+}
+
+TEST_F(TcpipListenerTest, AcceptThatFindsNoDescriptorAndHasNoneToReleaseWaitsBeforeTheNext) {
+    for (const SPW_Result code : {kSockTooManyFiles, kSockNoBuffers}) {
+        const std::string report = "error 1 5009  " + std::to_string(code) + ": accept failed";
+        sockets.failNext(ScriptedSocket::kAccept, code, 2);
+        const std::size_t sleeps = clock.sleeps().size();
+        send(connect(kPeer), probe(1));
+        EXPECT_THAT(waitForEvents(3), ElementsAre(report, report, "received 1 5009 10.0.0.2 #1: n"));
+        EXPECT_EQ(clock.sleeps().size(), sleeps + 2);
+        EXPECT_EQ(clock.sleeps().back(), 100u);
+    }
+}
+
+TEST_F(TcpipListenerTest, AcceptThatFailsOtherwiseIsTriedAgainAtOnce) {
+    sockets.failNext(ScriptedSocket::kAccept, kSockReset);
+    send(connect(kPeer), probe(1));
+    EXPECT_THAT(waitForEvents(2), ElementsAre("error 1 5009  10054: accept failed", "received 1 5009 10.0.0.2 #1: n"));
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
 }
 
 TEST_F(TcpipListenerTest, NotASocketIsSilentInSelectAndAccept) {
