@@ -270,6 +270,14 @@ std::vector<std::uint8_t> withChecksum(std::vector<std::uint8_t> message) {
     return message;
 }
 
+// What a host makes of a request that has its IP header in front. The checksum is still to come.
+std::vector<std::uint8_t> replyTo(const std::vector<std::uint8_t>& request) {
+    std::vector<std::uint8_t> reply(request.begin() + 20, request.end());
+    reply[0] = 0;
+    reply[2] = reply[3] = 0;
+    return reply;
+}
+
 // Sees the echo requests of this network; the kernel itself is told not to answer them.
 class Observer {
 public:
@@ -326,14 +334,64 @@ TYPED_TEST(PlatformIcmpTest, AnUnreachableMessageEndsTheEchoEarly) {
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
 }
 
+TYPED_TEST(PlatformIcmpTest, ARedirectAndWhatElseIsNoUnreachableMessageEndNothing) {
+    this->m_implementation.silence();
+    Observer observer;
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, 20000), 1u) << this->icmp().lastError(); });
+    const std::vector<std::uint8_t> request = observer.nextRequest();
+    for (const std::uint8_t type : {std::uint8_t{5}, std::uint8_t{12}}) {
+        std::vector<std::uint8_t> message{type, 1, 0, 0, 127, 0, 0, 1};
+        message.insert(message.end(), request.begin(), request.end());
+        sendIcmp(withChecksum(message));
+    }
+    sendIcmp(withChecksum(replyTo(request)));
+    echoing.join();
+}
+
+TYPED_TEST(PlatformIcmpTest, RepliesBeyondTheFirstAreNobodys) {
+    this->m_implementation.silence();
+    Observer observer;
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, 20000), 1u); });
+    const std::vector<std::uint8_t> reply = withChecksum(replyTo(observer.nextRequest()));
+    for (int i = 0; i < 5; ++i) {
+        sendIcmp(reply);
+    }
+    echoing.join();
+    EXPECT_EQ(this->echo(kLoopback, 32, 100), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
+}
+
+TYPED_TEST(PlatformIcmpTest, EchoesToOneAddressAreEndedEachByItsOwnReply) {
+    this->m_implementation.silence();
+    Observer observer;
+    constexpr int kEchoes = 6;
+    std::atomic<int> answered{0};
+    std::atomic<int> timeouts{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kEchoes; ++i) {
+        threads.emplace_back([&] { ++(this->echo(kLoopback, 4, 1000) == 1 ? answered : timeouts); });
+    }
+    std::vector<std::vector<std::uint8_t>> requests;
+    for (int i = 0; i < kEchoes; ++i) {
+        requests.push_back(observer.nextRequest());
+    }
+    // The last come first, and each twice.
+    for (int i = kEchoes; i-- > kEchoes / 2;) {
+        sendIcmp(withChecksum(replyTo(requests[static_cast<std::size_t>(i)])));
+        sendIcmp(withChecksum(replyTo(requests[static_cast<std::size_t>(i)])));
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(answered, kEchoes / 2);
+    EXPECT_EQ(timeouts, kEchoes / 2);
+}
+
 TYPED_TEST(PlatformIcmpTest, AReplyWithAnotherTokenIsNotOurs) {
     this->m_implementation.silence();
     Observer observer;
     std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, 300), 0u); });
-    const std::vector<std::uint8_t> request = observer.nextRequest();
-    std::vector<std::uint8_t> reply(request.begin() + 20, request.end());
-    reply[0] = 0;
-    reply[2] = reply[3] = 0;
+    std::vector<std::uint8_t> reply = replyTo(observer.nextRequest());
     reply[8] ^= 1;
     sendIcmp(withChecksum(reply));
     echoing.join();
@@ -343,11 +401,7 @@ TYPED_TEST(PlatformIcmpTest, AReplyThatComesTooLateIsNobodys) {
     this->m_implementation.silence();
     Observer observer;
     EXPECT_EQ(this->echo(kLoopback, 32, 1), 0u);
-    const std::vector<std::uint8_t> request = observer.nextRequest();
-    std::vector<std::uint8_t> reply(request.begin() + 20, request.end());
-    reply[0] = 0;
-    reply[2] = reply[3] = 0;
-    sendIcmp(withChecksum(reply));
+    sendIcmp(withChecksum(replyTo(observer.nextRequest())));
     EXPECT_EQ(this->echo(kLoopback, 32, 100), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
 }

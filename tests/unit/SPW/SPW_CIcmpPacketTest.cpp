@@ -207,6 +207,22 @@ TEST(IcmpReplyTest, FromAnotherAddressIsKnownByItsTokenOnly) {
     EXPECT_TRUE(isAnswer(inIp(replyTo(compose(echo, "short")), kTarget, kOwn), echo));
 }
 
+TEST(IcmpReplyTest, OfAnyMemberAnswersTheRequestToAGroup) {
+    for (const char* data : {"short", "--------"}) {
+        Echo echo = anEcho();
+        echo.target = SPW_CIpAddress(224, 0, 0, 1);
+        const Bytes packet = inIp(replyTo(compose(echo, data)), kOther, kOwn);
+        EXPECT_TRUE(isAnswer(packet, echo)) << data;
+        ++echo.sequence;
+        EXPECT_FALSE(isAnswer(packet, echo)) << data;
+    }
+    for (const SPW_CIpAddress& target : {SPW_CIpAddress(223, 255, 255, 255), SPW_CIpAddress(240, 0, 0, 1)}) {
+        Echo echo = anEcho();
+        echo.target = target;
+        EXPECT_FALSE(isAnswer(inIp(replyTo(compose(echo, "short")), kOther, kOwn), echo));
+    }
+}
+
 TEST(IcmpReplyTest, WithoutTheTokenThatWasSentIsNone) {
     Echo echo = anEcho();
     const Bytes shortReply = inIp(replyTo(compose(echo, "short")), kTarget, kOwn);

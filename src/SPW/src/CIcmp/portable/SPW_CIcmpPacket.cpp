@@ -26,6 +26,8 @@ constexpr int kIpSourceAt = 12;
 constexpr int kIpTargetAt = 16;
 constexpr std::uint16_t kFragmentOffset = 0x1FFF;
 constexpr std::uint8_t kProtocolIcmp = 1;
+// First bits of a multicast address.
+constexpr int kGroupPrefix = 0xE;
 
 std::uint16_t read16(const std::uint8_t* bytes) {
     return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
@@ -76,6 +78,10 @@ void readEcho(const std::uint8_t* bytes, int size, Answer& answer) {
     answer.token = answer.hasToken ? readToken(bytes + kHeaderSize) : 0;
 }
 
+bool isGroup(const SPW_CIpAddress& address) {
+    return address.octet(0) >> 4 == kGroupPrefix;
+}
+
 // The packet that an error message is about, its IP header in front.
 bool parseQuotedPacket(const std::uint8_t* bytes, int size, Answer& answer) {
     const int offset = icmpHeaderOffset(bytes, size);
@@ -96,7 +102,7 @@ std::uint16_t checksum(const std::uint8_t* bytes, int size) {
     if (size % 2 != 0) {
         sum += static_cast<std::uint32_t>(bytes[size - 1]) << 8;
     }
-    // The 32768 words of the largest packet fit 32 bits, and two folds leave no carry.
+    // The 32772 words of the largest request fit 32 bits, and two folds leave no carry.
     sum = (sum >> 16) + (sum & 0xFFFF);
     sum += sum >> 16;
     return static_cast<std::uint16_t>(~sum);
@@ -180,8 +186,9 @@ bool isAnswerTo(const Answer& answer, const Echo& echo) {
         return false;
     }
     if (answer.code == kSysOk) {
-        // A host may reply from another of its addresses; the token is proof enough.
-        return echo.hasToken ? answer.hasToken && answer.token == echo.token : answer.target == echo.target;
+        // A host may reply from another of its addresses, and of a group each member does; the token is proof enough.
+        return echo.hasToken ? answer.hasToken && answer.token == echo.token
+                             : answer.target == echo.target || isGroup(echo.target);
     }
     const bool tokenFits = !echo.hasToken || !answer.hasToken || answer.token == echo.token;
     return answer.target == echo.target && tokenFits;

@@ -60,7 +60,8 @@ bool parseQuotedRequest(const std::uint8_t* bytes, int size, Answer& answer);
 SPW_Result codeOfError(std::uint8_t type, std::uint8_t code);
 
 // Whether the answer is the echo's own. The sequence is compared always, and beside it what is known of the rest: of a
-// reply the token, or without one its sender; of an error the target, and the token if it is quoted.
+// reply the token, or without one its sender (of a group anybody); of an error the target, and the token if it is
+// quoted.
 bool isAnswerTo(const Answer& answer, const Echo& echo);
 
 }  // namespace SPW_CIcmpPacket

@@ -63,10 +63,10 @@ SPW_Result codeOfSend(int error) {
     }
 }
 
+// kSysOk for a message that ends no echo: the kernel queues redirects as well, and the reply still comes.
 SPW_Result codeOfQueuedError(const sock_extended_err& error) {
-    const SPW_Result code =
-        error.ee_origin == SO_EE_ORIGIN_ICMP ? SPW_CIcmpPacket::codeOfError(error.ee_type, error.ee_code) : kSysOk;
-    return code != kSysOk ? code : codeOfSend(static_cast<int>(error.ee_errno));
+    return error.ee_origin == SO_EE_ORIGIN_ICMP ? SPW_CIcmpPacket::codeOfError(error.ee_type, error.ee_code)
+                                                : codeOfSend(static_cast<int>(error.ee_errno));
 }
 
 int openDatagram() {
@@ -201,6 +201,10 @@ SPW_Result SPW_CIcmpChannel::await(std::unique_lock<std::mutex>& lock, Waiter& w
                 return kIcmpTimedOut;
             }
             deliver(answer);
+            // However many answers of others keep coming.
+            if (!waiter.isDone && deadline.hasPassed()) {
+                return kIcmpTimedOut;
+            }
         } else if (deadline.isForever()) {
             waiter.wake.wait(lock);
         } else if (waiter.wake.wait_until(lock, deadline.end()) == std::cv_status::timeout && !waiter.isDone &&
@@ -290,7 +294,9 @@ SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveError(SPW_CIcmpPacket::Answe
         std::memcpy(&error, CMSG_DATA(entry), sizeof error);
         answer.code = codeOfQueuedError(error);
         answer.target = SPW_CSocketAddressPosix::toAddress(target.sin_addr);
-        return SPW_CIcmpPacket::parseQuotedRequest(m_buffer.get(), static_cast<int>(size), answer) ? kAnswer : kOther;
+        const bool endsEcho = answer.code != kSysOk &&
+                              SPW_CIcmpPacket::parseQuotedRequest(m_buffer.get(), static_cast<int>(size), answer);
+        return endsEcho ? kAnswer : kOther;
     }
     return kOther;
 }
