@@ -199,6 +199,20 @@ class HiveFileTest(lab.SystemTest):
         self.assertTrue(hive.startswith('[HKEY_CURRENT_USER\\First]\n"a"="b" ; kept\n'), hive)
         self.assertEqual([name for name in os.listdir(self.device.registry_folder) if name.endswith(".tmp")], [])
 
+    def test_program_that_is_killed_while_it_writes_leaves_a_whole_hive(self):
+        for number in range(20):
+            if os.path.exists(self.device.hive_path):
+                os.remove(self.device.hive_path)
+            program = self.device.start("-headless", "-duration", "30")
+            # From before the first value is written until after the last.
+            lab.eventually(lambda: os.path.exists(self.device.hive_path), 20, f"{program} writes", every=0)
+            time.sleep(number * 0.002)
+            program.kill()
+            program = self.device.start("-headless", "-duration", "0")
+            self.assertEqual(program.wait(), 2)
+            self.assertNotIn(".reg", program.errors())
+            self.assertEqual(values_of(self.device.read_hive()), dict(zip(SETTINGS, DEFAULTS)))
+
     def test_folder_that_cannot_be_made_leaves_the_defaults(self):
         os.rmdir(self.device.registry_folder)
         with open(self.device.registry_folder, "w", encoding="ascii"):

@@ -141,6 +141,16 @@ class OptionsTest(lab.SystemTest):
         self.assertEqual([row["label"] for row in program.final_rows().values()],
                          ["10.77.0.2 (the printer)", "10.77.0.99 (manually added)", "10.77.0.98 (hive)"])
 
+    def test_device_can_measure_itself_over_loopback(self):
+        self.device.configure("udp", "tcpip", "ping")
+        program = self.device.measure("-peer", "127.0.0.1=this-device")
+        program.wait_for_row("127.0.0.1", lambda row: all(row[each]["received"] >= 5 for each in
+                                                          ("udp", "tcpip", "ping")))
+        self.assertEqual(program.stop(), 0)
+        row = program.final_rows()["127.0.0.1"]
+        self.assertEqual((row["label"], [row[each]["lost"] for each in ("udp", "tcpip")]),
+                         ("127.0.0.1 (this-device)", [0, 0]))
+
     def test_json_has_these_fields_in_this_order(self):
         program = self.device.start("-headless", "-format", "json", "-duration", "0", "-peer", f"{NOWHERE}=\u00e9\"x")
         program.wait()
