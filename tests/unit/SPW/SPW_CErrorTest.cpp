@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -226,6 +227,16 @@ TEST_F(ErrorTest, AssertionShowsAFatalBoxAndEndsTheProgramWithExitCode1) {
                 "Internal Fatal Error: Error \\(0\\) in Class::method, Module:12\nassertion failed: a != b");
 }
 
+TEST_F(ErrorTest, FatalErrorEndsTheProgramOnTheSpot) {
+    error.setNoBox(true);
+    EXPECT_EXIT(
+        {
+            std::atexit([] { std::_Exit(7); });
+            (void)report(12, 0, u"message", SPW_CError::kFatal);
+        },
+        testing::ExitedWithCode(1), "");
+}
+
 TEST_F(ErrorTest, FatalErrorEndsTheProgramWithoutABoxToo) {
     error.setNoBox(true);
     EXPECT_EXIT((void)report(12, 0, u"message", SPW_CError::kFatal), testing::ExitedWithCode(1), "");
@@ -326,6 +337,17 @@ TEST_F(ErrorTest, TraceOfEachKindHasItsCharacter) {
                                        "TRACE ! Class::method" + thread() + " in module Module:12",
                                        "TRACE ? Class::method" + thread() + " in module Module:12 -> odd",
                                        "TRACE ? Class::method" + thread() + " in module Module:12 -> odd"));
+}
+
+TEST_F(ErrorTest, OneLevelInCommonIsEnough) {
+    openLog();
+    ScriptedListener listener;
+    error.setTraceFileMask(1 | 2);
+    error.addListener(&listener, 2 | 4);
+    EXPECT_EQ(trace(1 | 8, 2, u"file"), 0u);
+    EXPECT_EQ(trace(4 | 8, 2, u"listener"), 0u);
+    EXPECT_THAT(records(), SizeIs(1));
+    EXPECT_THAT(listener.heard, SizeIs(1));
 }
 
 TEST_F(ErrorTest, TraceThatNobodyWantsIsNotPerformed) {
@@ -493,6 +515,11 @@ TEST_F(ErrorTest, ErrorLogStartsWithItsHeader) {
                   "\r\nDescription: Error logfile\r\nApplication: Application\r\nVersion    : 7\r\n"
                   "Opened     : 7-3-2003 14:07:09\r\n" +
                   std::string(80, '-') + "\r\n");
+}
+
+TEST_F(ErrorTest, ErrorLogShowsEveryVersionInDecimal) {
+    ASSERT_EQ(error.openLogFile(folder.path("error.txt"), u"Application", 4000000000u), 0u);
+    EXPECT_THAT(folder.read("error.txt"), testing::HasSubstr("\r\nVersion    : 4000000000\r\n"));
 }
 
 TEST_F(ErrorTest, SecondErrorLogIsRefusedAndReportedToTheFirst) {

@@ -186,6 +186,7 @@ TEST_F(FileTest, FailedOpenReportsOnceAndLeavesTheObjectClosed) {
                                                           Field(&RecordedReport::module, "SPW_CFileW32"))));
     EXPECT_EQ(SPW_CSysError::instance->last(), 3u);
     EXPECT_FALSE(file.isOpen());
+    EXPECT_TRUE(file.getName().isEmpty());
     EXPECT_EQ(file.openCreateNew(folder.path("missing/a.txt")), 3u);
     EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "openCreateNew", 3, "Open file failed")));
     create("a.txt");
@@ -239,6 +240,19 @@ TEST_F(FileTest, EveryOperationOnAClosedObjectNamesItselfAndAnswers163) {
                                       Field(&RecordedReport::module, "SPW_CFile"), Field(&RecordedReport::line, 227))));
     }
     EXPECT_EQ(number, 7);
+}
+
+TEST_F(FileTest, NumbersOfAClosedObjectAreZero) {
+    char byte = 0;
+    std::uint32_t count = 99;
+    EXPECT_EQ(file.read(&byte, 1, count), 163u);
+    EXPECT_EQ(count, 0u);
+    count = 99;
+    EXPECT_EQ(file.getSize(count), 163u);
+    EXPECT_EQ(count, 0u);
+    count = 99;
+    EXPECT_EQ(file.getPosition(count), 163u);
+    EXPECT_EQ(count, 0u);
 }
 
 // --- Bytes and positions ---
@@ -335,6 +349,16 @@ TEST_F(FileTest, TypedValuesComeBackAsTheyWereWritten) {
     EXPECT_TRUE(character == U'\x1F600');
     EXPECT_EQ(single, 1.5f);
     EXPECT_EQ(real, -2.25);
+}
+
+TEST_F(FileTest, EveryByteButZeroIsTrue) {
+    folder.write("a.bin", std::string("\x02\x00\xFF", 3));
+    ASSERT_EQ(file.openReadOnly(folder.path("a.bin")), 0u);
+    for (const bool expected : {true, false, true}) {
+        bool flag = !expected;
+        EXPECT_EQ(file.readBool(flag), 0u);
+        EXPECT_EQ(flag, expected);
+    }
 }
 
 TEST_F(FileTest, ValueThatTheFileDoesNotHoldWhollyIsTheEndOfTheFile) {

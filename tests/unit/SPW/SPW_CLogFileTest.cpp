@@ -235,7 +235,7 @@ TEST_F(LogFileTest, FailedRenameLeavesTheSourceAndTheRotationGoesOn) {
 
 TEST_F(LogFileTest, LogThatCannotBeReopenedAnswersTheFilesCode) {
     folder.makeFolder("sub");
-    ASSERT_EQ(log.open(folder.path("sub/log.txt"), u"", u"", u"", 1, 1, false), 0u);
+    ASSERT_EQ(log.open(folder.path("sub/log.txt"), u"", u"", u"", 1, 1, true), 0u);
     std::filesystem::remove_all(folder.native() / "sub");
     EXPECT_EQ(writeBytes(1024), 3u);
     EXPECT_FALSE(log.isOpen());

@@ -83,13 +83,14 @@ TEST(StringStorageTest, CapacityIsTheNextMultipleOf128AboveTheLength) {
     }
 }
 
-TEST(StringStorageTest, GrowingFromBlockToBlockKeepsTheText) {
+TEST(StringStorageTest, GrowingFromBlockToBlockTakesOneStepAndKeepsTheText) {
     SPW_CString s;
     std::u16string expected;
     for (int i = 0; i < 1000; ++i) {
         const char16_t c = static_cast<char16_t>(u'a' + i % 26);
         s += c;
         expected += c;
+        ASSERT_EQ(s.capacity(), (s.length() / 128 + 1) * 128);
     }
     EXPECT_EQ(s, expected.c_str());
     expectWellFormed(s);
