@@ -6,6 +6,7 @@
 
 #include "ForeignText.h"
 #include "ParallelWork.h"
+#include "SPW_CClock.h"
 #include "SPW_CSocket.h"
 #include "VTR_CMulticastConnector.h"
 #include "VTR_CMulticastListener.h"
@@ -63,11 +64,21 @@ namespace {
 // Only so many padding characters are sent, whatever the setting says: no packet can be longer, and every receiver
 // reads but 1000 bytes.
 constexpr int kMaximumPadding = 65536;
+// A probe keeps the phase at which it was started. Thousands that start in one moment would be due in the same moment
+// of every period and get in one another's way, on this device and on the network; so the start pauses after so many.
+constexpr int kProbesStartedAtOnce = 8;
+constexpr std::uint32_t kStartPauseMs = 2;
 
 // Addresses that say nothing about where a device can be reached: none, itself, and its cradle.
 bool isReachableAddress(const SPW_CIpAddress& address) {
     return address != SPW_CIpAddress(0, 0, 0, 0) && address != SPW_CIpAddress(127, 0, 0, 1) &&
            address != SPW_CIpAddress(192, 168, 55, 101);
+}
+
+void spreadStarts(int startedSoFar) {
+    if (startedSoFar > 0 && startedSoFar % kProbesStartedAtOnce == 0) {
+        SPW_CClock::instance->sleepMs(kStartPauseMs);
+    }
 }
 
 template <typename Probe>
@@ -343,12 +354,15 @@ int TestEngine::addPinger(VTR_CPinger* pinger) {
 // Discoveries are closed.
 void TestEngine::startProbes() {
     resetStatistics();
+    int started = 0;
     for (int i = 0; i < m_connectors.numberOfElements(); ++i) {
+        spreadStarts(started++);
         if (m_connectors[i] != nullptr && m_connectors[i]->StartSending() != 0) {
             logConnectorFailure(u"StartSending failed returned ", *m_connectors[i]);
         }
     }
     for (int i = 0; i < m_pingers.numberOfElements(); ++i) {
+        spreadStarts(started++);
         if (m_pingers[i] != nullptr && m_pingers[i]->StartPinging() != 0) {
             logLine(SPW_CString(u"StartPinging failed returned ") + connectorErrorText(i));
         }
