@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <grp.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -122,6 +124,24 @@ TEST_F(HiveFilePosixTest, FolderThatMayNotBeWrittenIsAccessDenied) {
     });
     std::filesystem::permissions(m_folder.native(), std::filesystem::perms(0755));
     EXPECT_TRUE(good);
+    EXPECT_TRUE(m_reporter.boxes().empty());
+}
+
+TEST_F(HiveFilePosixTest, FileThatMayNotBeReadIsAccessDeniedAndStays) {
+    m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
+    std::filesystem::permissions(m_folder.native() / kHiveFile, std::filesystem::perms(0200));
+    std::filesystem::permissions(m_folder.native(), std::filesystem::perms(0777));
+    EXPECT_TRUE(inProcess([] {
+        if (geteuid() == 0 && setuid(65534) != 0) {
+            return false;
+        }
+        SPW_CRegistry registry(kHive, u"k");
+        return stringAt(registry, u"x") == "failed: RegOpenKeyEx failed5" && setString(registry, "x", "2") == 540 &&
+               errorOf(registry) == "RegOpenKeyEx failed5" && registry.createKey(u"new") == 540 &&
+               errorOf(registry) == "RegCreateKeyEx failed5";
+    }));
+    std::filesystem::permissions(m_folder.native() / kHiveFile, std::filesystem::perms(0600));
+    EXPECT_EQ(m_folder.read(kHiveFile), "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
     EXPECT_TRUE(m_reporter.boxes().empty());
 }
 
@@ -348,6 +368,26 @@ TEST_F(HiveFilePosixTest, SomethingElseInThePlaceOfTheFileIsAccessDenied) {
 }
 
 // --- Several at once ---
+
+TEST_F(HiveFilePosixTest, WriterWaitsForTheLockAndReadersDoNot) {
+    m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
+    const int other = open((m_folder.native() / "HKEY_CURRENT_USER.reg.lock").c_str(), O_RDWR | O_CREAT, 0600);
+    ASSERT_GE(other, 0);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    std::atomic<bool> written{false};
+    std::thread writer([&] {
+        SPW_CRegistry registry(kHive, u"k");
+        EXPECT_EQ(setString(registry, "x", "2"), 0u);
+        written = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    SPW_CRegistry registry(kHive, u"k");
+    EXPECT_EQ(stringAt(registry, u"x"), "1");
+    EXPECT_FALSE(written);
+    close(other);
+    writer.join();
+    EXPECT_EQ(stringAt(registry, u"x"), "2");
+}
 
 TEST_F(HiveFilePosixTest, TwoProcessesLoseNothing) {
     constexpr int kEach = 40;
