@@ -125,9 +125,11 @@ TEST_F(DirTest, DirectoryThatIsNotEmptyStaysWithTheSystemsMessage) {
 
 TEST_F(DirTest, MissingDirectoryIsReported) {
     EXPECT_EQ(SPW_CDir::removeDir(path("a/"), true), 128u);
-    EXPECT_THAT(m_reporter.takeReports(),
+    const auto reports = m_reporter.takeReports();
+    ASSERT_THAT(reports,
                 ElementsAre(IsReport("SPW_CDir", "removeDir", 128,
                                      "Can't delete directory '" + text("a") + "'. The directory is not found.")));
+    EXPECT_EQ(reports[0].module, "SPW_CDir");
 }
 
 TEST_F(DirTest, RemovesATreeRecursively) {

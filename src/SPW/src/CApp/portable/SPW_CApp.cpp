@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr char kModule[] = "src\\SPW\\src\\CApp\\portable\\SPW_CApp";
 constexpr char16_t kProduct[] = u"Vantiro";
 constexpr char16_t kEdition[] = u"Vantiro Personal Edition";
 constexpr char16_t kCompanyDir[] = u"Vantiro Networks";
@@ -32,7 +33,7 @@ struct Dirs {
 SPW_CLazy<Dirs> g_dirs;
 
 void trace(int kind, int line, const char* method) {
-    (void)SPW_CError::instance->trace(kTraceLevel, kind, __FILE__, line, "SPW_CApp", method, SPW_CString());
+    (void)SPW_CError::instance->trace(kTraceLevel, kind, kModule, line, "SPW_CApp", method, SPW_CString());
 }
 
 bool isMade(const CachedDir& dir, SPW_CString& path) {
@@ -48,7 +49,7 @@ void make(CachedDir& dir, const SPW_CString& path, const char* method) {
     if (SPW_CDir::dirExists(path) != 0) {
         const SPW_Result status = SPW_CDir::makeDir(path);
         if (status != 0) {
-            (void)SPW_CError::instance->report(__FILE__, __LINE__, "SPW_CApp", method, status, 0,
+            (void)SPW_CError::instance->report(kModule, __LINE__, "SPW_CApp", method, status, 0,
                                                SPW_CString(u"failed to create directory ") + path,
                                                SPW_CError::kOrdinary);
         }

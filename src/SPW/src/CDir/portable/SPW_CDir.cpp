@@ -6,6 +6,7 @@
 
 namespace {
 
+constexpr char kModule[] = "src\\SPW\\src\\CDir\\portable\\SPW_CDir";
 constexpr std::uint32_t kWipeBlock = 500;  // bytes
 
 SPW_CDirSys& sys() {
@@ -13,7 +14,7 @@ SPW_CDirSys& sys() {
 }
 
 SPW_Result report(int line, const char* method, SPW_Result code, const SPW_CString& message) {
-    (void)SPW_CError::instance->report(__FILE__, line, "SPW_CDir", method, code, 0, message, SPW_CError::kOrdinary);
+    (void)SPW_CError::instance->report(kModule, line, "SPW_CDir", method, code, 0, message, SPW_CError::kOrdinary);
     return code;
 }
 

@@ -22,6 +22,7 @@
 
 namespace {
 
+constexpr char kModule[] = "src\\SPW\\src\\CRegistry\\posix\\SPW_CHiveFilePosix";
 using Hive = SPW_CRegistrySys::Hive;
 using Text = std::shared_ptr<const SPW_CRegistryText>;
 
@@ -185,7 +186,7 @@ void tellProblem(const std::string& path, const SPW_CRegistryText::Problem& prob
     message += u": ";
     message += problem.what;
     message += u". The file is neither used nor changed until it is mended.";
-    SPW_CError::instance->userInfo(__FILE__, __LINE__, "SPW_CRegistry", "read", message);
+    SPW_CError::instance->userInfo(kModule, __LINE__, "SPW_CRegistry", "read", message);
 }
 
 SPW_Result readAll(int file, std::size_t expected, std::vector<char>& bytes) {
