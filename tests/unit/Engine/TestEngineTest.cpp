@@ -1,6 +1,7 @@
 #include "TestEngine.h"
 
 #include <iterator>
+#include <thread>
 
 #include "EngineFixture.h"
 
@@ -182,6 +183,45 @@ TEST_F(TestEngineTest, AStartCreatesAddedPeersThenNamedOnesThenTheListeners) {
                                  "Created VTR_CTcpipConnector to 10.0.0.8", "Created VTR_CPinger to 10.0.0.8",
                                  "Created VTR_CMulticastConnector", "Created VTR_CMulticastListener",
                                  "Created VTR_CUdpListener", "Created VTR_CTcpipListener"));
+}
+
+// Notes how long the thread that made it sleeps.
+class OwnSleepsClock : public SPW_CClock {
+public:
+    std::uint64_t now100ns() override { return m_real.now100ns(); }
+    std::uint64_t wall100ns() override { return m_real.wall100ns(); }
+    SPW_CalendarTime toLocal(std::uint64_t wall100ns) override { return m_real.toLocal(wall100ns); }
+    void sleepMs(std::uint32_t milliseconds) override {
+        if (std::this_thread::get_id() == m_owner) {
+            m_sleeps.push_back(milliseconds);
+        }
+        m_real.sleepMs(milliseconds);
+    }
+    std::vector<std::uint32_t> takeSleeps() { return std::exchange(m_sleeps, {}); }
+
+private:
+    SPW_CClock& m_real = *SPW_CClock::instance;
+    const std::thread::id m_owner = std::this_thread::get_id();
+    std::vector<std::uint32_t> m_sleeps;
+    const ScopedInstance<SPW_CClock> m_installed{*this};
+};
+
+TEST_F(TestEngineTest, ManyProbesAreNotStartedAllInOneMoment) {
+    OwnSleepsClock clock;
+    select(false, true, false, false);
+    for (int i = 1; i <= 8; ++i) {
+        engine().addPeer(peer((SPW_CString(u"10.0.1.") + i).text(), u"near"));
+    }
+    engine().start();
+    EXPECT_THAT(clock.takeSleeps(), IsEmpty());
+    engine().stop();
+    for (int i = 1; i <= 17; ++i) {
+        engine().addPeer(peer((SPW_CString(u"10.0.2.") + i).text(), u"far"));
+    }
+    clock.takeSleeps();
+    engine().start();
+    EXPECT_THAT(clock.takeSleeps(), ElementsAre(2, 2, 2));
+    m_engine.reset();
 }
 
 TEST_F(TestEngineTest, EachSelectionMakesItsOwnProbes) {
