@@ -58,6 +58,14 @@ TEST(ClockPosixTest, MomentsBefore1970HaveALocalTimeToo) {
     EXPECT_EQ(SPW_CClock::instance->toLocal(0).year, 1601);
 }
 
+TEST(ClockPosixTest, TheFirstMomentOfTheCountIsNotBeforeItselfInTheWest) {
+    const TimeZone zone("XXX+15:30");
+    const SPW_CalendarTime local = SPW_CClock::instance->toLocal(0);
+    EXPECT_EQ(local.year, 1601);
+    EXPECT_EQ(local.hour, 0);
+    EXPECT_EQ(SPW_CClock::instance->toLocal(std::uint64_t{16} * 3600 * 10000000).minute, 30);
+}
+
 std::atomic<int> signalsHandled{0};
 
 TEST(ClockPosixTest, SignalsDoNotShortenASleep) {

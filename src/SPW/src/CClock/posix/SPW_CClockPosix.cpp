@@ -61,7 +61,9 @@ std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
     tm local;
     if (localtime_r(&seconds, &local) == nullptr)
         return wall100ns;
-    return wall100ns + static_cast<std::uint64_t>(local.tm_gmtoff) * kPerSecond;
+    const std::uint64_t offset = static_cast<std::uint64_t>(local.tm_gmtoff) * kPerSecond;
+    // West of Greenwich 1601 began later: nothing is before the first moment that the count can tell.
+    return local.tm_gmtoff < 0 && wall100ns < 0 - offset ? 0 : wall100ns + offset;
 }
 
 void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {
