@@ -23,7 +23,7 @@ public:
     TestLog(const TestLog&) = delete;
     TestLog& operator=(const TestLog&) = delete;
 
-    // Deletes a file of that name and begins a new log. Until then logging is off.
+    // Deletes a file of that name (but no device) and begins a new log. Until then logging is off.
     void open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
               const SPW_CString& version);
     // Writes the lines that still wait and closes the file.

@@ -60,6 +60,9 @@ public:
     [[nodiscard]] static SPW_Result fileExists(const SPW_CString& path);
     // 0 when the path exists and is a directory, else 128. Does not report.
     [[nodiscard]] static SPW_Result dirExists(const SPW_CString& path);
+    // Whether the path, or what a link there points at, is neither a file nor a directory: a terminal, a pipe,
+    // /dev/null ... For fileExists and removeFile such a thing is a file. Does not report.
+    [[nodiscard]] static bool isDevice(const SPW_CString& path);
     // Makes the directory and every missing parent; an existing one is a success. 135.
     [[nodiscard]] static SPW_Result makeDir(const SPW_CString& path);
     // Removes a directory; with `recursive` all that is in it first, ending at the first failure. A link to a directory

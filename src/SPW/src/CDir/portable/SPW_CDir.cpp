@@ -195,6 +195,11 @@ SPW_Result SPW_CDir::dirExists(const SPW_CString& path) {
     return sys().getAttributes(path, attributes) && (attributes & SPW_CDirSys::kDirectory) != 0 ? 0 : kDirNotFound;
 }
 
+bool SPW_CDir::isDevice(const SPW_CString& path) {
+    std::uint32_t attributes = 0;
+    return sys().getAttributes(path, attributes) && (attributes & SPW_CDirSys::kDevice) != 0;
+}
+
 SPW_Result SPW_CDir::makeDir(const SPW_CString& path) {
     const SPW_CString directory = withoutTrailingSeparator(path);
     if (dirExists(directory) == 0 || sys().createDirectory(directory)) {

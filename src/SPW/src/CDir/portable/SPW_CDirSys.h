@@ -19,6 +19,7 @@ public:
         kSystem = 0x04,
         kDirectory = 0x10,
         kArchive = 0x20,
+        kDevice = 0x40,  // neither a file nor a directory: a terminal, a pipe ...
         kNormal = 0x80,
         // A link: removing or walking it must not touch what it points at.
         kLink = 0x400,

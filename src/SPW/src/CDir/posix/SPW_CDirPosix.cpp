@@ -65,6 +65,8 @@ std::uint32_t attributesOf(mode_t mode, const char* name) {
     }
     if (S_ISDIR(mode)) {
         attributes |= SPW_CDirSys::kDirectory;
+    } else if (!S_ISREG(mode) && !S_ISLNK(mode)) {
+        attributes |= SPW_CDirSys::kDevice;
     }
     return attributes == 0 ? std::uint32_t(SPW_CDirSys::kNormal) : attributes;
 }
