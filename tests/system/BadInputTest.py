@@ -125,6 +125,34 @@ class SettingsTest(lab.SystemTest):
         self.device.wait_for_log_line(r"on pinger \( 10\.77\.0\.300 \) :no ipaddress supplied$")
         self.assertEqual(program.stop(within=30), 1)
 
+    def test_absurd_settings_are_reported_and_neither_end_nor_hold_up_the_program(self):
+        for settings, lines in (
+                ({"multicast group": "nonsense", "port": "70000", "overhead bytes": "-1"},
+                 (r"on multicast connector \( nonsense \) :", r"on pinger \( 10\.77\.0\.2 \) :running short of memory$")),
+                ({"multicast group": "10.0.0.1", "port": "-1", "multicast ttl": "-1"},
+                 (r"on multicast connector \( 10\.0\.0\.1 \) :setsockopt IP_ADD_MEMBERSHIP",)),
+                ({"overhead bytes": "2000000000", "multicast ttl": "300", "multicast port": "-1"},
+                 (r"on multicast connector \( 228\.227\.226\.225 \) :set ttl failed 10022$",
+                  r"on multicast connector \( 228\.227\.226\.225 \) :send failed 10040$",
+                  r"on pinger \( 10\.77\.0\.2 \) :running short of memory$"))):
+            with self.subTest(settings):
+                self.device.write_settings({"frequency qty": "100", "frequency units": "milliseconds", **settings},
+                                           {"peer": self.peer.address})
+                program = self.device.measure()
+                for line in lines:
+                    self.device.wait_for_log_line(line, within=20)
+                self.assertLess(program.resident_kib(), 200 << 10)
+                self.assertIn(program.stop(), (0, 1))
+
+    def test_period_of_0_holds_up_neither_snapshots_nor_the_end(self):
+        self.device.configure(*lab.PROTOCOLS, period=0, peers={"peer": self.peer.address}, log_events="yes",
+                              log_data_packets="yes")
+        program = self.device.measure(every=0.1)
+        lab.eventually(lambda: len(program.rows()) >= 5, 20, lambda: str(program))
+        before = time.monotonic()
+        self.assertIn(program.stop(), (0, 1))
+        self.assertLess(time.monotonic() - before, 10)
+
     def test_port_for_the_group_can_come_from_the_other_products_key(self):
         self.device.write_hive(lab.hive_text({r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\KORV":
                                               {"UDPPort": "6006"}}))
@@ -248,6 +276,15 @@ class FullDiskTest(lab.SystemTest):
             program.wait_for_row(self.peer.address, lambda row: row["udp"]["total"] == 5)
             self.assertLess(len(program.errors().splitlines()), 10, "the error is not repeated for each line")
             self.assertEqual(program.stop(), 0)
+
+    def test_log_that_reaches_the_limit_of_files_ends_no_program(self):
+        self.device.configure("udp", period=5, peers={"peer": self.peer.address}, log_events="yes")
+        program = self.device.measure(through=("sh", "-c", 'ulimit -f 16; exec "$0" "$@"'))
+        lab.eventually(lambda: "SPW_CFile" in program.errors(), 30, lambda: str(program))
+        time.sleep(0.2)
+        self.assertTrue(program.is_running())
+        self.assertIn(program.stop(), (0, 1))
+        self.assertLessEqual(os.path.getsize(self.device.log_path), 16 << 10)
 
     def test_log_goes_on_when_there_is_room_again(self):
         filler = os.path.join(self.disk, "filler")

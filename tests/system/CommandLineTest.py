@@ -267,4 +267,14 @@ class OutputTest(lab.SystemTest):
         program = self.device.start("-headless", "-interval", "0.1", "-peer", NOWHERE,
                                     through=("sh", "-c", 'exec timeout 60 "$0" "$@" >/dev/full'))
         self.assertEqual(program.wait(), 1)
+        self.assertEqual(program.errors().count("cannot write to the standard output: No space left on device\n"), 1)
         self.assertTrue(self.device.log_lines()[-1].endswith(" ---- Test 1 complete ---"))
+
+    def test_program_that_is_started_without_standard_descriptors_prints_into_nothing_else(self):
+        for closed in (">&-", "2>&-", "<&- >&- 2>&-"):
+            with self.subTest(closed):
+                program = self.device.start("-headless", "-duration", "0.5", "-interval", "0.1", "-peer", NOWHERE,
+                                            through=("sh", "-c", f'exec "$0" "$@" {closed}'))
+                self.assertEqual(program.wait(), 1)
+                with open(self.device.log_path, encoding="utf-8") as log:
+                    self.assertNotRegex(log.read(), r"linkometry: |IP-Address \(name\)")

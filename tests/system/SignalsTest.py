@@ -2,6 +2,7 @@
 
 import os
 import signal
+import subprocess
 import time
 
 import lab
@@ -86,6 +87,27 @@ class SignalsTest(lab.SystemTest):
             program.signal(signal.SIGHUP)
             self.assertEqual(program.wait(), 4)
         self.assertIn("linkometry: cannot listen: udp listener : bind failed 10048\n", program.errors())
+
+    def test_hangup_changes_nothing_under_nohup(self):
+        program = self.listening(self.device.measure(through=("nohup",)))
+        self.count(program, (1, 2))
+        program.signal(signal.SIGHUP)
+        time.sleep(0.5)
+        self.assertEqual(program.stop(), 0)
+        row = program.final_rows()[self.peer.address]
+        self.assertEqual((row["test"], row["udp"]["total"]), (1, 2))
+
+    def test_end_comes_though_hangups_never_cease(self):
+        program = self.listening(self.device.measure())
+        with self.device.inside():
+            storm = subprocess.Popen(["sh", "-c", 'while kill -HUP "$0"; do :; done', str(program.process.pid)],
+                                     stderr=subprocess.DEVNULL)
+        try:
+            time.sleep(0.5)
+            self.assertIn(program.stop(), (0, 1))
+        finally:
+            storm.kill()
+            storm.wait()
 
     def test_many_signals_in_a_row_are_obeyed_and_the_end_comes(self):
         self.device.configure(*lab.PROTOCOLS, period=20, peers={"peer": self.peer.address, "dead": "10.77.0.99"})

@@ -315,8 +315,10 @@ class Program:
         self.error_path = os.path.join(device.folder, f"error-{number}")
         environment = {name: value for name, value in os.environ.items() if not name.startswith("XDG_")}
         environment.update(VANTIRO_REGISTRY_DIR=device.registry_folder, HOME=device.folder, TZ="UTC", LANG="C.UTF-8")
-        # A host name of its own for each device; the shell and setpriv become the program, they do not stay.
-        launcher = ["unshare", "--uts", "sh", "-c", 'hostname "$0" && exec setpriv --pdeathsig KILL "$@"', device.name]
+        # A host name of its own for each device, and SIGHUP obeyed though the tests may run under nohup; the shell and
+        # the rest become the program, they do not stay.
+        launcher = ["unshare", "--uts", "sh", "-c",
+                    'hostname "$0" && exec setpriv --pdeathsig KILL env --default-signal=HUP "$@"', device.name]
         with open(self.output_path, "wb") as output, open(self.error_path, "wb") as error, device.inside():
             self.process = subprocess.Popen([*launcher, *through, program_path(), *arguments], cwd=device.folder,
                                             env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=error)

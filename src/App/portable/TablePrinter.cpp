@@ -1,5 +1,9 @@
 #include "TablePrinter.h"
 
+#include <algorithm>
+
+#include "DisplayWidth.h"
+
 namespace {
 
 constexpr int kColumns = 6;
@@ -23,14 +27,13 @@ SPW_CString cellText(const PeerRowValues& row, int column) {
 }
 
 void widen(int& width, const SPW_CString& text) {
-    if (text.length() > width)
-        width = text.length();
+    width = std::max(width, displayWidth(text));
 }
 
 // The label column is aligned left, the figures right.
 void appendCell(SPW_CString& line, const SPW_CString& text, int width, int column) {
     SPW_CString padding;
-    padding.fill(u' ', width - text.length());
+    padding.fill(u' ', width - displayWidth(text));
     if (column == 0)
         line += text + padding;
     else

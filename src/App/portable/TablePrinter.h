@@ -6,14 +6,14 @@
 
 // One snapshot of all rows as a table for a person to read.
 struct TableHeading {
-    SPW_CString localTime;  // when the snapshot was taken, "HH:MM:SS"
-    int testNumber = 0;     // number of the test, from 1
-    std::uint32_t elapsedSeconds = 0;
+    SPW_CString localTime;             // when the snapshot was taken, "HH:MM:SS"
+    int testNumber = 0;                // number of the test, from 1
+    std::uint32_t elapsedSeconds = 0;  // since the program's first test began
     bool isFinal = false;
 };
 
 // A heading line, the column headers and one line per row, in the order given; lines end with LF.
-// Columns are as wide as their longest cell. With no row, one line says so.
+// Columns are as wide as their widest cell on the screen. With no row, one line says so.
 SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowValues>& rows);
 
 // How many of the rows have at least minimumQuality percent.

@@ -1,9 +1,12 @@
 #include "Headless.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
+#include "ForeignText.h"
 #include "JsonPrinter.h"
 #include "SPW_CClock.h"
 #include "SPW_CSysError.h"
@@ -14,12 +17,14 @@ namespace {
 constexpr std::uint64_t kMs = 10000;  // 100-ns units
 
 void complain(const SPW_CString& text) {
-    std::fprintf(stderr, "linkometry: %s\n", text.toAnsi());
+    std::fprintf(stderr, "linkometry: %s\n", showableText(text).toAnsi());
 }
 
-// False when nobody reads any more or the output's disk is full.
-bool print(const std::string& text) {
-    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+// 0, or the error number when nobody reads any more or the output's disk is full.
+int print(const std::string& text) {
+    errno = 0;
+    const bool isPrinted = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    return isPrinted ? 0 : errno != 0 ? errno : EIO;
 }
 
 }  // namespace
@@ -38,8 +43,7 @@ int Headless::run() {
     m_started100ns = SPW_CClock::instance->now100ns();
     m_nextSnapshotMs = m_options.intervalMs;
     if (startTest()) {
-        std::fprintf(stderr, "linkometry: %s measures its peers; the log is %s; Ctrl-C stops\n",
-                     m_engine.title().toAnsi(), m_engine.logFilePath().toAnsi());
+        complain(m_engine.title() + u" measures its peers; the log is " + m_engine.logFilePath() + u"; Ctrl-C stops");
         obeyRequests();
     }
     m_engine.stop();
@@ -116,8 +120,15 @@ void Headless::printSnapshot(bool isFinal) {
         if (isFinal)
             text = text + formatVerdict(m_rows, m_options.minimumQuality).toAnsi() + '\n';
     }
-    if (!print(text))
-        m_stopping = true;
+    const int failure = print(text);
+    if (failure == 0)
+        return;
+    // A reader that leaves, as `head` does, has what it wanted; anything else loses what somebody waits for. It is told
+    // once: the snapshot that the end brings fails as well.
+    if (failure != EPIPE && m_canPrint)
+        complain(SPW_CString(u"cannot write to the standard output: ") + std::strerror(failure));
+    m_canPrint = false;
+    m_stopping = true;
 }
 
 std::int64_t Headless::elapsedMs() const {

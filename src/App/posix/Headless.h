@@ -17,7 +17,8 @@ enum ExitStatus : int {
 };
 
 // The program without a screen, for servers, scripts and tests: starts a test at once, prints snapshots on standard
-// output, says everything else on standard error, and obeys signals until it is told to stop or its time is over.
+// output, says everything else on standard error, and obeys signals until it is told to stop, its time is over or its
+// output cannot be written.
 // blockRequestSignals() must have been called before the engine was built. Lives on the main thread.
 class Headless {
 public:
@@ -44,4 +45,5 @@ private:
     std::int32_t m_testNumber = 0;      // of the test that runs or ran last
     bool m_stopping = false;
     bool m_canRun = true;
+    bool m_canPrint = true;
 };

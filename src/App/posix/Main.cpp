@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <cstdio>
 
@@ -21,6 +23,16 @@ void raiseDescriptorLimit() {
         limit.rlim_cur = limit.rlim_max;
         setrlimit(RLIMIT_NOFILE, &limit);
     }
+}
+
+// Started with one of the three closed, the program would get it for its log or a socket, and print into that.
+void occupyStandardDescriptors() {
+    int descriptor;
+    do {
+        descriptor = open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0)
+        close(descriptor);
 }
 
 SPW_CArray<SPW_CString> tokensOf(int argc, char** argv) {
@@ -59,6 +71,8 @@ int runHeadless(const CommandLine& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardDescriptors();
+
     const CommandLine options = scanArguments(tokensOf(argc, argv));
     if (!options.isUsable()) {
         std::fprintf(stderr, "linkometry: %s\nlinkometry: -help lists the options\n", options.error.toAnsi());

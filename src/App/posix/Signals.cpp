@@ -9,12 +9,34 @@
 
 namespace {
 
-sigset_t requestSignals() {
+sigset_t setOf(std::initializer_list<int> numbers) {
     sigset_t set;
     sigemptyset(&set);
-    for (const int number : {SIGINT, SIGTERM, SIGUSR1, SIGUSR2, SIGHUP})
+    for (const int number : numbers)
         sigaddset(&set, number);
     return set;
+}
+
+bool isIgnored(int number) {
+    struct sigaction action;
+    return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+// Without a SIGHUP that is ignored already: `nohup` has promised the user that the terminal's end changes nothing, and
+// a blocked signal would come all the same.
+sigset_t requestSignals() {
+    sigset_t set = setOf({SIGINT, SIGTERM, SIGUSR1, SIGUSR2});
+    if (!isIgnored(SIGHUP))
+        sigaddset(&set, SIGHUP);
+    return set;
+}
+
+// Of several pending signals the kernel delivers the one with the smallest number; SIGHUP's is 1, and whoever sent it
+// faster than the program starts over could not end the program with SIGTERM.
+bool isStopPending() {
+    const sigset_t set = setOf({SIGINT, SIGTERM});
+    const timespec atOnce = {0, 0};
+    return sigtimedwait(&set, nullptr, &atOnce) > 0;
 }
 
 Request requestOf(int signalNumber) {
@@ -39,9 +61,12 @@ void blockRequestSignals() {
     const sigset_t set = requestSignals();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 Request waitForRequest(std::uint32_t timeoutMs) {
+    if (isStopPending())
+        return Request::kStop;
     const sigset_t set = requestSignals();
     if (timeoutMs == kSPWForever)
         return requestOf(sigwaitinfo(&set, nullptr));

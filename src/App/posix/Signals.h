@@ -8,13 +8,15 @@ enum class Request {
     kStop,      // SIGINT, SIGTERM
     kSnapshot,  // SIGUSR1
     kReset,     // SIGUSR2
-    kRestart,   // SIGHUP
+    kRestart,   // SIGHUP, unless it was ignored when the program began (nohup)
 };
 
 // Keeps the five signals from interrupting any thread, so that waitForRequest alone receives them; and ignores
-// SIGPIPE, so that a reader of our output that goes away shows as a failed write.
+// SIGPIPE and SIGXFSZ, so that a reader of our output that goes away, and a log that reaches the limit set for files,
+// show as failed writes.
 // Call it before the first thread is started: threads inherit what is blocked.
 void blockRequestSignals();
 
-// Waits for the next request, at most timeoutMs (kSPWForever: without limit). One thread at a time.
+// Waits for the next request, at most timeoutMs (kSPWForever: without limit). A request to stop goes before all others
+// that are pending; the same request twice is one while it is pending. One thread at a time.
 Request waitForRequest(std::uint32_t timeoutMs);

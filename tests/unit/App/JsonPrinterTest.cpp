@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
+#include "ForeignText.h"
 #include "SPW_CClock.h"
 
 namespace {
@@ -46,6 +49,37 @@ TEST(JsonPrinterTest, OnlyTheLastSnapshotIsMarkedFinal) {
     EXPECT_EQ(std::string::npos, formatJson(noon(), 3, false, oneRow()).find("final"));
     const std::string last = formatJson(noon(), 3, true, oneRow());
     EXPECT_EQ(last.size() - std::string(",\"final\":true}\n").size(), last.find(",\"final\":true}\n"));
+}
+
+// What a peer's name can hold, by the way that it takes: from the packet's bytes into a row.
+std::string jsonOfName(const SPW_CString& name) {
+    PeerTable table;
+    table.addDiscovered(u"10.0.0.7", name);
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(table.at(0).values());
+    return formatJson(noon(), 1, false, rows);
+}
+
+TEST(JsonPrinterTest, AHostileNameLeavesOneObjectOnOneLine) {
+    const char16_t lone[] = {0xD83D, u'x', 0xDE00, 0};
+    SPW_CString everything;
+    for (int c = 1; c < 0x110; ++c)
+        everything.append(static_cast<char16_t>(c));
+    SPW_CString longest;
+    longest.fill(u'"', 900);
+    for (const SPW_CString& name :
+         {SPW_CString(lone), everything, longest, SPW_CString("\xFF\xC0\x80\xED\xA0\x80\xF4\x90\x80\x80"),
+          SPW_CString(u"\\\",\"quality\":100,\"x\":\""), SPW_CString(u"\u2028\u2029\u202E")}) {
+        const std::string line = jsonOfName(name);
+        EXPECT_EQ(line.size() - 1, line.find('\n'));
+        for (const char c : line.substr(0, line.size() - 1))
+            EXPECT_GE(static_cast<unsigned char>(c), 0x20);
+        ASSERT_TRUE(nlohmann::json::accept(line)) << line;
+        const nlohmann::json object = nlohmann::json::parse(line);
+        EXPECT_EQ(std::string(showableText(name).toAnsi()), object["name"].get<std::string>());
+        EXPECT_EQ("10.0.0.7 (" + object["name"].get<std::string>() + ")", object["label"].get<std::string>());
+        EXPECT_EQ(0, object["quality"].get<int>());
+    }
 }
 
 TEST(JsonPrinterTest, NoRowsGiveNoLines) {

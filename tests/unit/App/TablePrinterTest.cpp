@@ -42,6 +42,17 @@ TEST(TablePrinterTest, ColumnsAreAsWideAsTheirLongestCell) {
         formatTable(heading(false), rows).toAnsi());
 }
 
+TEST(TablePrinterTest, NamesOfAllScriptsLeaveTheColumnsStraight) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"10.0.0.1 (caf\u00e9)", 100, 1, 1));
+    rows.append(row(u"10.0.0.2 (cafe\u0301)", 100, 1, 1));
+    rows.append(row(u"10.0.0.3 (\u65e5\u672c\U0001F600)", 100, 1, 1));
+    const std::string table = formatTable(heading(false), rows).toAnsi();
+    EXPECT_NE(std::string::npos, table.find("\n10.0.0.1 (caf\u00e9)            100  ")) << table;
+    EXPECT_NE(std::string::npos, table.find("\n10.0.0.2 (cafe\u0301)            100  ")) << table;
+    EXPECT_NE(std::string::npos, table.find("\n10.0.0.3 (\u65e5\u672c\U0001F600)          100  ")) << table;
+}
+
 TEST(TablePrinterTest, EachProtocolStandsInItsOwnColumn) {
     SPW_CArray<PeerRowValues> rows;
     PeerRowValues values = row(u"x", 1, 0, 0);

@@ -1,0 +1,52 @@
+#include "DisplayWidth.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+struct Range {
+    char32_t first;
+    char32_t last;
+};
+
+// Both in ascending order.
+constexpr Range kWithoutWidth[] = {
+    {0x0300, 0x036F}, {0x0483, 0x0489}, {0x0591, 0x05BD},   {0x0610, 0x061A},   {0x064B, 0x065F}, {0x1AB0, 0x1AFF},
+    {0x1DC0, 0x1DFF}, {0x200B, 0x200D}, {0x20D0, 0x20FF},   {0x302A, 0x302D},   {0x3099, 0x309A}, {0xFE00, 0xFE0F},
+    {0xFE20, 0xFE2F}, {0xFEFF, 0xFEFF}, {0x1F3FB, 0x1F3FF}, {0xE0100, 0xE01EF},
+};
+constexpr Range kWide[] = {
+    {0x1100, 0x115F}, {0x2E80, 0x303E},   {0x3041, 0x33FF},   {0x3400, 0x4DBF},   {0x4E00, 0xA4CF},
+    {0xA960, 0xA97F}, {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},
+    {0xFFE0, 0xFFE6}, {0x1F300, 0x1F64F}, {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD},
+};
+
+template <std::size_t size>
+bool isIn(const Range (&ranges)[size], char32_t c) {
+    const Range* range = std::lower_bound(std::begin(ranges), std::end(ranges), c,
+                                          [](const Range& r, char32_t x) { return r.last < x; });
+    return range != std::end(ranges) && range->first <= c;
+}
+
+int widthOf(char32_t c) {
+    if (isIn(kWithoutWidth, c))
+        return 0;
+    return isIn(kWide, c) ? 2 : 1;
+}
+
+}  // namespace
+
+int displayWidth(const SPW_CString& text) {
+    int width = 0;
+    for (int i = 0; i < text.length(); ++i) {
+        char32_t c = text.text()[i];
+        const char32_t next = i + 1 < text.length() ? text.text()[i + 1] : 0;
+        if (c >= 0xD800 && c <= 0xDBFF && next >= 0xDC00 && next <= 0xDFFF) {
+            c = 0x10000 + ((c - 0xD800) << 10) + (next - 0xDC00);
+            ++i;
+        }
+        width += widthOf(c);
+    }
+    return width;
+}
