@@ -6,6 +6,8 @@
 // character that changes the direction of the text around it becomes one "?". Nothing else changes, so the length
 // stays.
 //
-// Two places call it, and between them see every such text that leaves the program: PeerTable, when a row takes its
-// name and label (which the screen, the list and the JSON show), and TestEngine::logEvent, for every line of the log.
+// Two places call it for what peers say of themselves, and between them see every such text that leaves the program:
+// PeerTable, when a row takes its name and label (which the screen, the list and the JSON show), and
+// TestEngine::logEvent, for every line of the log. The title and what front ends say on standard error, which may quote
+// settings, host names and the command line, pass through it too.
 SPW_CString showableText(const SPW_CString& text);

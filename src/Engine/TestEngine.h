@@ -137,7 +137,7 @@ private:
     SPW_CArray<PeerRecord> m_addedPeers;
 
     // Held from counting until the sink has been told. Taken before m_lock.
-    mutable SPW_CCriticalSection m_sinkLock;
+    SPW_CCriticalSection m_sinkLock;
 
     // The engine lock, and what it guards. Settings, identity and announcement change under both this and the control
     // lock, so that whoever holds either may read them.

@@ -370,6 +370,15 @@ TEST_F(TestEngineTest, StoppingWhatIsStoppedLogsEveryRefusal) {
                             "StopPinging failed returned Not currently sending"));
 }
 
+TEST_F(TestEngineTest, AStopBeforeTheFirstStartEndsATestThatHadNothing) {
+    engine().stop();
+    EXPECT_FALSE(engine().isRunning());
+    EXPECT_EQ(engine().testNumber(), 2);
+    select(false, false, false, false);
+    engine().start();
+    EXPECT_THAT(endAndReadLog(), ElementsAre(" ---- Test 1 complete ---", " ---- Test 2 starting ---"));
+}
+
 TEST_F(TestEngineTest, APingerWithoutAConnectorAtItsIndexLogsNoText) {
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
     select(false, false, false, true);

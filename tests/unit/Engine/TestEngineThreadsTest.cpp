@@ -223,6 +223,52 @@ TEST_F(TestEngineThreadsTest, TheLastUpdateOfARowIsItsPresentState) {
     }
 }
 
+// A user interface that looks around in the engine whenever it is told something.
+class AskingUi : public UiSink {
+public:
+    void updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t, std::int32_t total) override {
+        SPW_CArray<PeerRowValues> rows;
+        engine->snapshot(rows);
+        for (int i = 0; i < rows.numberOfElements(); ++i) {
+            // Nothing can have been counted since.
+            if (rows[i].label == label && (rows[i].quality != quality || rows[i].counts[protocol].total != total)) {
+                ++contradictions;
+            }
+        }
+        SPW_CArray<SPW_CString> failures;
+        engine->listenerFailures(failures);
+        (void)engine->title();
+        (void)engine->isRunning();
+        (void)engine->testNumber();
+        ++updates;
+    }
+
+    TestEngine* engine = nullptr;
+    std::atomic<int> contradictions{0};
+    std::atomic<int> updates{0};
+};
+
+TEST_F(TestEngineThreadsTest, TheSinkMayAskTheEngineAndSeesWhatItIsTold) {
+    select(false, true, false, false);
+    AskingUi ui;
+    m_engine = std::make_unique<TestEngine>(&ui, true);
+    ui.engine = m_engine.get();
+    beginDatagrams();
+    for (int round = 1; round <= 3; ++round) {
+        engine().start();
+        engine().addPeer(peer(u"10.0.3.1", u"manually added"));
+        for (int i = 0; i < 1000 && ui.updates < 50 * round; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        engine().resetStatistics();
+        engine().stop();
+    }
+    endStorm();
+    m_engine.reset();
+    EXPECT_GE(ui.updates, 150);
+    EXPECT_EQ(ui.contradictions, 0);
+}
+
 TEST_F(TestEngineThreadsTest, AResetLosesNothingThatIsCountedAfterIt) {
     select(false, false, false, false);
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
