@@ -124,8 +124,8 @@ class TcpListenerTest(lab.SystemTest):
         return end
 
     def wait_for_counts(self, received, total):
-        return self.program.wait_for_row(self.peer.address, lambda row: (row["tcpip"]["received"], row["tcpip"]["total"])
-                                         == (received, total))
+        return self.program.wait_for_row(self.peer.address, lambda row: (
+            row["tcpip"]["received"], row["tcpip"]["total"]) == (received, total))
 
     def assert_counts_stay(self, received, total):
         self.wait_for_counts(received, total)

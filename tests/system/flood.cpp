@@ -198,6 +198,7 @@ void floodWithDatagrams(Generator& generator, sockaddr_in address, int count, co
 
 void floodStreams(Generator& generator, const sockaddr_in& address, int count) {
     std::vector<int> connections;
+    connections.reserve(kConnections);
     for (int i = 0; i < kConnections; ++i)
         connections.push_back(connectTo(address));
     for (int done = 0; done < count; done += kBatch) {
