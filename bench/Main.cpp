@@ -8,14 +8,18 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include "Benches.h"
 #include "Child.h"
+#include "Timing.h"
 
 namespace {
 
@@ -47,7 +51,7 @@ constexpr char kUsage[] =
     "three\n"
     "minutes. Needs root, for network namespaces of its own.\n"
     "\n"
-    "  -quick   under a minute: less often, and fewer peers\n"
+    "  -quick   under a minute: each measured once, and 256 and 1000 peers only\n"
     "  name     only these of: listener, log, peers-1, peers-64, peers-256, peers-1000, startstop; a part of a name "
     "will do\n"
     "\n"
@@ -102,6 +106,43 @@ void makeFolder() {
         signal(number, onSignal);
 }
 
+// The share of the processors' time that was in use during half a second.
+double busyShare() {
+    const auto read = [](double& busy, double& all) {
+        double times[8] = {};  // user, nice, system, idle, waiting, interrupts (2), stolen
+        std::FILE* const file = std::fopen("/proc/stat", "r");
+        if (file != nullptr) {
+            if (std::fscanf(file, "cpu %lf %lf %lf %lf %lf %lf %lf %lf", &times[0], &times[1], &times[2], &times[3],
+                            &times[4], &times[5], &times[6], &times[7]) != 8)
+                times[3] = 1;
+            std::fclose(file);
+        }
+        all = std::accumulate(std::begin(times), std::end(times), 0.0);
+        busy = all - times[3] - times[4];
+    };
+    double busyBefore = 0;
+    double allBefore = 0;
+    double busy = 0;
+    double all = 0;
+    read(busyBefore, allBefore);
+    sleepSeconds(0.5);
+    read(busy, all);
+    return all > allBefore ? (busy - busyBefore) / (all - allBefore) : 0;
+}
+
+// What others do costs the listener its rate and the probes their punctuality.
+void tellIfBusy() {
+    const double share = busyShare();
+    if (share > 0.1)
+        std::printf("Other programs use %.0f %% of the processors; results are worse than on a quiet machine.\n\n",
+                    share * 100);
+}
+
+bool isAnySelected(const std::vector<std::string>& filters, const Effort& effort) {
+    return std::any_of(std::begin(kBenches), std::end(kBenches),
+                       [&](const Bench& bench) { return isSelected(bench, filters, effort); });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -123,9 +164,14 @@ int main(int argc, char** argv) {
             filters.push_back(argument);
         }
     }
+    if (!isAnySelected(filters, effort)) {
+        std::fprintf(stderr, "linkometry-bench: no benchmark has such a name\n%s", kUsage);
+        return 2;
+    }
     raiseDescriptorLimit();
     const Network network;
     makeFolder();
+    tellIfBusy();
     Report report;
     for (const Bench& bench : kBenches) {
         if (isSelected(bench, filters, effort))
