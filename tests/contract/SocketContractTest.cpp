@@ -946,6 +946,25 @@ TEST_F(PlatformSocketTest, WithoutDescriptorsThereIsNoSocket) {
     EXPECT_EQ(code, kSockTooManyFiles);
 }
 
+TEST_F(PlatformSocketTest, AConnectionThatFindsNoDescriptorWaitsForTheNextAccept) {
+    const SPW_Socket listening = listener();
+    ASSERT_EQ(s().connect(tcp(), kLoopback, portOf(listening)), 0);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit none = limit;
+    none.rlim_cur = 0;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    SPW_CIpAddress peer;
+    const SPW_Socket refused = s().accept(listening, peer);
+    const SPW_Result code = s().lastError();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(refused, kInvalidSocket);
+    EXPECT_EQ(code, kSockTooManyFiles);
+    EXPECT_EQ(peer, SPW_CIpAddress());
+    (void)keep(s().accept(listening, peer));
+    EXPECT_EQ(peer, kLoopback);
+}
+
 TEST_F(PlatformSocketTest, ASignalEndsNoWait) {
     struct sigaction action {};
     struct sigaction before {};

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -414,6 +415,31 @@ TEST_F(ProbeStopRaceTest, ConnectThatBeginsDuringTheDestructionIsWoken) {
     const steady_clock::time_point begin = steady_clock::now();
     connector.reset();
     EXPECT_LT(steady_clock::now() - begin, kBound);
+}
+
+TEST_F(ProbeStopRaceTest, StopsAmidTrafficAreSilent) {
+    WatchedSockets sockets;
+    const ScopedInstance<SPW_CSocket> installed(sockets);
+    VTR_CUdpListener listener(&sink, 0);
+    std::atomic<std::uint16_t> port{9};
+    std::atomic<bool> over{false};
+    // So that some stops meet the listener between two receives.
+    std::thread traffic([&] {
+        const SPW_Socket sender = SPW_CSocket::instance->openUdp();
+        while (!over) {
+            (void)SPW_CSocket::instance->sendTo(sender, kLoopback, port, "x", 1);  // a closed port may refuse it
+        }
+        (void)SPW_CSocket::instance->close(sender);
+    });
+    for (int round = 0; round < 100; ++round) {
+        ASSERT_EQ(listener.StartListening(), 0u);
+        port = sockets.boundPort();
+        std::this_thread::sleep_for(std::chrono::microseconds(200 + round));
+        ASSERT_EQ(listener.StopListening(), 0u);
+    }
+    over = true;
+    traffic.join();
+    EXPECT_THAT(sink.take(), testing::IsEmpty());
 }
 
 TEST_F(ProbeStopRaceTest, StopsAtAnyMomentReturnSoon) {
