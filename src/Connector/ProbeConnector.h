@@ -31,7 +31,7 @@ public:
     // The closed socket stays in use, deliberately: the first probe after a restart fails with "not a socket", is
     // reported, and only then is a new socket made. Observers count on this one failed probe per restart.
     [[nodiscard]] SPW_Result StopSending();
-    // Why the latest start or stop was refused.
+    // Why a stop was refused; empty as long as none was. A second start leaves no text. The owner's thread.
     SPW_CString GetLastErrorText() const { return m_lastErrorText; }
 
     void step() override { sendStep(); }

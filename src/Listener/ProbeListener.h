@@ -28,7 +28,8 @@ public:
     [[nodiscard]] SPW_Result StartListening();
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     [[nodiscard]] SPW_Result StopListening();
-    // The listener's kind, " : " and why the latest start or stop was refused, which is emptied.
+    // The listener's kind, " : " and why the latest start failed or stop was refused, which is emptied. A second start
+    // leaves no text. The owner's thread.
     SPW_CString GetLastErrorText();
 
     void step() override { listenStep(); }

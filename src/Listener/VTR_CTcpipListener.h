@@ -10,7 +10,8 @@
 // gone. Each read of a connection is one chunk: what follows the first probe in it is not looked at.
 //
 // A connection that its peer has closed is deliberately not closed on this side: to the peer's system it stays half
-// open until this listener goes. That costs a descriptor each, so only the latest kMostDeparted are kept so.
+// open until this listener goes. That costs a descriptor each, so only the latest kMostDeparted are kept so, and none
+// when a new connection finds no descriptor.
 class VTR_CTcpipListener : public ProbeListener {
 public:
     static constexpr int kMostDeparted = 1000;

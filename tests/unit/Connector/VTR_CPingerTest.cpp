@@ -65,6 +65,7 @@ TEST_F(PingerTest, RequestHasDataSizeReplyBufferAndPeriodAsTimeOut) {
 TEST_F(PingerTest, RequestCarriesTheLowSixteenBitsOfTheDataSize) {
     EXPECT_EQ(requestOf(65536 + 7).bytes.size(), 7u);
     EXPECT_EQ(requestOf(65536 + 7).replySize, (65536u + 7u) * 28u);
+    EXPECT_EQ(requestOf(65535).bytes.size(), 65535u);
     EXPECT_EQ(requestOf(65536).bytes.size(), 0u);
 }
 
