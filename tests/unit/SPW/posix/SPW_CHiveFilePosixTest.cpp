@@ -211,15 +211,15 @@ TEST_F(HiveFilePosixTest, LinkToAFileInAMissingFolderStaysAsItIs) {
 
 // Each folder has a link of its own; the lock and the temporary file have to be beside the one file.
 TEST_F(HiveFilePosixTest, WhoComeByDifferentLinksTakeTurns) {
-    m_folder.write("shared.reg", "[HKEY_CURRENT_USER\\k]\n");
+    m_folder.write("common.reg", "[HKEY_CURRENT_USER\\k]\n");
     for (const char* folder : {"a", "b"}) {
         m_folder.makeFolder(folder);
-        std::filesystem::create_symlink("../shared.reg", m_folder.native() / folder / kHiveFile);
+        std::filesystem::create_symlink("../common.reg", m_folder.native() / folder / kHiveFile);
     }
     setenv("VANTIRO_REGISTRY_DIR", (m_folder.native() / "a").c_str(), 1);
     SPW_CRegistry registry(kHive, u"k");
     EXPECT_EQ(setString(registry, "x", "1"), 0u);
-    EXPECT_TRUE(m_folder.exists("shared.reg.lock"));
+    EXPECT_TRUE(m_folder.exists("common.reg.lock"));
     EXPECT_FALSE(m_folder.exists("a/HKEY_CURRENT_USER.reg.lock"));
 }
 
