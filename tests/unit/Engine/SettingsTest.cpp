@@ -329,6 +329,14 @@ TEST_F(SettingsTest, TheKorvPortOfBytesIsTheWideTextThatTheySpell) {
     EXPECT_EQ(readKorvUdpPort(), 601);
 }
 
+TEST_F(SettingsTest, AKorvPortThatIsANumberSpellsNoDigits) {
+    SPW_CRegistry registry(u"HKEY_CURRENT_USER", kKorv);
+    SPW_CRegistryData data;
+    ASSERT_EQ(data.setNumber(7550), 0u);
+    ASSERT_EQ(registry.setValue(u"UDPPort", data), 0u);
+    EXPECT_EQ(readKorvUdpPort(), 0);
+}
+
 TEST_F(SettingsTest, OwnerAndFriendlyNameAreEmptyWhereMissing) {
     EXPECT_EQ(readOwnerName(), SPW_CString(u""));
     EXPECT_EQ(readFriendlyName(), SPW_CString(u""));

@@ -184,7 +184,9 @@ TEST_F(RegistryTextTest, ExampleOfTheManualIsUnderstood) {
     const char16_t* peers = u"Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses";
     EXPECT_THAT(valueNames(key(peers)), ElementsAre("Gate 1", "Gate \"north\""));
     EXPECT_EQ(units(value(u"Software\\Vantiro Networks\\Vantiro Diagnostic", u"log data packets")), "yes|");
-    EXPECT_THAT(bytes(value(u"Software\\Vantiro Networks\\Vantiro\\KORV", u"UDPPort")), ElementsAre(0x7e, 0x1d, 0, 0));
+    EXPECT_THAT(bytes(value(u"Software\\Vantiro Networks\\Vantiro Diagnostic", u"port")),
+                ElementsAre(0x70, 0x17, 0, 0));
+    EXPECT_EQ(units(value(u"Software\\Vantiro Networks\\Vantiro\\KORV", u"UDPPort")), "7552|");
 }
 
 // --- What is refused, and where ---
