@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "SPW_CCriticalSection.h"
 #include "SPW_CMessage.h"
 #include "SPW_CThread.h"
 
@@ -51,7 +52,9 @@ private:
 
     SPW_Handle m_items;
     SPW_Handle m_freeSlots;
-    SPW_Handle m_queueLock;
+    // Not a semaphore like the two above: those give a unit to the longest waiter even while it is still asleep, so
+    // once writer and reader have met here, each would wait for the other's wake-up at every message.
+    mutable SPW_CCriticalSection m_queueLock;
     // Guarded by m_queueLock.
     std::unique_ptr<std::uintptr_t[]> m_ring;
     std::uint32_t m_writeIndex;

@@ -30,7 +30,7 @@ void acquire(SPW_Handle semaphore) {
     (void)SPW_CThreadSys::waitSemaphore(semaphore, kSPWForever);
 }
 
-// The counts of the three semaphores add up to what they began with, so none is ever above its maximum.
+// The counts of the two semaphores add up to what they began with, so none is ever above its maximum.
 void release(SPW_Handle semaphore) {
     (void)SPW_CThreadSys::releaseSemaphore(semaphore);
 }
@@ -42,7 +42,6 @@ SPW_CThreadMessageQueue::SPW_CThreadMessageQueue() : SPW_CThreadMessageQueue(1) 
 SPW_CThreadMessageQueue::SPW_CThreadMessageQueue(std::uint32_t capacity)
     : m_items(SPW_CThreadSys::createSemaphore(0, capacity)),
       m_freeSlots(SPW_CThreadSys::createSemaphore(capacity, capacity)),
-      m_queueLock(SPW_CThreadSys::createSemaphore(1, 1)),
       m_ring(new std::uintptr_t[capacity]()),
       m_writeIndex(0),
       m_capacity(capacity),
@@ -57,17 +56,17 @@ SPW_CThreadMessageQueue::SPW_CThreadMessageQueue(std::uint32_t capacity)
 SPW_CThreadMessageQueue::~SPW_CThreadMessageQueue() {
     SPW_CThreadSys::destroySemaphore(m_items);
     SPW_CThreadSys::destroySemaphore(m_freeSlots);
-    SPW_CThreadSys::destroySemaphore(m_queueLock);
 }
 
 void SPW_CThreadMessageQueue::qAddMsg(std::uintptr_t message) {
     trace(SPW_CError::kEntry, 157, "qAddMsg");
     acquire(m_freeSlots);
-    acquire(m_queueLock);
-    m_ring[m_writeIndex] = message;
-    m_writeIndex = (m_writeIndex + 1) % m_capacity;
-    ++m_count;
-    release(m_queueLock);
+    {
+        const SPW_CGuard guard(m_queueLock);
+        m_ring[m_writeIndex] = message;
+        m_writeIndex = (m_writeIndex + 1) % m_capacity;
+        ++m_count;
+    }
     release(m_items);
     trace(SPW_CError::kExit, 169, "qAddMsg");
 }
@@ -128,19 +127,19 @@ std::uintptr_t SPW_CThreadMessageQueue::takeTimedMessage() {
 }
 
 std::uintptr_t SPW_CThreadMessageQueue::takeOldest() {
-    acquire(m_queueLock);
-    traceRemoveIndex(m_removeIndex);
-    const std::uintptr_t message = m_ring[m_removeIndex];
-    m_removeIndex = (m_removeIndex + 1) % m_capacity;
-    --m_count;
-    release(m_queueLock);
+    std::uintptr_t message = 0;
+    {
+        const SPW_CGuard guard(m_queueLock);
+        traceRemoveIndex(m_removeIndex);
+        message = m_ring[m_removeIndex];
+        m_removeIndex = (m_removeIndex + 1) % m_capacity;
+        --m_count;
+    }
     release(m_freeSlots);
     return message;
 }
 
 std::int32_t SPW_CThreadMessageQueue::lockedCount() const {
-    acquire(m_queueLock);
-    const std::int32_t count = m_count;
-    release(m_queueLock);
-    return count;
+    const SPW_CGuard guard(m_queueLock);
+    return m_count;
 }
