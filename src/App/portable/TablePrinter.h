@@ -8,7 +8,7 @@
 struct TableHeading {
     SPW_CString localTime;             // when the snapshot was taken, "HH:MM:SS"
     int testNumber = 0;                // number of the test, from 1
-    std::uint32_t elapsedSeconds = 0;  // since the program's first test began
+    std::uint32_t elapsedSeconds = 0;  // since this test began
     bool isFinal = false;
 };
 

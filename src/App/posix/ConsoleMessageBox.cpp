@@ -1,6 +1,7 @@
 #include "ConsoleMessageBox.h"
 
 #include <cstdio>
+#include <iterator>
 
 #include "ForeignText.h"
 
@@ -17,19 +18,28 @@ SPW_CMessageBox::Answer answerOf(SPW_CMessageBox::Buttons buttons) {
     }
 }
 
+// Whom an information is for does not care which class found it out; an error's place helps to mend it.
+SPW_CString whatToSay(const SPW_CString& text, const SPW_CString& caption, SPW_CMessageBox::Icon icon) {
+    static const char16_t kBeforeMessage[] = u"\n\nMessage: ";
+    const int place = text.findText(kBeforeMessage);
+    if (icon == SPW_CMessageBox::kIconInformation && place >= 0)
+        return text.right(text.length() - place - static_cast<int>(std::size(kBeforeMessage)) + 1);
+    return caption + u": " + text;
+}
+
 }  // namespace
 
 SPW_CMessageBox::Answer ConsoleMessageBox::show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons,
-                                                Icon) {
+                                                Icon icon) {
     // One line a box: the line feed between place and message becomes a blank.
-    std::string line = caption.toAnsi();
-    line += ": ";
-    SPW_CString rest(text);
+    std::string line;
+    SPW_CString rest = whatToSay(text, caption, icon);
     for (SPW_CString part = rest.nextToken(u"\n"); !part.isEmpty(); part = rest.nextToken(u"\n")) {
         line += showableText(part).toAnsi();
         line += ' ';
     }
-    line.back() = '\n';
+    line.erase(line.find_last_not_of(' ') + 1);
+    line += '\n';
 
     const std::lock_guard<std::mutex> guard(m_lock);
     if (m_shown.size() < kTextsRemembered && m_shown.insert(line).second)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -18,6 +19,23 @@ constexpr std::uint64_t kMs = 10000;  // 100-ns units
 
 void complain(const SPW_CString& text) {
     std::fprintf(stderr, "linkometry: %s\n", showableText(text).toAnsi());
+}
+
+// Where a file really is, whatever folder the program was started in; the path itself when that cannot be told.
+SPW_CString wholePath(const SPW_CString& path) {
+    char* const whole = realpath(path.toAnsi(), nullptr);
+    const SPW_CString result = whole != nullptr ? SPW_CString(whole) : path;
+    std::free(whole);
+    return result;
+}
+
+// What a listener's error text ends with is a number that few know by heart.
+SPW_CString explained(const SPW_CString& failure) {
+    const int code = failure.afterLast(u" ").toInt();
+    SPW_CString text = failure + u" (" + SPW_CSysError::instance->text(static_cast<SPW_Result>(code));
+    if (code == kSockAddressInUse)
+        text += u"; is another linkometry running?";
+    return text + u")";
 }
 
 // 0, or the error number when nobody reads any more or the output's disk is full.
@@ -43,7 +61,8 @@ int Headless::run() {
     m_started100ns = SPW_CClock::instance->now100ns();
     m_nextSnapshotMs = m_options.intervalMs;
     if (startTest()) {
-        complain(m_engine.title() + u" measures its peers; the log is " + m_engine.logFilePath() + u"; Ctrl-C stops");
+        complain(m_engine.title() + u" measures its peers; the log is " + wholePath(m_engine.logFilePath()) +
+                 u"; Ctrl-C stops");
         obeyRequests();
     }
     m_engine.stop();
@@ -57,11 +76,12 @@ int Headless::run() {
 // though the engine itself would go on.
 bool Headless::startTest() {
     m_testNumber = m_engine.testNumber();
+    m_testStartedMs = elapsedMs();
     m_engine.start();
     SPW_CArray<SPW_CString> failures;
     m_engine.listenerFailures(failures);
     for (int i = 0; i < failures.numberOfElements(); ++i)
-        complain(SPW_CString(u"cannot listen: ") + failures[i]);
+        complain(SPW_CString(u"cannot listen: ") + explained(failures[i]));
     m_canRun = failures.numberOfElements() == 0;
     return m_canRun;
 }
@@ -114,7 +134,7 @@ void Headless::printSnapshot(bool isFinal) {
         const SPW_CalendarTime local = SPW_CClock::instance->toLocal(wall);
         heading.localTime.format(u"%02d:%02d:%02d", local.hour, local.minute, local.second);
         heading.testNumber = m_testNumber;
-        heading.elapsedSeconds = static_cast<std::uint32_t>((elapsedMs() + 500) / 1000);
+        heading.elapsedSeconds = static_cast<std::uint32_t>((elapsedMs() - m_testStartedMs + 500) / 1000);
         heading.isFinal = isFinal;
         text = formatTable(heading, m_rows).toAnsi();
         if (isFinal)

@@ -54,7 +54,6 @@ int runHeadless(const CommandLine& options) {
 
     ConsoleMessageBox box;
     SPW_CError::instance->setMessageBox(&box);
-    SPW_CError::instance->setShowErrors(true);
     // A cable that is out for a while must not end a program that runs for weeks.
     SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
 
@@ -62,6 +61,8 @@ int runHeadless(const CommandLine& options) {
     {
         SilentSink sink;
         TestEngine engine(&sink, true);
+        // Not before: what keeps the engine from opening its log is said in plainer words below.
+        SPW_CError::instance->setShowErrors(true);
         status = Headless(options, engine).run();
     }
     SPW_CError::instance->setMessageBox(nullptr);

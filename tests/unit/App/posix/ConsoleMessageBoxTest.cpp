@@ -31,6 +31,13 @@ TEST_F(ConsoleMessageBoxTest, ABoxIsOneLineOfCaptionAndText) {
     EXPECT_EQ("linkometry: Error:\n", shown(u""));
 }
 
+TEST_F(ConsoleMessageBoxTest, AnInformationIsItsMessageAlone) {
+    testing::internal::CaptureStderr();
+    (void)m_box.show(u"CID: Class\nfunction: read\nin module Module:12\n\nMessage: file:6: a mistake.\nNot used.",
+                     u"Info", SPW_CMessageBox::kOk, SPW_CMessageBox::kIconInformation);
+    EXPECT_EQ("linkometry: file:6: a mistake. Not used.\n", testing::internal::GetCapturedStderr());
+}
+
 TEST_F(ConsoleMessageBoxTest, TheSameIsToldOnce) {
     EXPECT_NE("", shown(u"disk full"));
     EXPECT_EQ("", shown(u"disk full"));
