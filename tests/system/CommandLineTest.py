@@ -204,7 +204,8 @@ class ExitStatusTest(lab.SystemTest):
     def check_port_in_use(self, text):
         program = self.device.start("-headless", "-duration", "30", "-peer", self.peer.address)
         self.assertEqual(program.wait(), 4)
-        self.assertIn(f"linkometry: cannot listen: {text}\n", program.errors())
+        self.assertIn(f"linkometry: cannot listen: {text} (The address is in use; is another linkometry running?)\n",
+                      program.errors())
         self.assertEqual(program.output(), "")
         self.assertTrue(self.device.wait_for_log_line(
             re.escape(f"StartListening failed returned {text}")).endswith(text))

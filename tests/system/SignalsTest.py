@@ -86,7 +86,8 @@ class SignalsTest(lab.SystemTest):
         with traffic.UdpEnd(self.device, 6004):
             program.signal(signal.SIGHUP)
             self.assertEqual(program.wait(), 4)
-        self.assertIn("linkometry: cannot listen: udp listener : bind failed 10048\n", program.errors())
+        self.assertIn("linkometry: cannot listen: udp listener : bind failed 10048 (The address is in use; is another "
+                      "linkometry running?)\n", program.errors())
 
     def test_hangup_changes_nothing_under_nohup(self):
         program = self.listening(self.device.measure(through=("nohup",)))

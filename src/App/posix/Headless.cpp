@@ -24,7 +24,7 @@ void complain(const SPW_CString& text) {
 // Where a file really is, whatever folder the program was started in; the path itself when that cannot be told.
 SPW_CString wholePath(const SPW_CString& path) {
     char* const whole = realpath(path.toAnsi(), nullptr);
-    const SPW_CString result = whole != nullptr ? SPW_CString(whole) : path;
+    SPW_CString result = whole != nullptr ? SPW_CString(whole) : path;
     std::free(whole);
     return result;
 }

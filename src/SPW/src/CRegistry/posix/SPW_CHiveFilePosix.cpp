@@ -86,7 +86,7 @@ std::string pathOf(Hive hive) {
 std::string fileOf(Hive hive) {
     const std::string path = pathOf(hive);
     char* const resolved = realpath(path.c_str(), nullptr);
-    const std::string file = resolved != nullptr ? resolved : path;
+    std::string file = resolved != nullptr ? resolved : path;
     free(resolved);
     return file;
 }
