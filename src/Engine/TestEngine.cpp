@@ -8,6 +8,7 @@
 #include "ParallelWork.h"
 #include "SPW_CClock.h"
 #include "SPW_CSocket.h"
+#include "SettingsStorage.h"
 #include "VTR_CMulticastConnector.h"
 #include "VTR_CMulticastListener.h"
 #include "VTR_CPinger.h"

@@ -10,7 +10,7 @@
 #include "MulticastInterfaces.h"
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
-#include "Settings.h"
+#include "SettingsStorage.h"
 #include "Signals.h"
 #include "TestEngine.h"
 

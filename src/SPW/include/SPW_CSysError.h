@@ -32,6 +32,7 @@ enum SPW_SysCode : SPW_Result {
     kSysDirNotEmpty = 145,
     kSysAlreadyExists = 183,
     kSysFilenameTooLong = 206,
+    kSysNoData = 232,
     kSysMoreData = 234,
     kSysNoMoreItems = 259,
     kSysRegistryCorrupt = 1009,

@@ -56,6 +56,8 @@ const char16_t* find(SPW_SysCode code) {
             return u"The object exists already";
         case kSysFilenameTooLong:
             return u"The file name is too long";
+        case kSysNoData:
+            return u"There is no data";
         case kSysMoreData:
             return u"More data is available";
         case kSysNoMoreItems:

@@ -1,4 +1,4 @@
-#include "Settings.h"
+#include "SettingsStorage.h"
 
 #include <gtest/gtest.h>
 
@@ -11,29 +11,13 @@
 #include "SPW_CApp.h"
 #include "SPW_CSystemInfo.h"
 #include "ScopedInstance.h"
+#include "ScriptedSystemInfo.h"
 #include "StringPrinting.h"
 #include "TemporaryRegistry.h"
 
 namespace {
 
-constexpr const char16_t* kKorv = u"Software\\Vantiro Networks\\Vantiro\\KORV";
-constexpr const char16_t* kTlp = u"Software\\Vantiro Networks\\Vantiro\\TLP";
-constexpr const char16_t* kOwner = u"ControlPanel\\Owner";
-
-// A program file with a version of the test's choice, or with none.
-class ScriptedVersion : public SPW_CSystemInfo {
-public:
-    bool fileVersion(const SPW_CString&, std::uint32_t& high, std::uint32_t& low) override {
-        high = m_high;
-        low = m_low;
-        return m_hasVersion;
-    }
-    bool m_hasVersion = true;
-    std::uint32_t m_high = 0;
-    std::uint32_t m_low = 0;
-};
-
-class SettingsTest : public testing::Test {
+class SettingsStorageTest : public testing::Test {
 protected:
     Settings load(std::int32_t override = kNoMulticastPortOverride) {
         Settings settings;
@@ -69,7 +53,7 @@ constexpr Default kDefaults[] = {
     {u"udp selected", u"yes"},
 };
 
-TEST_F(SettingsTest, AnEmptyKeyYieldsTheDefaults) {
+TEST_F(SettingsStorageTest, AnEmptyKeyYieldsTheDefaults) {
     const Settings settings = load();
     SPW_CString program;
     SPW_CApp::getModulePath(program, true);
@@ -96,7 +80,7 @@ TEST_F(SettingsTest, AnEmptyKeyYieldsTheDefaults) {
     EXPECT_TRUE(settings.udpSelected);
 }
 
-TEST_F(SettingsTest, LoadingCreatesEveryMissingValueAndBothKeys) {
+TEST_F(SettingsStorageTest, LoadingCreatesEveryMissingValueAndBothKeys) {
     load();
     for (const Default& expected : kDefaults) {
         EXPECT_EQ(m_registry.setting(expected.name), SPW_CString(expected.text));
@@ -105,7 +89,7 @@ TEST_F(SettingsTest, LoadingCreatesEveryMissingValueAndBothKeys) {
     EXPECT_EQ(m_registry.numberOfValues(TemporaryRegistry::kNamedPeers), 0);
 }
 
-TEST_F(SettingsTest, MissingValuesAreCreatedInTheOrderOfLoading) {
+TEST_F(SettingsStorageTest, MissingValuesAreCreatedInTheOrderOfLoading) {
     load();
     const std::vector<const char16_t*> order = {u"display name",
                                                 u"description",
@@ -134,7 +118,7 @@ TEST_F(SettingsTest, MissingValuesAreCreatedInTheOrderOfLoading) {
     }
 }
 
-TEST_F(SettingsTest, StoredTextsAreTakenAsTheyAre) {
+TEST_F(SettingsStorageTest, StoredTextsAreTakenAsTheyAre) {
     m_registry.setSetting(u"description", u"");
     m_registry.setSetting(u"display name", u" owner name ");
     m_registry.setSetting(u"multicast group", u"no address");
@@ -147,7 +131,7 @@ TEST_F(SettingsTest, StoredTextsAreTakenAsTheyAre) {
     EXPECT_EQ(m_registry.setting(u"description"), SPW_CString(u""));
 }
 
-TEST_F(SettingsTest, OnlyYesIsTrueInAnyCase) {
+TEST_F(SettingsStorageTest, OnlyYesIsTrueInAnyCase) {
     const struct {
         const char16_t* text;
         bool flag;
@@ -168,7 +152,7 @@ TEST_F(SettingsTest, OnlyYesIsTrueInAnyCase) {
     }
 }
 
-TEST_F(SettingsTest, NumbersAreLeadingDigitsWithASign) {
+TEST_F(SettingsStorageTest, NumbersAreLeadingDigitsWithASign) {
     const struct {
         const char16_t* text;
         std::int32_t number;
@@ -186,7 +170,7 @@ TEST_F(SettingsTest, NumbersAreLeadingDigitsWithASign) {
     }
 }
 
-TEST_F(SettingsTest, UnitWordsAreComparedWithoutRegardToCase) {
+TEST_F(SettingsStorageTest, UnitWordsAreComparedWithoutRegardToCase) {
     EXPECT_EQ(unitToMilliseconds(u"milliseconds"), 1u);
     EXPECT_EQ(unitToMilliseconds(u"seconds"), 1000u);
     EXPECT_EQ(unitToMilliseconds(u"Seconds"), 1000u);
@@ -195,7 +179,7 @@ TEST_F(SettingsTest, UnitWordsAreComparedWithoutRegardToCase) {
     EXPECT_EQ(unitToMilliseconds(u"days"), 86400000u);
 }
 
-TEST_F(SettingsTest, AnUnknownUnitGivesAPeriodOfZero) {
+TEST_F(SettingsStorageTest, AnUnknownUnitGivesAPeriodOfZero) {
     for (const char16_t* unit : {u"weeks", u"second", u"ms", u" seconds", u""}) {
         EXPECT_EQ(unitToMilliseconds(unit), 0u) << SPW_CString(unit).toAnsi();
     }
@@ -204,7 +188,7 @@ TEST_F(SettingsTest, AnUnknownUnitGivesAPeriodOfZero) {
     EXPECT_EQ(m_registry.setting(u"frequency units"), SPW_CString(u"weeks"));
 }
 
-TEST_F(SettingsTest, ThePeriodIsThirtyTwoBitArithmetic) {
+TEST_F(SettingsStorageTest, ThePeriodIsThirtyTwoBitArithmetic) {
     Settings settings;
     settings.frequencyQty = 30;
     settings.frequencyUnitMs = 1000;
@@ -217,25 +201,25 @@ TEST_F(SettingsTest, ThePeriodIsThirtyTwoBitArithmetic) {
     EXPECT_EQ(settings.periodMs(), -1000);
 }
 
-TEST_F(SettingsTest, TheOverrideIsTheDefaultOfTheMulticastPort) {
+TEST_F(SettingsStorageTest, TheOverrideIsTheDefaultOfTheMulticastPort) {
     EXPECT_EQ(load(6000).multicastPort, 6000);
     EXPECT_EQ(m_registry.setting(u"multicast port"), SPW_CString(u"6000"));
     EXPECT_EQ(load().multicastPort, 6000) << "the value exists now";
 }
 
-TEST_F(SettingsTest, AStoredMulticastPortBeatsTheOverride) {
+TEST_F(SettingsStorageTest, AStoredMulticastPortBeatsTheOverride) {
     m_registry.setSetting(u"multicast port", u"7000");
     EXPECT_EQ(load(6000).multicastPort, 7000);
 }
 
-TEST_F(SettingsTest, ANumberIsReadAsItsDecimalText) {
+TEST_F(SettingsStorageTest, ANumberIsReadAsItsDecimalText) {
     SPW_CRegistryData data;
     (void)data.setNumber(5010);
     m_registry.set(TemporaryRegistry::kSettings, u"port", data);
     EXPECT_EQ(load().port, 5010);
 }
 
-TEST_F(SettingsTest, NamedPeersAreTheValuesOfTheirKey) {
+TEST_F(SettingsStorageTest, NamedPeersAreTheValuesOfTheirKey) {
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
     m_registry.setNamedPeer(u"dock", u"10.0.0.8");
     const Settings settings = load();
@@ -247,7 +231,7 @@ TEST_F(SettingsTest, NamedPeersAreTheValuesOfTheirKey) {
     EXPECT_EQ(settings.namedPeerAddresses[1], SPW_CString(u"10.0.0.8"));
 }
 
-TEST_F(SettingsTest, ANamedPeerOfBytesHasTheirTextAsAddress) {
+TEST_F(SettingsStorageTest, ANamedPeerOfBytesHasTheirTextAsAddress) {
     SPW_CRegistryData data;
     (void)data.setBytes("10.0.0.7", 8);
     m_registry.set(TemporaryRegistry::kNamedPeers, u"printer", data);
@@ -257,7 +241,7 @@ TEST_F(SettingsTest, ANamedPeerOfBytesHasTheirTextAsAddress) {
     EXPECT_EQ(settings.namedPeerAddresses[0], SPW_CString(u"10.0.0.7"));
 }
 
-TEST_F(SettingsTest, ALoadForgetsTheNamedPeersOfTheLoadBefore) {
+TEST_F(SettingsStorageTest, ALoadForgetsTheNamedPeersOfTheLoadBefore) {
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
     Settings settings = load();
     m_registry.remove(TemporaryRegistry::kNamedPeers, u"printer");
@@ -273,13 +257,13 @@ constexpr const char* kMainSection = "[HKEY_CURRENT_USER\\Software\\Vantiro Netw
 constexpr const char* kNamedSection =
     "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses]\n";
 
-TEST_F(SettingsTest, AValueOfATypeThatIsNoTextIsOverwrittenByItsDefault) {
+TEST_F(SettingsStorageTest, AValueOfATypeThatIsNoTextIsOverwrittenByItsDefault) {
     m_registry.folder().write(kHiveFile, std::string(kMainSection) + "\"port\"=hex(2):37,00,00,00\n");
     EXPECT_EQ(load().port, 5009);
     EXPECT_EQ(m_registry.setting(u"port"), SPW_CString(u"5009"));
 }
 
-TEST_F(SettingsTest, ANamedPeerThatCannotBeReadIsSkippedAndTheOthersStayPaired) {
+TEST_F(SettingsStorageTest, ANamedPeerThatCannotBeReadIsSkippedAndTheOthersStayPaired) {
     m_registry.folder().write(kHiveFile, std::string(kNamedSection) +
                                              "\"a\"=\"10.0.0.1\"\n"
                                              "\"b\"=hex(2):31,00,00,00\n"
@@ -293,7 +277,7 @@ TEST_F(SettingsTest, ANamedPeerThatCannotBeReadIsSkippedAndTheOthersStayPaired) 
     EXPECT_EQ(settings.namedPeerAddresses[1], SPW_CString(u"10.0.0.3"));
 }
 
-TEST_F(SettingsTest, AHiveThatCannotBeReadGivesDefaultsKeepsTheNamedPeersAndIsLeftAlone) {
+TEST_F(SettingsStorageTest, AHiveThatCannotBeReadGivesDefaultsKeepsTheNamedPeersAndIsLeftAlone) {
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
     m_registry.setSetting(u"port", u"6000");
     Settings settings = load();
@@ -307,78 +291,18 @@ TEST_F(SettingsTest, AHiveThatCannotBeReadGivesDefaultsKeepsTheNamedPeersAndIsLe
     EXPECT_EQ(m_registry.folder().read(kHiveFile), "[HKEY_CURRENT_USER\\Soft");
 }
 
-TEST_F(SettingsTest, WithoutTheKorvKeyThereIsNoOverride) {
-    EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride);
-    m_registry.setText(kKorv, u"Other", u"1");
-    EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride) << "the key is there, the value is not";
-}
-
-TEST_F(SettingsTest, TheKorvPortIsLeadingDigits) {
-    m_registry.setText(kKorv, u"UDPPort", u"6000");
-    EXPECT_EQ(readKorvUdpPort(), 6000);
-    m_registry.setText(kKorv, u"UDPPort", u"7a");
-    EXPECT_EQ(readKorvUdpPort(), 7);
-    m_registry.setText(kKorv, u"UDPPort", u"none");
-    EXPECT_EQ(readKorvUdpPort(), 0);
-}
-
-TEST_F(SettingsTest, TheKorvPortOfBytesIsTheWideTextThatTheySpell) {
-    SPW_CRegistryData data;
-    (void)data.setBytes("6\0000\0001\0\0\0009\0", 10);
-    m_registry.set(kKorv, u"UDPPort", data);
-    EXPECT_EQ(readKorvUdpPort(), 601);
-}
-
-TEST_F(SettingsTest, AKorvPortThatIsANumberSpellsNoDigits) {
-    SPW_CRegistry registry(u"HKEY_CURRENT_USER", kKorv);
-    SPW_CRegistryData data;
-    ASSERT_EQ(data.setNumber(7550), 0u);
-    ASSERT_EQ(registry.setValue(u"UDPPort", data), 0u);
-    EXPECT_EQ(readKorvUdpPort(), 0);
-}
-
-TEST_F(SettingsTest, OwnerAndFriendlyNameAreEmptyWhereMissing) {
-    EXPECT_EQ(readOwnerName(), SPW_CString(u""));
-    EXPECT_EQ(readFriendlyName(), SPW_CString(u""));
-}
-
-TEST_F(SettingsTest, OwnerAndFriendlyNameAreTheFirstCharactersOfTheirValues) {
-    SPW_CString longName;
-    longName.fill(u'x', 200);
-    m_registry.setText(kOwner, u"Owner", u"Ada");
-    m_registry.setText(kTlp, u"Friendly Name", longName);
-    EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
-    EXPECT_EQ(readFriendlyName(), longName.left(128));
-}
-
-TEST_F(SettingsTest, TheOwnerIsReadFromTheFrontOfABlock) {
-    SPW_CRegistryData data;
-    (void)data.setBytes("A\0d\0a\0\0\0garbage", 15);
-    m_registry.set(kOwner, u"Owner", data);
-    EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
-}
-
-TEST_F(SettingsTest, ReadingWhatOthersKeepPlantsNoKeys) {
-    (void)readKorvUdpPort();
-    (void)readOwnerName();
-    (void)readFriendlyName();
-    for (const char16_t* key : {kKorv, kTlp, kOwner}) {
-        EXPECT_EQ(m_registry.numberOfValues(key), -1) << SPW_CString(key).toAnsi();
-    }
-}
-
 TEST(VersionTest, TheTwoWordsAreFourNumbers) {
-    ScriptedVersion version;
-    const ScopedInstance<SPW_CSystemInfo> installed(version);
-    version.m_high = 0x00020003;
-    version.m_low = 0x0004FFFF;
+    ScriptedSystemInfo system;
+    const ScopedInstance<SPW_CSystemInfo> installed(system);
+    system.fileVersionHigh = 0x00020003;
+    system.fileVersionLow = 0x0004FFFF;
     EXPECT_EQ(readVersion(u"program"), SPW_CString(u"Version 2.3.4.65535"));
 }
 
 TEST(VersionTest, AFileWithoutVersionSaysSo) {
-    ScriptedVersion version;
-    const ScopedInstance<SPW_CSystemInfo> installed(version);
-    version.m_hasVersion = false;
+    ScriptedSystemInfo system;
+    const ScopedInstance<SPW_CSystemInfo> installed(system);
+    system.hasFileVersion = false;
     EXPECT_EQ(readVersion(u"program"), SPW_CString(u"Version and build unavailable"));
 }
 

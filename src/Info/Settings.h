@@ -32,24 +32,7 @@ struct Settings {
     SPW_CString version;
 
     // Milliseconds between probes: the product in 32-bit arithmetic, wrapping as it may.
-    std::int32_t periodMs() const;
+    std::int32_t periodMs() const {
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(frequencyQty) * frequencyUnitMs);
+    }
 };
-
-// No override of the default of "multicast port".
-constexpr std::int32_t kNoMulticastPortOverride = -1;
-
-// Fills settings from the registry, creating what is missing. Never fails: a value that cannot be read takes its
-// default. The named peers keep what they were when their key cannot be queried.
-void loadSettings(Settings& settings, std::int32_t multicastPortOverride);
-
-// Milliseconds of a unit word ("milliseconds" to "days", in any case), 0 for any other.
-std::uint32_t unitToMilliseconds(const SPW_CString& unit);
-
-// "Version a.b.c.d" of a program file, or "Version and build unavailable".
-SPW_CString readVersion(const SPW_CString& path);
-
-// What companion products and the device have stored about themselves; these never create a key.
-// The port of the KORV product, or kNoMulticastPortOverride.
-std::int32_t readKorvUdpPort();
-SPW_CString readOwnerName();
-SPW_CString readFriendlyName();

@@ -1,0 +1,79 @@
+#include "CompanionSettings.h"
+
+#include <gtest/gtest.h>
+
+#include "StringPrinting.h"
+#include "TemporaryRegistry.h"
+
+namespace {
+
+constexpr const char16_t* kKorv = u"Software\\Vantiro Networks\\Vantiro\\KORV";
+constexpr const char16_t* kTlp = u"Software\\Vantiro Networks\\Vantiro\\TLP";
+constexpr const char16_t* kOwner = u"ControlPanel\\Owner";
+
+class CompanionSettingsTest : public testing::Test {
+protected:
+    TemporaryRegistry m_registry;
+};
+
+TEST_F(CompanionSettingsTest, WithoutTheKorvKeyThereIsNoOverride) {
+    EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride);
+    m_registry.setText(kKorv, u"Other", u"1");
+    EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride) << "the key is there, the value is not";
+}
+
+TEST_F(CompanionSettingsTest, TheKorvPortIsLeadingDigits) {
+    m_registry.setText(kKorv, u"UDPPort", u"6000");
+    EXPECT_EQ(readKorvUdpPort(), 6000);
+    m_registry.setText(kKorv, u"UDPPort", u"7a");
+    EXPECT_EQ(readKorvUdpPort(), 7);
+    m_registry.setText(kKorv, u"UDPPort", u"none");
+    EXPECT_EQ(readKorvUdpPort(), 0);
+}
+
+TEST_F(CompanionSettingsTest, TheKorvPortOfBytesIsTheWideTextThatTheySpell) {
+    SPW_CRegistryData data;
+    (void)data.setBytes("6\0000\0001\0\0\0009\0", 10);
+    m_registry.set(kKorv, u"UDPPort", data);
+    EXPECT_EQ(readKorvUdpPort(), 601);
+}
+
+TEST_F(CompanionSettingsTest, AKorvPortThatIsANumberSpellsNoDigits) {
+    SPW_CRegistry registry(u"HKEY_CURRENT_USER", kKorv);
+    SPW_CRegistryData data;
+    ASSERT_EQ(data.setNumber(7550), 0u);
+    ASSERT_EQ(registry.setValue(u"UDPPort", data), 0u);
+    EXPECT_EQ(readKorvUdpPort(), 0);
+}
+
+TEST_F(CompanionSettingsTest, OwnerAndFriendlyNameAreEmptyWhereMissing) {
+    EXPECT_EQ(readOwnerName(), SPW_CString(u""));
+    EXPECT_EQ(readFriendlyName(), SPW_CString(u""));
+}
+
+TEST_F(CompanionSettingsTest, OwnerAndFriendlyNameAreTheFirstCharactersOfTheirValues) {
+    SPW_CString longName;
+    longName.fill(u'x', 200);
+    m_registry.setText(kOwner, u"Owner", u"Ada");
+    m_registry.setText(kTlp, u"Friendly Name", longName);
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
+    EXPECT_EQ(readFriendlyName(), longName.left(128));
+}
+
+TEST_F(CompanionSettingsTest, TheOwnerIsReadFromTheFrontOfABlock) {
+    SPW_CRegistryData data;
+    (void)data.setBytes("A\0d\0a\0\0\0garbage", 15);
+    m_registry.set(kOwner, u"Owner", data);
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
+}
+
+TEST_F(CompanionSettingsTest, ReadingWhatOthersKeepPlantsNoKeys) {
+    (void)readKorvUdpPort();
+    (void)readOwnerName();
+    (void)readFriendlyName();
+    for (const char16_t* key : {kKorv, kTlp, kOwner}) {
+        EXPECT_EQ(m_registry.numberOfValues(key), -1) << SPW_CString(key).toAnsi();
+    }
+}
+
+}  // namespace
