@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "EngineFixture.h"
+#include "SettingsStorage.h"
 
 using testing::Contains;
 using testing::Each;
