@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// Reads whole small files of the system, such as those below /etc and /proc, whatever stands at their path. Any thread.
+namespace SPW_CSmallFilePosix {
+
+// The first bytes of a regular file, `limit` at most. False, and text empty, when there is no such file or it cannot
+// be read. Never waits: a pipe or a device at the path counts as no file.
+bool read(const char* path, std::size_t limit, std::string& text);
+
+}  // namespace SPW_CSmallFilePosix
