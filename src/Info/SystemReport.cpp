@@ -1,5 +1,6 @@
 #include "SystemReport.h"
 
+#include "ForeignText.h"
 #include "NetworkReport.h"
 #include "OperatingSystemText.h"
 #include "RegistryDump.h"
@@ -12,7 +13,7 @@ namespace {
 class LinesOfText : public ReportLines {
 public:
     void line(const SPW_CString& text) override {
-        m_text += text;
+        m_text += showableText(text);
         m_text += u"\r\n";
     }
     const SPW_CString& text() const { return m_text; }
