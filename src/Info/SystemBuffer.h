@@ -39,7 +39,6 @@ public:
     }
 
     void release();
-    bool isEmpty() const { return m_memory == nullptr; }
     // The record at the start; null when nothing is held.
     template <typename Record>
     const Record* first() const {

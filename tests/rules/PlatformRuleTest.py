@@ -66,6 +66,12 @@ class PlatformRuleTest(unittest.TestCase):
         self.write("src/Engine/TestEngine.h", "")
         self.assert_found("src/Listener/VTR_CUdpListener.cpp", '#include "TestEngine.h"\n', 1)
 
+    def test_the_report_includes_nothing_of_the_probes(self):
+        for layer in ("Connector", "Listener"):
+            with self.subTest(layer):
+                self.write(f"src/{layer}/{layer}Thing.h", "")
+                self.assert_found("src/Info/SystemReport.cpp", f'#include "{layer}Thing.h"\n', 1)
+
     def test_include_of_a_lower_layer_is_kept(self):
         self.write("src/SPW/include/SPW_CString.h", "")
         self.write("src/Engine/TestEngine.cpp", '#include "SPW_CString.h"\n')

@@ -101,12 +101,12 @@ TEST_F(AddressListTest, APointerOutOfTheMemoryEndsTheList) {
 }
 
 TEST_F(AddressListTest, ANodeThatLiesOnlyPartlyInTheMemoryEndsTheList) {
-    m_system.network.dnsServers = {{"10.0.0.1", ""}, {"10.0.0.2", ""}};
+    m_system.network.dnsServers = {{"10.0.0.1", ""}, {"100.100.100.100", ""}};
     m_system.spoilNetwork = [](SPW_NetworkParameters* record) {
         SPW_AddressNode* const last = record->dnsServerList.next;
         last->next = reinterpret_cast<SPW_AddressNode*>(reinterpret_cast<char*>(last) + 8);
     };
-    EXPECT_EQ(read(), (Texts{"10.0.0.1/-", "10.0.0.2/-"}));
+    EXPECT_EQ(read(), (Texts{"10.0.0.1/-", "100.100.100.100/-"}));
 }
 
 TEST_F(AddressListTest, AChainThatLeadsRoundInACircleEnds) {

@@ -180,6 +180,23 @@ TEST_F(RegistryDumpTest, WhatIsRemovedMeanwhileIsLeftOutInSilence) {
     EXPECT_THAT(m_reporter.boxes(), IsEmpty());
 }
 
+TEST_F(RegistryDumpTest, AKeyThatIsRemovedWhileItIsWrittenStaysRemoved) {
+    writeUser(
+        "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\K\\First]\n\"x\"=\"1\"\n"
+        "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\K\\Second]\n\"y\"=\"2\"\n");
+    RecordedLines lines;
+    lines.onLine = [](const std::string& line) {
+        if (line == "  x = 1") {
+            EXPECT_EQ(SPW_CRegistry(u"HKEY_CURRENT_USER", kMaker).deleteKey(u"K"), 0u);
+        }
+    };
+    printRegistry(lines);
+    EXPECT_THAT(without(lines.lines, 2, 2),
+                ElementsAre("HKEY_CURRENT_USER\\Software\\Vantiro Networks\\K",
+                            " HKEY_CURRENT_USER\\Software\\Vantiro Networks\\K\\First", "  x = 1"));
+    EXPECT_FALSE(exists(u"HKEY_CURRENT_USER", u"Software\\Vantiro Networks\\K"));
+}
+
 // What may not be done.
 
 class MachineWithoutRights : public RegistrySysForwarder {
