@@ -34,6 +34,9 @@ public:
     // shortest time that pays; never spins.
     virtual void sleepMs(std::uint32_t milliseconds) = 0;
 
+    // Between the two epochs that systems count from, in seconds.
+    static constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+
     SPW_CalendarTime localNow() { return toLocal(wall100ns()); }
     // Plain calendar arithmetic (proleptic Gregorian, no time zone), the two directions, for the years 1601 to 30827.
     // A later count gives the last millisecond of 30827.

@@ -1,12 +1,12 @@
 #include <errno.h>
 #include <time.h>
 
+#include "SPW_CClock.h"
 #include "SPW_CClockSys.h"
 
 namespace {
 
 constexpr std::uint64_t kPerSecond = 10000000;
-constexpr std::uint64_t kSecondsFrom1601To1970 = 11644473600u;
 
 // How long a sleep of 0 lasts. Every sender sleeps a tenth of what is left of its period again and again, and 0 ms many
 // times over in the last 10 ms, so with thousands of threads the wake-ups are what costs. Measured with threads that do
@@ -46,7 +46,7 @@ void sleepNs(std::uint64_t nanoseconds) {
 }  // namespace
 
 std::uint64_t SPW_CClockSys::wall100ns() {
-    return read100ns(CLOCK_REALTIME) + kSecondsFrom1601To1970 * kPerSecond;
+    return read100ns(CLOCK_REALTIME) + static_cast<std::uint64_t>(SPW_CClock::kSecondsFrom1601To1970) * kPerSecond;
 }
 
 // Not CLOCK_BOOTTIME, which runs on while the device is suspended: after a resume all schedules would be overdue
@@ -57,7 +57,7 @@ std::uint64_t SPW_CClockSys::monotonic100ns() {
 }
 
 std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
-    const time_t seconds = static_cast<time_t>(wall100ns / kPerSecond) - static_cast<time_t>(kSecondsFrom1601To1970);
+    const time_t seconds = static_cast<time_t>(wall100ns / kPerSecond) - time_t{SPW_CClock::kSecondsFrom1601To1970};
     tm local;
     if (localtime_r(&seconds, &local) == nullptr)
         return wall100ns;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "../../CSysError/posix/SPW_CSysErrorPosix.h"
+#include "SPW_CClock.h"
 #include "SPW_CDirSys.h"
 #include "SPW_CFindPattern.h"
 #include "SPW_CSysError.h"
@@ -18,8 +19,6 @@
 namespace {
 
 constexpr std::uint64_t kTicksPerSecond = 10000000;
-// Seconds from 1 January 1601 to 1 January 1970.
-constexpr std::int64_t kEpochDistance = 11644473600;
 
 bool fail(int error) {
     SPW_CSysErrorPosix::setLast(SPW_CSysErrorPosix::systemCode(error));
@@ -41,12 +40,12 @@ bool succeededAt(const char* path, int result) {
 }
 
 std::uint64_t toTicks(std::int64_t seconds, std::uint32_t nanoseconds) {
-    return static_cast<std::uint64_t>(seconds + kEpochDistance) * kTicksPerSecond + nanoseconds / 100;
+    return static_cast<std::uint64_t>(seconds + SPW_CClock::kSecondsFrom1601To1970) * kTicksPerSecond + nanoseconds / 100;
 }
 
 timespec toTimespec(std::uint64_t ticks) {
     timespec time = {};
-    time.tv_sec = static_cast<time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) - kEpochDistance);
+    time.tv_sec = static_cast<time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) - SPW_CClock::kSecondsFrom1601To1970);
     time.tv_nsec = static_cast<long>(ticks % kTicksPerSecond) * 100;
     return time;
 }

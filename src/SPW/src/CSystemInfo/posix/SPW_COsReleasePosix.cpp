@@ -3,19 +3,14 @@
 #include <algorithm>
 #include <string>
 
+#include "SPW_CTextLinesPosix.h"
+
 namespace {
 
 constexpr std::string_view kPrettyName = "PRETTY_NAME=";
 constexpr std::string_view kBlanks = " \t\r\v\f";
 // What a back-slash in double quotes escapes; before all else it is a back-slash.
 constexpr std::string_view kEscaped = "\"\\$`";
-
-std::string_view takeLine(std::string_view& text) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    return line;
-}
 
 std::string_view withoutBlanks(std::string_view text) {
     const std::size_t begin = text.find_first_not_of(kBlanks);
@@ -75,7 +70,7 @@ SPW_CString showable(const std::string& bytes) {
 SPW_CString SPW_COsReleasePosix::prettyName(std::string_view file) {
     std::string name;
     while (!file.empty()) {
-        const std::string_view line = withoutBlanks(takeLine(file));
+        const std::string_view line = withoutBlanks(SPW_CTextLinesPosix::takeLine(file));
         std::string value;
         if (line.substr(0, kPrettyName.size()) == kPrettyName && unquoted(line.substr(kPrettyName.size()), value))
             name = value;
