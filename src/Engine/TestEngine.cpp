@@ -82,6 +82,16 @@ void spreadStarts(int startedSoFar) {
     }
 }
 
+// A report's way into the log, however long it has to wait for room.
+class LoggedLines final : public ReportLines {
+public:
+    explicit LoggedLines(TestEngine& engine) : m_engine(engine) {}
+    void line(const SPW_CString& text) override { (void)m_engine.logEvent(text, TestLog::kNoLimit); }
+
+private:
+    TestEngine& m_engine;
+};
+
 template <typename Probe>
 void destroyAll(SPW_CArray<Probe*>& probes, SPW_CCriticalSection& lock) {
     SPW_CArray<Probe*> doomed;
@@ -119,6 +129,7 @@ void TestEngine::start() {
     destroyProbes();
     reloadSettings();
     refreshIdentity();
+    logSystemReport();
     for (int i = 0; i < m_addedPeers.numberOfElements(); ++i) {
         createProbes({m_addedPeers[i].address, m_addedPeers[i].name, true, true, true});
     }
@@ -204,6 +215,15 @@ SPW_CString TestEngine::title() const {
     return showableText(title);
 }
 
+SPW_CString TestEngine::localInfo() const {
+    DeviceIdentity device;
+    {
+        const SPW_CGuard guard(m_lock);
+        device = m_identity;
+    }
+    return localInfoText(device);
+}
+
 SPW_Result TestEngine::logEvent(const SPW_CString& text, std::int32_t waitMs) {
     return m_log.isOn() ? m_log.log(showableText(text), waitMs) : 0;
 }
@@ -257,6 +277,16 @@ void TestEngine::refreshIdentity() {
     }
     const SPW_CGuard guard(m_lock);
     m_identity = identity;
+}
+
+// Under the control lock alone: asking the platform and waiting for the log may both take long. While nothing is logged
+// the platform is not even asked, and the registry not touched.
+void TestEngine::logSystemReport() {
+    if (!m_log.isOn()) {
+        return;
+    }
+    LoggedLines lines(*this);
+    reportSystem(lines, m_identity, m_settings);
 }
 
 void TestEngine::composeAnnouncement() {

@@ -10,6 +10,7 @@
 #include "SPW_CString.h"
 #include "SPW_Types.h"
 #include "Settings.h"
+#include "SystemReport.h"
 #include "TestLog.h"
 #include "UiSink.h"
 #include "VTR_CEvent.h"
@@ -36,8 +37,9 @@ public:
     TestEngine(const TestEngine&) = delete;
     TestEngine& operator=(const TestEngine&) = delete;
 
-    // Begins a test: forgets the last one, loads the settings again, builds and starts all probes. In a running test,
-    // starts all over. What fails is logged (see listenerFailures()) and does not keep the rest from running.
+    // Begins a test: forgets the last one, loads the settings again, writes the configuration report to the log, builds
+    // and starts all probes. In a running test, starts all over. What fails is logged (see listenerFailures()) and does
+    // not keep the rest from running.
     void start();
     // Ends the test; the statistics stay until the next start.
     void stop();
@@ -50,6 +52,10 @@ public:
     void addPeer(const PeerRecord& peer);
     // "10.0.0.5  (pocket1)": this device's addresses and name, for the caption; safe to show.
     SPW_CString title() const;
+    // What this device is and how its network is configured, for a window or a file: lines that end with CR LF. Name,
+    // owner and addresses are those of the latest start (before the first, those found when the engine was built), the
+    // rest is asked for now, which takes as long as the platform takes. Safe to show.
+    SPW_CString localInfo() const;
     // One line for the test log. waitMs: how long to wait for room, -1 without limit.
     // 0 when taken and when logging is off; 700 when there was no room in time.
     SPW_Result logEvent(const SPW_CString& text, std::int32_t waitMs);
@@ -85,17 +91,15 @@ private:
         std::int32_t overheadBytes = 0;
         SPW_CString announcement;
     };
-    // Who this device is.
-    struct Identity {
-        SPW_CString hostName;
-        SPW_CString ownerName;
+    // Who this device is, and what it is called.
+    struct Identity : DeviceIdentity {
         SPW_CString quillonName;
         SPW_CString displayName;
-        SPW_CArray<SPW_CString> localAddresses;
     };
 
     void reloadSettings();
     void refreshIdentity();
+    void logSystemReport();
     void composeAnnouncement();
     ProbePlan probePlan() const;
 

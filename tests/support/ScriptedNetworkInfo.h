@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <new>
@@ -60,8 +61,8 @@ public:
         SPW_Result failureOfFilling = kSysOk;
         // Bytes told instead of the true size, if not 0.
         std::uint32_t toldSize = 0;
-        int sizeQueries = 0;
-        int fillings = 0;
+        std::atomic<int> sizeQueries{0};
+        std::atomic<int> fillings{0};
     };
 
     ScriptedNetworkInfo() : m_installed(*this) {}

@@ -52,7 +52,8 @@ class LogTest(lab.SystemTest):
             program = self.device.measure()
             receiver.receive_many(2, within=20)
         self.assertEqual(program.stop(), 1)
-        lines = [line[9:] for line in self.device.log_lines()[6:]]
+        _, rest = lab.split_report(self.device.log_lines()[6:])
+        lines = [line[9:] for line in rest]
         self.assertEqual([line for line in lines if "SOCKET ERROR" not in line], [
             " ---- Test 1 starting ---", "Created VTR_CUdpConnector to 10.77.0.2",
             "Created VTR_CTcpipConnector to 10.77.0.2", "Created VTR_CMulticastConnector",
@@ -67,7 +68,7 @@ class LogTest(lab.SystemTest):
         self.device.start("-headless", "-duration", "0.2").wait()
         log = "\n".join(self.device.log_lines())
         self.assertNotIn("first", log)
-        self.assertEqual(log.count("Description: second"), 1)
+        self.assertEqual(log.count("\nDescription: second\n"), 1)
         self.assertEqual(log.count("Test 1 starting"), 1)
 
     def test_log_is_where_the_settings_say(self):

@@ -407,6 +407,13 @@ class Program:
         return f"{' '.join(self.arguments)} on {self.device.name} ({state}), standard error:\n{self.errors()[-4000:]}"
 
 
+def split_report(lines):
+    """(the configuration report, all other lines) of a test log's lines that hold one report."""
+    texts = [line[9:] for line in lines]
+    begin, last = texts.index("**System Settings**"), texts.index("**End of Vantiro Registry Settings**")
+    return lines[begin:last + 1], lines[:begin] + lines[last + 1:]
+
+
 def hive_text(keys):
     """A hive file from {key path: {value name: text}}."""
     lines = ["Windows Registry Editor Version 5.00", ""]

@@ -5,6 +5,9 @@
 
 namespace {
 
+constexpr char16_t kGetInfo[] = u"-getinfo";
+constexpr char16_t kReportWindow[] = u"-reportwnd";
+
 // The longest time that an option takes: some thirty years.
 constexpr std::int64_t kMaximumSeconds = 1000000000;
 
@@ -174,17 +177,32 @@ const OptionWithArgument* findOptionWithArgument(const SPW_CString& token) {
     return nullptr;
 }
 
+bool isReportOption(const SPW_CArray<SPW_CString>& tokens, int index) {
+    const SPW_CString& token = tokens[index];
+    return index + 1 < tokens.numberOfElements() &&
+           (token.compareNoCase(kGetInfo) == 0 || token.compareNoCase(kReportWindow) == 0);
+}
+
+void scanReportOptions(const SPW_CArray<SPW_CString>& tokens, CommandLine& line) {
+    for (int i = 0; i < tokens.numberOfElements(); ++i) {
+        if (!isReportOption(tokens, i)) {
+            continue;
+        }
+        if (tokens[i].compareNoCase(kGetInfo) == 0) {
+            line.getInfoRequested = true;
+            line.reportFile = tokens[i + 1];
+        } else {
+            parseHex(tokens[i + 1], line.reportWindow);
+        }
+        ++i;
+    }
+}
+
 // Takes in the option at index and answers how many tokens it used; 0 when it could not be used (line.error says why).
 int scanOption(const SPW_CArray<SPW_CString>& tokens, int index, CommandLine& line) {
     const SPW_CString& token = tokens[index];
     const bool isLast = index + 1 == tokens.numberOfElements();
-    if (token.compareNoCase(u"-getinfo") == 0 && !isLast) {
-        line.getInfoRequested = true;
-        line.reportFile = tokens[index + 1];
-        return 2;
-    }
-    if (token.compareNoCase(u"-reportwnd") == 0 && !isLast) {
-        parseHex(tokens[index + 1], line.reportWindow);
+    if (isReportOption(tokens, index)) {
         return 2;
     }
     if (scanSwitch(token, line)) {
@@ -229,6 +247,7 @@ void splitCommandLine(const SPW_CString& commandLine, SPW_CArray<SPW_CString>& t
 
 CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens) {
     CommandLine line;
+    scanReportOptions(tokens, line);
     for (int i = 0; i < tokens.numberOfElements();) {
         const int used = scanOption(tokens, i, line);
         if (used == 0) {
@@ -261,12 +280,12 @@ SPW_CString usageText() {
            u"  -interval SECONDS     print all rows that often\n"
            u"  -format table|json    how rows are printed (default table)\n"
            u"  -minquality PERCENT   the lowest quality that counts as reachable (default 1)\n"
-           u"  -getinfo FILE         write what this device knows about itself to a file and end\n"
+           u"  -getinfo FILE         write this device's configuration report to a file, silently, and end\n"
            u"  -reportwnd HANDLE     with -getinfo: the window to be told, in hexadecimal (Windows)\n"
            u"  -help, -version       print and end\n"
            u"\n"
            u"Exit status of a headless test: 0 every device reached, 1 some device not reached, 2 no device found,\n"
-           u"3 command line not usable, 4 test could not run.\n"
+           u"3 command line not usable, 4 test could not run. With -getinfo: 0 written, 1 not written.\n"
            u"SIGUSR1 prints all rows and writes them to the log, SIGUSR2 sets all counts to zero, SIGHUP starts over\n"
            u"with the settings as they are now.\n";
 }

@@ -16,7 +16,8 @@ void splitCommandLine(const SPW_CString& commandLine, SPW_CArray<SPW_CString>& t
 struct CommandLine {
     enum Format { kTable, kJson };
 
-    // -getinfo FILE: write the system-information report and end.
+    // -getinfo FILE: write the configuration report to a file and end. Nothing else on the line counts then, however
+    // unusable, but -reportwnd.
     bool getInfoRequested = false;
     SPW_CString reportFile;
     // -reportwnd HANDLE: the window to be told, a hexadecimal number; 0 when none or when it does not parse.
@@ -50,7 +51,8 @@ constexpr char16_t kAddedPeerName[] = u"manually added";
 constexpr int kPeerNameLimit = 15;
 
 // Finds out what the tokens ask for. An option without its argument makes the line unusable, except -getinfo
-// and -reportwnd, which are ignored as the last token.
+// and -reportwnd, which are ignored as the last token. A report is found out first, among tokens that mean nothing
+// to it, since whoever asks for one may know of no other option: "-peer -getinfo FILE" asks for a report.
 CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens);
 
 // Lines for the standard output, each ending with a line feed, that explain the options.

@@ -2,16 +2,20 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 #include "CommandLine.h"
 #include "ConsoleMessageBox.h"
 #include "Headless.h"
 #include "MulticastInterfaces.h"
+#include "ReportMode.h"
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
 #include "SettingsStorage.h"
 #include "Signals.h"
+#include "SilentSink.h"
 #include "TestEngine.h"
 
 namespace {
@@ -42,12 +46,6 @@ SPW_CArray<SPW_CString> tokensOf(int argc, char** argv) {
     return tokens;
 }
 
-// Needs no row updates: it takes snapshots.
-class SilentSink final : public UiSink {
-public:
-    void updatePeerRow(const SPW_CString&, int, int, std::int32_t, std::int32_t) override {}
-};
-
 int runHeadless(const CommandLine& options) {
     raiseDescriptorLimit();
     blockRequestSignals();
@@ -69,12 +67,24 @@ int runHeadless(const CommandLine& options) {
     return status;
 }
 
+// Says nothing to anybody but by its exit status: it was another program that wanted the report.
+int runReport(const CommandLine& options) {
+    SPW_CError::instance->setNoBox(true);
+    // A file that may not grow any more is one that could not be written.
+    std::signal(SIGXFSZ, SIG_IGN);
+    // Of a name that is no UTF-8, as all texts here are, another name would have been made.
+    const bool isTrueName = options.reportFile.find(u'\uFFFD') < 0;
+    return isTrueName && writeReport(options.reportFile) ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     occupyStandardDescriptors();
 
     const CommandLine options = scanArguments(tokensOf(argc, argv));
+    if (options.getInfoRequested)
+        return runReport(options);
     if (!options.isUsable()) {
         std::fprintf(stderr, "linkometry: %s\nlinkometry: -help lists the options\n", options.error.toAnsi());
         return kBadCommandLine;
@@ -92,9 +102,5 @@ int main(int argc, char** argv) {
     const SPW_CString unknown = options.unknownText();
     if (!unknown.isEmpty())
         std::fprintf(stderr, "linkometry: %s\n", unknown.toAnsi());
-    if (options.getInfoRequested) {
-        std::fputs("linkometry: this build writes no report file (-getinfo)\n", stderr);
-        return kBadCommandLine;
-    }
     return runHeadless(options);
 }

@@ -111,6 +111,18 @@ TEST(ArgumentScanTest, TheArgumentOfAnOptionIsNotAnOption) {
     EXPECT_EQ(line.reportWindow, 0u);
 }
 
+TEST(ArgumentScanTest, AReportIsFoundOutAmongTokensThatMeanNothingToIt) {
+    const CommandLine behindMistake = scan({u"-format", u"xml", u"-getinfo", u"a", u"-reportwnd", u"1f"});
+    EXPECT_TRUE(behindMistake.getInfoRequested);
+    EXPECT_EQ(behindMistake.reportFile, SPW_CString(u"a"));
+    EXPECT_EQ(behindMistake.reportWindow, 0x1Fu);
+    const CommandLine behindOption = scan({u"-peer", u"-getinfo", u"b"});
+    EXPECT_TRUE(behindOption.getInfoRequested);
+    EXPECT_EQ(behindOption.reportFile, SPW_CString(u"b"));
+    const CommandLine asArgument = scan({u"-reportwnd", u"-getinfo", u"c"});
+    EXPECT_FALSE(asArgument.getInfoRequested);
+}
+
 TEST(ArgumentScanTest, OfARepeatedOptionTheLastCounts) {
     const CommandLine line = scan({u"-getinfo", u"a", u"-getinfo", u"b", u"-duration", u"1", u"-duration", u"2",
                                    u"-format", u"json", u"-format", u"table"});

@@ -13,6 +13,7 @@
 
 #include "ScopedInstance.h"
 #include "ScriptedIcmp.h"
+#include "ScriptedNetworkInfo.h"
 #include "ScriptedSocket.h"
 #include "StringPrinting.h"
 #include "TemporaryFolder.h"
@@ -53,11 +54,13 @@ private:
 };
 
 // An engine on a network in memory, with a registry and a log of its own. This device is called "device" and has the
-// address 10.0.0.1. Every address answers pings; nobody listens to probes.
+// address 10.0.0.1, and no adapter. Every address answers pings; nobody listens to probes.
 //
 // Probes are sent every 20 ms, and so is nothing left asleep for long when a test is stopped.
 class EngineFixture : public testing::Test {
 protected:
+    static constexpr const char* kReportsFirstLine = "**System Settings**";
+    static constexpr const char* kReportsLastLine = "**End of Vantiro Registry Settings**";
     static constexpr const char16_t* kAnnouncement = u"Version 9.8.7.6|far|||";
 
     EngineFixture() {
@@ -102,7 +105,7 @@ protected:
     }
 
     // Ends the engine and gives the lines of its log without the header and the time of each.
-    std::vector<std::string> endAndReadLog() {
+    std::vector<std::string> endAndReadWholeLog() {
         m_engine.reset();
         std::vector<std::string> lines;
         std::istringstream text(m_folder.read("log.txt"));
@@ -115,7 +118,19 @@ protected:
         }
         return lines;
     }
-    // The same without what the probes' own threads have written, which may stand anywhere.
+    // The same without the configuration report of each start.
+    std::vector<std::string> endAndReadLog() {
+        std::vector<std::string> lines = endAndReadWholeLog();
+        for (;;) {
+            const auto begin = std::find(lines.begin(), lines.end(), kReportsFirstLine);
+            const auto last = std::find(begin, lines.end(), kReportsLastLine);
+            if (last == lines.end()) {
+                return lines;
+            }
+            lines.erase(begin, last + 1);
+        }
+    }
+    // The same again without what the probes' own threads have written, which may stand anywhere.
     std::vector<std::string> endAndReadControlLines() {
         std::vector<std::string> lines = endAndReadLog();
         lines.erase(std::remove_if(lines.begin(), lines.end(),
@@ -142,6 +157,7 @@ protected:
     ScopedInstance<SPW_CSocket> m_socketsInstalled{m_sockets};
     ScriptedIcmp m_icmp;
     ScopedInstance<SPW_CIcmp> m_icmpInstalled{m_icmp};
+    ScriptedNetworkInfo m_network;
     RecordingUi m_ui;
     std::unique_ptr<TestEngine> m_engine;
 };

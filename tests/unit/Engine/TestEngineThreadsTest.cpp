@@ -200,6 +200,25 @@ TEST_F(TestEngineThreadsTest, ThreadsMayDriveTheEngineAtOnce) {
     EXPECT_THAT(labels(), SizeIs(3));
 }
 
+TEST_F(TestEngineThreadsTest, LocalInfoMayBeAskedForWhileTestsStartAndStop) {
+    select(false, true, false, false);
+    engine();
+    std::atomic<bool> isOver{false};
+    std::thread asking([&] {
+        while (!isOver) {
+            const std::string text = engine().localInfo().toAnsi();
+            EXPECT_THAT(text, StartsWith("**System Settings**\r\n"));
+            EXPECT_THAT(text, testing::EndsWith("**End of IP Settings**\r\n"));
+        }
+    });
+    for (int round = 0; round < 5; ++round) {
+        engine().start();
+        engine().stop();
+    }
+    isOver = true;
+    asking.join();
+}
+
 TEST_F(TestEngineThreadsTest, TheLastUpdateOfARowIsItsPresentState) {
     select(false, false, false, false);
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");

@@ -19,6 +19,11 @@ std::string_view withoutBlanks(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
+// Whether a back-slash in front of it means the character itself; quote: what it stands in, 0 for nothing.
+bool isEscaped(char c, char quote) {
+    return quote == 0 || (quote == '"' && kEscaped.find(c) != std::string_view::npos);
+}
+
 // The text as the shell understands it, but for blanks outside quotes, which stay: whoever forgot the quotes
 // meant them. False when a quote is open at the end.
 bool unquoted(std::string_view value, std::string& text) {
@@ -30,9 +35,7 @@ bool unquoted(std::string_view value, std::string& text) {
             quote = c;
         } else if (c == quote && quote != 0) {
             quote = 0;
-        } else if (c == '\\' && hasNext && quote == 0) {
-            text += value[++i];
-        } else if (c == '\\' && hasNext && quote == '"' && kEscaped.find(value[i + 1]) != std::string_view::npos) {
+        } else if (c == '\\' && hasNext && isEscaped(value[i + 1], quote)) {
             text += value[++i];
         } else {
             text += c;

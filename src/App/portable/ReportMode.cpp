@@ -1,0 +1,33 @@
+#include "ReportMode.h"
+
+#include <memory>
+#include <new>
+
+#include "SPW_CFile.h"
+#include "SilentSink.h"
+#include "TestEngine.h"
+
+namespace {
+
+bool makeReport(SPW_CString& text) {
+    SilentSink sink;
+    const std::unique_ptr<TestEngine> engine(new (std::nothrow) TestEngine(&sink, false));
+    if (engine == nullptr) {
+        return false;
+    }
+    text = engine->localInfo();
+    return true;
+}
+
+}  // namespace
+
+// The file comes first: without it the device is not even asked.
+bool writeReport(const SPW_CString& path) {
+    SPW_CFile file;
+    if (file.openCreateNew(path) != 0) {
+        return false;
+    }
+    SPW_CString text;
+    const bool isWritten = makeReport(text) && file.writeText(text) == 0;
+    return file.close() == 0 && isWritten;
+}
