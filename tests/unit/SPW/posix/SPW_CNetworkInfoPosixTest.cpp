@@ -1,0 +1,166 @@
+#include "SPW_CNetworkInfoPosix.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "KernelLinks.h"
+#include "OwnNetwork.h"
+#include "SPW_CSysError.h"
+#include "TemporaryFolder.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// A device with one Ethernet adapter, "eth0", 10.1.2.3/24, whose files are the test's own.
+class NetworkInfoPosixTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!m_network.isThere()) {
+            GTEST_SKIP() << m_network.reason();
+        }
+        KernelLinks links;
+        ASSERT_TRUE(links.addVethPair("eth0", "far")) << links.reason();
+        ASSERT_TRUE(links.addAddress("eth0", "10.1.2.3", 24)) << links.reason();
+    }
+    void write(const std::string& path, const std::string& content) {
+        std::filesystem::create_directories((m_folder.native() / path).parent_path());
+        m_folder.write(path, content);
+    }
+    const SPW_NetworkParameters& network() {
+        std::uint32_t size = 0;
+        EXPECT_EQ(m_info.networkParameters(nullptr, size), kSysBufferOverflow);
+        m_bytes = std::make_unique<char[]>(size);
+        EXPECT_EQ(m_info.networkParameters(reinterpret_cast<SPW_NetworkParameters*>(m_bytes.get()), size), kSysOk);
+        return *reinterpret_cast<SPW_NetworkParameters*>(m_bytes.get());
+    }
+    const SPW_AdapterRecord& eth0() {
+        std::uint32_t size = 0;
+        EXPECT_EQ(m_info.adapters(nullptr, size), kSysBufferOverflow);
+        m_bytes = std::make_unique<char[]>(size);
+        auto* record = reinterpret_cast<SPW_AdapterRecord*>(m_bytes.get());
+        EXPECT_EQ(m_info.adapters(record, size), kSysOk);
+        while (std::string(record->adapterName) != "eth0") {
+            record = record->next;
+        }
+        return *record;
+    }
+    static std::vector<std::string> textsOf(const SPW_AddressNode* node) {
+        std::vector<std::string> texts;
+        for (; node != nullptr; node = node->next) {
+            if (node->address[0] != 0) {
+                texts.emplace_back(node->address);
+                EXPECT_STREQ(node->mask, "");
+            }
+        }
+        return texts;
+    }
+
+    OwnNetwork m_network;
+    TemporaryFolder m_folder;
+    const std::string m_root = m_folder.native().string();
+    SPW_CNetworkInfoPosix m_info{m_root.c_str()};
+    std::unique_ptr<char[]> m_bytes;
+};
+
+TEST_F(NetworkInfoPosixTest, WithoutItsFilesADeviceHasNoServersAndNoFlags) {
+    const SPW_NetworkParameters& record = network();
+    char name[256] = "";
+    ASSERT_EQ(::gethostname(name, sizeof name), 0);
+    EXPECT_EQ(std::string(record.hostName), std::string(name).substr(0, sizeof record.hostName - 1));
+    EXPECT_EQ(record.currentDnsServer, nullptr);
+    EXPECT_THAT(textsOf(&record.dnsServerList), IsEmpty());
+    EXPECT_STREQ(record.scopeId, "");
+    EXPECT_EQ(record.nodeType, 0u);
+    EXPECT_EQ(record.enableRouting, 0u);
+    EXPECT_EQ(record.enableProxy, 0u);
+    EXPECT_EQ(record.enableDns, 0u);
+}
+
+TEST_F(NetworkInfoPosixTest, TheResolversServersAreTheDevicesTheFirstIsTheCurrentOne) {
+    write("etc/resolv.conf", "search office.test lab.test\nnameserver 10.0.0.53\nnameserver 10.0.0.54\n");
+    const SPW_NetworkParameters& record = network();
+    EXPECT_STREQ(record.domainName, "office.test");
+    EXPECT_THAT(textsOf(record.currentDnsServer), ElementsAre("10.0.0.53"));
+    EXPECT_THAT(textsOf(&record.dnsServerList), ElementsAre("10.0.0.53", "10.0.0.54"));
+    EXPECT_EQ(record.enableDns, 1u);
+}
+
+TEST_F(NetworkInfoPosixTest, BehindAStubStandTheServersOfTheService) {
+    write("etc/resolv.conf", "nameserver 127.0.0.53\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("127.0.0.53")) << "nobody knows better";
+    write("run/NetworkManager/no-stub-resolv.conf", "nameserver 10.0.0.55\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("10.0.0.55"));
+    write("run/systemd/resolve/resolv.conf", "nameserver 10.0.0.54\nsearch lab.test\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("10.0.0.54"));
+    EXPECT_STREQ(network().domainName, "lab.test");
+    write("etc/resolv.conf", "nameserver 127.0.0.53\nsearch office.test\n");
+    EXPECT_STREQ(network().domainName, "office.test");
+    write("etc/resolv.conf", "nameserver 127.0.0.53\nnameserver 10.0.0.1\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("127.0.0.53", "10.0.0.1")) << "not only a stub";
+}
+
+TEST_F(NetworkInfoPosixTest, AServerOfTheOtherFamilyAloneStillIsDns) {
+    write("etc/resolv.conf", "nameserver 2001:db8::53\n");
+    EXPECT_EQ(network().enableDns, 1u);
+    EXPECT_THAT(textsOf(&network().dnsServerList), IsEmpty());
+}
+
+TEST_F(NetworkInfoPosixTest, FlagsAreSetForAllLinksOrForOne) {
+    write("proc/sys/net/ipv4/conf/all/forwarding", "1\n");
+    write("proc/sys/net/ipv4/conf/eth0/proxy_arp", "1\n");
+    EXPECT_EQ(network().enableRouting, 1u);
+    EXPECT_EQ(network().enableProxy, 1u);
+    write("proc/sys/net/ipv4/conf/all/forwarding", "0\n");
+    write("proc/sys/net/ipv4/conf/eth0/proxy_arp", "0\n");
+    write("proc/sys/net/ipv4/conf/default/proxy_arp", "1\n");
+    EXPECT_EQ(network().enableRouting, 0u);
+    EXPECT_EQ(network().enableProxy, 0u);
+}
+
+TEST_F(NetworkInfoPosixTest, ADomainThatIsTooLongIsCutBetweenTwoCharacters) {
+    write("etc/resolv.conf", "domain " + std::string(130, 'x') + "\xC3\xA4\n");
+    EXPECT_EQ(std::string(network().domainName), std::string(130, 'x'));
+    write("etc/resolv.conf", "domain " + std::string(131, 'x') + "\n");
+    EXPECT_EQ(std::string(network().domainName), std::string(131, 'x'));
+}
+
+TEST_F(NetworkInfoPosixTest, AnAdapterHasItsDriversNameAndItsAddress) {
+    const SPW_AdapterRecord& record = eth0();
+    EXPECT_STREQ(record.description, "veth");
+    EXPECT_EQ(record.type, 6u);
+    EXPECT_EQ(record.addressLength, 6u);
+    EXPECT_STREQ(record.ipAddressList.address, "10.1.2.3");
+    EXPECT_STREQ(record.ipAddressList.mask, "255.255.255.0");
+    EXPECT_EQ(record.dhcpEnabled, 0u);
+    EXPECT_EQ(record.haveWins, 0);
+}
+
+TEST_F(NetworkInfoPosixTest, ALeaseOfTheAdaptersAddressMakesItADhcpAdapter) {
+    write("var/lib/dhcp/dhclient.leases",
+          "lease { interface \"eth0\"; fixed-address 10.1.2.3; option dhcp-server-identifier 10.1.2.1;"
+          " option dhcp-lease-time 600; expire epoch 1700000000; }");
+    const SPW_AdapterRecord& record = eth0();
+    EXPECT_EQ(record.dhcpEnabled, 1u);
+    EXPECT_STREQ(record.dhcpServer.address, "10.1.2.1");
+    EXPECT_EQ(record.leaseObtained, 1700000000 - 600);
+    EXPECT_EQ(record.leaseExpires, 1700000000);
+    EXPECT_NE(network().nodeType, 0u) << "what the report takes for the use of DHCP";
+}
+
+TEST_F(NetworkInfoPosixTest, AWirelessDeviceIsOneOnlyUnderItsOwnIndex) {
+    const std::string index = std::to_string(::if_nametoindex("eth0"));
+    write("sys/class/net/eth0/uevent", "DEVTYPE=wlan\nINTERFACE=eth0\nIFINDEX=" + index + "\n");
+    EXPECT_EQ(eth0().type, 71u);
+    write("sys/class/net/eth0/uevent", "DEVTYPE=wlan\nINTERFACE=eth0\nIFINDEX=4711\n");
+    EXPECT_EQ(eth0().type, 6u) << "the same name in another network";
+    write("sys/class/net/eth0/uevent", "INTERFACE=eth0\nIFINDEX=" + index + "\n");
+    EXPECT_EQ(eth0().type, 6u);
+}
+
+}  // namespace
