@@ -21,6 +21,7 @@ struct DeviceIdentity {
 SPW_CString localInfoText(const DeviceIdentity& device);
 
 // The long form, for the test log: also the adapters, the program's settings and what the registry holds under the
-// maker's keys. Leaves the maker's key in place in both hives where the registry lets it. The lines hold what the system
-// and the registry hold: whoever takes them makes them fit to be shown, as the test log does with each of its lines.
+// maker's keys. Leaves the maker's key in place in both hives where the registry lets it. The lines hold what the
+// system and the registry hold: whoever takes them makes them fit to be shown, as the test log does with each of its
+// lines.
 void reportSystem(ReportLines& lines, const DeviceIdentity& device, const Settings& settings);

@@ -40,12 +40,14 @@ bool succeededAt(const char* path, int result) {
 }
 
 std::uint64_t toTicks(std::int64_t seconds, std::uint32_t nanoseconds) {
-    return static_cast<std::uint64_t>(seconds + SPW_CClock::kSecondsFrom1601To1970) * kTicksPerSecond + nanoseconds / 100;
+    return static_cast<std::uint64_t>(seconds + SPW_CClock::kSecondsFrom1601To1970) * kTicksPerSecond +
+           nanoseconds / 100;
 }
 
 timespec toTimespec(std::uint64_t ticks) {
     timespec time = {};
-    time.tv_sec = static_cast<time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) - SPW_CClock::kSecondsFrom1601To1970);
+    time.tv_sec =
+        static_cast<time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) - SPW_CClock::kSecondsFrom1601To1970);
     time.tv_nsec = static_cast<long>(ticks % kTicksPerSecond) * 100;
     return time;
 }
