@@ -94,8 +94,17 @@ class ReportModeTest(lab.SystemTest):
                 self.report("-getinfo", name, status=1)
         self.assertEqual([name for name in os.listdir(self.device.folder) if "utf" in name], [])
 
-    def test_file_that_may_not_grow_gives_status_1(self):
-        self.report("-getinfo", "report.txt", status=1, through=("sh", "-c", 'ulimit -f 0; exec "$0" "$@"'))
+    def test_file_that_may_not_grow_any_more_gives_status_1(self):
+        # Long enough for the smallest limit under which the sanitizers' builds start.
+        with open(self.path("addresses"), "w", encoding="ascii") as file:
+            file.writelines(f"address add 10.99.{i // 250}.{i % 250 + 1}/32 dev eth0\n" for i in range(600))
+        self.assertEqual(self.device.run("ip", "-batch", "addresses").returncode, 0)
+        self.report("-getinfo", "report.txt", status=1, through=("sh", "-c", 'ulimit -f 16; exec "$0" "$@"'))
+        self.assertTrue(self.read("report.txt").startswith(BEGIN))
+        self.report("-getinfo", "report.txt")
+        report = self.read("report.txt")
+        self.assert_whole(report)
+        self.assertEqual(report.count(b"   Local IP Address: 10.99."), 600)
 
     def test_pipe_without_a_reader_keeps_nobody_waiting(self):
         os.mkfifo(self.path("pipe"))

@@ -2,7 +2,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -70,8 +69,7 @@ int runHeadless(const CommandLine& options) {
 // Says nothing to anybody but by its exit status: it was another program that wanted the report.
 int runReport(const CommandLine& options) {
     SPW_CError::instance->setNoBox(true);
-    // A file that may not grow any more is one that could not be written.
-    std::signal(SIGXFSZ, SIG_IGN);
+    ignoreWriteSignals();
     // Of a name that is no UTF-8, as all texts here are, another name would have been made.
     const bool isTrueName = options.reportFile.find(u'\uFFFD') < 0;
     return isTrueName && writeReport(options.reportFile) ? EXIT_SUCCESS : EXIT_FAILURE;

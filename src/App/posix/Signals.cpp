@@ -60,6 +60,10 @@ Request requestOf(int signalNumber) {
 void blockRequestSignals() {
     const sigset_t set = requestSignals();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    ignoreWriteSignals();
+}
+
+void ignoreWriteSignals() {
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
 }
