@@ -15,6 +15,11 @@ public:
     ~DrivenConnector() override { this->m_state = 0; }
     void sendStep() { Connector::sendStep(); }
     void switchOff() { this->m_state = 0; }
+    // Ends the thread, as destruction does.
+    void end() {
+        switchOff();
+        this->endThread();
+    }
 };
 
 // The same for a pinger.
@@ -28,4 +33,9 @@ public:
     ~DrivenPinger() override { this->m_state = 0; }
     void pingStep() { Pinger::pingStep(); }
     void switchOff() { this->m_state = 0; }
+    // Ends the thread, as destruction does.
+    void end() {
+        switchOff();
+        this->endThread();
+    }
 };

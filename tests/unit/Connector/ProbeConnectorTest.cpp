@@ -231,6 +231,14 @@ TEST_F(ProbeConnectorTest, LibraryThatCannotBeHadIsNotGivenBack) {
     EXPECT_EQ(sockets.startups(), 1);
 }
 
+TEST_F(ProbeConnectorTest, StepThatMeetsTheEndNeitherSleepsNorSends) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 0);
+    connector.end();
+    connector.sendStep();
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
+    EXPECT_THAT(sink.take(), IsEmpty());
+}
+
 TEST_F(ProbeConnectorTest, DestructionClosesTheSocket) {
     {
         VTR_CUdpConnector connector(&sink, u"10.0.0.2", 5009, u"me", 0);

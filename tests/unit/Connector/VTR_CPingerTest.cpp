@@ -190,6 +190,14 @@ TEST_F(PingerTest, PingsOnItsOwnThreadUntilStopped) {
     EXPECT_EQ(sink.take().at(0), "sent 6 0 10.0.0.2 #" + std::to_string(requests) + ": ");
 }
 
+TEST_F(PingerTest, StepThatMeetsTheEndNeitherSleepsNorPings) {
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    pinger.end();
+    pinger.pingStep();
+    EXPECT_THAT(clock.sleeps(), IsEmpty());
+    EXPECT_THAT(sink.take(), IsEmpty());
+}
+
 TEST_F(PingerTest, SecondStartIsRefused) {
     VTR_CPinger pinger(&sink, u"10.0.0.2", 0, 32);
     EXPECT_EQ(pinger.StartPinging(), 0u);

@@ -63,6 +63,14 @@ TEST_F(UdpConnectorTest, AllProbesLeaveFromOneSocketBoundOnce) {
     EXPECT_GE(sockets.localPort(sockets.sent().at(0).socket), 1024);
 }
 
+TEST_F(UdpConnectorTest, SendsFromAPortThatThePlatformChooses) {
+    // The device's own listener has the port to which the probes go.
+    ASSERT_EQ(sockets.bind(sockets.openUdp(), 5009), 0);
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 0);
+    connector.sendStep();
+    EXPECT_THAT(sink.take(), ElementsAre("sent 2 5009 10.0.0.2 #0: me"));
+}
+
 TEST_F(UdpConnectorTest, TargetThatIsNoDottedQuadIsNotResolvedAndFailsAtTheSocketLayer) {
     sockets.addHost(u"peer", {SPW_CIpAddress(10, 0, 0, 2)});
     for (const char16_t* target : {u"peer", u"10.0.0.256", u""}) {

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "EngineFixture.h"
+#include "RecordingReporter.h"
 #include "ScriptedSystemInfo.h"
 #include "SettingsStorage.h"
 
@@ -265,6 +266,18 @@ TEST_F(TestEngineTest, EditsOfTheSettingsCountAtTheNextStart) {
     EXPECT_THAT(labels(), IsEmpty());
     engine().start();
     EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+}
+
+TEST_F(TestEngineTest, NamedPeersThatCannotBeReadAreThoseOfTheStartBefore) {
+    select(false, false, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    engine().stop();
+    const RecordingReporter quiet;
+    m_registry.folder().write("HKEY_CURRENT_USER.reg", "[HKEY_CURRENT_USER\\Soft");
+    engine().start();
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+    m_engine.reset();
 }
 
 TEST_F(TestEngineTest, ThePeersProbesAnnounceWhatWasKnownBeforeTheStart) {
@@ -844,7 +857,8 @@ TEST_F(DiscoveryTest, WhileNoTestRunsADiscoveryStartsNothing) {
     const int opened = m_sockets.calls(ScriptedSocket::kOpenUdp);
     receive(kUdpListener, u"10.0.0.7", 1);
     EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (far)"));
-    m_engine.reset();
+    engine().stop();
+    EXPECT_THAT(endAndReadControlLines(), Contains("StopSending failed returned Not currently sending"));
     EXPECT_EQ(m_sockets.calls(ScriptedSocket::kOpenUdp), opened);
 }
 
@@ -941,6 +955,24 @@ TEST_F(EventLogTest, ASocketErrorIsLoggedOnceUntilASendSucceeds) {
     engine().onDataSent(kTcpipConnector, 5009, u"10.0.0.7", 1, u"");
     engine().onSocketError(kTcpipConnector, 5009, u"10.0.0.7", 10061, u"connect failed 10061");
     EXPECT_THAT(endAndReadEvents(), ElementsAre(line, line));
+}
+
+TEST_F(EventLogTest, AUdpSendMakesTheNextUdpErrorNewsAndNoOther) {
+    begin(u"no", u"no");
+    const auto fail = [this] {
+        for (const std::uint32_t kind : {kTcpipConnector, kUdpConnector, kPinger}) {
+            engine().onSocketError(kind, 5009, u"10.0.0.7", 10065, u"failed 10065");
+        }
+    };
+    fail();
+    engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 1, u"");
+    fail();
+    const std::vector<std::string> log = endAndReadEvents();
+    ASSERT_EQ(log.size(), 4u);
+    EXPECT_EQ(
+        log[3],
+        "SOCKET ERROR: (logged only once until successfull udp send to this address to avoid filling the logfile) "
+        "on udp connector ( 10.0.0.7 ) :failed 10065");
 }
 
 TEST_F(EventLogTest, APingErrorIsLoggedOnceUntilAReplyComes) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <memory>
 
 #include "RecordingSink.h"
@@ -94,6 +95,28 @@ TEST_F(TcpipListenerTest, ReadTakesAThousandBytes) {
     settle([&] { send(client, head + std::string(1000 - head.size(), 'n') + probe(8)); });
     EXPECT_THAT(waitForEvents(2), ElementsAre("received 1 5009 10.0.0.2 #7: " + std::string(1000 - head.size(), 'n'),
                                               "received 1 5009 10.0.0.2 #8: n"));
+}
+
+TEST_F(TcpipListenerTest, ConnectionsAreServedFromTheLatestToTheOldest) {
+    // A listener whose steps the test runs itself.
+    class Driven : public VTR_CTcpipListener {
+    public:
+        explicit Driven(ProbeEventSink* sink) : VTR_CTcpipListener(sink, kPort + 1) { m_state = 1; }
+        ~Driven() override { m_state = 0; }
+        void receiveStep(SPW_Socket socket) override { VTR_CTcpipListener::receiveStep(socket); }
+    };
+    const SPW_Socket listening = sockets.openTcp();
+    ASSERT_EQ(sockets.bind(listening, kPort + 1), 0);
+    ASSERT_EQ(sockets.listen(listening, 5), 0);
+    Driven driven(&sink);
+    const SPW_Socket oldest = sockets.connectFrom(kPeer, kPort + 1);
+    driven.receiveStep(listening);
+    const SPW_Socket latest = sockets.connectFrom(kOther, kPort + 1);
+    driven.receiveStep(listening);
+    send(oldest, probe(1));
+    send(latest, probe(2));
+    driven.receiveStep(listening);
+    EXPECT_THAT(sink.take(), ElementsAre("received 1 5010 10.0.0.3 #2: n", "received 1 5010 10.0.0.2 #1: n"));
 }
 
 // --- Connections that end
@@ -191,6 +214,34 @@ TEST_F(TcpipListenerTest, WatchesSixtyFourSocketsAndServesTheRestAsPlacesFallFre
     send(clients[64], probe(64));
     sockets.close(clients[2]);
     EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.1.64 #64: n"));
+}
+
+TEST_F(TcpipListenerTest, QueuesFiveConnectionsAndWaitsWithoutALimit) {
+    class Notes : public SocketForwarder {
+    public:
+        using SocketForwarder::SocketForwarder;
+        int listen(SPW_Socket socket, int length) override {
+            backlog = length;
+            return SocketForwarder::listen(socket, length);
+        }
+        int select(SPW_CSocketSet* readable, SPW_CSocketSet* exceptional, std::uint32_t timeout) override {
+            hasExceptions = exceptional != nullptr;
+            timeoutMs = timeout;
+            return SocketForwarder::select(readable, exceptional, timeout);
+        }
+        std::atomic<int> backlog{0};
+        std::atomic<bool> hasExceptions{true};
+        std::atomic<std::uint32_t> timeoutMs{0};
+    };
+    listener.reset();
+    Notes notes(sockets);
+    const ScopedInstance<SPW_CSocket> noted(notes);
+    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
+    start();
+    EXPECT_EQ(notes.backlog, 5);
+    EXPECT_FALSE(notes.hasExceptions);
+    EXPECT_EQ(notes.timeoutMs, kSPWForever);
+    listener.reset();
 }
 
 // --- Failures of the listening socket
