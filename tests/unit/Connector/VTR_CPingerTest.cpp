@@ -69,6 +69,14 @@ TEST_F(PingerTest, RequestCarriesTheLowSixteenBitsOfTheDataSize) {
     EXPECT_EQ(requestOf(65536).bytes.size(), 0u);
 }
 
+TEST_F(PingerTest, TimeOutIsThePeriodAndNeverNegative) {
+    for (const std::int32_t periodMs : {1, 0, -1000}) {
+        Driven pinger(&sink, u"10.0.0.2", periodMs, 32);
+        pinger.pingStep();
+        EXPECT_EQ(icmp.requests().back().timeoutMs, periodMs > 0 ? 1u : 0u) << periodMs;
+    }
+}
+
 TEST_F(PingerTest, UnansweredRequestIsReportedAsSentAndFailedAfterItsTimeOut) {
     icmp.setAnswers(kPeer, false);
     Driven pinger(&sink, u"10.0.0.2", kPeriodMs, 32);
@@ -99,6 +107,12 @@ TEST_F(PingerTest, HostNameIsPingedAtItsFirstAddress) {
     sockets.addHost(u"peer", {SPW_CIpAddress(10, 0, 0, 9), kPeer});
     EXPECT_THAT(eventsOf(u"peer", 32), ElementsAre("sent 6 0 peer #0: ", "received 6 0 peer #0: "));
     EXPECT_EQ(icmp.requests().at(0).address, SPW_CIpAddress(10, 0, 0, 9));
+}
+
+TEST_F(PingerTest, HostNameWithOneAddressIsPingedThere) {
+    sockets.addHost(u"peer", {kPeer});
+    EXPECT_THAT(eventsOf(u"peer", 32), ElementsAre("sent 6 0 peer #0: ", "received 6 0 peer #0: "));
+    EXPECT_EQ(icmp.requests().at(0).address, kPeer);
 }
 
 TEST_F(PingerTest, DottedQuadThatDoesNotResolveIsPingedAllTheSame) {
