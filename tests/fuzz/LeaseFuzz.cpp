@@ -1,7 +1,7 @@
 // What DHCP clients have written, and what is taken for it: a lease that is found has an address and no time before
 // 1970, and no server or time comes from nowhere.
 //
-// Input: read as a whole in each of the three forms.
+// Input: read as a whole in each of the four forms.
 
 #include <cstdint>
 #include <string>
@@ -37,5 +37,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
     }
     if (SPW_CDhcpLeasePosix::parseAssignments(file, kWritten, lease))
         checkTimes(lease);
+    if (SPW_CDhcpLeasePosix::parseDeviceState(file, lease)) {
+        checkTimes(lease);
+        require(lease.expires <= kLongest, "no end is later than can be written");
+    }
     return 0;
 }

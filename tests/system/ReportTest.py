@@ -275,7 +275,27 @@ class AdapterTest(ReportTest):
                  "NETMASK=255.255.255.0\nSERVER_ADDRESS=10.77.0.254\nLIFETIME=3600\n", written=1795168800)
         self.assert_lease(1795168800, 1795168800 + 3600)
 
+    def test_lease_of_systemd_networkd_that_was_renewed_without_a_change(self):
+        self.ip("address add 10.77.0.77/24 dev eth0 valid_lft 86400 preferred_lft 86400")
+        before = time.time()
+        index = json.loads(self.answer("ip", "-j", "link", "show", "eth0"))[0]["ifindex"]
+        self.put(f"/run/systemd/netif/leases/{index}", "ADDRESS=10.77.0.77\nSERVER_ADDRESS=10.77.0.254\nLIFETIME=1d\n",
+                 written=1795168800 - 400 * 86400)
+        lines = self.lease_lines()
+        moments = {int(before) - 2, int(time.time()) + 2}
+        self.assertIn(lines[2], {f"   Lease Expires: {shown(moment + 86400)}" for moment in moments})
+        self.assertIn(lines[3], {f"   Lease Obtained: {shown(moment)}" for moment in moments})
+
     def test_lease_of_network_manager(self):
+        index = json.loads(self.answer("ip", "-j", "link", "show", "eth0"))[0]["ifindex"]
+        self.put("/var/lib/NetworkManager/internal-3fa85f64-5717-4562-b3fc-2c963f66afa6-eth0.lease",
+                 "# This is private data. Do not parse.\nADDRESS=10.77.0.1\n", written=1795168900)
+        self.put(f"/run/NetworkManager/devices/{index}",
+                 "[device]\nmanaged=true\n\n[dhcp4]\ndhcp4.dhcp_lease_time=3600\n"
+                 "dhcp4.dhcp_server_identifier=10.77.0.254\ndhcp4.expiry=1795172400\ndhcp4.ip_address=10.77.0.1\n")
+        self.assert_lease(1795168800, 1795168800 + 3600)
+
+    def test_lease_of_an_older_network_manager(self):
         self.put("/var/lib/NetworkManager/internal-3fa85f64-5717-4562-b3fc-2c963f66afa6-eth0.lease",
                  "ADDRESS=10.77.0.1\nSERVER_ADDRESS=10.77.0.254\nLIFETIME=3600\n", written=1795168800)
         self.assert_lease(1795168800, 1795168800 + 3600)
@@ -320,7 +340,8 @@ class SystemFilesTest(ReportTest):
 
     FILES = ("/etc/resolv.conf", "/etc/os-release", "/run/systemd/resolve/resolv.conf",
              "/var/lib/dhcp/dhclient.leases", "/var/lib/dhcpcd/eth0.lease",
-             "/var/lib/NetworkManager/internal-1-eth0.lease", "/run/systemd/netif/leases/2")
+             "/var/lib/NetworkManager/internal-1-eth0.lease", "/run/NetworkManager/devices/2",
+             "/run/systemd/netif/leases/2")
 
     def test_junk_endless_lines_and_thousands_of_entries_keep_no_report_from_being_written(self):
         contents = {

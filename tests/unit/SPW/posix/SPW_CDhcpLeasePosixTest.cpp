@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <utility>
 
 namespace {
 
 using SPW_CDhcpLeasePosix::JournalEntry;
 using SPW_CDhcpLeasePosix::parseAssignments;
+using SPW_CDhcpLeasePosix::parseDeviceState;
 using SPW_CDhcpLeasePosix::parseJournal;
 using SPW_CDhcpLeasePosix::parsePacket;
 
@@ -56,6 +60,31 @@ TEST(DhcpJournalPosixTest, ATimeMayBeSecondsWithACommentOrNever) {
     const SPW_CDhcpLease endless = onlyLeaseOf(block("option dhcp-lease-time 4294967295;\nexpire never;\n"));
     EXPECT_EQ(endless.expires, 0);
     EXPECT_EQ(endless.obtained, 0);
+}
+
+TEST(DhcpJournalPosixTest, ALeaseForEverHasABeginningButNoEnd) {
+    const SPW_CDhcpLease lease = onlyLeaseOf(block("option dhcp-lease-time 4294967295;\nexpire epoch 5994967295;\n"));
+    EXPECT_EQ(lease.obtained, 1700000000);
+    EXPECT_EQ(lease.expires, 0);
+}
+
+TEST(DhcpJournalPosixTest, BytesOfATextMayBeNumbers) {
+    for (const auto& [written, name] : {std::pair<std::string, std::string>("a\\303\\244b",
+                                                                            "a\xC3\xA4"
+                                                                            "b"),
+                                        {"a\\\\\\\"b", "a\\\"b"},
+                                        {"\\1\\0128",
+                                         "\1\n"
+                                         "8"},
+                                        {"\\777", "\xFF"},
+                                        {"\\x41", "x41"}}) {
+        const std::vector<JournalEntry> entries =
+            parseJournal("lease { interface \"" + written + "\"; fixed-address 10.0.0.5; }");
+        ASSERT_EQ(entries.size(), 1u) << written;
+        EXPECT_EQ(entries[0].interfaceName, name) << written;
+    }
+    EXPECT_TRUE(parseJournal("lease { interface \"a\\").empty());
+    EXPECT_TRUE(parseJournal("lease { interface \"a\\3").empty());
 }
 
 TEST(DhcpJournalPosixTest, BlocksComeInTheOrderOfTheFile) {
@@ -212,6 +241,7 @@ TEST(DhcpAssignmentsPosixTest, TheNamesOfNetworkdAreALease) {
                          "ROUTER=10.0.0.1\nSERVER_ADDRESS=10.0.0.1\nT1=300\nT2=525\nLIFETIME=600\n"
                          "DNS=10.0.0.53\n",
                          kWritten, lease));
+    EXPECT_TRUE(lease.mayBeRenewed);
     EXPECT_EQ(lease.address, kAddress);
     EXPECT_EQ(lease.server, kServer);
     EXPECT_EQ(lease.obtained, kWritten);
@@ -222,6 +252,7 @@ TEST(DhcpAssignmentsPosixTest, AnExpiryIsTheEndItself) {
     SPW_CDhcpLease lease;
     ASSERT_TRUE(parseAssignments("ADDRESS=10.0.0.5\nEXPIRY=1700001234\nLIFETIME=5", kWritten, lease));
     EXPECT_EQ(lease.expires, 1700001234);
+    EXPECT_FALSE(lease.mayBeRenewed);
 }
 
 TEST(DhcpAssignmentsPosixTest, TheAddressAloneIsALeaseWhoseEndIsNotKnown) {
@@ -237,6 +268,30 @@ TEST(DhcpAssignmentsPosixTest, TheAddressAloneIsALeaseWhoseEndIsNotKnown) {
     }
 }
 
+TEST(DhcpAssignmentsPosixTest, ALifetimeMayBeWrittenInWords) {
+    for (const auto& [lifetime, seconds] : {std::pair<const char*, std::int64_t>("1h", 3600),
+                                            {"1d 2h 3min 4s", 93784},
+                                            {"2min", 120},
+                                            {"45s", 45},
+                                            {"1w", 604800},
+                                            {"1month 1w", 3234600},
+                                            {"1y 1month", 34187400},
+                                            {"136y", 4291833600}}) {
+        SPW_CDhcpLease lease;
+        ASSERT_TRUE(parseAssignments("ADDRESS=10.0.0.5\nLIFETIME=" + std::string(lifetime), kWritten, lease));
+        EXPECT_EQ(lease.expires, kWritten + seconds) << lifetime;
+    }
+}
+
+TEST(DhcpAssignmentsPosixTest, ALifetimeForEverOrWithoutSenseHasNoEnd) {
+    for (const char* const lifetime : {"infinity", "137y", "136y 136y", "99999999999y", "h", "5 min", "1h  2min", " 1h",
+                                       "1h,", "1.5h", "-1h", "0h", "1h 0", "1fortnight", "1h\r"}) {
+        SPW_CDhcpLease lease;
+        ASSERT_TRUE(parseAssignments("ADDRESS=10.0.0.5\nLIFETIME=" + std::string(lifetime), kWritten, lease));
+        EXPECT_EQ(lease.expires, 0) << lifetime;
+    }
+}
+
 TEST(DhcpAssignmentsPosixTest, WithoutAnAddressThereIsNoLease) {
     SPW_CDhcpLease lease;
     lease.server = 7;
@@ -246,6 +301,103 @@ TEST(DhcpAssignmentsPosixTest, WithoutAnAddressThereIsNoLease) {
     }
     EXPECT_FALSE(parseAssignments(std::string(1 << 20, '='), kWritten, lease));
     EXPECT_EQ(lease.server, 7u) << "left alone";
+}
+
+// --- What NetworkManager notes of a device
+
+constexpr const char* kDeviceState =
+    "[device]\nmanaged=true\n\n[dhcp4]\ndhcp4.dhcp_lease_time=600\ndhcp4.dhcp_server_identifier=10.0.0.1\n"
+    "dhcp4.expiry=1700000000\ndhcp4.ip_address=10.0.0.5\n";
+
+TEST(DhcpDeviceStatePosixTest, TheGroupOfDhcpIsALease) {
+    SPW_CDhcpLease lease;
+    ASSERT_TRUE(parseDeviceState(kDeviceState, lease));
+    EXPECT_EQ(lease.address, kAddress);
+    EXPECT_EQ(lease.server, kServer);
+    EXPECT_EQ(lease.obtained, 1700000000 - 600);
+    EXPECT_EQ(lease.expires, 1700000000);
+}
+
+TEST(DhcpDeviceStatePosixTest, ALeaseForEverHasNoEnd) {
+    SPW_CDhcpLease lease;
+    ASSERT_TRUE(parseDeviceState("[dhcp4]\ndhcp4.dhcp_lease_time=4294967295\ndhcp4.ip_address=10.0.0.5", lease));
+    EXPECT_EQ(lease.expires, 0);
+    EXPECT_EQ(lease.obtained, 0);
+    ASSERT_TRUE(parseDeviceState(std::string(kDeviceState) + "dhcp4.dhcp_lease_time=4294967295\n", lease));
+    EXPECT_EQ(lease.expires, 0);
+}
+
+TEST(DhcpDeviceStatePosixTest, WhatIsNoNumberIsNotKnown) {
+    for (const char* const number : {"", "x", "-5", "5x", " 5", "4294967296", "99999999999999999999"}) {
+        SPW_CDhcpLease lease;
+        ASSERT_TRUE(parseDeviceState("[dhcp4]\ndhcp4.ip_address=10.0.0.5\ndhcp4.dhcp_lease_time=" +
+                                         std::string(number) + "\ndhcp4.expiry=" + number + "\n",
+                                     lease));
+        EXPECT_EQ(lease.expires, 0) << number;
+        EXPECT_EQ(lease.obtained, 0) << number;
+    }
+}
+
+TEST(DhcpDeviceStatePosixTest, OtherGroupsAndNamesSayNothing) {
+    SPW_CDhcpLease lease;
+    lease.server = 7;
+    for (const char* const file :
+         {"", "[dhcp4]", "[dhcp4]\n", "[device]\ndhcp4.ip_address=10.0.0.5\n", "[dhcp6]\ndhcp4.ip_address=10.0.0.5\n",
+          "dhcp4.ip_address=10.0.0.5\n", "[dhcp4]\nip_address=10.0.0.5\n", "[dhcp4]\ndhcp4.ip_address\n",
+          "[dhcp4]\ndhcp4.=10.0.0.5\n", "[dhcp4]\ndhcp4=10.0.0.5\n", "[dhcp4]\ndhcp4.ip_address=::1\n",
+          "[dhcp4\ndhcp4.ip_address=10.0.0.5\n", "[dhcp4]\n[x]\ndhcp4.ip_address=10.0.0.5\n", "\xFF\xFE=\n"}) {
+        EXPECT_FALSE(parseDeviceState(file, lease)) << file;
+    }
+    EXPECT_FALSE(parseDeviceState("[dhcp4]\n" + std::string(1 << 20, '='), lease));
+    EXPECT_EQ(lease.server, 7u) << "left alone";
+}
+
+// --- Files that the clients themselves wrote; the fuzzer starts from them, too
+
+std::string fileOf(const std::string& client) {
+    std::ifstream file(LINKOMETRY_SOURCE_DIR "/tests/fuzz/corpus/LeaseFuzz/" + client, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << client;
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+void expectLease(const SPW_CDhcpLease& lease, unsigned lastOctet, std::int64_t obtained, std::int64_t expires) {
+    EXPECT_EQ(lease.address, 0xC0000200 + lastOctet);
+    EXPECT_EQ(lease.server, 0xC0000201) << "192.0.2.1";
+    EXPECT_EQ(lease.obtained, obtained);
+    EXPECT_EQ(lease.expires, expires);
+}
+
+TEST(DhcpClientsPosixTest, DhclientWroteThis) {
+    expectLease(onlyLeaseOf(fileOf("dhclient-4.4")), 29, 1795235589, 1795239189);
+    expectLease(onlyLeaseOf(fileOf("dhclient-4.4-for-ever")), 29, 1795235877, 0);
+}
+
+TEST(DhcpClientsPosixTest, DhcpcdWroteThis) {
+    SPW_CDhcpLease lease;
+    ASSERT_TRUE(parsePacket(fileOf("dhcpcd-9.4"), kWritten, lease));
+    expectLease(lease, 29, kWritten, kWritten + 3600);
+    ASSERT_TRUE(parsePacket(fileOf("dhcpcd-9.4-for-ever"), kWritten, lease));
+    expectLease(lease, 29, kWritten, 0);
+}
+
+TEST(DhcpClientsPosixTest, NetworkdWroteThis) {
+    SPW_CDhcpLease lease;
+    ASSERT_TRUE(parseAssignments(fileOf("networkd-252"), kWritten, lease));
+    expectLease(lease, 29, kWritten, kWritten + 120);
+    ASSERT_TRUE(parseAssignments(fileOf("networkd-252-for-ever"), kWritten, lease));
+    expectLease(lease, 30, kWritten, 0);
+}
+
+TEST(DhcpClientsPosixTest, NetworkManagerWroteThis) {
+    SPW_CDhcpLease lease;
+    ASSERT_TRUE(parseDeviceState(fileOf("networkmanager-1.42-device"), lease));
+    expectLease(lease, 30, 1795239264 - 3600, 1795239264);
+    ASSERT_TRUE(parseDeviceState(fileOf("networkmanager-1.42-device-for-ever"), lease));
+    expectLease(lease, 29, 0, 0);
+    ASSERT_TRUE(parseAssignments(fileOf("networkmanager-1.42-internal"), kWritten, lease));
+    EXPECT_EQ(lease.address, 0xC000021Eu) << "192.0.2.30";
+    EXPECT_EQ(lease.server, 0u);
+    EXPECT_EQ(lease.expires, 0);
 }
 
 }  // namespace

@@ -1,19 +1,50 @@
-#include <charconv>
+#include <algorithm>
 
 #include "SPW_CAddressTextPosix.h"
 #include "SPW_CDhcpLeasePosix.h"
+#include "SPW_CDhcpNumbersPosix.h"
 #include "SPW_CTextLinesPosix.h"
 
 namespace {
 
-constexpr std::uint32_t kForEver = 0xFFFFFFFF;
+struct Unit {
+    std::string_view name;
+    std::uint32_t seconds;
+};
 
-// A number and nothing else; 0 for what is none, or does not fit.
-template <typename Number>
-Number numberOf(std::string_view text) {
-    Number number = 0;
-    const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), number);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() ? number : 0;
+// Years and months have the lengths that systemd gives them.
+constexpr Unit kUnits[] = {{"y", 31557600}, {"month", 2629800}, {"w", 604800}, {"d", 86400},
+                           {"h", 3600},     {"min", 60},        {"s", 1}};
+
+// "90min" is 5400; 0 for what is none.
+std::uint64_t secondsOfTerm(std::string_view term) {
+    const std::size_t digits = std::min(term.find_first_not_of("0123456789"), term.size());
+    std::uint32_t number = 0;
+    if (!SPW_CDhcpNumbersPosix::read(term.substr(0, digits), number))
+        return 0;
+    for (const Unit& unit : kUnits) {
+        if (term.substr(digits) == unit.name)
+            return std::uint64_t{number} * unit.seconds;
+    }
+    return 0;
+}
+
+// How long a lease lasts: seconds up to systemd 253, from then on words like "1d 30min" or "infinity". 0 for one that
+// never ends, and for what is none.
+std::uint32_t secondsOf(std::string_view text) {
+    std::uint32_t number = 0;
+    if (SPW_CDhcpNumbersPosix::read(text, number))
+        return number == SPW_CDhcpNumbersPosix::kForEver ? 0 : number;
+    std::uint64_t sum = 0;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(' '), text.size());
+        const std::uint64_t seconds = secondsOfTerm(text.substr(0, end));
+        sum += seconds;
+        if (seconds == 0 || sum >= SPW_CDhcpNumbersPosix::kForEver)
+            return 0;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return static_cast<std::uint32_t>(sum);
 }
 
 }  // namespace
@@ -21,6 +52,7 @@ Number numberOf(std::string_view text) {
 bool SPW_CDhcpLeasePosix::parseAssignments(std::string_view file, std::int64_t written, SPW_CDhcpLease& lease) {
     SPW_CDhcpLease found;
     std::uint32_t lifetime = 0;
+    std::uint32_t expiry = 0;
     while (!file.empty()) {
         const std::string_view line = SPW_CTextLinesPosix::takeLine(file);
         const std::size_t equals = line.find('=');
@@ -33,15 +65,17 @@ bool SPW_CDhcpLeasePosix::parseAssignments(std::string_view file, std::int64_t w
         else if (name == "SERVER_ADDRESS")
             (void)SPW_CAddressTextPosix::parse(value, found.server);
         else if (name == "LIFETIME")
-            lifetime = numberOf<std::uint32_t>(value);
-        else if (name == "EXPIRY")
-            found.expires = numberOf<std::uint32_t>(value);
+            lifetime = secondsOf(value);
+        else if (name == "EXPIRY" && SPW_CDhcpNumbersPosix::read(value, expiry))
+            found.expires = expiry;
     }
     if (found.address == 0)
         return false;
     found.obtained = written;
-    if (found.expires == 0 && lifetime != 0 && lifetime != kForEver)
+    if (found.expires == 0 && lifetime != 0) {
         found.expires = written + lifetime;
+        found.mayBeRenewed = true;
+    }
     lease = found;
     return true;
 }

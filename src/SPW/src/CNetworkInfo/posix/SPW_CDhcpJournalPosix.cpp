@@ -5,6 +5,7 @@
 #include "SPW_CAddressTextPosix.h"
 #include "SPW_CClock.h"
 #include "SPW_CDhcpLeasePosix.h"
+#include "SPW_CDhcpNumbersPosix.h"
 
 // dhclient.leases: statements that end with ";", words separated by blanks, texts in double quotes, "#" comments.
 //
@@ -61,14 +62,28 @@ private:
     }
     void takeQuoted(std::string& token) {
         std::size_t i = 1;
-        for (; i < m_rest.size() && m_rest[i] != '"'; ++i) {
-            if (m_rest[i] == '\\' && i + 1 < m_rest.size())
-                ++i;
+        while (i < m_rest.size() && m_rest[i] != '"') {
+            const char byte = takeByte(i);
             if (token.size() < kLongestWord)
-                token += m_rest[i];
+                token += byte;
         }
         m_rest.remove_prefix(std::min(i + 1, m_rest.size()));
     }
+
+    // The byte of a text at this position, which then is behind it: itself, or written as a backslash and itself or
+    // its octal number.
+    char takeByte(std::size_t& i) const {
+        const char byte = m_rest[i++];
+        if (byte != '\\' || i == m_rest.size())
+            return byte;
+        if (!isOctalDigit(m_rest[i]))
+            return m_rest[i++];
+        int number = 0;
+        for (int digits = 0; digits < 3 && i < m_rest.size() && isOctalDigit(m_rest[i]); ++digits)
+            number = number * 8 + (m_rest[i++] - '0');
+        return static_cast<char>(number);
+    }
+    static bool isOctalDigit(char byte) { return byte >= '0' && byte <= '7'; }
 
     std::string_view m_rest;
 };
@@ -80,11 +95,6 @@ struct Block {
     JournalEntry entry;
     std::int64_t duration = 0;
 };
-
-bool readNumber(std::string_view text, std::int64_t& number) {
-    const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), number);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
 
 // "2026/11/20" or "10:00:00".
 bool readThree(const std::string& text, char separator, int (&numbers)[3]) {
@@ -105,7 +115,7 @@ bool readThree(const std::string& text, char separator, int (&numbers)[3]) {
 std::int64_t timeOf(const Words& words) {
     std::int64_t seconds = 0;
     if (words.size() == 3 && words[1] == "epoch")
-        return readNumber(words[2], seconds) && seconds > 0 ? seconds : 0;
+        return SPW_CDhcpNumbersPosix::read(words[2], seconds) && seconds > 0 ? seconds : 0;
     int date[3];
     int time[3];
     if (words.size() != 4 || !readThree(words[2], '/', date) || !readThree(words[3], ':', time))
@@ -129,7 +139,7 @@ void readOption(const Words& words, Block& block) {
     if (words[1] == "dhcp-server-identifier")
         (void)SPW_CAddressTextPosix::parse(words[2], block.entry.lease.server);
     else if (words[1] == "dhcp-lease-time")
-        (void)readNumber(words[2], block.duration);
+        (void)SPW_CDhcpNumbersPosix::read(words[2], block.duration);
 }
 
 void readStatement(const Words& words, Block& block) {
@@ -150,8 +160,10 @@ void addBlock(const Block& block, std::vector<JournalEntry>& entries) {
         return;
     entries.push_back(block.entry);
     SPW_CDhcpLease& lease = entries.back().lease;
-    if (block.duration > 0 && block.duration < lease.expires)
-        lease.obtained = lease.expires - block.duration;
+    lease.obtained = SPW_CDhcpNumbersPosix::beginning(lease.expires, block.duration);
+    // dhclient notes an end for a lease that has none: when its number of seconds would be over, some time after 2100.
+    if (block.duration == SPW_CDhcpNumbersPosix::kForEver)
+        lease.expires = 0;
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "SPW_CDhcpLeasePosix.h"
@@ -14,22 +16,40 @@ public:
     // root: the folder that stands for "/", without a slash at its end; empty for the real one.
     explicit SPW_CDhcpLeaseFilesPosix(const std::string& root);
 
-    // The lease under which the link has one of its addresses; of several the latest. False when there is none: files
-    // outlive their leases, so one for an address that the link does not have says nothing about today.
+    // The lease under which the link has one of its addresses. False when there is none: files outlive their leases, so
+    // one for an address that the link does not have says nothing about today.
+    //
+    // Of a dhclient journal the last block counts. Of several files one that tells of a lease that still holds goes
+    // before others, then one that tells more than an address, then the one with the newest lease. A lease that has
+    // run out is found, too, with its times as they were: the address is still the one that DHCP gave.
+    // Where a client's files do not show renewals, the times are those until which the kernel holds the address.
     bool find(const SPW_CLinkTablePosix::Link& link, SPW_CDhcpLease& lease) const;
 
 private:
     // Whether what a client calls a file, or a block in it, means the link.
     typedef bool (*NameTest)(const std::string& name, const SPW_CLinkTablePosix::Link& link);
-    struct Entry {
-        std::string name;
+    typedef SPW_CDhcpLeasePosix::JournalEntry Block;
+    // One block per lease; where a file holds only one, the block bears the file's name.
+    struct File {
         NameTest isFor;
-        SPW_CDhcpLease lease;
+        std::int64_t written;
+        std::vector<Block> blocks;
     };
+    // How well a lease tells what holds today: the greater the better.
+    typedef std::tuple<bool, bool, std::int64_t> Rank;
 
+    void readNetworkd();
+    void readNetworkManager();
+    void readDhcpcd(const std::string& folder);
+    void readDhclient();
     void addAssignments(const std::string& folder, const std::string& name, NameTest isFor);
+    void addDeviceState(const std::string& folder, const std::string& name);
     void addPacket(const std::string& folder, const std::string& name);
     void addJournal(const std::string& folder, const std::string& name);
+    SPW_CDhcpLease renewed(SPW_CDhcpLease lease, const SPW_CLinkTablePosix::Link& link) const;
+    Rank rankOf(const SPW_CDhcpLease& lease, const File& file) const;
 
-    std::vector<Entry> m_entries;
+    const std::string m_root;
+    const std::int64_t m_now;
+    std::vector<File> m_files;
 };

@@ -11,6 +11,9 @@ struct SPW_CDhcpLease {
     std::uint32_t server = 0;   // who leased it; 0 where the client does not say
     std::int64_t obtained = 0;  // seconds since 1970 (UTC); 0 where the client does not say
     std::int64_t expires = 0;   // the same; 0 for a lease that never ends, too
+    // The client leaves its file alone when a renewal changes nothing but the times: they may be those of an earlier
+    // grant.
+    bool mayBeRenewed = false;
 };
 
 // The forms in which the DHCP clients of Debian and Ubuntu keep their leases. Pure functions over bytes that may hold
@@ -32,5 +35,9 @@ bool parsePacket(std::string_view packet, std::int64_t written, SPW_CDhcpLease& 
 
 // systemd-networkd's and NetworkManager's: lines NAME=value. False when no address is among them.
 bool parseAssignments(std::string_view file, std::int64_t written, SPW_CDhcpLease& lease);
+
+// What NetworkManager notes of a device: groups of lines name=value, the lease's is "[dhcp4]". False when no address is
+// in there.
+bool parseDeviceState(std::string_view file, SPW_CDhcpLease& lease);
 
 }  // namespace SPW_CDhcpLeasePosix

@@ -1,4 +1,5 @@
 #include "SPW_CDhcpLeasePosix.h"
+#include "SPW_CDhcpNumbersPosix.h"
 
 namespace {
 
@@ -12,7 +13,6 @@ constexpr std::string_view kMagic = "\x63\x82\x53\x63";
 constexpr char kReply = 2;
 
 enum Option : unsigned char { kPad = 0, kLeaseTime = 51, kOverload = 52, kServerIdentifier = 54, kEnd = 255 };
-constexpr std::uint32_t kForEver = 0xFFFFFFFF;
 
 std::uint32_t numberAt(std::string_view bytes, std::size_t position) {
     std::uint32_t number = 0;
@@ -70,7 +70,7 @@ bool SPW_CDhcpLeasePosix::parsePacket(std::string_view packet, std::int64_t writ
     lease.address = numberAt(packet, kYourAddress);
     lease.server = options.server;
     lease.obtained = written;
-    if (options.leaseTime != 0 && options.leaseTime != kForEver)
+    if (options.leaseTime != 0 && options.leaseTime != SPW_CDhcpNumbersPosix::kForEver)
         lease.expires = written + options.leaseTime;
     return true;
 }
