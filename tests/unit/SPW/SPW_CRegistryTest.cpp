@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -231,6 +232,14 @@ TEST_F(RegistryTest, DataOfMoreThan510BytesAreTooLong) {
     EXPECT_EQ(errorOf(m_registry), "RegQueryValueEx failed234");
     EXPECT_EQ(m_registry.enumValue(1, name, data), 540u);
     EXPECT_EQ(errorOf(m_registry), "RegEnumValue failed 234");
+
+    const std::string bytes(511, '\0');
+    EXPECT_EQ(data.setBytes(bytes.data(), 510), 0u);
+    EXPECT_EQ(m_registry.setValue(u"510", data), 0u);
+    EXPECT_EQ(data.setBytes(bytes.data(), 511), 0u);
+    EXPECT_EQ(m_registry.setValue(u"511", data), 0u);
+    EXPECT_EQ(m_registry.getValue(u"510", data), 0u);
+    EXPECT_EQ(m_registry.getValue(u"511", data), 540u);
 }
 
 TEST_F(RegistryTest, NamesOfMoreThan509CharactersAreTooLong) {
@@ -322,6 +331,54 @@ TEST_F(RegistryTest, DeletingNoNameOrAMissingKeyFails) {
     EXPECT_EQ(errorOf(m_registry), "RegDeleteKey failed 2");
 }
 
+// Knows which keys are open, and closes in the end those that a failed deletion has left so.
+struct OpenKeys : RegistrySysForwarder {
+    ~OpenKeys() override {
+        for (const SPW_Handle key : open) {
+            EXPECT_EQ(RegistrySysForwarder::closeKey(key), 0u);
+        }
+    }
+    SPW_Result openKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access, SPW_Handle& key) override {
+        const SPW_Result code = RegistrySysForwarder::openKey(parent, path, access, key);
+        if (code == 0) {
+            open.insert(key);
+        }
+        return code;
+    }
+    SPW_Result closeKey(SPW_Handle key) override {
+        open.erase(key);
+        return RegistrySysForwarder::closeKey(key);
+    }
+    std::set<SPW_Handle> open;
+};
+
+TEST_F(RegistryTest, SubKeysWithNamesOfMoreThan254CharactersStay) {
+    OpenKeys keys;
+    const std::u16string longest(254, u'k');
+    EXPECT_EQ(m_registry.createKey((u"t\\" + longest).c_str()), 0u);
+    EXPECT_EQ(m_registry.createKey((u"u\\" + longest + u"k").c_str()), 0u);
+    EXPECT_EQ(m_registry.deleteKey(u"t"), 0u);
+    EXPECT_EQ(m_registry.deleteKey(u"u"), 540u);
+    EXPECT_EQ(errorOf(m_registry), "RegDeleteKey failed 234");
+    EXPECT_EQ(keys.open.size(), 1u);
+}
+
+TEST_F(RegistryTest, FailureBelowEndsTheDeletionAndKeepsWhatIsAbove) {
+    struct Refusing : OpenKeys {
+        SPW_Result deleteKey(SPW_Handle parent, const SPW_CString& name) override {
+            return name == u"b" ? 5 : RegistrySysForwarder::deleteKey(parent, name);
+        }
+    } refusing;
+    EXPECT_EQ(m_registry.createKey(u"t\\a\\b"), 0u);
+    EXPECT_EQ(m_registry.deleteKey(u"t"), 540u);
+    EXPECT_EQ(errorOf(m_registry), "RegDeleteKey failed 5");
+    EXPECT_EQ(refusing.open.size(), 2u) << "t and a stay open";
+    SPW_CRegistry parent(u"HKEY_CURRENT_USER", u"Software\\K\\t", SPW_CRegistry::kOnlyIfPresent);
+    SPW_CString name;
+    EXPECT_EQ(parent.enumKey(0, name), 0u);
+    EXPECT_EQ(name, u"a");
+}
+
 // --- What the registry refuses ---
 
 TEST_F(RegistryTest, ErrorTextIsGivenOnceAndSuccessesLeaveIt) {
@@ -369,6 +426,50 @@ TEST_F(RegistryTest, KeyThatCannotBeClosedFailsWhateverFollows) {
     refusing.refuse = false;
     EXPECT_EQ(m_registry.createKey(u"x"), 0u);
     EXPECT_EQ(m_registry.getNumberOfValues(count), 0u);
+}
+
+TEST_F(RegistryTest, WhatCreatesAKeyClosesIt) {
+    struct Counter : RegistrySysForwarder {
+        SPW_Result createKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access,
+                             SPW_Handle& key) override {
+            const SPW_Result code = RegistrySysForwarder::createKey(parent, path, access, key);
+            open += code == 0 ? 1 : 0;
+            return code;
+        }
+        SPW_Result closeKey(SPW_Handle key) override {
+            --open;
+            return RegistrySysForwarder::closeKey(key);
+        }
+        int open = 0;
+    } counter;
+    {
+        SPW_CRegistry registry(u"HKEY_CURRENT_USER", u"Software\\L");
+        EXPECT_EQ(counter.open, 0);
+        EXPECT_EQ(registry.createKey(u"x"), 0u);
+        EXPECT_EQ(counter.open, 0);
+        EXPECT_EQ(registry.createKey(u"x\\x"), 0u);
+    }
+    EXPECT_EQ(counter.open, 0) << "destruction closes nothing twice";
+}
+
+TEST_F(RegistryTest, DestructionClosesAKeyThatCouldNotBeClosed) {
+    struct Refusing : RegistrySysForwarder {
+        SPW_Result closeKey(SPW_Handle key) override {
+            ++asked;
+            return refuse ? 6 : RegistrySysForwarder::closeKey(key);
+        }
+        bool refuse = false;
+        int asked = 0;
+    } refusing;
+    {
+        SPW_CRegistry registry(u"HKEY_CURRENT_USER", u"Software\\K");
+        refusing.refuse = true;
+        std::uint32_t count = 0;
+        EXPECT_EQ(registry.getNumberOfValues(count), 0u);
+        refusing.refuse = false;
+        refusing.asked = 0;
+    }
+    EXPECT_EQ(refusing.asked, 1);
 }
 
 TEST_F(RegistryTest, OpensWithTheAccessThatTheOperationNeedsAndClosesAgain) {
