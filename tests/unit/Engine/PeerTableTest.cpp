@@ -75,11 +75,13 @@ TEST(PeerTableTest, EveryOneOfManyRowsIsFoundAndStaysInItsPlace) {
 TEST(PeerTableTest, AnEmptiedTableFindsNothingAndFillsAgain) {
     PeerTable table;
     table.addNamed(u"10.0.0.7", u"a");
+    table.addNamed(u"10.0.0.8", u"b");
     table.empty();
     EXPECT_EQ(table.size(), 0);
     EXPECT_EQ(table.find(u"10.0.0.7"), nullptr);
     table.addNamed(u"10.0.0.8", u"b");
     EXPECT_EQ(table.find(u"10.0.0.8"), &table.at(0));
+    EXPECT_EQ(table.find(u"10.0.0.7"), nullptr);
 }
 
 TEST(PeerRowTest, WithoutAnyProbeTheQualityIsZero) {
@@ -154,17 +156,21 @@ TEST(PeerRowTest, ValuesAreReceivedTotalAndLostByProtocol) {
     row.record(kUdp, 1);
     row.record(kUdp, 4);
     row.record(kPing, 9);
+    row.record(kMulticast, 3);
+    row.record(kMulticast, 4);
     const PeerRowValues values = row.values();
     EXPECT_EQ(values.address, SPW_CString(u"10.0.0.7"));
     EXPECT_EQ(values.name, SPW_CString(u"printer"));
     EXPECT_EQ(values.label, SPW_CString(u"10.0.0.7 (printer)"));
-    EXPECT_EQ(values.quality, 60);
+    EXPECT_EQ(values.quality, 71);
     EXPECT_EQ(values.counts[kUdp].received, 2);
     EXPECT_EQ(values.counts[kUdp].total, 4);
     EXPECT_EQ(values.counts[kUdp].lost, 2);
     EXPECT_EQ(values.counts[kPing].received, 1);
     EXPECT_EQ(values.counts[kTcpip].total, 0);
-    EXPECT_EQ(values.counts[kMulticast].total, 0);
+    EXPECT_EQ(values.counts[kMulticast].received, 2);
+    EXPECT_EQ(values.counts[kMulticast].total, 2);
+    EXPECT_EQ(values.counts[kMulticast].lost, 0);
 }
 
 TEST(PeerRowTest, WhatTheNetworkWroteIsMadeShowable) {

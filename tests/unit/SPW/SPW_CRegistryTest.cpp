@@ -148,7 +148,7 @@ TEST_F(RegistryTest, EveryKindOfValueComesBack) {
     EXPECT_NE(m_folder.read(kHiveFile).find("\"number\"=dword:ee6b2800\n\"bytes\"=hex:00,ff\n"), std::string::npos);
 }
 
-TEST_F(RegistryTest, EmptyBytesAndEmptyTextAndDefaultValueComeBack) {
+TEST_F(RegistryTest, TheShortestBytesAndTextAndTheDefaultValueComeBack) {
     SPW_CRegistryData data;
     EXPECT_EQ(data.setBytes(nullptr, 0), 0u);
     EXPECT_EQ(m_registry.setValue(u"b", data), 0u);
@@ -159,6 +159,13 @@ TEST_F(RegistryTest, EmptyBytesAndEmptyTextAndDefaultValueComeBack) {
     EXPECT_EQ(read.getBytes(bytes), 0u);
     EXPECT_EQ(bytes.numberOfElements(), 0);
     EXPECT_EQ(stringAt(m_registry, u""), u"");
+
+    EXPECT_EQ(data.setBytes("\x7", 1), 0u);
+    EXPECT_EQ(m_registry.setValue(u"b", data), 0u);
+    EXPECT_EQ(m_registry.getValue(u"b", read), 0u);
+    EXPECT_EQ(read.getBytes(bytes), 0u);
+    ASSERT_EQ(bytes.numberOfElements(), 1);
+    EXPECT_EQ(bytes[0], 7);
 }
 
 TEST_F(RegistryTest, ListOccupiesNoFinalEmptyText) {
