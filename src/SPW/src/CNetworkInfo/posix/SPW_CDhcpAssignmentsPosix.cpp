@@ -29,7 +29,8 @@ std::uint64_t secondsOfTerm(std::string_view term) {
     return 0;
 }
 
-// How long a lease lasts: seconds up to systemd 253, from then on words like "1d 30min" or "infinity". 0 for one that
+// How long a lease lasts: seconds, or in newer versions of systemd words like "1d 30min" or
+// "infinity". 0 for one that
 // never ends, and for what is none.
 std::uint32_t secondsOf(std::string_view text) {
     std::uint32_t number = 0;
@@ -52,7 +53,6 @@ std::uint32_t secondsOf(std::string_view text) {
 bool SPW_CDhcpLeasePosix::parseAssignments(std::string_view file, std::int64_t written, SPW_CDhcpLease& lease) {
     SPW_CDhcpLease found;
     std::uint32_t lifetime = 0;
-    std::uint32_t expiry = 0;
     while (!file.empty()) {
         const std::string_view line = SPW_CTextLinesPosix::takeLine(file);
         const std::size_t equals = line.find('=');
@@ -66,13 +66,11 @@ bool SPW_CDhcpLeasePosix::parseAssignments(std::string_view file, std::int64_t w
             (void)SPW_CAddressTextPosix::parse(value, found.server);
         else if (name == "LIFETIME")
             lifetime = secondsOf(value);
-        else if (name == "EXPIRY" && SPW_CDhcpNumbersPosix::read(value, expiry))
-            found.expires = expiry;
     }
     if (found.address == 0)
         return false;
     found.obtained = written;
-    if (found.expires == 0 && lifetime != 0) {
+    if (lifetime != 0) {
         found.expires = written + lifetime;
         found.mayBeRenewed = true;
     }
