@@ -175,6 +175,9 @@ TEST_F(DhcpLeaseFilesPosixTest, TheKernelKnowsOfARenewalThatTheFileDoesNotShow) 
     EXPECT_EQ(leased(), std::pair(std::int64_t{961}, std::int64_t{1061})) << "whose times are exact as they stand";
     write("run/systemd/netif/leases/3", assignments(100), 980);
     EXPECT_EQ(leased(), std::pair(std::int64_t{980}, std::int64_t{1080})) << "never earlier than the file says";
+    std::filesystem::remove_all(m_folder.native() / "run/systemd");
+    write("run/NetworkManager/devices/3", deviceState(1010));
+    EXPECT_EQ(leased(), std::pair(std::int64_t{910}, std::int64_t{1010})) << "exact, whatever the kernel has";
 }
 
 TEST_F(DhcpLeaseFilesPosixTest, OfAJournalTheLastBlockCountsWhateverItsTimes) {

@@ -77,6 +77,7 @@ TEST(DhcpJournalPosixTest, BytesOfATextMayBeNumbers) {
                                          "\1\n"
                                          "8"},
                                         {"\\777", "\xFF"},
+                                        {"\\1017", "A7"},
                                         {"\\x41", "x41"}}) {
         const std::vector<JournalEntry> entries =
             parseJournal("lease { interface \"" + written + "\"; fixed-address 10.0.0.5; }");

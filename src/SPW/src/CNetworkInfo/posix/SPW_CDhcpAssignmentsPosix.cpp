@@ -29,8 +29,7 @@ std::uint64_t secondsOfTerm(std::string_view term) {
     return 0;
 }
 
-// How long a lease lasts: seconds, or in newer versions of systemd words like "1d 30min" or
-// "infinity". 0 for one that
+// How long a lease lasts: seconds, or in newer versions of systemd words like "1d 30min" or "infinity". 0 for one that
 // never ends, and for what is none.
 std::uint32_t secondsOf(std::string_view text) {
     std::uint32_t number = 0;
