@@ -109,6 +109,9 @@ TEST_F(DhcpLeaseFilesPosixTest, DhclientKeepsAJournalForOneLinkOrForAll) {
     EXPECT_EQ(expiry(), 4000);
     write("var/lib/dhcp/dhcpd.leases", block(5000));
     EXPECT_EQ(expiry(), 4000) << "a server's file";
+    write("var/lib/dhcp/dhclient.leases~", block(5000), 2000);
+    write("var/lib/dhcp/dhclient6.eth0.leases.old", block(6000), 2000);
+    EXPECT_EQ(expiry(), 4000) << "what the file was before";
 }
 
 TEST_F(DhcpLeaseFilesPosixTest, ALeaseOfAnAddressThatTheLinkDoesNotHaveSaysNothing) {

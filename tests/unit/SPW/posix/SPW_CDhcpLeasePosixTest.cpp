@@ -338,9 +338,10 @@ TEST(DhcpDeviceStatePosixTest, OtherGroupsAndNamesSayNothing) {
     lease.server = 7;
     for (const char* const file :
          {"", "[dhcp4]", "[dhcp4]\n", "[device]\ndhcp4.ip_address=10.0.0.5\n", "[dhcp6]\ndhcp4.ip_address=10.0.0.5\n",
-          "dhcp4.ip_address=10.0.0.5\n", "[dhcp4]\nip_address=10.0.0.5\n", "[dhcp4]\ndhcp4.ip_address\n",
-          "[dhcp4]\ndhcp4.=10.0.0.5\n", "[dhcp4]\ndhcp4=10.0.0.5\n", "[dhcp4]\ndhcp4.ip_address=::1\n",
-          "[dhcp4\ndhcp4.ip_address=10.0.0.5\n", "[dhcp4]\n[x]\ndhcp4.ip_address=10.0.0.5\n", "\xFF\xFE=\n"}) {
+          "dhcp4.ip_address=10.0.0.5\n", "[dhcp4]\nip_address=10.0.0.5\n", "[dhcp4]\nxxxxx.ip_address=10.0.0.5\n",
+          "[dhcp4]\ndhcp4.ip_address\n", "[dhcp4]\ndhcp4.=10.0.0.5\n", "[dhcp4]\ndhcp4=10.0.0.5\n",
+          "[dhcp4]\ndhcp4.ip_address=::1\n", "[dhcp4\ndhcp4.ip_address=10.0.0.5\n",
+          "[dhcp4]\n[x]\ndhcp4.ip_address=10.0.0.5\n", "\xFF\xFE=\n"}) {
         EXPECT_FALSE(parseDeviceState(file, lease)) << file;
     }
     EXPECT_FALSE(parseDeviceState("[dhcp4]\n" + std::string(1 << 20, '='), lease));
