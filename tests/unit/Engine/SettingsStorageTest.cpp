@@ -80,6 +80,25 @@ TEST_F(SettingsStorageTest, AnEmptyKeyYieldsTheDefaults) {
     EXPECT_TRUE(settings.udpSelected);
 }
 
+TEST_F(SettingsStorageTest, TheVersionIsThatOfTheProgramsOwnFile) {
+    struct Asked : ScriptedSystemInfo {
+        bool fileVersion(const SPW_CString& path, std::uint32_t& high, std::uint32_t& low) override {
+            asked = path;
+            return ScriptedSystemInfo::fileVersion(path, high, low);
+        }
+        SPW_CString asked;
+    } system;
+    const ScopedInstance<SPW_CSystemInfo> installed(system);
+    system.fileVersionHigh = 0x00010002;
+    system.fileVersionLow = 0x00030004;
+    Settings settings = load();
+    EXPECT_EQ(settings.version, SPW_CString(u"Version 1.2.3.4"));
+    EXPECT_EQ(system.asked, settings.applicationPath);
+    system.hasFileVersion = false;
+    loadSettings(settings, kNoMulticastPortOverride);
+    EXPECT_EQ(settings.version, SPW_CString(u"Version and build unavailable"));
+}
+
 TEST_F(SettingsStorageTest, LoadingCreatesEveryMissingValueAndBothKeys) {
     load();
     for (const Default& expected : kDefaults) {

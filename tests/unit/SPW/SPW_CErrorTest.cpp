@@ -252,6 +252,14 @@ TEST_F(ErrorTest, FatalErrorReturnsTheAnswerWithTheNoExitSwitch) {
                                         "Error (0) in Class::method, Module:12\nassertion failed: a != b"))));
 }
 
+TEST_F(ErrorTest, AssertionIsRecordedWithoutACodeAndAsNobodysConsequence) {
+    openLog();
+    error.setNoExit(true);
+    EXPECT_EQ(error.assertionFailed(kModule, 12, "Class", "method", "a != b"), 1u);
+    EXPECT_THAT(records(), ElementsAre("ROOT_ERROR 0 " + thread() +
+                                       " Class::method in module Module:12 -> assertion failed: a != b"));
+}
+
 TEST_F(ErrorTest, FrontEndMayEndTheProgramItself) {
     static int exitCode;
     exitCode = 0;
