@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "OwnNetwork.h"
+#include "Patience.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CIcmpPacket.h"
 #include "SPW_CSysError.h"
@@ -28,6 +29,9 @@ namespace {
 
 using std::chrono::milliseconds;
 using Time = std::chrono::steady_clock;
+
+// Time-out of an echo that is answered.
+constexpr std::uint32_t kPatienceMs = kPatience.count();
 
 constexpr SPW_CIpAddress kLoopback(127, 0, 0, 1);
 // Not an address of any device of these tests.
@@ -120,12 +124,12 @@ using Services = testing::Types<DatagramService, RawService, ScriptedService>;
 TYPED_TEST_SUITE(IcmpContractTest, Services, ServiceNames);
 
 TYPED_TEST(IcmpContractTest, AnAddressThatAnswersGivesOneReply) {
-    EXPECT_EQ(this->echo(kLoopback, 32, 5000), 1u) << this->icmp().lastError();
+    EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u) << this->icmp().lastError();
 }
 
 TYPED_TEST(IcmpContractTest, AnyNumberOfBytesIsAnswered) {
     for (const int size : {0, 1, 7, 8, 9, 100, 1472, 1473, 10000, 65507}) {
-        EXPECT_EQ(this->echo(kLoopback, static_cast<std::uint16_t>(size), 5000), 1u)
+        EXPECT_EQ(this->echo(kLoopback, static_cast<std::uint16_t>(size), kPatienceMs), 1u)
             << size << ": " << this->icmp().lastError();
     }
 }
@@ -137,7 +141,7 @@ TYPED_TEST(IcmpContractTest, NoReplyIsATimeOutAfterThatTime) {
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
     const auto elapsed = Time::now() - before;
     EXPECT_GE(elapsed, milliseconds(80));
-    EXPECT_LT(elapsed, milliseconds(5000));
+    EXPECT_LT(elapsed, kPatience);
 }
 
 TYPED_TEST(IcmpContractTest, NoTimeIsTheShortestTime) {
@@ -145,7 +149,7 @@ TYPED_TEST(IcmpContractTest, NoTimeIsTheShortestTime) {
     const auto before = Time::now();
     EXPECT_EQ(this->echo(kLoopback, 32, 0), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
-    EXPECT_LT(Time::now() - before, milliseconds(5000));
+    EXPECT_LT(Time::now() - before, kPatience);
 }
 
 TYPED_TEST(IcmpContractTest, WithoutALimitAReplyStillEndsTheWait) {
@@ -156,17 +160,17 @@ TYPED_TEST(IcmpContractTest, AReplyBufferThatHoldsNoReplyIsRefused) {
     char data[1] = {};
     char reply[kSmallestIcmpReply] = {};
     SPW_CIcmp& icmp = this->icmp();
-    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 0, nullptr, 0, 5000), 0u);
+    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 0, nullptr, 0, kPatienceMs), 0u);
     EXPECT_EQ(icmp.lastError(), kSysInsufficientBuffer);
-    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 1, reply, kSmallestIcmpReply - 1, 5000), 0u);
+    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 1, reply, kSmallestIcmpReply - 1, kPatienceMs), 0u);
     EXPECT_EQ(icmp.lastError(), kSysInsufficientBuffer);
-    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 1, reply, kSmallestIcmpReply, 5000), 1u);
+    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 1, reply, kSmallestIcmpReply, kPatienceMs), 1u);
 }
 
 TYPED_TEST(IcmpContractTest, WithoutAServiceThereIsNoEcho) {
     char data[1] = {};
     char reply[kSmallestIcmpReply] = {};
-    EXPECT_EQ(this->icmp().echo(nullptr, kLoopback, data, 1, reply, sizeof reply, 5000), 0u);
+    EXPECT_EQ(this->icmp().echo(nullptr, kLoopback, data, 1, reply, sizeof reply, kPatienceMs), 0u);
     EXPECT_EQ(this->icmp().lastError(), kSysInvalidHandle);
     this->icmp().close(nullptr);
 }
@@ -185,7 +189,7 @@ TYPED_TEST(IcmpContractTest, ManyThreadsEchoThroughOneServiceAtOnce) {
         threads.emplace_back([this, &replies, i] {
             for (int n = 0; n < 50; ++n) {
                 // Short ones have no room for a token.
-                replies += static_cast<int>(this->echo(kLoopback, static_cast<std::uint16_t>(i * 2), 20000));
+                replies += static_cast<int>(this->echo(kLoopback, static_cast<std::uint16_t>(i * 2), kPatienceMs));
             }
         });
     }
@@ -205,7 +209,7 @@ TYPED_TEST(IcmpContractTest, ManyServicesEchoAtOnceAndComeAndGo) {
                 char data[64] = {};
                 char reply[64] = {};
                 replies += static_cast<int>(
-                    this->icmp().echo(service, kLoopback, data, sizeof data, reply, sizeof reply, 20000));
+                    this->icmp().echo(service, kLoopback, data, sizeof data, reply, sizeof reply, kPatienceMs));
                 this->icmp().close(service);
             }
         });
@@ -241,14 +245,14 @@ TYPED_TEST_SUITE(PlatformIcmpTest, PlatformServices, ServiceNames);
 
 TYPED_TEST(PlatformIcmpTest, WithoutARouteTheEchoFailsAtOnce) {
     const auto before = Time::now();
-    EXPECT_EQ(this->echo(kForeign, 32, 60000), 0u);
+    EXPECT_EQ(this->echo(kForeign, 32, kSPWForever), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpNetUnreachable);
-    EXPECT_LT(Time::now() - before, milliseconds(5000));
+    EXPECT_LT(Time::now() - before, kPatience);
 }
 
 TYPED_TEST(PlatformIcmpTest, ARequestThatNoPacketHoldsIsRefused) {
     for (const int size : {65508, 65535}) {
-        EXPECT_EQ(this->echo(kLoopback, static_cast<std::uint16_t>(size), 5000), 0u) << size;
+        EXPECT_EQ(this->echo(kLoopback, static_cast<std::uint16_t>(size), kPatienceMs), 0u) << size;
         EXPECT_EQ(this->icmp().lastError(), kIcmpPacketTooBig) << size;
     }
 }
@@ -318,9 +322,8 @@ TYPED_TEST(PlatformIcmpTest, AnUnreachableMessageEndsTheEchoEarly) {
     Observer observer;
     for (const auto& entry : kCases) {
         SPW_Result code = kSysOk;
-        const auto before = Time::now();
         std::thread echoing([&] {
-            EXPECT_EQ(this->echo(kLoopback, 32, 20000), 0u);
+            EXPECT_EQ(this->echo(kLoopback, 32, kSPWForever), 0u);
             code = this->icmp().lastError();
         });
         const std::vector<std::uint8_t> request = observer.nextRequest();
@@ -329,7 +332,6 @@ TYPED_TEST(PlatformIcmpTest, AnUnreachableMessageEndsTheEchoEarly) {
         sendIcmp(withChecksum(message));
         echoing.join();
         EXPECT_EQ(code, entry.expected);
-        EXPECT_LT(Time::now() - before, milliseconds(10000));
     }
     // What went wrong before is no matter of the next echo.
     EXPECT_EQ(this->echo(kLoopback, 32, 1), 0u);
@@ -339,7 +341,7 @@ TYPED_TEST(PlatformIcmpTest, AnUnreachableMessageEndsTheEchoEarly) {
 TYPED_TEST(PlatformIcmpTest, ARedirectAndWhatElseIsNoUnreachableMessageEndNothing) {
     this->m_implementation.silence();
     Observer observer;
-    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, 20000), 1u) << this->icmp().lastError(); });
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u) << this->icmp().lastError(); });
     const std::vector<std::uint8_t> request = observer.nextRequest();
     for (const std::uint8_t type : {std::uint8_t{5}, std::uint8_t{12}}) {
         std::vector<std::uint8_t> message{type, 1, 0, 0, 127, 0, 0, 1};
@@ -353,7 +355,7 @@ TYPED_TEST(PlatformIcmpTest, ARedirectAndWhatElseIsNoUnreachableMessageEndNothin
 TYPED_TEST(PlatformIcmpTest, RepliesBeyondTheFirstAreNobodys) {
     this->m_implementation.silence();
     Observer observer;
-    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, 20000), 1u); });
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u); });
     const std::vector<std::uint8_t> reply = withChecksum(replyTo(observer.nextRequest()));
     for (int i = 0; i < 5; ++i) {
         sendIcmp(reply);
@@ -370,11 +372,10 @@ TYPED_TEST(PlatformIcmpTest, EchoesToOneAddressAreEndedEachByItsOwnReply) {
     std::atomic<int> answered{0};
     std::atomic<int> timeouts{0};
     std::vector<std::thread> threads;
-    for (int i = 0; i < kEchoes; ++i) {
-        threads.emplace_back([&] { ++(this->echo(kLoopback, 4, 1000) == 1 ? answered : timeouts); });
-    }
     std::vector<std::vector<std::uint8_t>> requests;
     for (int i = 0; i < kEchoes; ++i) {
+        const std::uint32_t timeoutMs = i < kEchoes / 2 ? 1000 : kPatienceMs;
+        threads.emplace_back([&, timeoutMs] { ++(this->echo(kLoopback, 4, timeoutMs) == 1 ? answered : timeouts); });
         requests.push_back(observer.nextRequest());
     }
     // The last come first, and each twice.
@@ -447,7 +448,7 @@ TEST_F(RawIcmpTest, AllServicesShareOneSocketThatGoesWithTheLast) {
     for (const SPW_Handle service : services) {
         icmp().close(service);
     }
-    EXPECT_EQ(echo(kLoopback, 32, 5000), 1u);
+    EXPECT_EQ(echo(kLoopback, 32, kPatienceMs), 1u);
     icmp().close(m_service);
     m_service = nullptr;
     EXPECT_EQ(numberOfSockets(), withOne - 1);
@@ -501,7 +502,7 @@ TEST(IcmpPrivilegeTest, WithoutPrivilegesTheDatagramSocketServes) {
     ASSERT_NE(service, nullptr) << SPW_CIcmp::instance->lastError();
     char data[32] = {};
     char reply[60] = {};
-    EXPECT_EQ(SPW_CIcmp::instance->echo(service, kLoopback, data, sizeof data, reply, sizeof reply, 5000), 1u);
+    EXPECT_EQ(SPW_CIcmp::instance->echo(service, kLoopback, data, sizeof data, reply, sizeof reply, kPatienceMs), 1u);
     SPW_CIcmp::instance->close(service);
 }
 

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "OwnNetwork.h"
+#include "Patience.h"
 #include "SPW_CSocket.h"
 #include "SPW_CSysError.h"
 #include "ScriptedSocket.h"
@@ -35,8 +36,8 @@ constexpr SPW_CIpAddress kLoopback(127, 0, 0, 1);
 constexpr SPW_CIpAddress kGroup(228, 227, 226, 225);
 // Not an address of any device of these tests.
 constexpr SPW_CIpAddress kForeign(192, 0, 2, 7);
-// Long enough that only a call which is never woken takes as long.
-constexpr milliseconds kMuch(10000);
+// The same as a time-out of select().
+constexpr std::uint32_t kPatienceMs = kPatience.count();
 // Long enough for a thread to have reached its blocking call, nearly always.
 constexpr milliseconds kMoment(30);
 
@@ -102,6 +103,8 @@ private:
 
 class ScriptedSockets {
 public:
+    ScriptedSockets() { m_sockets.letTimePass(); }
+
     SPW_CSocket& sockets() { return m_sockets; }
 
     void sendToGroup(const SPW_CIpAddress& group, std::uint16_t port, const std::string& bytes) {
@@ -201,7 +204,7 @@ protected:
         buffer.resize(static_cast<std::size_t>(std::max(0, count)));
         return buffer;
     }
-    bool isReadable(SPW_Socket socket, std::uint32_t timeoutMs = 5000) {
+    bool isReadable(SPW_Socket socket, std::uint32_t timeoutMs = kPatienceMs) {
         SPW_CSocketSet read;
         read.add(socket);
         return s().select(&read, nullptr, timeoutMs) == 1 && read.isReady(socket);
@@ -213,7 +216,7 @@ protected:
         std::future<Failure> ended = std::async(std::launch::async, [&] { return outcome(call()); });
         std::this_thread::sleep_for(delay);
         EXPECT_EQ(s().close(socket), 0);
-        EXPECT_EQ(ended.wait_for(kMuch), std::future_status::ready) << "the call was not woken";
+        EXPECT_EQ(ended.wait_for(kPatience), std::future_status::ready) << "the call was not woken";
         return ended.get();
     }
 
@@ -354,13 +357,10 @@ TYPED_TEST(SocketContractTest, APortThatSomebodyListensOnIsInUse) {
 
 TYPED_TEST(SocketContractTest, OfTwoSocketsBoundToOnePortOnlyOneCanListen) {
     SPW_CSocket& s = this->s();
-    const SPW_Socket probe = this->listener();
-    const std::uint16_t port = this->portOf(probe);
-    ASSERT_EQ(s.close(probe), 0);
     const SPW_Socket first = this->tcp();
     const SPW_Socket second = this->tcp();
-    ASSERT_EQ(s.bind(first, port), 0);
-    ASSERT_EQ(s.bind(second, port), 0);
+    ASSERT_EQ(s.bind(first, 0), 0);
+    ASSERT_EQ(s.bind(second, this->portOf(first)), 0);
     EXPECT_EQ(s.listen(first, 5), 0);
     EXPECT_FAILS(s.listen(second, 5), kSockAddressInUse);
 }
@@ -457,7 +457,7 @@ TYPED_TEST(SocketContractTest, ASendAfterTheFarEndHasClosedFailsTheSecondTimeAtT
     EXPECT_EQ(this->s().close(server), 0);
     int result = 0;
     SPW_Result code = kSysOk;
-    const auto deadline = std::chrono::steady_clock::now() + kMuch;
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
     // The answer to the first one has to come back first.
     while (result != -1 && std::chrono::steady_clock::now() < deadline) {
         result = this->send(client, "anybody?");
@@ -544,7 +544,7 @@ TYPED_TEST(SocketContractTest, SelectMarksTheSocketsThatHaveSomethingToReceive) 
     SPW_CSocketSet read;
     read.add(quiet);
     read.add(loud);
-    EXPECT_EQ(this->s().select(&read, nullptr, 5000), 1);
+    EXPECT_EQ(this->s().select(&read, nullptr, kPatienceMs), 1);
     EXPECT_FALSE(read.isReady(quiet));
     EXPECT_TRUE(read.isReady(loud));
 }
@@ -572,7 +572,7 @@ TYPED_TEST(SocketContractTest, SelectAnswersZeroAfterItsTimeAndMarksNothing) {
     EXPECT_EQ(this->s().select(&read, &except, 60), 0);
     const auto elapsed = std::chrono::steady_clock::now() - before;
     EXPECT_GE(elapsed, milliseconds(60));
-    EXPECT_LT(elapsed, kMuch);
+    EXPECT_LT(elapsed, kPatience);
     EXPECT_FALSE(read.isReady(quiet));
     EXPECT_FALSE(except.isReady(quiet));
 }
@@ -591,7 +591,7 @@ TYPED_TEST(SocketContractTest, SelectEndsWhenSomethingArrives) {
             std::async(std::launch::async, [&] { return this->isReadable(receiver, timeoutMs); });
         std::this_thread::sleep_for(kMoment);
         EXPECT_EQ(this->sendTo(sender, this->portOf(receiver), "x"), 1);
-        ASSERT_EQ(readable.wait_for(kMuch), std::future_status::ready);
+        ASSERT_EQ(readable.wait_for(kPatience), std::future_status::ready);
         EXPECT_TRUE(readable.get());
         EXPECT_EQ(this->receiveFrom(receiver), "x");
     }
@@ -606,7 +606,7 @@ TYPED_TEST(SocketContractTest, ASocketReadyInBothSetsCountsTwice) {
     SPW_CSocketSet except;
     read.add(accepted);
     except.add(accepted);
-    const auto deadline = std::chrono::steady_clock::now() + kMuch;
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
     int ready = 0;
     // The two bytes arrive one after the other.
     while (ready != 2 && std::chrono::steady_clock::now() < deadline) {
@@ -623,7 +623,7 @@ TYPED_TEST(SocketContractTest, OrdinaryDataCountOnceThoughTheSocketIsInBothSets)
     SPW_CSocketSet set;
     set.add(receiver);
     SPW_CSocketSet except = set;
-    EXPECT_EQ(this->s().select(&set, &except, 5000), 1);
+    EXPECT_EQ(this->s().select(&set, &except, kPatienceMs), 1);
     EXPECT_TRUE(set.isReady(receiver));
     EXPECT_FALSE(except.isReady(receiver));
 }
@@ -643,7 +643,7 @@ TYPED_TEST(SocketContractTest, SelectWatchesAsManySocketsAsASetHolds) {
     }
     EXPECT_EQ(this->sendTo(this->udp(), this->portOf(last), "x"), 1);
     SPW_CSocketSet except = set;
-    EXPECT_EQ(this->s().select(&set, &except, 5000), 1);
+    EXPECT_EQ(this->s().select(&set, &except, kPatienceMs), 1);
     EXPECT_TRUE(set.isReady(last));
 }
 
@@ -662,12 +662,11 @@ TYPED_TEST(SocketContractTest, CloseWakesAccept) {
 TYPED_TEST(SocketContractTest, CloseWakesConnect) {
     const auto [address, port] = this->m_implementation.silentTarget();
     const SPW_Socket socket = this->tcp();
-    const auto before = std::chrono::steady_clock::now();
+    // Left alone it would end by itself, but only after minutes.
     const Failure end =
         this->closeDuring(socket, [&, to = address, at = port] { return this->s().connect(socket, to, at); });
     EXPECT_EQ(end.result, -1);
     EXPECT_EQ(end.code, kSockNotSocket);
-    EXPECT_LT(std::chrono::steady_clock::now() - before, milliseconds(2000));
 }
 
 TYPED_TEST(SocketContractTest, CloseWakesReceive) {
@@ -980,7 +979,7 @@ TEST_F(PlatformSocketTest, ASignalEndsNoWait) {
         ++ended;
     });
     threads.emplace_back([&] {
-        EXPECT_TRUE(isReadable(watched, 60000));
+        EXPECT_TRUE(isReadable(watched, kPatienceMs));
         ++ended;
     });
     threads.emplace_back([&] {
@@ -1052,8 +1051,13 @@ TEST_F(PlatformSocketTest, ThreadsThatUseAndCloseTheSameSocketsNeverMeetSomebody
         }
         (void)s().close(sender);
     });
-    const auto end = std::chrono::steady_clock::now() + milliseconds(500);
-    for (int i = 0; std::chrono::steady_clock::now() < end; i = (i + 1) % 3) {
+    const auto begin = std::chrono::steady_clock::now();
+    // On a busy machine a receiver may be late for every socket at first.
+    const auto isOver = [&] {
+        const auto elapsed = std::chrono::steady_clock::now() - begin;
+        return elapsed >= (received > 0 ? milliseconds(500) : kPatience);
+    };
+    for (int i = 0; !isOver(); i = (i + 1) % 3) {
         const SPW_Socket next = s().openUdp();
         ASSERT_EQ(s().bind(next, 0), 0);
         ports[i] = portOf(next);

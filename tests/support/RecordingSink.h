@@ -1,12 +1,12 @@
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "Patience.h"
 #include "ProbeEventSink.h"
 
 // Keeps every report of the probe objects as one line of text:
@@ -36,10 +36,10 @@ public:
         const std::lock_guard<std::mutex> guard(m_mutex);
         return std::exchange(m_events, {});
     }
-    // Waits until at least that many reports stand there untaken. False after ten seconds.
+    // Waits until at least that many reports stand there untaken. False when that does not happen.
     bool waitFor(std::size_t count) {
         std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, std::chrono::seconds(10), [&] { return m_events.size() >= count; });
+        return m_changed.wait_for(lock, kPatience, [&] { return m_events.size() >= count; });
     }
 
 private:

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "Patience.h"
 #include "SPW_CSocket.h"
 #include "SPW_CSysError.h"
 
@@ -75,11 +76,17 @@ public:
         const Guard guard(m_lock);
         m_joinFailures[keyOf(interfaceAddress)] = code;
     }
-    // The time-outs of the next `times` selects that have one pass at once, one that waits already among them.
+    // The time-outs of the next `times` selects that have one pass at once, one that waits already among them. Others
+    // do not pass, however long the test takes; except that no time has always passed.
     void expireSelects(int times = 1) {
         const Guard guard(m_lock);
         m_expiredSelects += times;
         m_changed.notify_all();
+    }
+    // From now on the time-outs of selects pass by themselves too.
+    void letTimePass() {
+        const Guard guard(m_lock);
+        m_timePasses = true;
     }
     void setHostName(const char16_t* name) {
         const Guard guard(m_lock);
@@ -186,15 +193,23 @@ public:
         const End* end = find(socket);
         return end == nullptr ? -1 : end->ttl;
     }
-    // Waits until so many threads block in the call; false when that does not happen within five seconds.
+
+    // The waits below answer false when what they wait for does not happen.
+
+    // Waits until so many threads block in the call.
     bool waitUntilBlocked(Call call, int threads = 1) {
-        std::unique_lock<std::mutex> lock(m_lock);
-        return m_changed.wait_for(lock, std::chrono::seconds(5), [&] { return m_blocked[call] >= threads; });
+        return waitFor([&] { return m_blocked[call] >= threads; });
     }
-    // Waits until a call was made so often; false when that does not happen within five seconds.
+    // Waits until a call was made so often.
     bool waitForCalls(Call call, int count) {
-        std::unique_lock<std::mutex> lock(m_lock);
-        return m_changed.wait_for(lock, std::chrono::seconds(5), [&] { return m_calls[call] >= count; });
+        return waitFor([&] { return m_calls[call] >= count; });
+    }
+    // Waits until this device has sent so often to that address.
+    bool waitForSentTo(const SPW_CIpAddress& address, std::size_t count) {
+        return waitFor([&] {
+            return count <= static_cast<std::size_t>(std::count_if(
+                                m_sent.begin(), m_sent.end(), [&](const Sent& s) { return s.address == address; }));
+        });
     }
 
     // ---- SPW_CSocket ----
@@ -424,11 +439,11 @@ public:
             if (takeFailure(kSelect, code)) {
                 return fail(code);
             }
-            if (timeoutMs != kSPWForever && hasExpired(deadline)) {
+            if (timeoutMs != kSPWForever && (timeoutMs == 0 || hasExpired(deadline))) {
                 return 0;
             }
             const Blocked blocked(*this, kSelect);
-            if (timeoutMs == kSPWForever) {
+            if (timeoutMs == kSPWForever || !m_timePasses) {
                 m_changed.wait(lock);
             } else {
                 (void)m_changed.wait_until(lock, deadline);
@@ -573,6 +588,12 @@ private:
     }
     static bool isMulticast(const SPW_CIpAddress& address) { return (address.octet(0) & 0xF0) == 0xE0; }
     static int sizeOf(const SPW_CSocketSet* set) { return set == nullptr ? 0 : set->size(); }
+
+    template <typename Condition>
+    bool waitFor(Condition condition) {
+        std::unique_lock<std::mutex> lock(m_lock);
+        return m_changed.wait_for(lock, kPatience, condition);
+    }
 
     // All below: under m_lock.
 
@@ -775,7 +796,7 @@ private:
             --m_expiredSelects;
             return true;
         }
-        return std::chrono::steady_clock::now() >= deadline;
+        return m_timePasses && std::chrono::steady_clock::now() >= deadline;
     }
 
     std::vector<Membership>::iterator findMembership(SPW_Socket socket, const SPW_CIpAddress& group,
@@ -803,6 +824,7 @@ private:
     std::array<int, kCalls> m_blocked{};
     std::map<std::uint32_t, SPW_Result> m_joinFailures;
     int m_expiredSelects = 0;
+    bool m_timePasses = false;
     SPW_CString m_hostName = u"device";
     std::vector<SPW_CIpAddress> m_addresses{kLoopback, SPW_CIpAddress(10, 0, 0, 1)};
     std::vector<std::pair<SPW_CString, std::vector<SPW_CIpAddress>>> m_hosts;

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "EngineFixture.h"
+#include "Patience.h"
 #include "SPW_CClock.h"
 
 using testing::Contains;
@@ -70,6 +71,13 @@ protected:
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         });
+    }
+    template <typename Condition>
+    static void waitUntil(Condition condition) {
+        const auto end = std::chrono::steady_clock::now() + kPatience;
+        while (!condition() && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
     }
     void endStorm() {
         m_stormIsOver = true;
@@ -149,9 +157,7 @@ TEST_F(TestEngineThreadsTest, EverybodyHeardInATestIsInItsRows) {
     engine();
     beginStorm();
     engine().start();
-    for (int i = 0; i < 1000 && labels().size() < kSenders; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    waitUntil([this] { return labels().size() >= kSenders; });
     engine().stop();
     endStorm();
     EXPECT_THAT(labels(), SizeIs(kSenders));
@@ -166,9 +172,7 @@ TEST_F(TestEngineThreadsTest, TheEngineMayGoWhileItsListenersHearStrangers) {
     beginDatagrams();
     for (int round = 0; round < 6; ++round) {
         engine().start();
-        for (int i = 0; i < 500 && labels().empty(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
+        waitUntil([this] { return !labels().empty(); });
         if (round % 3 == 0) {
             engine().stop();
         } else if (round % 3 == 1) {
@@ -276,9 +280,7 @@ TEST_F(TestEngineThreadsTest, TheSinkMayAskTheEngineAndSeesWhatItIsTold) {
     for (int round = 1; round <= 3; ++round) {
         engine().start();
         engine().addPeer(peer(u"10.0.3.1", u"manually added"));
-        for (int i = 0; i < 1000 && ui.updates < 50 * round; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
+        waitUntil([&] { return ui.updates >= 50 * round; });
         engine().resetStatistics();
         engine().stop();
     }
@@ -332,11 +334,18 @@ public:
         m_stopped = stopped;
         m_changed.notify_all();
     }
+    void waitUntilSomebodyWaits() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_isHeldUp; });
+    }
     std::uint64_t now100ns() override { return m_clock.now100ns(); }
     std::uint64_t wall100ns() override { return m_clock.wall100ns(); }
     SPW_CalendarTime toLocal(std::uint64_t wall100ns) override {
         std::unique_lock<std::mutex> lock(m_mutex);
+        m_isHeldUp = m_stopped;
+        m_changed.notify_all();
         m_changed.wait(lock, [this] { return !m_stopped; });
+        m_isHeldUp = false;
         return m_clock.toLocal(wall100ns);
     }
     void sleepMs(std::uint32_t milliseconds) override { m_clock.sleepMs(milliseconds); }
@@ -346,23 +355,35 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_stopped = false;
+    bool m_isHeldUp = false;
 };
 
 TEST_F(TestEngineThreadsTest, AProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnotherThatWaits) {
     select(false, false, false, false);
     m_registry.setSetting(u"log events", u"yes");
-    StoppableClock clock(*SPW_CClock::instance);
-    const ScopedInstance<SPW_CClock> installed(clock);
-    engine().start();
-    clock.stop(true);
-    while (engine().logEvent(u"filler", 10) == 0) {
+    const std::string line = "E :udp connector sent seq # 3 to 10.0.0.7";
+    std::string last;
+    // Ten periods are enough for the prober to give up on its line and to wait with the other one; but on a busy
+    // machine it may not even have begun by then.
+    for (const int periods : {10, 100, 500}) {
+        StoppableClock clock(*SPW_CClock::instance);
+        const ScopedInstance<SPW_CClock> installed(clock);
+        engine().start();
+        clock.stop(true);
+        EXPECT_EQ(engine().logEvent(u"the line that the writer cannot finish", -1), 0u);
+        clock.waitUntilSomebodyWaits();
+        while (engine().logEvent(u"filler", 0) == 0) {
+        }
+        std::thread prober([this] { engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u""); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20) * periods);
+        clock.stop(false);
+        prober.join();
+        last = endAndReadLog().back();
+        if (last != line) {
+            break;
+        }
     }
-    std::thread prober([this] { engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u""); });
-    // Ten periods: the prober has given up on its line and waits with the other one.
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    clock.stop(false);
-    prober.join();
-    EXPECT_EQ(endAndReadLog().back(), "LOG ERROR: Failed to log E :udp connector sent seq # 3 to 10.0.0.7 fast enough");
+    EXPECT_EQ(last, "LOG ERROR: Failed to log " + line + " fast enough");
 }
 
 TEST_F(TestEngineThreadsTest, ManyThreadsLogAtOnceAndNoLineIsLostOrMixed) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "Patience.h"
 #include "RecordingReporter.h"
 #include "TemporaryFolder.h"
 
@@ -112,7 +114,7 @@ TEST_F(TestLogWriterTest, LineAfterTheOneThatFillsTheQueueIsNotTakenInTime) {
     const auto begin = steady_clock::now();
     EXPECT_EQ(log(101, 50), 700u);
     EXPECT_GE(steady_clock::now() - begin, milliseconds(50));
-    EXPECT_LT(steady_clock::now() - begin, milliseconds(5000));
+    EXPECT_LT(steady_clock::now() - begin, kPatience);
     m_writer->unlock();
     close();
     EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 100)));
@@ -159,11 +161,16 @@ TEST_F(TestLogWriterTest, LinesHandedOverJustBeforeDestructionAreWritten) {
 }
 
 TEST_F(TestLogWriterTest, DestructionDoesNotWaitOutTheWritersTurn) {
-    open(100);
-    std::this_thread::sleep_for(milliseconds(50));
-    const auto begin = steady_clock::now();
-    close();
-    EXPECT_LT(steady_clock::now() - begin, milliseconds(700));
+    // A machine that is busy elsewhere may take long over one of them, but not over every one.
+    auto shortest = steady_clock::duration::max();
+    for (int attempt = 0; attempt < 10 && shortest >= milliseconds(700); ++attempt) {
+        open(100);
+        std::this_thread::sleep_for(milliseconds(50));
+        const auto begin = steady_clock::now();
+        close();
+        shortest = std::min(shortest, steady_clock::now() - begin);
+    }
+    EXPECT_LT(shortest, milliseconds(700));
 }
 
 TEST_F(TestLogWriterTest, LinesOfManyThreadsAllArrive) {

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -12,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "Patience.h"
 #include "RecordingReporter.h"
 #include "RecordingSink.h"
 #include "SPW_CSysError.h"
@@ -39,7 +39,7 @@ public:
 
     bool waitUntilHeld() {
         std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, std::chrono::seconds(10), [this] { return m_isHeld; });
+        return m_changed.wait_for(lock, kPatience, [this] { return m_isHeld; });
     }
 
     int close(SPW_Socket socket) override {

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <thread>
 
+#include "Patience.h"
 #include "RecordingReporter.h"
 #include "RecordingSink.h"
 #include "ScopedInstance.h"
@@ -30,8 +31,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// A stop waits for one sleep of at most a second; the rest is for a busy machine.
-constexpr milliseconds kBound(5000);
+// A stop waits for one sleep of at most a second; the rest is for a busy machine. Whatever else could hold a stop up
+// here lasts longer or for ever.
+constexpr milliseconds kBound(20000);
 constexpr SPW_CIpAddress kLoopback(127, 0, 0, 1);
 
 // The platform's sockets, watched: which calls have threads inside, and which port was bound last. Groups lead to the
@@ -42,7 +44,8 @@ public:
 
     // True when a thread has stayed inside the call for a while.
     bool waitUntilBlocked(Call call) {
-        for (int attempt = 0; attempt < 500; ++attempt) {
+        const steady_clock::time_point end = steady_clock::now() + kPatience;
+        while (steady_clock::now() < end) {
             const int entries = entriesWhileInside(call);
             std::this_thread::sleep_for(milliseconds(20));
             if (entries != 0 && entriesWhileInside(call) == entries) {
@@ -53,7 +56,7 @@ public:
     }
     bool waitForEntries(Call call, int entries) {
         std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, std::chrono::seconds(10), [&] { return m_entries[call] >= entries; });
+        return m_changed.wait_for(lock, kPatience, [&] { return m_entries[call] >= entries; });
     }
     std::uint16_t boundPort() {
         const std::lock_guard<std::mutex> guard(m_mutex);
@@ -224,10 +227,10 @@ struct SendToPeerThatDoesNotRead : ConnectorScenario<VTR_CTcpipConnector> {
 };
 
 struct SleepBetweenProbes : ConnectorScenario<VTR_CUdpConnector> {
-    SleepBetweenProbes() { object = std::make_unique<VTR_CUdpConnector>(&sink, u"127.0.0.1", 9, u"me", 5000); }
+    SleepBetweenProbes() { object = std::make_unique<VTR_CUdpConnector>(&sink, u"127.0.0.1", 9, u"me", 60000); }
     bool waitUntilBlocked() {
         const bool sent = sockets.waitForEntries(WatchedSockets::kSendTo, 1);
-        // By then the next step sleeps its half second.
+        // By then the next step sleeps its second.
         std::this_thread::sleep_for(milliseconds(20));
         return sent;
     }
