@@ -317,6 +317,19 @@ TEST_F(TestEngineTest, AnOverheadBelowZeroAddsNothing) {
     EXPECT_THAT(announcementsTo(kGroup), Each(testing::EndsWith("|device")));
 }
 
+TEST_F(TestEngineTest, AnOverheadBeyondEveryPacketIsCut) {
+    select(false, false, true, false);
+    m_registry.setSetting(u"overhead bytes", u"2000000000");
+    m_sockets.listenAt(kPeer, 5009);
+    engine().start();
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSend, 1));
+    engine().stop();
+    const std::string announcement = announcementsTo(kPeer).at(0);
+    EXPECT_TRUE(announcement == announcement.substr(0, announcement.find('|')) + "|device" + std::string(65536, '|'))
+        << announcement.size();
+}
+
 TEST_F(TestEngineTest, AStartTellsEveryRowToTheSinkAsZeros) {
     select(false, false, false, false);
     m_registry.setNamedPeer(u"a", u"10.0.0.7");
@@ -405,6 +418,21 @@ TEST_F(TestEngineTest, APingerWithoutAConnectorAtItsIndexLogsNoText) {
     engine().stop();
     engine().stop();
     EXPECT_THAT(endAndReadControlLines(), Contains("StopPinging failed returned "));
+}
+
+TEST_F(TestEngineTest, APingersTextIsThatOfTheConnectorAtItsOwnIndex) {
+    select(false, true, false, true);
+    engine().start();
+    engine().addPeer(PeerRecord{u"10.0.0.7", u"a", true, false, true});
+    engine().addPeer(PeerRecord{u"10.0.0.8", u"b", false, false, true});
+    engine().stop();
+    engine().stop();
+    std::vector<std::string> lines = endAndReadControlLines();
+    lines.erase(std::remove_if(lines.begin(), lines.end(),
+                               [](const std::string& line) { return line.rfind("StopPinging ", 0) != 0; }),
+                lines.end());
+    EXPECT_THAT(lines,
+                ElementsAre("StopPinging failed returned Not currently sending", "StopPinging failed returned "));
 }
 
 TEST_F(TestEngineTest, ItMayBeDestroyedWhileATestRuns) {
@@ -635,6 +663,24 @@ TEST_F(SettingsInUseTest, TheOverheadLengthensAnnouncementsAndEchoes) {
     EXPECT_THAT(announcement, testing::EndsWith("|device" + std::string(500, '|')));
 }
 
+TEST_F(SettingsInUseTest, DiscoveredPeersAreProbedAsTheOthers) {
+    constexpr SPW_CIpAddress kStranger(10, 0, 0, 8);
+    m_registry.setSetting(u"port", u"6001");
+    m_registry.setSetting(u"overhead bytes", u"500");
+    m_registry.setSetting(u"frequency units", u"seconds");
+    m_registry.setSetting(u"peer set includes named-ip-addresses", u"no");
+    select(false, true, true, true);
+    m_sockets.listenAt(kStranger, 6001);
+    engine().start();
+    receive(kUdpListener, u"10.0.0.8", 1);
+    EXPECT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSend, 1)) << "to the port where the peer listens";
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    EXPECT_EQ(firstSentTo(kStranger).port, 6001);
+    m_icmp.waitForRequests(1);
+    EXPECT_EQ(m_icmp.requests()[0].bytes.size(), 500u);
+    EXPECT_EQ(m_icmp.requests()[0].timeoutMs, 20000u);
+}
+
 TEST_F(SettingsInUseTest, ThePeriodIsThatOfEveryProbe) {
     m_registry.setSetting(u"frequency units", u"seconds");  // 20 of them
     select(true, true, false, true);
@@ -654,6 +700,18 @@ TEST_F(TestEngineTest, APeerAddedWhileATestRunsIsProbedAtOnce) {
     EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (manually added)"));
     engine().stop();
     EXPECT_THAT(announcementsTo(kPeer), Each(HasSubstr("|device|")));
+}
+
+TEST_F(TestEngineTest, EveryProbeOfAPeerAddedWhileATestRunsStartsAtOnce) {
+    select(false, true, true, true);
+    m_sockets.listenAt(kPeer, 5009);
+    engine().start();
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    EXPECT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    EXPECT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSend, 1));
+    m_icmp.waitForRequests(1);
+    engine().stop();
+    EXPECT_THAT(endAndReadControlLines(), Not(Contains(HasSubstr("failed returned"))));
 }
 
 TEST_F(TestEngineTest, APeerAddedWhileStoppedIsProbedFromTheNextStart) {
