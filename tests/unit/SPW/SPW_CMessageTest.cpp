@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -133,6 +134,22 @@ TEST(MessageTest, StringOfEightBitCharactersIsConverted) {
     EXPECT_TRUE(message.isEmpty());
 }
 
+TEST(MessageTest, WhatLiesBelowAStringOrABlockStays) {
+    SPW_CMessage message =
+        messageWithBody({7, 0, 0, 0, 105, 'z', 1, 0, 0, 0, 117, 100, 'a', 'b', 2, 0, 0, 0, 117, 1, 115});
+    SPW_CString text;
+    char block = 0;
+    std::uint32_t count = 0;
+    std::int32_t number = 0;
+    EXPECT_TRUE(message.popString(text));
+    EXPECT_EQ(text, u"ab");
+    EXPECT_TRUE(message.popBlock(&block, 1, count));
+    EXPECT_EQ(block, 'z');
+    EXPECT_EQ(count, 1u);
+    EXPECT_TRUE(message.popInt(number));
+    EXPECT_EQ(number, 7);
+}
+
 TEST(MessageTest, DumpIsHexadecimal) {
     SPW_CMessage message;
     message.pushInt(27);
@@ -169,6 +186,43 @@ TEST(MessageErrorTest, PoppingAnotherTypeIsError244WithTheFoundId) {
     ASSERT_THAT(reports,
                 ElementsAre(IsReport("SPW_CMessage", "popTypeCheck", 244, "Expecting type-idi, but got type-id s")));
     EXPECT_EQ(reports[0].line, 482);
+}
+
+TEST(MessageErrorTest, EveryPopRefusesAnotherTypeAndLeavesItsArgument) {
+    char narrow = 'n';
+    char16_t wide = u'w';
+    std::int32_t number = 8;
+    std::uint32_t count = 9;
+    char block = 'b';
+    SPW_CString text(u"before");
+    const struct {
+        char id;
+        std::function<bool(SPW_CMessage&)> pop;
+    } rows[] = {
+        {'c', [&](SPW_CMessage& message) { return message.popChar(narrow); }},
+        {'w', [&](SPW_CMessage& message) { return message.popWide(wide); }},
+        {'i', [&](SPW_CMessage& message) { return message.popInt(number); }},
+        {'l', [&](SPW_CMessage& message) { return message.popLong(number); }},
+        {'u', [&](SPW_CMessage& message) { return message.popUnsigned(count); }},
+        {'v', [&](SPW_CMessage& message) { return message.popValue(count); }},
+        {'d', [&](SPW_CMessage& message) { return message.popBlock(&block, 1, count); }},
+        {'s', [&](SPW_CMessage& message) { return message.popString(text); }},
+    };
+    for (const auto& row : rows) {
+        RecordingReporter reporter;
+        SPW_CMessage message = messageWithBody({1, 0, 0, 0, 120});
+        EXPECT_FALSE(row.pop(message)) << row.id;
+        EXPECT_EQ(message.error(), 244u);
+        EXPECT_THAT(reporter.takeReports(),
+                    ElementsAre(IsReport("SPW_CMessage", "popTypeCheck", 244,
+                                         std::string("Expecting type-id") + row.id + ", but got type-id x")));
+    }
+    EXPECT_EQ(narrow, 'n');
+    EXPECT_EQ(wide, u'w');
+    EXPECT_EQ(number, 8);
+    EXPECT_EQ(count, 9u);
+    EXPECT_EQ(block, 'b');
+    EXPECT_EQ(text, u"before");
 }
 
 TEST(MessageErrorTest, BlockWithoutRoomIsError241) {
