@@ -91,7 +91,8 @@ class SettingsTest(lab.SystemTest):
             self.device.measure()
             times = [each.time for each in receiver.receive_many(11, within=30)]
         self.assertGreater(times[-1] - times[0], 0.95)
-        self.assertLess(times[-1] - times[0], 4)
+        # A machine that is busy may delay a probe, but ten periods of any other unit would be far longer.
+        self.assertLess(times[-1] - times[0], 9)
         # What is not "yes" is no.
         self.assertNotIn("VTR_CTcpip", "\n".join(self.device.log_lines()))
         self.assertNotIn("VTR_CPinger", "\n".join(self.device.log_lines()))
@@ -151,7 +152,7 @@ class SettingsTest(lab.SystemTest):
         lab.eventually(lambda: len(program.rows()) >= 5, 20, lambda: str(program))
         before = time.monotonic()
         self.assertIn(program.stop(), (0, 1))
-        self.assertLess(time.monotonic() - before, 10)
+        self.assertLess(time.monotonic() - before, 30)
 
     def test_port_for_the_group_can_come_from_the_other_products_key(self):
         self.device.write_hive(lab.hive_text({r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\KORV":

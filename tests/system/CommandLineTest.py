@@ -97,24 +97,24 @@ class OptionsTest(lab.SystemTest):
         self.assertIn("no peer was found\n", program.output())
 
     def test_duration_ends_the_test_by_itself(self):
-        program = self.device.start("-headless", "-duration", "2.5")
-        started = self.device.wait_for_log_line("Test 1 starting", within=20)
         before = time.monotonic()
+        program = self.device.start("-headless", "-duration", "2.5")
         self.assertEqual(program.wait(), 2)
         took = time.monotonic() - before
-        self.assertGreater(took, 2.0, started)
-        self.assertLess(took, 10)
+        self.assertGreater(took, 2.5)
+        # With what a busy machine takes to start and to end the program.
+        self.assertLess(took, 30)
         self.assertTrue(self.device.log_lines()[-1].endswith(" ---- Test 1 complete ---"))
 
     def test_interval_prints_a_snapshot_that_often_and_the_last_one_is_final(self):
-        program = self.device.start("-headless", "-format", "json", "-duration", "3", "-interval", "0.5",
+        program = self.device.start("-headless", "-format", "json", "-duration", "6", "-interval", "1",
                                     "-peer", NOWHERE)
         self.assertEqual(program.wait(), 1)
         rows = program.rows()
         self.assertEqual([row.get("final") for row in rows[:-1]], [None] * (len(rows) - 1))
         self.assertIs(rows[-1]["final"], True)
         # Five within the time and the final one; a machine that sleeps through an interval leaves it out.
-        self.assertIn(len(rows), range(4, 7))
+        self.assertIn(len(rows), range(3, 7))
         self.assertEqual([row["time"] for row in rows], sorted(row["time"] for row in rows))
 
     def test_without_an_interval_there_is_the_result_alone(self):
@@ -177,7 +177,7 @@ class OptionsTest(lab.SystemTest):
         program = self.device.start("-headless", "-format", "json", "-duration", "1", "-interval", "0.2")
         self.assertEqual(program.wait(), 2)
         self.assertEqual(program.output(), "")
-        program = self.device.start("-headless", "-duration", "1", "-interval", "0.4")
+        program = self.device.start("-headless", "-duration", "3", "-interval", "0.4")
         self.assertEqual(program.wait(), 2)
         self.assertIn("running after", program.output())
         self.assertIn("\n(no peer heard so far)\n", program.output())

@@ -51,13 +51,18 @@ class CountingTest(lab.SystemTest):
 
     def wait_until_joined(self):
         """Until a multicast packet is counted; then the counts are set to zero."""
+        last = 1_000_000
         with traffic.UdpEnd(self.peer) as sender:
             def heard():
                 sender.send(traffic.packet(0), traffic.GROUP, traffic.GROUP_PORT)
                 row = self.program.row(self.peer.address)
                 return row and row["multicast"]["total"] > 0
             lab.eventually(heard, 30, "a multicast packet is counted", every=0.2)
-        time.sleep(0.5)
+            # The number behind zeros begins afresh, and the next adds its distance.
+            for number in (1, last):
+                sender.send(traffic.packet(number), traffic.GROUP, traffic.GROUP_PORT)
+        # Counted behind all others, none of which can then be counted after the reset.
+        self.program.wait_for_row(self.peer.address, lambda row: row["multicast"]["total"] >= last)
         self.program.signal(lab.signal.SIGUSR2)
         self.program.wait_for_row(self.peer.address, lambda row: row["multicast"]["total"] == 0)
 
@@ -168,6 +173,7 @@ class UnknownSenderTest(lab.SystemTest):
             lab.eventually(lambda: capture.echo_requests(source=self.device.address), 20, "an echo request")
             # The packet that revealed the peer is not counted.
             self.assertEqual(program.row(self.peer.address)["udp"]["total"], 0)
+        self.device.wait_for_log_line("Created VTR_CPinger to 10.77.0.2$")
         _, lines = lab.split_report(self.device.log_lines()[6:])
         lines = [line[9:] for line in lines if "10.77.0.2" in line and "SOCKET" not in line]
         self.assertEqual(lines, ["New device discovered: address 10.77.0.2 name: somebody",

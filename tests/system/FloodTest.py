@@ -84,7 +84,7 @@ class FloodTest(lab.SystemTest):
 
         def flood(count):
             self.flood("stream", self.device.address, str(traffic.PORT), count)
-            self.wait_until_read()
+            self.device.wait_until_read(self.peer)
         self.check(flood)
         with traffic.TcpEnd.connect(self.peer, self.device.address) as end:
             end.send(traffic.packet(1, "v|x"))
@@ -96,12 +96,6 @@ class FloodTest(lab.SystemTest):
         for _ in range(10):
             # No more at a time than the listener takes.
             self.flood("tcp", self.device.address, str(traffic.PORT), 40)
-            self.wait_until_read()
+            self.device.wait_until_read(self.peer)
         self.assertEqual(self.device.log_lines(), lines)
         self.assertEqual(self.program.rows(), [])
-
-    def wait_until_read(self):
-        """Until nothing waits in the receive queues of the device's connections."""
-        def queues():
-            return [line.split()[1] for line in self.device.run("ss", "-Htan").stdout.splitlines()]
-        lab.eventually(lambda: set(queues()) <= {"0"}, 60, lambda: f"everything is read: {queues()}", every=0.1)

@@ -31,9 +31,10 @@ class PingTest(lab.SystemTest):
         if group_range != NOBODY_MAY or lowest <= 0 <= highest:
             self.device.set_kernel_parameter("net.ipv4.ping_group_range", group_range)
 
-    def measure(self, allowed, through=(), **settings):
+    def measure(self, allowed, through=(), period=200, **settings):
+        """The period is also the time that an echo may take; where none may be lost, a busy machine needs more."""
         self.allow(allowed)
-        self.device.configure("ping", peers={"peer": self.peer.address}, **settings)
+        self.device.configure("ping", period=period, peers={"peer": self.peer.address}, **settings)
         return self.device.measure(through=through)
 
     def sockets(self, kind):
@@ -42,11 +43,12 @@ class PingTest(lab.SystemTest):
 
     def check_requests(self, allowed, through, kinds):
         with traffic.Capture(self.peer) as capture:
-            program = self.measure(allowed, through, overhead_bytes="123")
+            program = self.measure(allowed, through, period=1000, overhead_bytes="123")
             program.wait_for_row(self.peer.address, lambda row: row["ping"]["received"] >= 5)
-            requests = requests_of(capture, self.device)
             replies = [frame for frame in capture.frames(traffic.ICMP, source=self.peer.address)
                        if frame.payload[0] == traffic.ECHO_REPLY]
+            # Looked at later, so that there is one for each reply.
+            requests = requests_of(capture, self.device)
         self.assertEqual({len(frame.payload) for frame in requests}, {8 + 123})
         self.assertEqual({(frame.destination, frame.payload[1]) for frame in requests}, {(self.peer.address, 0)})
         # Each request is one of a kind, and its reply carries the same.
@@ -92,7 +94,7 @@ class PingTest(lab.SystemTest):
 
     def test_unanswered_requests_are_lost_ones_between_answered_ones(self):
         with traffic.Capture(self.peer) as capture:
-            program = self.measure(NOBODY_MAY)
+            program = self.measure(NOBODY_MAY, period=1000)
             program.wait_for_row(self.peer.address, lambda row: row["ping"]["received"] >= 5)
             self.peer.set_kernel_parameter("net.ipv4.icmp_echo_ignore_all", "1")
             silent = len(requests_of(capture, self.device))
@@ -115,10 +117,10 @@ class PingTest(lab.SystemTest):
             self.measure(NOBODY_MAY)
             lab.eventually(lambda: len(requests_of(capture, self.device)) >= 16, 60, "16 requests")
             times = [frame.time for frame in requests_of(capture, self.device)]
-        mean = (times[-1] - times[0]) / (len(times) - 1)
-        # From 200 ms when idle to twice that when the machine is busy, never faster.
-        self.assertGreater(mean, 0.2 * 0.97)
-        self.assertLess(mean, 0.4)
+        gaps = sorted(later - earlier for earlier, later in zip(times, times[1:]))
+        # Never faster; and where the machine is busy, not often much slower.
+        self.assertGreater((times[-1] - times[0]) / len(gaps), 0.2 * 0.97)
+        self.assertLess(gaps[len(gaps) // 4], 0.4)
 
     def test_each_of_many_pingers_gets_its_own_replies(self):
         # One raw socket serves all; a mixed up reply would count for a peer that has not answered.
@@ -133,7 +135,7 @@ class PingTest(lab.SystemTest):
         self.assertEqual(max(self.sockets("raw") for _ in range(20)), 1)
 
     def test_the_systems_own_ping_beside_it_disturbs_neither(self):
-        program = self.measure(NOBODY_MAY, log_events="yes")
+        program = self.measure(NOBODY_MAY, period=1000, log_events="yes")
         program.wait_for_row(self.peer.address, lambda row: row["ping"]["received"] >= 1)
         result = self.device.run("ping", "-n", "-c", "10", "-i", "0.2", self.peer.address)
         self.assertIn("10 received", result.stdout)

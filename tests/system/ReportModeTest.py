@@ -111,7 +111,7 @@ class ReportModeTest(lab.SystemTest):
         self.report("-getinfo", "pipe")
 
     def test_pipe_with_a_reader_gets_the_report(self):
-        script = 'timeout 20 "$0" "$@" | cat >report.txt; exit "${PIPESTATUS[0]}"'
+        script = 'timeout 60 "$0" "$@" | cat >report.txt; exit "${PIPESTATUS[0]}"'
         self.report("-getinfo", "/dev/stdout", through=("bash", "-c", script))
         self.assert_whole(self.read("report.txt"))
 

@@ -135,21 +135,27 @@ class SignalsTest(lab.SystemTest):
         time.sleep(2)
         before = time.monotonic()
         self.assertEqual(program.stop(), 1)
-        # One period at most for an echo; an idle machine needs about one second.
-        self.assertLess(time.monotonic() - before, 15)
+        # One period at most for an echo; an idle machine needs about one second. A connection to nowhere takes minutes.
+        self.assertLess(time.monotonic() - before, 30)
 
     def test_signals_leave_nothing_open(self):
         self.device.configure(*lab.PROTOCOLS, peers={"peer": self.peer.address})
         program = self.listening(self.device.measure())
-        program.signal(signal.SIGHUP)
-        self.device.wait_for_log_line("Test 2 starting")
-        time.sleep(1)
-        before = program.open_descriptors()
-        threads = len(os.listdir(f"/proc/{program.process.pid}/task"))
-        for number in range(3, 8):
+
+        def start_over(number):
             program.signal(signal.SIGHUP)
-            self.device.wait_for_log_line(f"Test {number} starting", within=20)
-        time.sleep(1)
-        # An echo on its way may have its socket open or not.
-        self.assertLessEqual(abs(program.open_descriptors() - before), 2)
-        self.assertEqual(len(os.listdir(f"/proc/{program.process.pid}/task")), threads)
+            program.wait_for_row(self.peer.address, lambda row: row["test"] == number)
+
+        def open_now():
+            """How many descriptors and threads the program has; an echo on its way has its socket or not."""
+            return program.open_descriptors(), len(os.listdir(f"/proc/{program.process.pid}/task"))
+        start_over(2)
+        time.sleep(2)
+        before = open_now()
+        for number in range(3, 8):
+            start_over(number)
+
+        def leaves_nothing():
+            descriptors, threads = open_now()
+            return abs(descriptors - before[0]) <= 2 and threads == before[1]
+        lab.eventually(leaves_nothing, 20, lambda: f"{before} descriptors and threads, but {open_now()}")

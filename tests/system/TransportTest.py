@@ -38,6 +38,7 @@ class TcpConnectorTest(lab.SystemTest):
         with traffic.Capture(self.peer) as capture:
             self.device.measure()
             lab.eventually(lambda: self.refusals(capture) >= 5, 30, "five refusals")
+        self.device.wait_for_log_line(self.REFUSED)
         self.assertEqual(len(self.logged(self.REFUSED)), 1)
         self.assertEqual(self.logged("sent seq"), [])
 
@@ -64,7 +65,7 @@ class TcpConnectorTest(lab.SystemTest):
             sent = sequences_on_the_wire(capture, self.device.address, again + 2)
         self.assertGreaterEqual(again, 3)
         self.assertEqual(sent, list(range(again + 2)))
-        self.assertTrue(self.logged(r"tcpip connector \( 10\.77\.0\.2 \) :send failed 10054$"))
+        self.device.wait_for_log_line(r"tcpip connector \( 10\.77\.0\.2 \) :send failed 10054$")
 
     def test_peer_that_closes_politely_costs_at_most_what_was_on_its_way(self):
         with traffic.Capture(self.peer) as capture, traffic.TcpServer(self.peer) as server:
@@ -90,7 +91,9 @@ class TcpConnectorTest(lab.SystemTest):
                 end.reset()
             before = self.refusals(capture)
             lab.eventually(lambda: self.refusals(capture) >= before + 4, 30, "four more refusals")
-        errors = self.logged(r"SOCKET ERROR: .*tcpip connector")
+        error = r"SOCKET ERROR: .*tcpip connector"
+        lab.eventually(lambda: len(self.logged(error)) >= 2, 10, lambda: f"two errors: {self.logged(error)}")
+        errors = self.logged(error)
         self.assertEqual(len(errors), 2, errors)
         self.assertRegex(errors[0], self.REFUSED)
         self.assertRegex(errors[1], r":(send|connect) failed \d+$")
@@ -144,7 +147,7 @@ class TcpListenerTest(lab.SystemTest):
         end = self.connect()
         for piece in (traffic.packet(9)[:17], traffic.packet(9)[17:]):
             end.send(piece)
-            time.sleep(0.5)
+            self.device.wait_until_read(self.peer)
         end.send(traffic.packet(3))
         self.assert_counts_stay(1, 1)
 
@@ -154,7 +157,7 @@ class TcpListenerTest(lab.SystemTest):
         end.send(whole[:30])
         self.wait_for_counts(1, 1)
         end.send(whole[30:])
-        time.sleep(0.5)
+        self.device.wait_until_read(self.peer)
         end.send(traffic.packet(6))
         self.assert_counts_stay(2, 2)
 

@@ -36,6 +36,10 @@ DEFECTS = re.compile(r"(?:ERROR|WARNING): \w+Sanitizer|runtime error: |[Aa]ssert
                      r"Internal Fatal Error(?!: Error \(111\))|"
                      r"terminate called|double free|corrupted")
 
+# How many seconds a test waits at the least for what is bound to happen, so that a slow or busy machine fails none; what
+# never happens fails after that time, within the limit of a test.
+PATIENCE = 60
+
 _libc = ctypes.CDLL(None, use_errno=True)
 
 
@@ -90,7 +94,11 @@ def program_version():
 
 
 def eventually(condition, within, what, every=0.02):
-    """Waits until condition() is true and returns its value; fails after `within` seconds."""
+    """Waits until condition() is true and returns its value; fails after `within` seconds, or PATIENCE if that is more.
+
+    For what is bound to happen, that is; a test that is about the time itself measures it.
+    """
+    within = max(within, PATIENCE)
     end = time.monotonic() + within
     while True:
         value = condition()
@@ -107,6 +115,13 @@ def ip(*commands):
                             stderr=subprocess.STDOUT, text=True, check=False)
     if result.returncode != 0:
         raise OSError(f"ip {commands}: {result.stdout}")
+
+
+def link(interface):
+    """What `ip` tells of an interface in the calling thread's network namespace."""
+    result = subprocess.run(["ip", "-json", "-details", "link", "show", "dev", interface], stdout=subprocess.PIPE,
+                            text=True, check=True)
+    return json.loads(result.stdout)[0]
 
 
 class Lab:
@@ -212,7 +227,15 @@ class Device:
            f"link set {self._port(interface)} master {self.lab.networks[network]} up")
         with self.inside():
             ip(f"address add {address}/24 brd + dev {interface}", f"link set {interface} up")
+        # The kernel notices some time later that the cable is plugged in, and drops what is sent until then.
+        eventually(lambda: self._is_connected(interface), PATIENCE, f"{self.name}'s {interface} is connected")
         return interface
+
+    def _is_connected(self, interface):
+        port = link(self._port(interface))
+        with self.inside():
+            state = link(interface)["operstate"]
+        return (state, port["operstate"], port["linkinfo"]["info_slave_data"]["state"]) == ("UP", "UP", "forwarding")
 
     def unplug(self, interface="eth0"):
         """Pulls the cable at the bridge's end; the device keeps its interface and address."""
@@ -263,7 +286,7 @@ class Device:
 
     # --- Programs
 
-    def run(self, *command, within=30):
+    def run(self, *command, within=PATIENCE):
         """Runs any command on the device to its end and returns its subprocess.CompletedProcess."""
         with self.inside():
             return subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
@@ -278,6 +301,15 @@ class Device:
     def measure(self, *arguments, every=0.25, through=()):
         """Starts a headless test that prints its rows as JSON that often; what to expect of it: Program."""
         return self.start("-headless", "-format", "json", "-interval", every, *arguments, through=through)
+
+    def wait_until_read(self, *senders):
+        """Until the program has read all that these devices have sent it over connections."""
+        def waiting():
+            # The receive queues here, and what has not been acknowledged there.
+            queues = [(self, 1), *((sender, 2) for sender in senders)]
+            return [line for device, column in queues for line in device.run("ss", "-Htan").stdout.splitlines()
+                    if (device is self or line.split()[0] != "LISTEN") and line.split()[column] != "0"]
+        eventually(lambda: not waiting(), PATIENCE, lambda: f"everything is read: {waiting()}", every=0.1)
 
     # --- The log
 
@@ -328,14 +360,14 @@ class Program:
     def signal(self, number):
         self.process.send_signal(number)
 
-    def wait(self, within=30):
+    def wait(self, within=PATIENCE):
         """Waits for the program's own end; the exit status."""
         try:
             return self.process.wait(within)
         except subprocess.TimeoutExpired:
             raise AssertionError(f"did not end within {within} s: {self}") from None
 
-    def stop(self, within=20):
+    def stop(self, within=PATIENCE):
         """Asks for the end with SIGTERM; the exit status."""
         self.signal(signal.SIGTERM)
         return self.wait(within)

@@ -10,6 +10,8 @@ import struct
 import threading
 import time
 
+from lab import PATIENCE
+
 PORT = 5009
 GROUP = "228.227.226.225"
 GROUP_PORT = 7550
@@ -75,7 +77,7 @@ class UdpEnd:
     def send(self, data, address, port=PORT):
         self.socket.sendto(data, (address, port))
 
-    def receive(self, within=5):
+    def receive(self, within=PATIENCE):
         """The next datagram, or None when none comes in that time; its time is the kernel's, in seconds."""
         self.socket.settimeout(within)
         try:
@@ -87,7 +89,8 @@ class UdpEnd:
         return Datagram(data, address, port, timestamp(ancillary), ttl)
 
     def receive_many(self, count, within):
-        """That many datagrams; fails when they do not come in time."""
+        """That many datagrams; fails when they do not come in that time, or in PATIENCE if that is more."""
+        within = max(within, PATIENCE)
         end = time.monotonic() + within
         datagrams = []
         while len(datagrams) < count:
@@ -127,7 +130,7 @@ class TcpServer:
         self.socket.bind(("", port))
         self.socket.listen(64)
 
-    def accept(self, within=5):
+    def accept(self, within=PATIENCE):
         """The next connection as a TcpEnd; fails when none comes in time."""
         self.socket.settimeout(within)
         try:
@@ -154,7 +157,7 @@ class TcpEnd:
         self._pending = b""
 
     @classmethod
-    def connect(cls, device, address, port=PORT, within=5):
+    def connect(cls, device, address, port=PORT, within=PATIENCE):
         with device.inside():
             made = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
         made.settimeout(within)
@@ -169,7 +172,7 @@ class TcpEnd:
     def send(self, data):
         self.socket.sendall(data)
 
-    def receive_packet(self, within=5):
+    def receive_packet(self, within=PATIENCE):
         """The bytes up to and with the next NUL; None when the other end has closed; fails when none come in time."""
         end = time.monotonic() + within
         while b"\0" not in self._pending:
