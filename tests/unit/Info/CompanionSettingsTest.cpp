@@ -44,6 +44,21 @@ TEST_F(CompanionSettingsTest, AKorvPortThatIsANumberSpellsNoDigits) {
     ASSERT_EQ(data.setNumber(7550), 0u);
     ASSERT_EQ(registry.setValue(u"UDPPort", data), 0u);
     EXPECT_EQ(readKorvUdpPort(), 0);
+    // Unless its bytes happen to be those of digits.
+    ASSERT_EQ(data.setNumber(u'6' | u'1' << 16), 0u);
+    ASSERT_EQ(registry.setValue(u"UDPPort", data), 0u);
+    EXPECT_EQ(readKorvUdpPort(), 61);
+}
+
+TEST_F(CompanionSettingsTest, AKorvPortOfMoreThan127CharactersIsNone) {
+    SPW_CString text(u"6000");
+    for (int i = text.length(); i < 127; ++i) {
+        text += u'x';
+    }
+    m_registry.setText(kKorv, u"UDPPort", text);
+    EXPECT_EQ(readKorvUdpPort(), 6000);
+    m_registry.setText(kKorv, u"UDPPort", text + u'x');
+    EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride);
 }
 
 TEST_F(CompanionSettingsTest, OwnerAndFriendlyNameAreEmptyWhereMissing) {
@@ -65,6 +80,13 @@ TEST_F(CompanionSettingsTest, TheOwnerIsReadFromTheFrontOfABlock) {
     (void)data.setBytes("A\0d\0a\0\0\0garbage", 15);
     m_registry.set(kOwner, u"Owner", data);
     EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
+}
+
+TEST_F(CompanionSettingsTest, ABlockWithoutATerminatorIsReadToItsLastWholeCharacter) {
+    SPW_CRegistryData data;
+    (void)data.setBytes("\xE4\0\xAC\x20y", 5);
+    m_registry.set(kOwner, u"Owner", data);
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"\u00E4\u20AC"));
 }
 
 TEST_F(CompanionSettingsTest, ReadingWhatOthersKeepPlantsNoKeys) {
