@@ -1,5 +1,7 @@
 #include "SystemReport.h"
 
+#include <vector>
+
 #include "ForeignText.h"
 #include "NetworkReport.h"
 #include "OperatingSystemText.h"
@@ -9,17 +11,22 @@
 
 namespace {
 
-// One text of lines that end with CR LF, whatever the platform's own line end is.
+// One text of lines that end with CR LF, whatever the platform's own line end is. A string grows in small steps, and
+// would be copied with every second line of a report that is long.
 class LinesOfText : public ReportLines {
 public:
     void line(const SPW_CString& text) override {
-        m_text += showableText(text);
-        m_text += u"\r\n";
+        const SPW_CString shown = showableText(text) + u"\r\n";
+        m_units.insert(m_units.end(), shown.text(), shown.text() + shown.length());
     }
-    const SPW_CString& text() const { return m_text; }
+    // Once, behind the last line.
+    SPW_CString takeText() {
+        m_units.push_back(u'\0');
+        return SPW_CString(m_units.data());
+    }
 
 private:
-    SPW_CString m_text;
+    std::vector<char16_t> m_units;
 };
 
 // What both forms have; the end of the block about IP settings is left open.
@@ -46,7 +53,7 @@ SPW_CString localInfoText(const DeviceIdentity& device) {
     LinesOfText lines;
     printDevice(lines, device, ReportForm::kLocalInfo);
     endIpSettings(lines);
-    return lines.text();
+    return lines.takeText();
 }
 
 void reportSystem(ReportLines& lines, const DeviceIdentity& device, const Settings& settings) {
