@@ -3,12 +3,14 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <string_view>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
+using namespace std::string_view_literals;
 using SPW_CResolverFilePosix::namesOnlyThisDevice;
 using SPW_CResolverFilePosix::parse;
 
@@ -64,8 +66,8 @@ TEST(ResolverFilePosixTest, OnlyServersOfThisDeviceAreAStub) {
 }
 
 TEST(ResolverFilePosixTest, JunkIsReadAsNothing) {
-    EXPECT_THAT(parse(std::string_view("\0\xFF\xFEnameserver 10.0.0.1\0\n", 27)).servers, IsEmpty());
-    EXPECT_THAT(parse(std::string_view("nameserver 10.0.0.1\0\n", 21)).servers, IsEmpty());
+    EXPECT_THAT(parse("\0\xFF\xFEnameserver 10.0.0.1\0\n"sv).servers, IsEmpty());
+    EXPECT_THAT(parse("nameserver 10.0.0.1\0\n"sv).servers, IsEmpty());
     EXPECT_THAT(parse(std::string(1 << 20, 'x')).servers, IsEmpty());
     EXPECT_THAT(parse("nameserver" + std::string(1 << 20, ' ') + "10.0.0.1").servers, ElementsAre("10.0.0.1"));
 }
