@@ -9,6 +9,7 @@
 #include "Require.h"
 #include "SPW_CInterfaceTypePosix.h"
 #include "SPW_CLinkTablePosix.h"
+#include "SPW_CNetlinkAnswerPosix.h"
 
 namespace {
 
@@ -33,11 +34,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t addressBytes = takeLength(bytes);
     const std::string links = take(bytes, linkBytes);
     const std::string addresses = take(bytes, addressBytes);
+    for (const std::string& table : {links, addresses}) {
+        const SPW_CNetlinkAnswerPosix::Answer answer = SPW_CNetlinkAnswerPosix::examine(table);
+        require((answer.error != 0) == (answer.progress == SPW_CNetlinkAnswerPosix::kRefused),
+                "a refusal has a reason");
+    }
     std::uint32_t last = 0;
     for (const SPW_CLinkTablePosix::Link& link : SPW_CLinkTablePosix::read(links, addresses, std::string(bytes))) {
-        require(link.index >= last, "links are in the order of their index");
+        require(link.index > last, "links are in the order of their index, each once");
         last = link.index;
-        require(SPW_InterfaceTypePosix(link, false) != 0, "a link has a type");
+        require(SPW_InterfaceTypePosix(link, "") != 0, "a link has a type");
         for (std::size_t i = 1; i < link.gateways.size(); ++i)
             require(link.gateways[i - 1].metric <= link.gateways[i].metric, "the most preferred gateway is first");
     }

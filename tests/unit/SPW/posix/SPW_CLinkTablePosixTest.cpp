@@ -88,6 +88,13 @@ TEST(LinkTablePosixTest, LinksComeInTheOrderOfTheirIndex) {
     EXPECT_EQ(links[2].name, "c");
 }
 
+TEST(LinkTablePosixTest, ALinkThatIsToldTwiceIsThereOnce) {
+    const std::vector<Link> links = read(link(3, "eth0") + link(7, "c") + link(3, "renamed"), "", "");
+    ASSERT_EQ(links.size(), 2u);
+    EXPECT_EQ(links[0].name, "eth0");
+    EXPECT_EQ(links[1].name, "c");
+}
+
 TEST(LinkTablePosixTest, HardwareAddressAndKindAreTheLinksOwn) {
     const std::string more = attribute(IFLA_ADDRESS, std::string("\x02\x00\x5E\x10\x20\x30", 6)) +
                              attribute(IFLA_LINKINFO, attribute(IFLA_INFO_KIND, std::string("bridge\0", 7)));
@@ -148,6 +155,19 @@ TEST(LinkTablePosixTest, GatewaysAreThoseOfTheDefaultRoutesTheMostPreferredFirst
     EXPECT_EQ(links[0].gateways[1].address, 0x0A000005u);
 }
 
+TEST(LinkTablePosixTest, AGatewayOfSeveralRoutesIsThereOnceWhereItIsMostPreferred) {
+    const auto through = [](const std::string& gateway, std::uint32_t metric) {
+        return route(attribute(RTA_OIF, number(1)) + attribute(RTA_GATEWAY, gateway) +
+                     attribute(RTA_PRIORITY, number(metric)));
+    };
+    const std::vector<Link> links =
+        read(link(1, "a"), "", through(kA, 300) + through(kB, 200) + through(kA, 100) + through(kB, 200));
+    ASSERT_EQ(links[0].gateways.size(), 2u);
+    EXPECT_EQ(links[0].gateways[0].address, 0x0A000005u);
+    EXPECT_EQ(links[0].gateways[0].metric, 100u);
+    EXPECT_EQ(links[0].gateways[1].address, 0x0A000006u);
+}
+
 TEST(LinkTablePosixTest, ARouteOfSeveralWaysHasAGatewayForEach) {
     const auto hop = [](int index, const std::string& gateway) {
         const std::string attributes = attribute(RTA_GATEWAY, gateway);
@@ -200,37 +220,48 @@ TEST(LinkTablePosixTest, AddressesOfOtherFamiliesAndSizesAreDropped) {
 
 // --- Types
 
-unsigned typeOf(unsigned hardwareType, const char* kind = "", bool isWireless = false) {
+unsigned typeOf(unsigned hardwareType, const char* kind = "", const char* deviceType = "") {
     Link link;
     link.hardwareType = hardwareType;
     link.kind = kind;
-    return SPW_InterfaceTypePosix(link, isWireless);
+    return SPW_InterfaceTypePosix(link, deviceType);
 }
 
 TEST(InterfaceTypePosixTest, TypesAreIanasNumbers) {
     EXPECT_EQ(typeOf(ARPHRD_ETHER), 6u);
     EXPECT_EQ(typeOf(ARPHRD_ETHER, "veth"), 6u);
-    EXPECT_EQ(typeOf(ARPHRD_ETHER, "", true), 71u);
+    EXPECT_EQ(typeOf(ARPHRD_ETHER, "", "wlan"), 71u);
     EXPECT_EQ(typeOf(ARPHRD_IEEE80211_RADIOTAP), 71u);
     EXPECT_EQ(typeOf(ARPHRD_ETHER, "bridge"), 209u);
     EXPECT_EQ(typeOf(ARPHRD_ETHER, "bond"), 161u);
     EXPECT_EQ(typeOf(ARPHRD_ETHER, "team"), 161u);
     EXPECT_EQ(typeOf(ARPHRD_ETHER, "vlan"), 135u);
+    EXPECT_EQ(typeOf(ARPHRD_X25), 5u);
     EXPECT_EQ(typeOf(ARPHRD_IEEE802_TR), 9u);
     EXPECT_EQ(typeOf(ARPHRD_FDDI), 15u);
+    EXPECT_EQ(typeOf(ARPHRD_LAPB), 16u);
     EXPECT_EQ(typeOf(ARPHRD_PPP), 23u);
     EXPECT_EQ(typeOf(ARPHRD_LOOPBACK), 24u);
     EXPECT_EQ(typeOf(ARPHRD_SLIP), 28u);
+    EXPECT_EQ(typeOf(ARPHRD_FRAD), 32u);
     EXPECT_EQ(typeOf(ARPHRD_ARCNET), 35u);
     EXPECT_EQ(typeOf(ARPHRD_ATM), 37u);
     EXPECT_EQ(typeOf(ARPHRD_HIPPI), 47u);
     EXPECT_EQ(typeOf(ARPHRD_FCFABRIC), 56u);
+    EXPECT_EQ(typeOf(ARPHRD_HDLC), 118u);
     EXPECT_EQ(typeOf(ARPHRD_NONE, "wireguard"), 131u);
     EXPECT_EQ(typeOf(ARPHRD_IPGRE), 131u);
     EXPECT_EQ(typeOf(ARPHRD_IEEE1394), 144u);
     EXPECT_EQ(typeOf(ARPHRD_INFINIBAND), 199u);
     EXPECT_EQ(typeOf(ARPHRD_IEEE802154), 259u);
     EXPECT_EQ(typeOf(ARPHRD_CAN), 1u) << "other";
+}
+
+TEST(InterfaceTypePosixTest, AModemIsOneWhateverItLooksLike) {
+    EXPECT_EQ(typeOf(ARPHRD_ETHER, "", "wwan"), 243u);
+    EXPECT_EQ(typeOf(ARPHRD_NONE, "", "wwan"), 243u) << "not a tunnel";
+    EXPECT_EQ(typeOf(ARPHRD_RAWIP, "rmnet"), 243u);
+    EXPECT_EQ(typeOf(ARPHRD_PPP, "", "ppp"), 23u);
 }
 
 }  // namespace

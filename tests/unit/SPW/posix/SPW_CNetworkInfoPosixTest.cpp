@@ -1,10 +1,14 @@
 #include "SPW_CNetworkInfoPosix.h"
 
 #include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "KernelLinks.h"
@@ -105,6 +109,50 @@ TEST_F(NetworkInfoPosixTest, BehindAStubStandTheServersOfTheService) {
     EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("127.0.0.53", "10.0.0.1")) << "not only a stub";
 }
 
+TEST_F(NetworkInfoPosixTest, OnlySystemdsStubAsksSystemdsServers) {
+    write("etc/resolv.conf", "nameserver 127.0.0.1\n");
+    write("run/systemd/resolve/resolv.conf", "nameserver 10.0.0.54\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("127.0.0.1")) << "a name server of the device's own";
+    write("run/NetworkManager/no-stub-resolv.conf", "nameserver 10.0.0.55\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("10.0.0.55")) << "dnsmasq";
+}
+
+TEST_F(NetworkInfoPosixTest, OfAnEndlessResolverFileNoHalfOfALineCounts) {
+    const std::string line = "nameserver 10.0.0.53\n";
+    std::string file = line;
+    file += "#" + std::string((1 << 20) - 2 * line.size(), 'x') + "\n";
+    write("etc/resolv.conf", file + line + line);  // the limit cuts off the last digit
+    EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("10.0.0.53"));
+}
+
+TEST_F(NetworkInfoPosixTest, WithoutADomainTheHostNamesOwnOneCounts) {
+    // The thread takes its host name with it when it ends.
+    std::thread([this] {
+        ASSERT_EQ(::unshare(CLONE_NEWUTS), 0);
+        for (const char* const name : {"pocket.lab.test", "pocket", "pocket."}) {
+            ASSERT_EQ(::sethostname(name, std::strlen(name)), 0);
+            EXPECT_STREQ(network().hostName, name);
+            EXPECT_STREQ(network().domainName, std::string(name) == "pocket.lab.test" ? "lab.test" : "") << name;
+        }
+        write("etc/resolv.conf", "search office.test\n");
+        EXPECT_STREQ(network().domainName, "office.test");
+    }).join();
+}
+
+TEST_F(NetworkInfoPosixTest, AKernelThatCannotBeAskedIsAFailure) {
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    std::uint32_t size = 0;
+    const SPW_Result adapters = m_info.adapters(nullptr, size);
+    const SPW_Result parameters = m_info.networkParameters(nullptr, size);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(adapters, kSysTooManyOpenFiles);
+    EXPECT_EQ(parameters, kSysTooManyOpenFiles);
+    EXPECT_EQ(size, 0u);
+}
+
 TEST_F(NetworkInfoPosixTest, AServerOfTheOtherFamilyAloneStillIsDns) {
     write("etc/resolv.conf", "nameserver 2001:db8::53\n");
     EXPECT_EQ(network().enableDns, 1u);
@@ -159,6 +207,8 @@ TEST_F(NetworkInfoPosixTest, AWirelessDeviceIsOneOnlyUnderItsOwnIndex) {
     EXPECT_EQ(eth0().type, 71u);
     write("sys/class/net/eth0/uevent", "DEVTYPE=wlan\nINTERFACE=eth0\nIFINDEX=4711\n");
     EXPECT_EQ(eth0().type, 6u) << "the same name in another network";
+    write("sys/class/net/eth0/uevent", "DEVTYPE=wwan\nINTERFACE=eth0\nIFINDEX=" + index + "\n");
+    EXPECT_EQ(eth0().type, 243u);
     write("sys/class/net/eth0/uevent", "INTERFACE=eth0\nIFINDEX=" + index + "\n");
     EXPECT_EQ(eth0().type, 6u);
 }

@@ -11,6 +11,7 @@ using testing::IsEmpty;
 namespace {
 
 using namespace std::string_view_literals;
+using SPW_CResolverFilePosix::namesOnlyResolved;
 using SPW_CResolverFilePosix::namesOnlyThisDevice;
 using SPW_CResolverFilePosix::parse;
 
@@ -36,12 +37,25 @@ TEST(ResolverFilePosixTest, LinesMayEndAsOnOtherSystems) {
     EXPECT_EQ(resolver.domain, "example.test");
 }
 
-TEST(ResolverFilePosixTest, ServersThatAreNoIpv4AddressAreOnlyNoticed) {
-    for (const char* const server : {"fe80::1%eth0", "2001:db8::1", "10.0.0", "10.0.0.256", "host", "10.0.0.1.2"}) {
+TEST(ResolverFilePosixTest, ServersOfTheOtherFamilyAreOnlyNoticed) {
+    for (const char* const server : {"fe80::1%eth0", "2001:db8::1", "::1"}) {
         const auto resolver = parse(std::string("nameserver ") + server);
         EXPECT_THAT(resolver.servers, IsEmpty()) << server;
         EXPECT_TRUE(resolver.hasOtherServers) << server;
     }
+}
+
+TEST(ResolverFilePosixTest, WhatIsNoAddressIsNoServer) {
+    for (const char* const server : {"10.0.0.256", "host", "10.0.0.1.2", "10.0.0.1#53", "2001:db8:::1", "%eth0"}) {
+        const auto resolver = parse(std::string("nameserver ") + server);
+        EXPECT_THAT(resolver.servers, IsEmpty()) << server;
+        EXPECT_FALSE(resolver.hasOtherServers) << server;
+    }
+}
+
+TEST(ResolverFilePosixTest, AddressesMayHaveAnyFormOfTheCLibrary) {
+    EXPECT_THAT(parse("nameserver 127.1\nnameserver 010.0.0.1\nnameserver 0x0A000035\n").servers,
+                ElementsAre("127.0.0.1", "8.0.0.1", "10.0.0.53"));
 }
 
 TEST(ResolverFilePosixTest, OfDomainAndSearchTheLastLineCountsAndOfSeveralDomainsTheFirst) {
@@ -54,7 +68,11 @@ TEST(ResolverFilePosixTest, OfDomainAndSearchTheLastLineCountsAndOfSeveralDomain
 
 TEST(ResolverFilePosixTest, TheRootIsNoDomain) {
     EXPECT_EQ(parse("domain a.test\nsearch .\n").domain, "");
+}
+
+TEST(ResolverFilePosixTest, ALineWithoutADomainSaysNothing) {
     EXPECT_EQ(parse("domain\n").domain, "");
+    EXPECT_EQ(parse("search a.test\ndomain\nsearch  \n").domain, "a.test");
 }
 
 TEST(ResolverFilePosixTest, OnlyServersOfThisDeviceAreAStub) {
@@ -63,6 +81,15 @@ TEST(ResolverFilePosixTest, OnlyServersOfThisDeviceAreAStub) {
     EXPECT_FALSE(namesOnlyThisDevice(parse("nameserver 127.0.0.53\nnameserver 10.0.0.1\n")));
     EXPECT_FALSE(namesOnlyThisDevice(parse("nameserver 127.0.0.53\nnameserver 2001:db8::1\n")));
     EXPECT_FALSE(namesOnlyThisDevice(parse("")));
+}
+
+TEST(ResolverFilePosixTest, SystemdsStubHasTwoAddresses) {
+    EXPECT_TRUE(namesOnlyResolved(parse("nameserver 127.0.0.53\n")));
+    EXPECT_TRUE(namesOnlyResolved(parse("nameserver 127.0.0.53\nnameserver 127.0.0.54\n")));
+    EXPECT_FALSE(namesOnlyResolved(parse("nameserver 127.0.0.1\n")));
+    EXPECT_FALSE(namesOnlyResolved(parse("nameserver 127.0.0.53\nnameserver 127.0.0.1\n")));
+    EXPECT_FALSE(namesOnlyResolved(parse("nameserver 127.0.0.53\nnameserver 10.0.0.1\n")));
+    EXPECT_FALSE(namesOnlyResolved(parse("")));
 }
 
 TEST(ResolverFilePosixTest, JunkIsReadAsNothing) {

@@ -34,20 +34,22 @@ SPW_Result readLinks(std::vector<Link>& links) {
     return kSysOk;
 }
 
-// The kernel's own description of the device. The file may be another network's, where a device bears the same name:
-// then the index differs.
-bool isWireless(const std::string& root, const Link& link) {
+// What the kernel's own description of the device calls it; empty where it does not. The file may be another network's,
+// where a device bears the same name: then the index differs.
+std::string deviceTypeOf(const std::string& root, const Link& link) {
+    constexpr std::string_view kDeviceType = "DEVTYPE=";
     std::string description;
     (void)SPW_CSmallFilePosix::read((root + "/sys/class/net/" + link.name + "/uevent").c_str(), kLargestDescription,
                                     description);
-    bool isWlan = false;
+    std::string deviceType;
     bool isThisLink = false;
     for (std::string_view rest = description; !rest.empty();) {
         const std::string_view line = SPW_CTextLinesPosix::takeLine(rest);
-        isWlan = isWlan || line == "DEVTYPE=wlan";
+        if (line.substr(0, kDeviceType.size()) == kDeviceType)
+            deviceType = line.substr(kDeviceType.size());
         isThisLink = isThisLink || line == "IFINDEX=" + std::to_string(link.index);
     }
-    return isWlan && isThisLink;
+    return isThisLink ? deviceType : std::string();
 }
 
 std::int64_t now() {
@@ -84,7 +86,7 @@ SPW_Result SPW_AdaptersPosix(const std::string& root, std::vector<SPW_CAdapterPo
         SPW_CAdapterPosix adapter;
         adapter.link = std::move(link);
         adapter.driver = SPW_InterfaceDriverPosix(adapter.link.name);
-        adapter.type = SPW_InterfaceTypePosix(adapter.link, isWireless(root, adapter.link));
+        adapter.type = SPW_InterfaceTypePosix(adapter.link, deviceTypeOf(root, adapter.link));
         adapter.usesDhcp = leases.find(adapter.link, adapter.lease);
         completeLease(adapter);
         adapters.push_back(std::move(adapter));

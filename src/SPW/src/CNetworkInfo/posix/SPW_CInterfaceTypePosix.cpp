@@ -7,23 +7,28 @@ namespace {
 // IANA's numbers (ifType).
 enum InterfaceType : unsigned {
     kOther = 1,
+    kX25 = 5,
     kEthernet = 6,
     kTokenRing = 9,
     kFddi = 15,
+    kLapb = 16,
     kPpp = 23,
     kLoopback = 24,
     kSlip = 28,
+    kFrameRelay = 32,
     kArcnet = 35,
     kAtm = 37,
     kHippi = 47,
     kFibreChannel = 56,
     kWireless = 71,
+    kHdlc = 118,
     kTunnel = 131,
     kVlan = 135,
     kFireWire = 144,
     kAggregate = 161,
     kInfiniBand = 199,
     kBridge = 209,
+    kMobile = 243,
     kIeee802154 = 259,
 };
 
@@ -40,14 +45,29 @@ constexpr KnownKind kKinds[] = {
 
 }  // namespace
 
-unsigned SPW_InterfaceTypePosix(const SPW_CLinkTablePosix::Link& link, bool isWireless) {
+unsigned SPW_InterfaceTypePosix(const SPW_CLinkTablePosix::Link& link, std::string_view deviceType) {
     for (const KnownKind& known : kKinds) {
         if (link.kind == known.kind)
             return known.type;
     }
+    // Modems show themselves as Ethernet, or as something without a header, which tunnels do, too.
+    if (deviceType == "wwan")
+        return kMobile;
     switch (link.hardwareType) {
         case ARPHRD_ETHER:
-            return isWireless ? kWireless : kEthernet;
+            return deviceType == "wlan" ? kWireless : kEthernet;
+        case ARPHRD_RAWIP:
+            return kMobile;
+        case ARPHRD_X25:
+            return kX25;
+        case ARPHRD_LAPB:
+            return kLapb;
+        case ARPHRD_DLCI:
+        case ARPHRD_FRAD:
+            return kFrameRelay;
+        case ARPHRD_HDLC:
+        case ARPHRD_RAWHDLC:
+            return kHdlc;
         case ARPHRD_IEEE80211:
         case ARPHRD_IEEE80211_PRISM:
         case ARPHRD_IEEE80211_RADIOTAP:

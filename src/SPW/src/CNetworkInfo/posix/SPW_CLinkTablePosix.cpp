@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_set>
 
 namespace {
 
@@ -186,6 +187,17 @@ void addDefaultRoute(std::vector<Link>& links, std::string_view body) {
     addNextHops(links, hops, gateway.metric);
 }
 
+// Several routes may lead to the same gateway, for different metrics or types of service: the most preferred one
+// counts.
+void sortGateways(std::vector<Gateway>& gateways) {
+    std::stable_sort(gateways.begin(), gateways.end(),
+                     [](const Gateway& a, const Gateway& b) { return a.metric < b.metric; });
+    std::unordered_set<std::uint32_t> known;
+    gateways.erase(std::remove_if(gateways.begin(), gateways.end(),
+                                  [&known](const Gateway& gateway) { return !known.insert(gateway.address).second; }),
+                   gateways.end());
+}
+
 }  // namespace
 
 std::vector<Link> SPW_CLinkTablePosix::read(std::string_view links, std::string_view addresses,
@@ -193,11 +205,12 @@ std::vector<Link> SPW_CLinkTablePosix::read(std::string_view links, std::string_
     std::vector<Link> table;
     forEachMessage(links, RTM_NEWLINK, [&table](std::string_view body) { addLink(table, body); });
     std::stable_sort(table.begin(), table.end(), [](const Link& a, const Link& b) { return a.index < b.index; });
+    table.erase(
+        std::unique(table.begin(), table.end(), [](const Link& a, const Link& b) { return a.index == b.index; }),
+        table.end());
     forEachMessage(addresses, RTM_NEWADDR, [&table](std::string_view body) { addAddress(table, body); });
     forEachMessage(routes, RTM_NEWROUTE, [&table](std::string_view body) { addDefaultRoute(table, body); });
-    for (Link& link : table) {
-        std::stable_sort(link.gateways.begin(), link.gateways.end(),
-                         [](const Gateway& a, const Gateway& b) { return a.metric < b.metric; });
-    }
+    for (Link& link : table)
+        sortGateways(link.gateways);
     return table;
 }

@@ -31,11 +31,11 @@ struct Link {
     std::string hardwareAddress;
     std::string kind;  // of a virtual device: "bridge", "veth"; empty for others
     std::vector<Address> addresses;
-    std::vector<Gateway> gateways;  // of its default routes, the most preferred first
+    std::vector<Gateway> gateways;  // of its default routes, each once, the most preferred first
 };
 
-// The answers to the three requests, in this order. Links come out in the order of their index; an address or a route
-// of a link that is not there is dropped.
+// The answers to the three requests, in this order. Links come out in the order of their index, each once; an address
+// or a route of a link that is not there is dropped.
 std::vector<Link> read(std::string_view links, std::string_view addresses, std::string_view routes);
 
 }  // namespace SPW_CLinkTablePosix

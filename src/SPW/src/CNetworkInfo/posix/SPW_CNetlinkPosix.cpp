@@ -6,13 +6,16 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <string_view>
 #include <vector>
 
+#include "SPW_CNetlinkAnswerPosix.h"
 #include "SPW_CSysError.h"
 #include "SPW_CSysErrorPosix.h"
 
 namespace {
+
+using SPW_CNetlinkAnswerPosix::Answer;
 
 constexpr int kAttempts = 5;
 // The kernel fills 32 KiB at most per answer of a table.
@@ -48,75 +51,54 @@ public:
                         sizeof kernel) != -1;
     }
 
-    // One datagram of the kernel's. -1 with errno.
+    // One datagram of the kernel's, whole. -1 with errno.
     ssize_t receive(std::vector<char>& buffer) {
         sockaddr_nl sender{};
         socklen_t senderSize = sizeof sender;
         ssize_t size;
         do {
             // Other programs can send to this socket too; only the kernel is number 0.
-            size = ::recvfrom(m_descriptor, buffer.data(), buffer.size(), 0, reinterpret_cast<sockaddr*>(&sender),
-                              &senderSize);
+            size = ::recvfrom(m_descriptor, buffer.data(), buffer.size(), MSG_TRUNC,
+                              reinterpret_cast<sockaddr*>(&sender), &senderSize);
         } while ((size == -1 && errno == EINTR) || (size >= 0 && sender.nl_pid != 0));
-        return size;
+        if (size <= static_cast<ssize_t>(buffer.size()))
+            return size;
+        errno = EMSGSIZE;
+        return -1;
     }
 
 private:
     const int m_descriptor;
 };
 
-enum Progress { kMore, kDone, kFailed };
-
-// Looks for the end of the table in one datagram. errno is set where the kernel answered with an error.
-Progress progressAfter(const char* bytes, std::size_t size, bool& interrupted) {
-    nlmsghdr head;
-    while (size >= sizeof head) {
-        std::memcpy(&head, bytes, sizeof head);
-        if (head.nlmsg_len < sizeof head || head.nlmsg_len > size)
-            break;
-        interrupted = interrupted || (head.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
-        if (head.nlmsg_type == NLMSG_DONE)
-            return kDone;
-        if (head.nlmsg_type == NLMSG_ERROR) {
-            nlmsgerr error{};
-            std::memcpy(&error, bytes + sizeof head, std::min(sizeof error, head.nlmsg_len - sizeof head));
-            errno = -error.error;
-            return kFailed;
-        }
-        const std::size_t step = std::min<std::size_t>(NLMSG_ALIGN(head.nlmsg_len), size);
-        bytes += step;
-        size -= step;
-    }
-    return kMore;
-}
-
-SPW_Result readOnce(std::uint16_t request, std::string& messages, bool& interrupted) {
+SPW_Result readOnce(std::uint16_t request, std::string& messages, bool& isOutdated) {
     messages.clear();
     Channel channel;
     if (!channel.isOpen() || !channel.send(request))
         return SPW_CSysErrorPosix::fail();
     std::vector<char> buffer(kReceiveBuffer);
-    Progress progress = kMore;
-    while (progress == kMore) {
+    Answer answer;
+    while (answer.progress == SPW_CNetlinkAnswerPosix::kMore) {
         const ssize_t size = channel.receive(buffer);
         if (size == -1)
             return SPW_CSysErrorPosix::fail();
-        progress = progressAfter(buffer.data(), static_cast<std::size_t>(size), interrupted);
-        if (progress == kFailed)
-            return SPW_CSysErrorPosix::fail();
-        messages.append(buffer.data(), static_cast<std::size_t>(size));
+        const std::string_view datagram(buffer.data(), static_cast<std::size_t>(size));
+        answer = SPW_CNetlinkAnswerPosix::examine(datagram);
+        isOutdated = isOutdated || answer.isOutdated;
+        messages.append(datagram);
     }
-    return kSysOk;
+    errno = answer.error;
+    return answer.error == 0 ? kSysOk : SPW_CSysErrorPosix::fail();
 }
 
 }  // namespace
 
 SPW_Result SPW_CNetlinkPosix::readTable(std::uint16_t request, std::string& messages) {
     SPW_Result code = kSysOk;
-    bool interrupted = true;
-    for (int attempt = 0; attempt < kAttempts && code == kSysOk && interrupted; ++attempt) {
-        interrupted = false;
-        code = readOnce(request, messages, interrupted);
+    bool isOutdated = true;
+    for (int attempt = 0; attempt < kAttempts && code == kSysOk && isOutdated; ++attempt) {
+        isOutdated = false;
+        code = readOnce(request, messages, isOutdated);
     }
     if (code != kSysOk)
         messages.clear();

@@ -40,7 +40,21 @@ struct Network {
 Resolver readResolverFile(const std::string& path) {
     std::string text;
     (void)SPW_CSmallFilePosix::read(path.c_str(), kLargestResolverFile, text);
+    // Where the limit cuts amid a line, the beginning of an address may look like one.
+    if (text.size() == kLargestResolverFile)
+        text.erase(text.rfind('\n') + 1);
     return SPW_CResolverFilePosix::parse(text);
+}
+
+// The list of the service on this device behind a resolver that names nothing else. Who is asked by another service
+// than these two, such as a name server of the device's own, nobody but that one knows.
+Resolver readServiceList(const std::string& root, const Resolver& stub) {
+    Resolver list;
+    if (SPW_CResolverFilePosix::namesOnlyResolved(stub))
+        list = readResolverFile(root + "/run/systemd/resolve/resolv.conf");
+    if (list.servers.empty())
+        list = readResolverFile(root + "/run/NetworkManager/no-stub-resolv.conf");
+    return list;
 }
 
 // Where the file only names a service on this device, that one's own list tells who is really asked.
@@ -48,15 +62,12 @@ Resolver readResolver(const std::string& root) {
     Resolver resolver = readResolverFile(root + "/etc/resolv.conf");
     if (!SPW_CResolverFilePosix::namesOnlyThisDevice(resolver))
         return resolver;
-    for (const char* const list : {"/run/systemd/resolve/resolv.conf", "/run/NetworkManager/no-stub-resolv.conf"}) {
-        const Resolver behind = readResolverFile(root + list);
-        if (behind.servers.empty())
-            continue;
-        resolver.servers = behind.servers;
-        if (resolver.domain.empty())
-            resolver.domain = behind.domain;
-        break;
-    }
+    const Resolver list = readServiceList(root, resolver);
+    if (list.servers.empty())
+        return resolver;
+    resolver.servers = list.servers;
+    if (resolver.domain.empty())
+        resolver.domain = list.domain;
     return resolver;
 }
 

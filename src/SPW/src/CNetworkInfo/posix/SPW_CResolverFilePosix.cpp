@@ -1,5 +1,7 @@
 #include "SPW_CResolverFilePosix.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 
 #include "SPW_CAddressTextPosix.h"
@@ -26,12 +28,37 @@ std::string domainOf(std::string_view word) {
     return std::string(word);
 }
 
-void addServer(Resolver& resolver, std::string_view word) {
+// As the C library reads it, which takes short and octal forms: 127.1 is 127.0.0.1, 010.0.0.1 is 8.0.0.1.
+bool parseServer(const std::string& word, std::uint32_t& address) {
+    in_addr parsed;
+    if (word.find('\0') != std::string::npos || ::inet_aton(word.c_str(), &parsed) == 0)
+        return false;
+    address = ntohl(parsed.s_addr);
+    return true;
+}
+
+// With or without the link that it is on ("fe80::1%eth0").
+bool isIpv6(const std::string& word) {
+    in6_addr parsed;
+    return ::inet_pton(AF_INET6, word.substr(0, word.find('%')).c_str(), &parsed) == 1;
+}
+
+void addServer(Resolver& resolver, const std::string& word) {
     std::uint32_t address;
-    if (SPW_CAddressTextPosix::parse(word, address))
+    if (parseServer(word, address))
         resolver.servers.push_back(SPW_CAddressTextPosix::text(address));
-    else if (!word.empty())
+    else if (isIpv6(word))
         resolver.hasOtherServers = true;
+}
+
+// A line without a domain says nothing.
+void setDomain(Resolver& resolver, std::string_view word) {
+    if (!word.empty())
+        resolver.domain = domainOf(word);
+}
+
+bool isOfResolved(const std::string& server) {
+    return server == "127.0.0.53" || server == "127.0.0.54";
 }
 
 }  // namespace
@@ -44,9 +71,9 @@ Resolver SPW_CResolverFilePosix::parse(std::string_view file) {
         const bool isIndented = kBlanks.find(line.empty() ? ' ' : line.front()) != std::string_view::npos;
         const std::string_view keyword = isIndented ? std::string_view() : takeWord(line);
         if (keyword == "nameserver")
-            addServer(resolver, takeWord(line));
+            addServer(resolver, std::string(takeWord(line)));
         else if (keyword == "domain" || keyword == "search")
-            resolver.domain = domainOf(takeWord(line));
+            setDomain(resolver, takeWord(line));
     }
     return resolver;
 }
@@ -55,4 +82,8 @@ bool SPW_CResolverFilePosix::namesOnlyThisDevice(const Resolver& resolver) {
     return !resolver.hasOtherServers && !resolver.servers.empty() &&
            std::all_of(resolver.servers.begin(), resolver.servers.end(),
                        [](const std::string& server) { return server.compare(0, 4, "127.") == 0; });
+}
+
+bool SPW_CResolverFilePosix::namesOnlyResolved(const Resolver& resolver) {
+    return namesOnlyThisDevice(resolver) && std::all_of(resolver.servers.begin(), resolver.servers.end(), isOfResolved);
 }

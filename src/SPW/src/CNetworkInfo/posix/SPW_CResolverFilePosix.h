@@ -14,7 +14,7 @@ struct Resolver {
     // The IPv4 name servers as dotted quads, in the order in which they are asked; all of them, although the C library
     // asks only three: a service that reads the same file may ask more.
     std::vector<std::string> servers;
-    // There is a server that is no IPv4 address.
+    // There is an IPv6 server, too. What is no address at all counts as not there.
     bool hasOtherServers = false;
 };
 
@@ -24,5 +24,8 @@ Resolver parse(std::string_view file);
 
 // Whether all that the file names is a service on this device (127.x.x.x), which asks others on our behalf.
 bool namesOnlyThisDevice(const Resolver& resolver);
+
+// Whether that service is systemd-resolved (127.0.0.53 or 127.0.0.54).
+bool namesOnlyResolved(const Resolver& resolver);
 
 }  // namespace SPW_CResolverFilePosix
