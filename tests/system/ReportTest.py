@@ -239,6 +239,17 @@ class AdapterTest(ReportTest):
                 found.add((name, rest.split()[0]))
         self.assertEqual(found, gateways)
 
+    def test_each_gateway_of_the_default_routes_is_told_once_the_preferred_one_first(self):
+        self.device.join(self.lab.add_network())
+        self.ip("address add 10.1.2.3/24 dev eth1", "route add default via 10.1.2.9 dev eth1 metric 50",
+                "route add default via 10.1.2.9 dev eth1 metric 70", "route add default via 10.1.2.8 dev eth1 metric 60",
+                "route add default metric 40 nexthop via 10.1.2.7 dev eth1 nexthop via 10.1.2.8 dev eth1",
+                "route add default via 10.1.2.6 dev eth1 table 100", "route add 10.2.0.0/16 via 10.1.2.5 dev eth1")
+        lines = self.adapters()
+        lines = lines[lines.index("   Name: eth1"):]
+        self.assertEqual([line for line in lines if line.startswith("   Default Gateway: ")],
+                         [f"   Default Gateway: 10.1.2.{each} subnet mask: Not Set" for each in (7, 8, 9)])
+
     def test_an_address_for_a_time_is_a_lease_that_ends_then(self):
         self.ip("address add 10.77.0.77/24 dev eth0 valid_lft 86400 preferred_lft 86400")
         before = time.time()
