@@ -1,0 +1,114 @@
+#include <windows.h>
+
+#include "SPW_CFileSys.h"
+#include "SPW_CSysErrorW32.h"
+#include "SPW_CWideW32.h"
+
+namespace {
+
+DWORD dispositionFor(SPW_CFileSys::Creation creation) {
+    switch (creation) {
+        case SPW_CFileSys::kOpenOrCreate:
+            return OPEN_ALWAYS;
+        case SPW_CFileSys::kCreateOrTruncate:
+            return CREATE_ALWAYS;
+        case SPW_CFileSys::kMustExist:
+            break;
+    }
+    return OPEN_EXISTING;
+}
+
+DWORD methodFor(SPW_CFileSys::Origin origin) {
+    switch (origin) {
+        case SPW_CFileSys::kFromHere:
+            return FILE_CURRENT;
+        case SPW_CFileSys::kFromEnd:
+            return FILE_END;
+        case SPW_CFileSys::kFromBegin:
+            break;
+    }
+    return FILE_BEGIN;
+}
+
+SPW_Result resultOf(BOOL succeeded) {
+    return succeeded ? 0 : SPW_CSysErrorW32::fail();
+}
+
+std::uint64_t joined(DWORD high, DWORD low) {
+    return std::uint64_t{high} << 32 | low;
+}
+
+}  // namespace
+
+SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle) {
+    // Whoever only reads lets the writer go on.
+    const DWORD share = access == kRead ? FILE_SHARE_READ | FILE_SHARE_WRITE : FILE_SHARE_READ;
+    const HANDLE file =
+        CreateFileW(SPW_ToWide(path.text()), access == kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE, share,
+                    nullptr, dispositionFor(creation), FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return SPW_CSysErrorW32::fail();
+    }
+    handle = file;
+    return 0;
+}
+
+SPW_Result SPW_CFileSys::createUnique(const SPW_CString& directory, const char16_t* prefix, SPW_CString& path) {
+    char16_t name[MAX_PATH];
+    if (GetTempFileNameW(SPW_ToWide(directory.text()), SPW_ToWide(prefix), 0, SPW_ToWide(name)) == 0) {
+        return SPW_CSysErrorW32::fail();
+    }
+    path = name;
+    return 0;
+}
+
+SPW_Result SPW_CFileSys::close(SPW_Handle handle) {
+    return resultOf(CloseHandle(handle));
+}
+
+SPW_Result SPW_CFileSys::read(SPW_Handle handle, void* buffer, std::uint32_t size, std::uint32_t& bytesRead) {
+    DWORD count = 0;
+    const BOOL succeeded = ReadFile(handle, buffer, size, &count, nullptr);
+    bytesRead = succeeded ? count : 0;
+    return resultOf(succeeded);
+}
+
+SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint32_t size) {
+    const char* rest = static_cast<const char*>(buffer);
+    while (size > 0) {
+        DWORD count = 0;
+        if (!WriteFile(handle, rest, size, &count, nullptr)) {
+            return SPW_CSysErrorW32::fail();
+        }
+        rest += count;
+        size -= count;
+    }
+    return 0;
+}
+
+SPW_Result SPW_CFileSys::flush(SPW_Handle handle) {
+    return resultOf(FlushFileBuffers(handle));
+}
+
+SPW_Result SPW_CFileSys::getSize(SPW_Handle handle, std::uint64_t& bytes) {
+    DWORD high = 0;
+    SetLastError(NO_ERROR);
+    const DWORD low = GetFileSize(handle, &high);
+    // The value of a failure is the lower half of a size as well.
+    if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
+        return SPW_CSysErrorW32::fail();
+    }
+    bytes = joined(high, low);
+    return 0;
+}
+
+SPW_Result SPW_CFileSys::move(SPW_Handle handle, Origin origin, std::int64_t distance, std::uint64_t& position) {
+    LONG high = static_cast<LONG>(distance >> 32);
+    SetLastError(NO_ERROR);
+    const DWORD low = SetFilePointer(handle, static_cast<LONG>(distance), &high, methodFor(origin));
+    if (low == INVALID_SET_FILE_POINTER && GetLastError() != NO_ERROR) {
+        return SPW_CSysErrorW32::fail();
+    }
+    position = joined(static_cast<DWORD>(high), low);
+    return 0;
+}

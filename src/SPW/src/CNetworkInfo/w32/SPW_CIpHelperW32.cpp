@@ -1,0 +1,30 @@
+#include "SPW_CIpHelperW32.h"
+
+#include <windows.h>
+
+namespace {
+
+// Where the echo service is on older devices.
+constexpr const wchar_t* kLibraries[] = {L"iphlpapi.dll", L"icmplib.dll", L"icmp.dll"};
+
+void* findIn(HMODULE library, const char* function) {
+// Windows CE names the functions of this platform in both widths.
+#ifdef UNDER_CE
+    return reinterpret_cast<void*>(GetProcAddressA(library, function));
+#else
+    return reinterpret_cast<void*>(GetProcAddress(library, function));
+#endif
+}
+
+}  // namespace
+
+void* SPW_CIpHelperW32::find(const char* function) {
+    for (const wchar_t* name : kLibraries) {
+        const HMODULE library = LoadLibraryW(name);
+        void* const address = library != nullptr ? findIn(library, function) : nullptr;
+        if (address != nullptr) {
+            return address;
+        }
+    }
+    return nullptr;
+}

@@ -1,0 +1,130 @@
+#include "SPW_CSocketTableW32.h"
+
+#include <windows.h>
+
+#include <new>
+
+SPW_Socket SPW_CSocketTableW32::add(SOCKET native) {
+    if (awaitNobodyUses(native)) {
+        const SPW_CGuard guard(lock());
+        Slot* const slot = takeFree();
+        if (slot != nullptr) {
+            slot->native = native;
+            slot->isClosed = false;
+            return SPW_Socket{slot->generation} << kIndexBits | slot->index;
+        }
+    }
+    (void)closesocket(native);
+    return kInvalidSocket;
+}
+
+SPW_CSocketTableW32::Slot* SPW_CSocketTableW32::acquire(SPW_Socket handle) {
+    const SPW_CGuard guard(lock());
+    Slot* const slot = find(handle);
+    if (slot != nullptr) {
+        ++slot->uses;
+    }
+    return slot;
+}
+
+void SPW_CSocketTableW32::release(Slot* slot) {
+    const SPW_CGuard guard(lock());
+    if (--slot->uses == 0 && slot->isClosed) {
+        --m_closedInUse;
+        recycle(slot);
+    }
+}
+
+bool SPW_CSocketTableW32::isClosed(const Slot* slot) {
+    const SPW_CGuard guard(lock());
+    return slot->isClosed;
+}
+
+bool SPW_CSocketTableW32::close(SPW_Socket handle) {
+    const SPW_CGuard guard(lock());
+    Slot* const slot = find(handle);
+    if (slot == nullptr) {
+        return false;
+    }
+    slot->isClosed = true;
+    (void)closesocket(slot->native);  // our sockets do not linger, so this neither waits nor fails
+    if (slot->uses == 0) {
+        recycle(slot);
+    } else {
+        ++m_closedInUse;
+    }
+    return true;
+}
+
+// False when somebody has gone on using the old number for too long: a call that came too late to be woken may have
+// taken the new socket for its own. Closing that one is then what wakes it.
+bool SPW_CSocketTableW32::awaitNobodyUses(SOCKET native) {
+    for (std::uint32_t waited = 0; waited < kLongestWaitMs; ++waited) {
+        {
+            const SPW_CGuard guard(lock());
+            if (!isStillUsed(native)) {
+                return true;
+            }
+        }
+        Sleep(1);
+    }
+    return false;
+}
+
+bool SPW_CSocketTableW32::isStillUsed(SOCKET native) {
+    if (m_closedInUse == 0) {
+        return false;
+    }
+    for (std::uint32_t index = 0; index < m_chunkCount * kChunkSlots; ++index) {
+        const Slot* const slot = slotAt(index);
+        if (slot->isClosed && slot->uses > 0 && slot->native == native) {
+            return true;
+        }
+    }
+    return false;
+}
+
+SPW_CSocketTableW32::Slot* SPW_CSocketTableW32::find(SPW_Socket handle) {
+    const std::uint32_t index = static_cast<std::uint32_t>(handle) & ((1u << kIndexBits) - 1);
+    if (index >= m_chunkCount * kChunkSlots) {
+        return nullptr;
+    }
+    Slot* const slot = slotAt(index);
+    return !slot->isClosed && handle >> kIndexBits == slot->generation ? slot : nullptr;
+}
+
+SPW_CSocketTableW32::Slot* SPW_CSocketTableW32::takeFree() {
+    if (m_firstFree == nullptr && !addChunk()) {
+        return nullptr;
+    }
+    Slot* const slot = m_firstFree;
+    m_firstFree = slot->nextFree;
+    return slot;
+}
+
+bool SPW_CSocketTableW32::addChunk() {
+    if (m_chunkCount == kChunks) {
+        return false;
+    }
+    Slot* const chunk = new (std::nothrow) Slot[kChunkSlots];
+    if (chunk == nullptr) {
+        return false;
+    }
+    for (std::uint32_t i = kChunkSlots; i-- > 0;) {
+        chunk[i].index = m_chunkCount * kChunkSlots + i;
+        chunk[i].nextFree = m_firstFree;
+        m_firstFree = &chunk[i];
+    }
+    m_chunks[m_chunkCount++] = chunk;
+    return true;
+}
+
+void SPW_CSocketTableW32::recycle(Slot* slot) {
+    slot->native = INVALID_SOCKET;
+    if (slot->generation == kLastGeneration) {
+        return;  // its generations are used up: it stays closed for ever
+    }
+    ++slot->generation;
+    slot->nextFree = m_firstFree;
+    m_firstFree = slot;
+}

@@ -1,0 +1,109 @@
+#include <windows.h>
+
+#include <new>
+
+#include "SPW_CThreadSys.h"
+
+namespace {
+
+struct Start {
+    void (*entry)(void*);
+    void* argument;
+};
+
+// The stack size is what a thread may use, not what it gets at once. Windows CE knows the flag from 4.0 on; before, the
+// size in the program file counts.
+#ifdef UNDER_CE
+constexpr DWORD kCreationFlags = 0;
+#else
+constexpr DWORD kCreationFlags = STACK_SIZE_PARAM_IS_A_RESERVATION;
+#endif
+
+DWORD WINAPI runThread(void* start) {
+    const Start copy = *static_cast<Start*>(start);
+    delete static_cast<Start*>(start);
+    copy.entry(copy.argument);
+    return 0;
+}
+
+CRITICAL_SECTION* sectionOf(SPW_Handle section) {
+    return static_cast<CRITICAL_SECTION*>(section);
+}
+
+}  // namespace
+
+SPW_Handle SPW_CThreadSys::createThread(void (*entry)(void*), void* argument) {
+    Start* const start = new Start{entry, argument};
+    DWORD id = 0;  // Windows 9x and CE insist on it
+    const HANDLE thread = CreateThread(nullptr, kStackBytes, runThread, start, kCreationFlags, &id);
+    if (thread == nullptr) {
+        delete start;
+    }
+    return thread;
+}
+
+void SPW_CThreadSys::closeThread(SPW_Handle thread) {
+    (void)CloseHandle(thread);
+}
+
+std::uint32_t SPW_CThreadSys::currentThreadId() {
+    return GetCurrentThreadId();
+}
+
+// The platform serves waiters first come, first served, and a release hands its unit over on the spot.
+SPW_Handle SPW_CThreadSys::createSemaphore(std::uint32_t initial, std::uint32_t maximum) {
+    return CreateSemaphoreW(nullptr, static_cast<LONG>(initial), static_cast<LONG>(maximum), nullptr);
+}
+
+void SPW_CThreadSys::destroySemaphore(SPW_Handle semaphore) {
+    (void)CloseHandle(semaphore);
+}
+
+bool SPW_CThreadSys::waitSemaphore(SPW_Handle semaphore, std::uint32_t timeoutMs) {
+    static_assert(kSPWForever == INFINITE, "one value for no limit");
+    return WaitForSingleObject(semaphore, timeoutMs) == WAIT_OBJECT_0;
+}
+
+bool SPW_CThreadSys::releaseSemaphore(SPW_Handle semaphore) {
+    return ReleaseSemaphore(semaphore, 1, nullptr) != 0;
+}
+
+SPW_Handle SPW_CThreadSys::createCriticalSection() {
+    CRITICAL_SECTION* const section = new CRITICAL_SECTION;
+    InitializeCriticalSection(section);
+    return section;
+}
+
+void SPW_CThreadSys::destroyCriticalSection(SPW_Handle section) {
+    DeleteCriticalSection(sectionOf(section));
+    delete sectionOf(section);
+}
+
+void SPW_CThreadSys::enterCriticalSection(SPW_Handle section) {
+    EnterCriticalSection(sectionOf(section));
+}
+
+void SPW_CThreadSys::leaveCriticalSection(SPW_Handle section) {
+    LeaveCriticalSection(sectionOf(section));
+}
+
+bool SPW_CThreadSys::createSlot(std::uintptr_t& slot) {
+    const DWORD index = TlsAlloc();
+    if (index == TLS_OUT_OF_INDEXES) {
+        return false;
+    }
+    slot = index;
+    return true;
+}
+
+void SPW_CThreadSys::destroySlot(std::uintptr_t slot) {
+    (void)TlsFree(static_cast<DWORD>(slot));
+}
+
+std::intptr_t SPW_CThreadSys::slotValue(std::uintptr_t slot) {
+    return reinterpret_cast<std::intptr_t>(TlsGetValue(static_cast<DWORD>(slot)));
+}
+
+void SPW_CThreadSys::setSlotValue(std::uintptr_t slot, std::intptr_t value) {
+    (void)TlsSetValue(static_cast<DWORD>(slot), reinterpret_cast<void*>(value));
+}
