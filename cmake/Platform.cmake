@@ -7,6 +7,11 @@ else()
   set(SPW_PLATFORM_SUFFIX Posix)
 endif()
 
+if(WIN32)
+  # The program is one file that needs no other: the compiler's run-time libraries are part of it.
+  add_link_options(-static)
+endif()
+
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)

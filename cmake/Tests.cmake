@@ -1,18 +1,27 @@
 include(GoogleTest)
 
-# linkometry_test(<target> LABELS <label>... SOURCES <file>... LIBRARIES <target>...)
+# Windows programs run under Wine, which keeps its files in the build folder. A path of this machine has a drive there.
+set(LINKOMETRY_TEST_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
+if(WIN32 AND CMAKE_CROSSCOMPILING)
+  set(CMAKE_CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tools/run-wine;${PROJECT_BINARY_DIR}/wine")
+  set(LINKOMETRY_TEST_SOURCE_DIR "Z:${PROJECT_SOURCE_DIR}")
+endif()
+
+# linkometry_test(<target> LABELS <label>... SOURCES <file>... [POSIX <file>...] [W32 <file>...] LIBRARIES <target>...)
 #
-# A GoogleTest program. Each of its tests is a ctest entry, and so a process, of its own with a time limit.
+# A GoogleTest program. Each of its tests is a ctest entry, and so a process, of its own with a time limit. POSIX and W32
+# name files of posix/ and w32/ folders, which the build for that platform alone has. What the tests need of a platform
+# stands in tests/support/posix and tests/support/w32, under the same names.
 function(linkometry_test target)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "LABELS;SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT" "LABELS;SOURCES;POSIX;W32;LIBRARIES" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
   endif()
-  add_executable(${target} ${ARG_SOURCES})
-  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests/support")
+  string(TOUPPER ${SPW_PLATFORM} platform)
+  add_executable(${target} ${ARG_SOURCES} ${ARG_${platform}})
   # The framework's classes carry no RTTI, so neither can what derives from them in a test.
   target_compile_options(${target} PRIVATE -fno-rtti)
-  target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} linkometry_warnings GTest::gmock GTest::gtest_main)
+  target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} test-support linkometry_warnings GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
 endfunction()

@@ -28,7 +28,8 @@ public:
     const std::filesystem::path& native() const { return m_path; }
     // Without a separator at the end.
     SPW_CString path() const { return m_path.u16string().c_str(); }
-    SPW_CString path(std::string_view name) const { return (m_path / name).u16string().c_str(); }
+    // In the platform's spelling; `name` may have slashes.
+    SPW_CString path(std::string_view name) const { return (m_path / name).make_preferred().u16string().c_str(); }
 
     bool exists(std::string_view name) const { return std::filesystem::exists(m_path / name); }
     std::string read(std::string_view name) const {

@@ -1,25 +1,15 @@
 #pragma once
 
-#include <cstdlib>
-
+#include "OwnRegistry.h"
 #include "SPW_CRegistry.h"
 #include "SPW_CString.h"
-#include "TemporaryFolder.h"
 
 // A registry of the test's own, empty at first, with short ways to the program's keys.
-class TemporaryRegistry {
+class TemporaryRegistry : public OwnRegistry {
 public:
     static constexpr const char16_t* kSettings = u"Software\\Vantiro Networks\\Vantiro Diagnostic";
     static constexpr const char16_t* kNamedPeers =
         u"Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses";
-
-    TemporaryRegistry() { setenv("VANTIRO_REGISTRY_DIR", m_folder.native().c_str(), 1); }
-    ~TemporaryRegistry() { unsetenv("VANTIRO_REGISTRY_DIR"); }
-    TemporaryRegistry(const TemporaryRegistry&) = delete;
-    TemporaryRegistry& operator=(const TemporaryRegistry&) = delete;
-
-    // Where the hive files stand.
-    const TemporaryFolder& folder() const { return m_folder; }
 
     void setText(const char16_t* key, const SPW_CString& name, const SPW_CString& text) const {
         SPW_CRegistryData data;
@@ -58,6 +48,4 @@ private:
         SPW_CRegistry registry(u"HKEY_CURRENT_USER", key, SPW_CRegistry::kOnlyIfPresent);
         return registry.getValue(name, data) == 0;
     }
-
-    TemporaryFolder m_folder;
 };

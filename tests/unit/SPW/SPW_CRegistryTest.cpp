@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "RegistryFolder.h"
+#include "OwnRegistry.h"
 #include "RegistrySysForwarder.h"
 #include "SPW_CSysError.h"
 #include "StringPrinting.h"
@@ -14,8 +14,6 @@
 namespace {
 
 using testing::ElementsAre;
-
-constexpr char kHiveFile[] = "HKEY_CURRENT_USER.reg";
 
 std::string errorOf(SPW_CRegistry& registry) {
     SPW_CString text;
@@ -52,10 +50,10 @@ protected:
         return m_registry.setValue(name, data);
     }
     void writeHive(const std::string& values) {
-        m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\Software\\K]\n" + values);
+        m_own.load("HKEY_CURRENT_USER", "[HKEY_CURRENT_USER\\Software\\K]\n" + values);
     }
 
-    RegistryFolder m_folder;
+    OwnRegistry m_own;
     SPW_CRegistry m_registry{u"HKEY_CURRENT_USER", u"Software\\K"};
 };
 
@@ -78,10 +76,16 @@ TEST_F(RegistryTest, ConstructionOnRequestLeavesAMissingKeyMissing) {
 TEST_F(RegistryTest, HivesAreKeptApart) {
     SPW_CRegistry machine(u"HKEY_LOCAL_MACHINE", u"a");
     SPW_CRegistry classes(u"HKEY_CLASSES_ROOT", u"b");
-    EXPECT_TRUE(m_folder.exists("HKEY_LOCAL_MACHINE.reg"));
-    EXPECT_TRUE(m_folder.exists("HKEY_CLASSES_ROOT.reg"));
-    EXPECT_EQ(m_folder.read("HKEY_CLASSES_ROOT.reg"),
-              "Windows Registry Editor Version 5.00\n\n[HKEY_CLASSES_ROOT\\b]\n");
+    EXPECT_EQ(machine.createKey(u"x"), 0u);
+    std::uint32_t count = 0;
+    EXPECT_EQ(machine.getNumberOfSubKeys(count), 0u);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(classes.getNumberOfSubKeys(count), 0u);
+    EXPECT_EQ(count, 0u);
+    for (const char16_t* hive : {u"HKEY_CURRENT_USER", u"HKEY_CLASSES_ROOT"}) {
+        SPW_CRegistry missing(hive, u"a", SPW_CRegistry::kOnlyIfPresent);
+        EXPECT_EQ(missing.getNumberOfSubKeys(count), 540u) << SPW_CString(hive).toAnsi();
+    }
 }
 
 TEST_F(RegistryTest, KeyNameIsWhatWasGiven) {
@@ -120,7 +124,6 @@ TEST_F(RegistryTest, UnknownHiveFailsEveryOperationWith541) {
         EXPECT_EQ(errorOf(registry), text);
         EXPECT_EQ(registry.getKeyName(name, name), 0u);
     }
-    EXPECT_EQ(m_folder.numberOfEntries(), 2);  // the hive and its lock
 }
 
 // --- Values ---
@@ -145,7 +148,6 @@ TEST_F(RegistryTest, EveryKindOfValueComesBack) {
     EXPECT_EQ(read.getBytes(bytes), 0u);
     ASSERT_EQ(bytes.numberOfElements(), 2);
     EXPECT_EQ(bytes[1], 0xFF);
-    EXPECT_NE(m_folder.read(kHiveFile).find("\"number\"=dword:ee6b2800\n\"bytes\"=hex:00,ff\n"), std::string::npos);
 }
 
 TEST_F(RegistryTest, TheShortestBytesAndTextAndTheDefaultValueComeBack) {
@@ -175,7 +177,6 @@ TEST_F(RegistryTest, ListOccupiesNoFinalEmptyText) {
     SPW_CRegistryData data;
     EXPECT_EQ(data.setStringList(list), 0u);
     EXPECT_EQ(m_registry.setValue(u"l", data), 0u);
-    EXPECT_NE(m_folder.read(kHiveFile).find("\"l\"=hex(7):61,00,00,00,62,00,00,00\n"), std::string::npos);
     EXPECT_THAT(listAt(m_registry, u"l"), ElementsAre("a", "b"));
 }
 

@@ -1,8 +1,9 @@
-// The registry on a machine that has no memory left.
+// The registry as files, and on a machine that has no memory left.
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <string>
 
 #include "RegistryFolder.h"
 #include "SPW_CRegistry.h"
@@ -20,6 +21,40 @@ extern "C" void* __wrap_realloc(void* block, std::size_t size) {
 }
 
 namespace {
+
+TEST(RegistryPosixTest, EachHiveIsAFileOfItsOwn) {
+    RegistryFolder folder;
+    SPW_CRegistry machine(u"HKEY_LOCAL_MACHINE", u"a");
+    SPW_CRegistry classes(u"HKEY_CLASSES_ROOT", u"b");
+    EXPECT_TRUE(folder.exists("HKEY_LOCAL_MACHINE.reg"));
+    EXPECT_TRUE(folder.exists("HKEY_CLASSES_ROOT.reg"));
+    EXPECT_EQ(folder.read("HKEY_CLASSES_ROOT.reg"), "Windows Registry Editor Version 5.00\n\n[HKEY_CLASSES_ROOT\\b]\n");
+}
+
+TEST(RegistryPosixTest, UnknownHiveMakesNoFile) {
+    RegistryFolder folder;
+    SPW_CRegistry registry(u"HKEY_USERS", u"a");
+    EXPECT_EQ(registry.createKey(u"x"), 541u);
+    EXPECT_EQ(folder.numberOfEntries(), 0);
+}
+
+TEST(RegistryPosixTest, ValuesStandInTheFileAsRegistryEditorsExportThem) {
+    RegistryFolder folder;
+    SPW_CRegistry registry(u"HKEY_CURRENT_USER", u"k");
+    SPW_CRegistryData data;
+    ASSERT_EQ(data.setNumber(4000000000u), 0u);
+    EXPECT_EQ(registry.setValue(u"number", data), 0u);
+    ASSERT_EQ(data.setBytes("\x00\xFF", 2), 0u);
+    EXPECT_EQ(registry.setValue(u"bytes", data), 0u);
+    SPW_CArray<SPW_CString> list;
+    list.append(u"a");
+    list.append(u"b");
+    ASSERT_EQ(data.setStringList(list), 0u);
+    EXPECT_EQ(registry.setValue(u"l", data), 0u);
+    EXPECT_NE(folder.read("HKEY_CURRENT_USER.reg")
+                  .find("\"number\"=dword:ee6b2800\n\"bytes\"=hex:00,ff\n\"l\"=hex(7):61,00,00,00,62,00,00,00\n"),
+              std::string::npos);
+}
 
 TEST(RegistryPosixTest, ListThatFindsNoMemoryWritesNothing) {
     RegistryFolder folder;
