@@ -89,7 +89,7 @@ TEST_F(AppTest, DataDirectoryIsMadeOnceAndRemembered) {
 
 TEST_F(AppTest, TempDirectoryLosesTheSeparatorOfTheSystemsPath) {
     inProcess([this] {
-        m_sys.tempPath = m_folder.path() + u"/";
+        m_sys.tempPath = m_folder.path("");
         EXPECT_EQ(tempDir(), m_folder.path("Vantiro Networks/Vantiro Personal Edition"));
         EXPECT_TRUE(m_folder.exists("Vantiro Networks/Vantiro Personal Edition"));
         m_sys.tempPath = u"/elsewhere/";

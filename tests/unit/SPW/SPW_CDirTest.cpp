@@ -162,17 +162,6 @@ TEST_F(DirTest, FirstFailureEndsTheWalkAndIsReturned) {
                 ElementsAre(IsReport("SPW_CDir", "removeFile", 137, systemFailure("remove file", text("a/1"), 5))));
 }
 
-TEST_F(DirTest, LinksAreRemovedWithoutWhatTheyPointAt) {
-    m_folder.makeFolder("outside");
-    m_folder.write("outside/kept", "x");
-    m_folder.makeFolder("a");
-    std::filesystem::create_directory_symlink("../outside", m_folder.native() / "a/link");
-    std::filesystem::create_symlink("nowhere", m_folder.native() / "a/dangling");
-    EXPECT_EQ(SPW_CDir::removeDir(path("a"), true), 0u);
-    EXPECT_FALSE(m_folder.exists("a"));
-    EXPECT_TRUE(m_folder.exists("outside/kept"));
-}
-
 // --- removeFile ---
 
 TEST_F(DirTest, RemovesAFileAndReportsAMissingOne) {
@@ -299,17 +288,6 @@ TEST_F(WipeTest, FailedCloseIsReportedAndTheFileStays) {
     EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 133u);
     EXPECT_TRUE(m_folder.exists("f"));
     EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "wipeFile", 133, "close file failed ")));
-}
-
-TEST_F(WipeTest, OfALinkOnlyTheLinkGoes) {
-    m_folder.write("kept", "x");
-    std::filesystem::permissions(m_folder.native() / "kept", std::filesystem::perms(0444));
-    m_folder.makeFolder("a");
-    std::filesystem::create_symlink("../kept", m_folder.native() / "a/link");
-    EXPECT_EQ(SPW_CDir::wipeDir(path("a")), 0u);
-    EXPECT_FALSE(m_folder.exists("a/link"));
-    EXPECT_EQ(m_folder.read("kept"), "x");
-    EXPECT_EQ(std::filesystem::status(m_folder.native() / "kept").permissions(), std::filesystem::perms(0444));
 }
 
 // --- wipeDir ---

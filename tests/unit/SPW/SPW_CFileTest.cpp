@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 
+#include "PlatformCodes.h"
 #include "RecordingReporter.h"
 #include "SPW_CSysError.h"
 #include "TemporaryFolder.h"
@@ -199,8 +200,10 @@ TEST_F(FileTest, DirectoryIsRefusedLikeAFileWithoutPermission) {
 }
 
 TEST_F(FileTest, TemporaryFileNeedsItsDirectory) {
-    EXPECT_EQ(file.openTemp(folder.path("missing")), 3u);
-    EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "openTemp", 3, "Open temp. file failed")));
+    constexpr SPW_Result kCode = PlatformCodes::kNoFolderForTemporaryFile;
+    EXPECT_EQ(file.openTemp(folder.path("missing")), kCode);
+    EXPECT_THAT(reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CFile", "openTemp", kCode, "Open temp. file failed")));
     EXPECT_FALSE(file.isOpen());
 }
 
@@ -294,15 +297,17 @@ TEST_F(FileTest, PositionFollowsTheMoves) {
 TEST_F(FileTest, MoveBeforeTheBeginFailsAndLeavesThePosition) {
     create("a.txt");
     EXPECT_EQ(file.write("0123", 4), 0u);
-    EXPECT_EQ(file.moveRelative(-5), 87u);
+    constexpr SPW_Result kCode = PlatformCodes::kMoveBeforeBegin;
+    EXPECT_EQ(file.moveRelative(-5), kCode);
     EXPECT_THAT(reporter.takeReports(),
-                ElementsAre(IsReport("SPW_CFile", "moveRelative", 87, "Move file pointer failed")));
+                ElementsAre(IsReport("SPW_CFile", "moveRelative", kCode, "Move file pointer failed")));
     EXPECT_EQ(position(), 4u);
 }
 
 TEST_F(FileTest, SizeBeyondFourGibibytesIsShownAsTheLargestNumber) {
-    create("a.txt");
+    folder.write("a.txt", "");
     std::filesystem::resize_file(folder.native() / "a.txt", (std::uintmax_t{1} << 32) + 5);
+    ASSERT_EQ(file.openReadOnly(folder.path("a.txt")), 0u);
     std::uint32_t size = 0;
     EXPECT_EQ(file.getSize(size), 0u);
     EXPECT_EQ(size, 0xFFFFFFFFu);

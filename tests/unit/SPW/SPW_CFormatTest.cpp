@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -131,8 +132,13 @@ TEST(FormatTest, EveryFormOfAnIntegerIsThatOfTheCLibrary) {
                 for (const char* kind : kinds) {
                     for (const int value : {0, 7, -7, 123456, INT_MAX, INT_MIN}) {
                         const std::string form = std::string("<%") + flags + width + precision + kind + ">";
+                        // The blank is for signed numbers; with others, not every library leaves it alone.
+                        std::string model = form;
+                        if (*kind != 'd' && *kind != 'i') {
+                            model.erase(std::remove(model.begin(), model.end(), ' '), model.end());
+                        }
                         char expected[100];
-                        std::snprintf(expected, sizeof expected, form.c_str(), value);
+                        std::snprintf(expected, sizeof expected, model.c_str(), value);
                         ASSERT_EQ(formatted(SPW_CString(form.c_str()).text(), value), SPW_CString(expected))
                             << form << ' ' << value;
                     }

@@ -233,15 +233,6 @@ TEST_F(LogFileTest, FailedRenameLeavesTheSourceAndTheRotationGoesOn) {
     EXPECT_THAT(codes, ElementsAre(121u, 121u));
 }
 
-TEST_F(LogFileTest, LogThatCannotBeReopenedAnswersTheFilesCode) {
-    folder.makeFolder("sub");
-    ASSERT_EQ(log.open(folder.path("sub/log.txt"), u"", u"", u"", 1, 1, true), 0u);
-    std::filesystem::remove_all(folder.native() / "sub");
-    EXPECT_EQ(writeBytes(1024), 3u);
-    EXPECT_FALSE(log.isOpen());
-    EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "openCreateNew", 3, "Open file failed")));
-}
-
 TEST_F(LogFileTest, LogWithoutADirectoryKeepsItsBackupsBesideIt) {
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(folder.native());

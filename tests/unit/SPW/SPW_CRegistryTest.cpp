@@ -215,7 +215,7 @@ TEST_F(RegistryTest, DeletedValueIsGone) {
 }
 
 TEST_F(RegistryTest, TypesThatAreNotHandledLeaveTheDataAlone) {
-    writeHive("\"e\"=hex(2):25,00,00,00\n\"q\"=hex(b):01,02,03,04,05,06,07,08\n\"n\"=hex(0):01\n");
+    writeHive("\"e\"=hex(2):25,00,00,00\n\"f\"=hex(b):01,02,03,04,05,06,07,08\n\"n\"=hex(0):01\n");
     SPW_CRegistryData data;
     EXPECT_EQ(data.setNumber(5), 0u);
     EXPECT_EQ(m_registry.getValue(u"e", data), 545u);
@@ -223,7 +223,7 @@ TEST_F(RegistryTest, TypesThatAreNotHandledLeaveTheDataAlone) {
     SPW_CString name;
     EXPECT_EQ(m_registry.enumValue(1, name, data), 545u);
     EXPECT_EQ(errorOf(m_registry), "Registry type <11> is unsupported");
-    EXPECT_EQ(name, u"q");
+    EXPECT_EQ(name, u"f");
     EXPECT_EQ(data.type(), SPW_CRegistryData::kNumber);
     EXPECT_EQ(m_registry.getValue(u"n", data), 0u);
     EXPECT_EQ(data.type(), SPW_CRegistryData::kBytes);

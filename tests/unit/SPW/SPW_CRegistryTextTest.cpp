@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -46,9 +47,7 @@ protected:
         }
         return m_text.value(found, index);
     }
-    static std::string text(std::u16string_view units) {
-        return SPW_CString(units.data(), static_cast<int>(units.size())).toAnsi();
-    }
+    static std::string text(std::u16string_view units) { return std::filesystem::path(units).u8string(); }
     // The text that REG_SZ data hold, with every terminator as a "|".
     static std::string units(const SPW_CRegistryText::Value& value) {
         SPW_CString units;

@@ -186,11 +186,6 @@ TEST(EventTest, WaitAndProcessMsgsReturnsZeroOnceTheEventIsSet) {
     setter.join();
 }
 
-TEST(EventTest, EventThatThePlatformDoesNotHaveIsCode522) {
-    VTR_CEvent event;
-    EXPECT_EQ(event.create(kAutomatic, false, u"a name for other processes"), 522u);
-}
-
 TEST(EventTest, CreatingAgainMakesAFreshEvent) {
     VTR_CEvent event;
     ASSERT_EQ(event.create(kManual, true, nullptr), 0u);

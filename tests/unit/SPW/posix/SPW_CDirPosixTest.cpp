@@ -1,4 +1,4 @@
-// What Linux has that is neither a file nor a directory.
+// What Linux has that is neither a file nor a directory, and links.
 
 #include "SPW_CDir.h"
 
@@ -28,6 +28,30 @@ TEST(DirPosixTest, WhatIsNeitherFileNorDirectoryIsADevice) {
         EXPECT_FALSE(SPW_CDir::isDevice(folder.path(name))) << name;
     }
     EXPECT_THAT(reporter.reports(), testing::IsEmpty());
+}
+
+TEST(DirPosixTest, LinksAreRemovedWithoutWhatTheyPointAt) {
+    const TemporaryFolder folder;
+    folder.makeFolder("outside");
+    folder.write("outside/kept", "x");
+    folder.makeFolder("a");
+    std::filesystem::create_directory_symlink("../outside", folder.native() / "a/link");
+    std::filesystem::create_symlink("nowhere", folder.native() / "a/dangling");
+    EXPECT_EQ(SPW_CDir::removeDir(folder.path("a"), true), 0u);
+    EXPECT_FALSE(folder.exists("a"));
+    EXPECT_TRUE(folder.exists("outside/kept"));
+}
+
+TEST(DirPosixTest, OfALinkOnlyTheLinkGoes) {
+    const TemporaryFolder folder;
+    folder.write("kept", "x");
+    std::filesystem::permissions(folder.native() / "kept", std::filesystem::perms(0444));
+    folder.makeFolder("a");
+    std::filesystem::create_symlink("../kept", folder.native() / "a/link");
+    EXPECT_EQ(SPW_CDir::wipeDir(folder.path("a")), 0u);
+    EXPECT_FALSE(folder.exists("a/link"));
+    EXPECT_EQ(folder.read("kept"), "x");
+    EXPECT_EQ(std::filesystem::status(folder.native() / "kept").permissions(), std::filesystem::perms(0444));
 }
 
 }  // namespace

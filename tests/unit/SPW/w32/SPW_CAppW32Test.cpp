@@ -27,7 +27,7 @@ TEST(AppW32Test, TemporaryDirectoryIsTheSystems) {
     SPW_CString path;
     EXPECT_TRUE(SPW_CAppSys::instance->getTempPath(path));
     EXPECT_EQ(path.last(), u'\\');
-    EXPECT_TRUE(std::filesystem::equivalent(path.text(), std::filesystem::temp_directory_path())) << path.toAnsi();
+    EXPECT_EQ(std::filesystem::path(path.text()), std::filesystem::temp_directory_path());
 }
 
 }  // namespace
