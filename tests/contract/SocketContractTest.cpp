@@ -1,108 +1,33 @@
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
-#include <memory>
 #include <set>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
-#include "OwnNetwork.h"
 #include "Patience.h"
+#include "RealSockets.h"
 #include "SPW_CSocket.h"
 #include "SPW_CSysError.h"
 #include "ScriptedSocket.h"
+#include "SocketContract.h"
+#include "Wine.h"
 
 // What SPW_CSocket.h promises, shown on the platform's sockets and on the scripted ones, so that a test that relies on
 // the scripted ones relies on the truth.
 
 namespace {
 
-using std::chrono::milliseconds;
-
-constexpr SPW_CIpAddress kLoopback(127, 0, 0, 1);
-constexpr SPW_CIpAddress kGroup(228, 227, 226, 225);
-// Not an address of any device of these tests.
-constexpr SPW_CIpAddress kForeign(192, 0, 2, 7);
-// The same as a time-out of select().
-constexpr std::uint32_t kPatienceMs = kPatience.count();
-// Long enough for a thread to have reached its blocking call, nearly always.
-constexpr milliseconds kMoment(30);
-
-// The real half, with a plain socket of the kernel's on the other side where the operations cannot do what is needed.
-class RealSockets {
-public:
-    SPW_CSocket& sockets() { return *SPW_CSocket::instance; }
-
-    void sendToGroup(const SPW_CIpAddress& group, std::uint16_t port, const std::string& bytes) {
-        const int sender = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        const in_addr loopback{htonl(INADDR_LOOPBACK)};
-        ASSERT_EQ(::setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback), 0);
-        sockaddr_in target{};
-        target.sin_family = AF_INET;
-        target.sin_port = htons(port);
-        target.sin_addr.s_addr = ::inet_addr(group.toText().toAnsi());
-        ASSERT_EQ(::sendto(sender, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&target), sizeof target),
-                  static_cast<ssize_t>(bytes.size()));
-        ::close(sender);
-    }
-    // Connects to the listening socket's port and sends one byte of data and one of urgent data over it.
-    void connectAndSendUrgent(SPW_Socket, std::uint16_t port, const std::function<SPW_Socket()>& accept,
-                              SPW_Socket& accepted) {
-        m_urgent = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in target{};
-        target.sin_family = AF_INET;
-        target.sin_port = htons(port);
-        target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ASSERT_EQ(::connect(m_urgent, reinterpret_cast<sockaddr*>(&target), sizeof target), 0);
-        accepted = accept();
-        ASSERT_EQ(::send(m_urgent, "a", 1, 0), 1);
-        ASSERT_EQ(::send(m_urgent, "!", 1, MSG_OOB), 1);
-    }
-    // An address and port that let a connect wait: a listener whose queue is full lets further requests unanswered.
-    std::pair<SPW_CIpAddress, std::uint16_t> silentTarget() {
-        const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        m_plain.push_back(listener);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(::listen(listener, 0), 0);
-        EXPECT_EQ(::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size), 0);
-        const int filler = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        m_plain.push_back(filler);
-        EXPECT_EQ(::connect(filler, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        return {kLoopback, ntohs(address.sin_port)};
-    }
-    ~RealSockets() {
-        for (const int descriptor : m_plain) {
-            ::close(descriptor);
-        }
-        if (m_urgent != -1) {
-            ::close(m_urgent);
-        }
-    }
-
-private:
-    int m_urgent = -1;
-    std::vector<int> m_plain;
-};
-
 class ScriptedSockets {
 public:
+    static constexpr bool kNamesTheLoopback = true;
+
     ScriptedSockets() { m_sockets.letTimePass(); }
 
     SPW_CSocket& sockets() { return m_sockets; }
@@ -136,103 +61,8 @@ struct ImplementationNames {
     }
 };
 
-struct Failure {
-    int result = 0;
-    SPW_Result code = kSysOk;
-};
-
-template <typename Implementation>
-class SocketContractTest : public testing::Test {
-protected:
-    SPW_CSocket& s() { return m_implementation.sockets(); }
-
-    ~SocketContractTest() override {
-        for (const SPW_Socket socket : m_opened) {
-            (void)s().close(socket);  // a test may have closed it
-        }
-    }
-
-    SPW_Socket keep(SPW_Socket socket) {
-        EXPECT_NE(socket, kInvalidSocket) << s().lastError();
-        m_opened.push_back(socket);
-        return socket;
-    }
-    SPW_Socket tcp() { return keep(s().openTcp()); }
-    SPW_Socket udp() { return keep(s().openUdp()); }
-    SPW_Socket boundUdp() {
-        const SPW_Socket socket = udp();
-        EXPECT_EQ(s().bind(socket, 0), 0);
-        return socket;
-    }
-    SPW_Socket listener(std::uint16_t port = 0) {
-        const SPW_Socket socket = tcp();
-        EXPECT_EQ(s().bind(socket, port), 0) << s().lastError();
-        EXPECT_EQ(s().listen(socket, 5), 0) << s().lastError();
-        return socket;
-    }
-    std::uint16_t portOf(SPW_Socket socket) {
-        const int port = s().localPort(socket);
-        EXPECT_GT(port, 0);
-        return static_cast<std::uint16_t>(port);
-    }
-    SPW_Socket accept(SPW_Socket listening) {
-        SPW_CIpAddress peer;
-        return keep(s().accept(listening, peer));
-    }
-    // Client and server side of a new connection.
-    std::pair<SPW_Socket, SPW_Socket> connection() { return connectionTo(listener()); }
-    std::pair<SPW_Socket, SPW_Socket> connectionTo(SPW_Socket listening) {
-        const SPW_Socket client = tcp();
-        EXPECT_EQ(s().connect(client, kLoopback, portOf(listening)), 0) << s().lastError();
-        return {client, accept(listening)};
-    }
-    int send(SPW_Socket socket, const std::string& bytes) {
-        return s().send(socket, bytes.data(), static_cast<int>(bytes.size()));
-    }
-    int sendTo(SPW_Socket socket, std::uint16_t port, const std::string& bytes) {
-        return s().sendTo(socket, kLoopback, port, bytes.data(), static_cast<int>(bytes.size()));
-    }
-    int receive(SPW_Socket socket) {
-        char buffer[100];
-        return s().receive(socket, buffer, sizeof buffer);
-    }
-    std::string receiveFrom(SPW_Socket socket, int size = 100) {
-        std::string buffer(static_cast<std::size_t>(size), '\0');
-        SPW_CIpAddress sender;
-        const int count = s().receiveFrom(socket, buffer.data(), size, sender);
-        EXPECT_GE(count, 0) << s().lastError();
-        buffer.resize(static_cast<std::size_t>(std::max(0, count)));
-        return buffer;
-    }
-    bool isReadable(SPW_Socket socket, std::uint32_t timeoutMs = kPatienceMs) {
-        SPW_CSocketSet read;
-        read.add(socket);
-        return s().select(&read, nullptr, timeoutMs) == 1 && read.isReady(socket);
-    }
-    Failure outcome(int result) { return {result, result == -1 ? s().lastError() : SPW_Result{kSysOk}}; }
-
-    // Starts the call on a thread of its own, closes the socket under it, and answers how the call ended.
-    Failure closeDuring(SPW_Socket socket, const std::function<int()>& call, milliseconds delay = kMoment) {
-        std::future<Failure> ended = std::async(std::launch::async, [&] { return outcome(call()); });
-        std::this_thread::sleep_for(delay);
-        EXPECT_EQ(s().close(socket), 0);
-        EXPECT_EQ(ended.wait_for(kPatience), std::future_status::ready) << "the call was not woken";
-        return ended.get();
-    }
-
-    Implementation m_implementation;
-    std::vector<SPW_Socket> m_opened;
-};
-
 using Implementations = testing::Types<RealSockets, ScriptedSockets>;
 TYPED_TEST_SUITE(SocketContractTest, Implementations, ImplementationNames);
-
-// The call answers -1, and this is its code.
-#define EXPECT_FAILS(call, expectedCode)                                         \
-    do {                                                                         \
-        EXPECT_EQ(call, -1);                                                     \
-        EXPECT_EQ(this->s().lastError(), static_cast<SPW_Result>(expectedCode)); \
-    } while (false)
 
 // ---- Handles ----
 
@@ -363,9 +193,10 @@ TYPED_TEST(SocketContractTest, OfTwoSocketsBoundToOnePortOnlyOneCanListen) {
     const SPW_Socket first = this->tcp();
     const SPW_Socket second = this->tcp();
     ASSERT_EQ(s.bind(first, port), 0);
-    ASSERT_EQ(s.bind(second, port), 0);
+    const bool isBound = s.bind(second, port) == 0;  // some platforms refuse this already
     EXPECT_EQ(s.listen(first, 5), 0);
-    EXPECT_FAILS(s.listen(second, 5), kSockAddressInUse);
+    EXPECT_EQ(isBound ? s.listen(second, 5) : -1, -1);
+    EXPECT_EQ(s.lastError(), kSockAddressInUse);
 }
 
 TYPED_TEST(SocketContractTest, AListenerIsBoundAgainInSpiteOfConnectionsOfThePast) {
@@ -477,6 +308,10 @@ TYPED_TEST(SocketContractTest, AFarEndThatClosesOverUnreadBytesResetsTheConnecti
     ASSERT_TRUE(this->isReadable(server));
     EXPECT_EQ(this->s().close(server), 0);
     ASSERT_TRUE(this->isReadable(client));
+    if (runsUnderWine()) {
+        EXPECT_LE(this->receive(client), 0) << "Wine ends the connection in good order, or later";
+        return;
+    }
     EXPECT_FAILS(this->receive(client), kSockReset);
 }
 
@@ -783,18 +618,26 @@ TYPED_TEST(SocketContractTest, ThePortIsFreeOnceTheWokenCallHasReturned) {
 
 // ---- Groups ----
 
+// What a membership that is not there, or an interface, is answered with.
+template <typename Implementation>
+SPW_Result codeOfMissing() {
+    // Wine knows one code for all that is wrong with a membership.
+    const bool isWine = runsUnderWine() && std::is_same_v<Implementation, RealSockets>;
+    return isWine ? kSockInvalid : kSockAddressNotAvailable;
+}
+
 TYPED_TEST(SocketContractTest, AGroupIsJoinedAndLeftOnAnInterface) {
     SPW_CSocket& s = this->s();
     const SPW_Socket socket = this->boundUdp();
     EXPECT_EQ(s.joinGroup(socket, kGroup, kLoopback), 0);
     EXPECT_FAILS(s.joinGroup(socket, kGroup, kLoopback), kSockAddressInUse);
     EXPECT_EQ(s.dropGroup(socket, kGroup, kLoopback), 0);
-    EXPECT_FAILS(s.dropGroup(socket, kGroup, kLoopback), kSockAddressNotAvailable);
+    EXPECT_FAILS(s.dropGroup(socket, kGroup, kLoopback), codeOfMissing<TypeParam>());
     EXPECT_EQ(s.joinGroup(socket, kGroup, kLoopback), 0);
 }
 
 TYPED_TEST(SocketContractTest, AGroupIsNotJoinedOnAnInterfaceThatIsNotThere) {
-    EXPECT_FAILS(this->s().joinGroup(this->udp(), kGroup, kForeign), kSockAddressNotAvailable);
+    EXPECT_FAILS(this->s().joinGroup(this->udp(), kGroup, kForeign), codeOfMissing<TypeParam>());
 }
 
 TYPED_TEST(SocketContractTest, WhatIsNoGroupIsNotJoined) {
@@ -802,6 +645,9 @@ TYPED_TEST(SocketContractTest, WhatIsNoGroupIsNotJoined) {
 }
 
 TYPED_TEST(SocketContractTest, OnlyASocketThatHasItselfJoinedHearsAGroup) {
+    if (runsUnderWine() && std::is_same_v<TypeParam, RealSockets>) {
+        GTEST_SKIP() << "under Wine a socket hears every group that any socket of the machine has joined";
+    }
     SPW_CSocket& s = this->s();
     const SPW_Socket joined = this->keep(s.openUdpShared());
     ASSERT_EQ(s.bind(joined, 0), 0);
@@ -854,7 +700,7 @@ TYPED_TEST(SocketContractTest, TheDeviceHasANameThatResolvesToItsOwnAddresses) {
         hasLoopback = hasLoopback || addresses[i] == kLoopback;
         EXPECT_EQ(this->s().joinGroup(this->udp(), kGroup, addresses[i]), 0) << addresses[i].toText().toAnsi();
     }
-    EXPECT_TRUE(hasLoopback);
+    EXPECT_EQ(hasLoopback, TypeParam::kNamesTheLoopback);
 }
 
 TYPED_TEST(SocketContractTest, ADottedQuadResolvesToItself) {
@@ -867,154 +713,7 @@ TYPED_TEST(SocketContractTest, ADottedQuadResolvesToItself) {
 
 // ---- The platform's sockets alone ----
 
-class PlatformSocketTest : public SocketContractTest<RealSockets> {
-protected:
-    // The descriptors of this process that are sockets.
-    static std::set<int> descriptors() {
-        std::set<int> open;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;  // the folder's own descriptor
-            if (std::filesystem::read_symlink(entry, gone).string().rfind("socket:", 0) == 0) {
-                open.insert(std::stoi(entry.path().filename()));
-            }
-        }
-        return open;
-    }
-};
-
-TEST_F(PlatformSocketTest, CloseGivesTheDescriptorBack) {
-    const std::set<int> before = descriptors();
-    for (int i = 0; i < 10; ++i) {
-        const SPW_Socket listening = listener();
-        const auto [client, server] = connectionTo(listening);
-        const SPW_Socket datagrams = boundUdp();
-        (void)closeDuring(
-            datagrams, [&, socket = datagrams] { return isReadable(socket, kSPWForever) ? 0 : -1; }, milliseconds(1));
-        ASSERT_EQ(s().close(listening), 0);
-        ASSERT_EQ(s().close(client), 0);
-        ASSERT_EQ(s().close(server), 0);
-    }
-    EXPECT_EQ(descriptors(), before);
-}
-
-TEST_F(PlatformSocketTest, NoDescriptorIsInheritedByAProgramThatIsStarted) {
-    const std::set<int> before = descriptors();
-    const SPW_Socket listening = listener();
-    (void)connectionTo(listening);
-    (void)udp();
-    (void)keep(s().openUdpShared());
-    int checked = 0;
-    for (const int descriptor : descriptors()) {
-        if (before.count(descriptor) == 0) {
-            EXPECT_TRUE((::fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0) << descriptor;
-            ++checked;
-        }
-    }
-    EXPECT_EQ(checked, 5);
-}
-
-TEST_F(PlatformSocketTest, SelectKnowsNoHighestDescriptor) {
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    limit.rlim_cur = limit.rlim_max;
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-    if (limit.rlim_max < 1200) {
-        GTEST_SKIP() << "only " << limit.rlim_max << " descriptors may be open here";
-    }
-    std::vector<int> fillers;
-    while (fillers.empty() || fillers.back() < 1100) {
-        fillers.push_back(::dup(0));
-        ASSERT_NE(fillers.back(), -1);
-    }
-    const SPW_Socket receiver = boundUdp();
-    EXPECT_EQ(sendTo(udp(), portOf(receiver), "x"), 1);
-    EXPECT_TRUE(isReadable(receiver));
-    EXPECT_EQ(receiveFrom(receiver), "x");
-    for (const int filler : fillers) {
-        ::close(filler);
-    }
-}
-
-TEST_F(PlatformSocketTest, WithoutDescriptorsThereIsNoSocket) {
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    rlimit none = limit;
-    none.rlim_cur = 0;
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    const SPW_Socket socket = s().openTcp();
-    const SPW_Result code = s().lastError();
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-    EXPECT_EQ(socket, kInvalidSocket);
-    EXPECT_EQ(code, kSockTooManyFiles);
-}
-
-TEST_F(PlatformSocketTest, AConnectionThatFindsNoDescriptorWaitsForTheNextAccept) {
-    const SPW_Socket listening = listener();
-    ASSERT_EQ(s().connect(tcp(), kLoopback, portOf(listening)), 0);
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    rlimit none = limit;
-    none.rlim_cur = 0;
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    SPW_CIpAddress peer;
-    const SPW_Socket refused = s().accept(listening, peer);
-    const SPW_Result code = s().lastError();
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-    EXPECT_EQ(refused, kInvalidSocket);
-    EXPECT_EQ(code, kSockTooManyFiles);
-    EXPECT_EQ(peer, SPW_CIpAddress());
-    (void)keep(s().accept(listening, peer));
-    EXPECT_EQ(peer, kLoopback);
-}
-
-TEST_F(PlatformSocketTest, ASignalEndsNoWait) {
-    struct sigaction action {};
-    struct sigaction before {};
-    action.sa_handler = [](int) {};
-    ASSERT_EQ(::sigaction(SIGUSR1, &action, &before), 0);
-    const SPW_Socket receiver = boundUdp();
-    const SPW_Socket watched = boundUdp();
-    const SPW_Socket listening = listener();
-    std::vector<std::thread> threads;
-    std::atomic<int> ended{0};
-    threads.emplace_back([&] {
-        EXPECT_EQ(receiveFrom(receiver), "x");
-        ++ended;
-    });
-    threads.emplace_back([&] {
-        EXPECT_TRUE(isReadable(watched, kPatienceMs));
-        ++ended;
-    });
-    threads.emplace_back([&] {
-        (void)accept(listening);
-        ++ended;
-    });
-    for (int i = 0; i < 10; ++i) {
-        std::this_thread::sleep_for(milliseconds(5));
-        for (std::thread& thread : threads) {
-            (void)::pthread_kill(thread.native_handle(), SIGUSR1);
-        }
-    }
-    EXPECT_EQ(ended, 0);
-    const SPW_Socket sender = s().openUdp();
-    EXPECT_EQ(sendTo(sender, portOf(receiver), "x"), 1);
-    EXPECT_EQ(sendTo(sender, portOf(watched), "x"), 1);
-    const SPW_Socket client = s().openTcp();
-    EXPECT_EQ(s().connect(client, kLoopback, portOf(listening)), 0);
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    (void)s().close(sender);
-    (void)s().close(client);
-    ASSERT_EQ(::sigaction(SIGUSR1, &before, nullptr), 0);
-}
-
-TEST_F(PlatformSocketTest, TheTimeToLiveIsLeftToTheKernel) {
-    const SPW_Socket socket = udp();
-    EXPECT_EQ(s().setMulticastTtl(socket, 256), -1);
-    EXPECT_EQ(s().lastError(), kSockInvalid);
-    EXPECT_EQ(s().setMulticastTtl(socket, -1), 0) << "the kernel's own default";
-}
+using PlatformSocketTest = SocketContractTest<RealSockets>;
 
 TEST_F(PlatformSocketTest, ThreadsThatUseAndCloseTheSameSocketsNeverMeetSomebodyElses) {
     // Each receiver is told its own port alone; whatever it receives must name that port.
@@ -1075,58 +774,6 @@ TEST_F(PlatformSocketTest, ThreadsThatUseAndCloseTheSameSocketsNeverMeetSomebody
         thread.join();
     }
     EXPECT_GT(received, 0);
-}
-
-TEST_F(PlatformSocketTest, OnlyInterfacesThatAreUpGiveAddressesToTheDevicesName) {
-    OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
-    SPW_CString name;
-    ASSERT_TRUE(s().hostName(name));
-    SPW_CArray<SPW_CIpAddress> up;
-    EXPECT_TRUE(s().resolve(name, up));
-    ASSERT_EQ(up.numberOfElements(), 1);
-    EXPECT_EQ(up[0], kLoopback);
-    ASSERT_TRUE(network.setLoopback(false)) << network.reason();
-    SPW_CArray<SPW_CIpAddress> down;
-    EXPECT_FALSE(s().resolve(name, down));
-    EXPECT_EQ(s().lastError(), kSockHostNotFound);
-    EXPECT_EQ(down.numberOfElements(), 0);
-}
-
-TEST_F(PlatformSocketTest, ANameThatNobodyKnowsDoesNotResolve) {
-    OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason() << ", and outside of one the question would leave this machine";
-    }
-    SPW_CArray<SPW_CIpAddress> addresses;
-    EXPECT_FALSE(s().resolve(u"nobody.invalid", addresses));
-    EXPECT_EQ(s().lastError(), kSockHostNotFound);
-    EXPECT_FALSE(s().resolve(u"", addresses));
-    EXPECT_EQ(addresses.numberOfElements(), 0);
-}
-
-TEST_F(PlatformSocketTest, TheLoopbackHasItsNameFromTheHostsFile) {
-    OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason() << ", and outside of one the question might leave this machine";
-    }
-    SPW_CArray<SPW_CIpAddress> addresses;
-    ASSERT_TRUE(s().resolve(u"localhost", addresses)) << s().lastError();
-    ASSERT_EQ(addresses.numberOfElements(), 1);
-    EXPECT_EQ(addresses[0], kLoopback);
-}
-
-TEST_F(PlatformSocketTest, WithoutARouteNothingIsReached) {
-    OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
-    EXPECT_EQ(s().connect(tcp(), kForeign, 5009), -1);
-    EXPECT_EQ(s().lastError(), kSockNetUnreachable);
-    EXPECT_EQ(s().sendTo(udp(), kForeign, 5009, "x", 1), -1);
-    EXPECT_EQ(s().lastError(), kSockNetUnreachable);
 }
 
 // ---- The scripted sockets alone ----

@@ -110,7 +110,8 @@ public:
     // This device's host name; on failure false with name unchanged and lastError() set.
     virtual bool hostName(SPW_CString& name) = 0;
     // Appends the IPv4 addresses of a host name to addresses, in the order in which the platform names them.
-    // - For this device's own host name: the addresses of its interfaces that are up, the loopback among them.
+    // - For this device's own host name: the addresses of its interfaces that are up; on Linux the loopback is among
+    //   them, on Windows only when there is no other.
     // - For a dotted quad: that address, without asking anybody.
     // False, with addresses unchanged, when there is none (kSockHostNotFound) or no server answered.
     virtual bool resolve(const SPW_CString& name, SPW_CArray<SPW_CIpAddress>& addresses) = 0;

@@ -8,7 +8,7 @@ namespace SPW_CClockSys {
 // The wall clock: 100-ns units since 1 January 1601 (UTC).
 std::uint64_t wall100ns();
 // 100-ns units since some moment before the program began; never goes back, is not moved by setting the wall clock and
-// stands still while the device is suspended.
+// stands still while the device is suspended (not on desktop Windows, whose tick count runs on).
 std::uint64_t monotonic100ns();
 // Local civil time that belongs to a wall-clock count, in the same units: the count plus the offset of the
 // device's time zone at that moment, at least 0.

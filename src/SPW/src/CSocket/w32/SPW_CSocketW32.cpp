@@ -58,7 +58,49 @@ private:
     SPW_CSocketTableW32::Slot* m_slot;
 };
 
-// The result of a call that may have blocked. What a call answers that closing has woken depends on the version of the
+// What a socket is waited for.
+enum Readiness { kReadable, kWritable };
+
+// Waits until the socket is ready or closed. The platform's sockets themselves never block: select() is the one call
+// that closing a socket is sure to end on every version of the platform.
+int await(const Use& use, Readiness readiness) {
+    // Whoever comes after the closing would not be woken any more.
+    if (use.isClosed()) {
+        WSASetLastError(WSAENOTSOCK);
+        return SOCKET_ERROR;
+    }
+    fd_set ready;
+    FD_ZERO(&ready);
+    ready.fd_array[ready.fd_count++] = use.native();
+    fd_set failed = ready;  // a connect that fails is told here
+    return readiness == kReadable ? ::select(0, &ready, nullptr, nullptr, nullptr)
+                                  : ::select(0, nullptr, &ready, &failed, nullptr);
+}
+
+// Repeats a call until it did not have to wait. The last error is that of the call or of the wait.
+template <typename Call>
+auto whenReady(const Use& use, Readiness readiness, Call call) {
+    auto result = call();
+    while (result == static_cast<decltype(result)>(SOCKET_ERROR) && WSAGetLastError() == WSAEWOULDBLOCK &&
+           await(use, readiness) != SOCKET_ERROR) {
+        result = call();
+    }
+    return result;
+}
+
+// The error of a connect in progress, once it has ended; 0 for none.
+int errorOfConnect(const Use& use) {
+    if (WSAGetLastError() != WSAEWOULDBLOCK) {
+        return WSAGetLastError();
+    }
+    int error = 0;
+    int size = sizeof error;
+    const bool isTold = await(use, kWritable) != SOCKET_ERROR &&
+                        ::getsockopt(use.native(), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) == 0;
+    return isTold ? error : WSAGetLastError();
+}
+
+// The result of a call that may have waited. What a call answers that closing has woken depends on the version of the
 // platform; callers are told one code instead.
 int resultOf(const Use& use, int result, SPW_Result closedCode) {
     if (result > 0) {
@@ -88,6 +130,12 @@ int changeMembership(SPW_Socket socket, int option, const SPW_CIpAddress& group,
 }
 
 SPW_Socket addToTable(SOCKET native) {
+    unsigned long on = 1;
+    if (::ioctlsocket(native, FIONBIO, &on) != 0) {
+        (void)fail();
+        (void)closesocket(native);
+        return kInvalidSocket;
+    }
     const SPW_Socket socket = table().add(native);
     if (socket == kInvalidSocket) {
         (void)failWith(kSockNoBuffers);
@@ -96,12 +144,18 @@ SPW_Socket addToTable(SOCKET native) {
 }
 
 SPW_Socket openSocket(int type) {
-    const SOCKET native = ::socket(AF_INET, type, 0);
-    if (native == INVALID_SOCKET) {
-        (void)fail();
-        return kInvalidSocket;
+    // The table refuses a socket whose number a straggler goes on using; the next one has another.
+    constexpr int kAttempts = 3;
+    SPW_Socket socket = kInvalidSocket;
+    for (int i = 0; i < kAttempts && socket == kInvalidSocket; ++i) {
+        const SOCKET native = ::socket(AF_INET, type, 0);
+        if (native == INVALID_SOCKET) {
+            (void)fail();
+            return kInvalidSocket;
+        }
+        socket = addToTable(native);
     }
-    return addToTable(native);
+    return socket;
 }
 
 // One side of a select(): the sockets of a set, counted in.
@@ -229,7 +283,8 @@ public:
         }
         sockaddr_in address = {};
         int size = sizeof address;
-        const SOCKET native = ::accept(use.native(), reinterpret_cast<sockaddr*>(&address), &size);
+        const SOCKET native = whenReady(
+            use, kReadable, [&] { return ::accept(use.native(), reinterpret_cast<sockaddr*>(&address), &size); });
         if (native == INVALID_SOCKET) {
             (void)resultOf(use, -1, kSockNotSocket);
             return kInvalidSocket;
@@ -252,13 +307,24 @@ public:
             return -1;
         }
         const sockaddr_in target = SPW_CSocketAddressW32::toSockaddr(address, port);
-        const int result = ::connect(use.native(), reinterpret_cast<const sockaddr*>(&target), sizeof target);
-        return resultOf(use, result, kSockNotSocket);
+        int error = 0;
+        if (::connect(use.native(), reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
+            error = errorOfConnect(use);
+        }
+        if (use.isClosed()) {
+            return failWith(kSockNotSocket);
+        }
+        return error == 0 ? 0 : failWith(static_cast<SPW_Result>(error));
     }
 
     int send(SPW_Socket socket, const void* bytes, int size) override {
         const Use use(socket);
-        return use ? resultOf(use, ::send(use.native(), static_cast<const char*>(bytes), size, 0), kSockNotSocket) : -1;
+        if (!use) {
+            return -1;
+        }
+        const int sent =
+            whenReady(use, kWritable, [&] { return ::send(use.native(), static_cast<const char*>(bytes), size, 0); });
+        return resultOf(use, sent, kSockNotSocket);
     }
 
     int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
@@ -268,14 +334,21 @@ public:
             return -1;
         }
         const sockaddr_in target = SPW_CSocketAddressW32::toSockaddr(address, port);
-        const int sent = ::sendto(use.native(), static_cast<const char*>(bytes), size, 0,
-                                  reinterpret_cast<const sockaddr*>(&target), sizeof target);
+        const int sent = whenReady(use, kWritable, [&] {
+            return ::sendto(use.native(), static_cast<const char*>(bytes), size, 0,
+                            reinterpret_cast<const sockaddr*>(&target), sizeof target);
+        });
         return resultOf(use, sent, kSockNotSocket);
     }
 
     int receive(SPW_Socket socket, void* buffer, int size) override {
         const Use use(socket);
-        return use ? resultOf(use, ::recv(use.native(), static_cast<char*>(buffer), size, 0), kSockNotSocket) : -1;
+        if (!use) {
+            return -1;
+        }
+        const int received =
+            whenReady(use, kReadable, [&] { return ::recv(use.native(), static_cast<char*>(buffer), size, 0); });
+        return resultOf(use, received, kSockNotSocket);
     }
 
     int receiveFrom(SPW_Socket socket, void* buffer, int size, SPW_CIpAddress& sender) override {
@@ -284,9 +357,11 @@ public:
             return -1;
         }
         sockaddr_in address = {};
-        int length = sizeof address;
-        int received = ::recvfrom(use.native(), static_cast<char*>(buffer), size, 0,
-                                  reinterpret_cast<sockaddr*>(&address), &length);
+        int received = whenReady(use, kReadable, [&] {
+            int length = sizeof address;
+            return ::recvfrom(use.native(), static_cast<char*>(buffer), size, 0, reinterpret_cast<sockaddr*>(&address),
+                              &length);
+        });
         // The buffer is filled and the rest of the datagram is lost.
         if (received == SOCKET_ERROR && WSAGetLastError() == WSAEMSGSIZE) {
             received = size;

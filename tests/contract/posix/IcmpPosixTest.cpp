@@ -1,0 +1,298 @@
+// What the echo service of this platform makes of messages of all kinds, and of lacking rights.
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "IcmpContract.h"
+#include "IcmpServices.h"
+#include "Patience.h"
+#include "SPW_CIcmp.h"
+#include "SPW_CIcmpPacket.h"
+#include "SPW_CSysError.h"
+
+namespace {
+
+template <typename Implementation>
+class PlatformIcmpTest : public IcmpContractTest<Implementation> {};
+
+using PlatformServices = IcmpServices<>;
+TYPED_TEST_SUITE(PlatformIcmpTest, PlatformServices, ServiceNames);
+
+TYPED_TEST(PlatformIcmpTest, WithoutARouteTheEchoFailsAtOnce) {
+    const auto before = Time::now();
+    EXPECT_EQ(this->echo(kForeign, 32, kSPWForever), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kIcmpNetUnreachable);
+    EXPECT_LT(Time::now() - before, kPatience);
+}
+
+TYPED_TEST(PlatformIcmpTest, ARequestThatNoPacketHoldsIsRefused) {
+    for (const int size : {65508, 65535}) {
+        EXPECT_EQ(this->echo(kLoopback, static_cast<std::uint16_t>(size), kPatienceMs), 0u) << size;
+        EXPECT_EQ(this->icmp().lastError(), kIcmpPacketTooBig) << size;
+    }
+}
+
+// Sends an ICMP message from the loopback to itself.
+void sendIcmp(const std::vector<std::uint8_t>& message) {
+    const int sender = ::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
+    ASSERT_NE(sender, -1) << std::strerror(errno);
+    sockaddr_in target{};
+    target.sin_family = AF_INET;
+    target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(::sendto(sender, message.data(), message.size(), 0, reinterpret_cast<sockaddr*>(&target), sizeof target),
+              static_cast<ssize_t>(message.size()));
+    ::close(sender);
+}
+
+std::vector<std::uint8_t> withChecksum(std::vector<std::uint8_t> message) {
+    const std::uint16_t sum = SPW_CIcmpPacket::checksum(message.data(), static_cast<int>(message.size()));
+    message[2] = static_cast<std::uint8_t>(sum >> 8);
+    message[3] = static_cast<std::uint8_t>(sum);
+    return message;
+}
+
+// What a host makes of a request that has its IP header in front. The checksum is still to come.
+std::vector<std::uint8_t> replyTo(const std::vector<std::uint8_t>& request) {
+    std::vector<std::uint8_t> reply(request.begin() + 20, request.end());
+    reply[0] = 0;
+    reply[2] = reply[3] = 0;
+    return reply;
+}
+
+// Sees the echo requests of this network; the kernel itself is told not to answer them.
+class Observer {
+public:
+    Observer() : m_descriptor(::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP)) {}
+    ~Observer() { ::close(m_descriptor); }
+    Observer(const Observer&) = delete;
+    Observer& operator=(const Observer&) = delete;
+
+    // The next echo request, its IP header in front.
+    std::vector<std::uint8_t> nextRequest() {
+        std::vector<std::uint8_t> packet(2000);
+        do {
+            packet.resize(2000);
+            const ssize_t size = ::recv(m_descriptor, packet.data(), packet.size(), 0);
+            EXPECT_GT(size, 28);
+            packet.resize(static_cast<std::size_t>(size));
+        } while (packet[20] != 8);
+        return packet;
+    }
+
+private:
+    const int m_descriptor;
+};
+
+TYPED_TEST(PlatformIcmpTest, AnUnreachableMessageEndsTheEchoEarly) {
+    const struct {
+        std::uint8_t type;
+        std::uint8_t code;
+        SPW_Result expected;
+    } kCases[] = {{3, 0, kIcmpNetUnreachable},
+                  {3, 1, kIcmpHostUnreachable},
+                  {3, 2, kIcmpProtocolUnreachable},
+                  {3, 3, kIcmpPortUnreachable},
+                  {11, 0, kIcmpTtlExpired}};
+    this->m_implementation.silence();
+    Observer observer;
+    for (const auto& entry : kCases) {
+        SPW_Result code = kSysOk;
+        std::thread echoing([&] {
+            EXPECT_EQ(this->echo(kLoopback, 32, kSPWForever), 0u);
+            code = this->icmp().lastError();
+        });
+        const std::vector<std::uint8_t> request = observer.nextRequest();
+        std::vector<std::uint8_t> message{entry.type, entry.code, 0, 0, 0, 0, 0, 0};
+        message.insert(message.end(), request.begin(), request.end());
+        sendIcmp(withChecksum(message));
+        echoing.join();
+        EXPECT_EQ(code, entry.expected);
+    }
+    // What went wrong before is no matter of the next echo.
+    EXPECT_EQ(this->echo(kLoopback, 32, 1), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
+}
+
+TYPED_TEST(PlatformIcmpTest, ARedirectAndWhatElseIsNoUnreachableMessageEndNothing) {
+    this->m_implementation.silence();
+    Observer observer;
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u) << this->icmp().lastError(); });
+    const std::vector<std::uint8_t> request = observer.nextRequest();
+    for (const std::uint8_t type : {std::uint8_t{5}, std::uint8_t{12}}) {
+        std::vector<std::uint8_t> message{type, 1, 0, 0, 127, 0, 0, 1};
+        message.insert(message.end(), request.begin(), request.end());
+        sendIcmp(withChecksum(message));
+    }
+    sendIcmp(withChecksum(replyTo(request)));
+    echoing.join();
+}
+
+TYPED_TEST(PlatformIcmpTest, RepliesBeyondTheFirstAreNobodys) {
+    this->m_implementation.silence();
+    Observer observer;
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u); });
+    const std::vector<std::uint8_t> reply = withChecksum(replyTo(observer.nextRequest()));
+    for (int i = 0; i < 5; ++i) {
+        sendIcmp(reply);
+    }
+    echoing.join();
+    EXPECT_EQ(this->echo(kLoopback, 32, 100), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
+}
+
+TYPED_TEST(PlatformIcmpTest, EchoesToOneAddressAreEndedEachByItsOwnReply) {
+    this->m_implementation.silence();
+    Observer observer;
+    constexpr int kEchoes = 6;
+    std::atomic<int> answered{0};
+    std::atomic<int> timeouts{0};
+    std::vector<std::thread> threads;
+    std::vector<std::vector<std::uint8_t>> requests;
+    for (int i = 0; i < kEchoes; ++i) {
+        const std::uint32_t timeoutMs = i < kEchoes / 2 ? 1000 : kPatienceMs;
+        threads.emplace_back([&, timeoutMs] { ++(this->echo(kLoopback, 4, timeoutMs) == 1 ? answered : timeouts); });
+        requests.push_back(observer.nextRequest());
+    }
+    // The last come first, and each twice.
+    for (int i = kEchoes; i-- > kEchoes / 2;) {
+        sendIcmp(withChecksum(replyTo(requests[static_cast<std::size_t>(i)])));
+        sendIcmp(withChecksum(replyTo(requests[static_cast<std::size_t>(i)])));
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(answered, kEchoes / 2);
+    EXPECT_EQ(timeouts, kEchoes / 2);
+}
+
+TYPED_TEST(PlatformIcmpTest, AReplyWithAnotherTokenIsNotOurs) {
+    this->m_implementation.silence();
+    Observer observer;
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, 300), 0u); });
+    std::vector<std::uint8_t> reply = replyTo(observer.nextRequest());
+    reply[8] ^= 1;
+    sendIcmp(withChecksum(reply));
+    echoing.join();
+}
+
+TYPED_TEST(PlatformIcmpTest, AReplyThatComesTooLateIsNobodys) {
+    this->m_implementation.silence();
+    Observer observer;
+    EXPECT_EQ(this->echo(kLoopback, 32, 1), 0u);
+    sendIcmp(withChecksum(replyTo(observer.nextRequest())));
+    EXPECT_EQ(this->echo(kLoopback, 32, 100), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
+}
+
+TYPED_TEST(PlatformIcmpTest, TheRequestIsAsItsComposerMakesIt) {
+    this->m_implementation.silence();
+    Observer observer;
+    const std::string data = "12345678 and what the caller sends";
+    char reply[100];
+    EXPECT_EQ(this->icmp().echo(this->m_service, kLoopback, data.data(), static_cast<std::uint16_t>(data.size()), reply,
+                                sizeof reply, 1),
+              0u);
+    const std::vector<std::uint8_t> packet = observer.nextRequest();
+    ASSERT_EQ(packet.size(), 20 + 8 + data.size());
+    EXPECT_EQ(packet[20], 8);
+    EXPECT_EQ(packet[21], 0);
+    EXPECT_EQ(SPW_CIcmpPacket::checksum(packet.data() + 20, static_cast<int>(packet.size() - 20)), 0);
+    EXPECT_EQ(std::string(packet.begin() + 36, packet.end()), data.substr(8));
+}
+
+// How many sockets this process has open.
+std::size_t numberOfSockets() {
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;  // the folder's own descriptor
+        count += std::filesystem::read_symlink(entry, gone).string().rfind("socket:", 0) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+class RawIcmpTest : public IcmpContractTest<RawService> {};
+
+TEST_F(RawIcmpTest, AllServicesShareOneSocketThatGoesWithTheLast) {
+    const std::size_t withOne = numberOfSockets();
+    std::vector<SPW_Handle> services;
+    for (int i = 0; i < 20; ++i) {
+        services.push_back(icmp().open());
+        ASSERT_NE(services.back(), nullptr);
+    }
+    EXPECT_EQ(numberOfSockets(), withOne);
+    for (const SPW_Handle service : services) {
+        icmp().close(service);
+    }
+    EXPECT_EQ(echo(kLoopback, 32, kPatienceMs), 1u);
+    icmp().close(m_service);
+    m_service = nullptr;
+    EXPECT_EQ(numberOfSockets(), withOne - 1);
+}
+
+class DatagramIcmpTest : public IcmpContractTest<DatagramService> {};
+
+TEST_F(DatagramIcmpTest, EachServiceHasItsOwnSocket) {
+    const std::size_t withOne = numberOfSockets();
+    const SPW_Handle service = icmp().open();
+    EXPECT_EQ(numberOfSockets(), withOne + 1);
+    icmp().close(service);
+    EXPECT_EQ(numberOfSockets(), withOne);
+}
+
+// Takes the calling thread's right to raw sockets away as long as the object lives.
+class WithoutRawSockets {
+public:
+    WithoutRawSockets() {
+        EXPECT_EQ(::syscall(SYS_capget, &m_header, m_before), 0);
+        __user_cap_data_struct reduced[2] = {m_before[0], m_before[1]};
+        reduced[0].effective &= ~(1u << CAP_NET_RAW);
+        EXPECT_EQ(::syscall(SYS_capset, &m_header, reduced), 0);
+    }
+    ~WithoutRawSockets() { (void)::syscall(SYS_capset, &m_header, m_before); }
+    WithoutRawSockets(const WithoutRawSockets&) = delete;
+    WithoutRawSockets& operator=(const WithoutRawSockets&) = delete;
+
+private:
+    __user_cap_header_struct m_header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct m_before[2];
+};
+
+TEST(IcmpPrivilegeTest, WithoutAnyRightTheServiceIsDenied) {
+    RawService network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason();
+    }
+    const WithoutRawSockets unprivileged;
+    EXPECT_EQ(SPW_CIcmp::instance->open(), nullptr);
+    EXPECT_EQ(SPW_CIcmp::instance->lastError(), kSysAccessDenied);
+}
+
+TEST(IcmpPrivilegeTest, WithoutPrivilegesTheDatagramSocketServes) {
+    DatagramService network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason();
+    }
+    const WithoutRawSockets unprivileged;
+    const SPW_Handle service = SPW_CIcmp::instance->open();
+    ASSERT_NE(service, nullptr) << SPW_CIcmp::instance->lastError();
+    char data[32] = {};
+    char reply[60] = {};
+    EXPECT_EQ(SPW_CIcmp::instance->echo(service, kLoopback, data, sizeof data, reply, sizeof reply, kPatienceMs), 1u);
+    SPW_CIcmp::instance->close(service);
+}
+
+}  // namespace

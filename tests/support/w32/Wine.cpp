@@ -1,0 +1,7 @@
+#include "Wine.h"
+
+#include <windows.h>
+
+bool runsUnderWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
