@@ -132,7 +132,7 @@ TEST_F(SystemReportTest, TheTestLogReportIsThisByteForByte) {
     m_settings.port = 5009;
     m_settings.tcpipSelected = true;
     m_settings.udpSelected = true;
-    m_registry.folder().write("HKEY_CURRENT_USER.reg", R"([HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\TLP]
+    m_registry.load("HKEY_CURRENT_USER", R"([HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\TLP]
 "Friendly Name"="Gate"
 [HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro Diagnostic]
 "description"="hall 3"

@@ -18,6 +18,7 @@
 #include "ScriptedClock.h"
 #include "ScriptedIcmp.h"
 #include "SocketForwarder.h"
+#include "SocketLibrary.h"
 #include "VTR_CMulticastConnector.h"
 #include "VTR_CMulticastListener.h"
 #include "VTR_CPinger.h"
@@ -160,6 +161,7 @@ public:
     std::uint16_t port() const { return static_cast<std::uint16_t>(SPW_CSocket::instance->localPort(m_socket)); }
 
 private:
+    const SocketLibrary m_library;
     const SPW_Socket m_socket;
 };
 
@@ -171,6 +173,7 @@ public:
     ~LoopbackClient() { (void)SPW_CSocket::instance->close(m_socket); }
 
 private:
+    const SocketLibrary m_library;
     const SPW_Socket m_socket;
 };
 
@@ -428,6 +431,7 @@ TEST_F(ProbeStopRaceTest, StopsAmidTrafficAreSilent) {
     std::atomic<bool> over{false};
     // So that some stops meet the listener between two receives.
     std::thread traffic([&] {
+        const SocketLibrary library;
         const SPW_Socket sender = SPW_CSocket::instance->openUdp();
         while (!over) {
             (void)SPW_CSocket::instance->sendTo(sender, kLoopback, port, "x", 1);  // a closed port may refuse it
