@@ -57,9 +57,21 @@ OwnRegistry::~OwnRegistry() {
 }
 
 void OwnRegistry::load(const std::string& hive, const std::string& text) const {
+    ASSERT_EQ(RegDeleteTreeW(hiveOf(hive), nullptr), 0);
+    add(hive, text);
+}
+
+void OwnRegistry::add(const std::string& hive, const std::string& text) const {
     SPW_CRegistryText parsed{SPW_CString(hive.c_str())};
     SPW_CRegistryText::Problem problem;
     ASSERT_TRUE(parsed.parse(text.data(), text.size(), problem)) << "line " << problem.line;
-    ASSERT_EQ(RegDeleteTreeW(hiveOf(hive), nullptr), 0);
     copyKey(parsed, SPW_CRegistryText::kRoot, hiveOf(hive));
+}
+
+bool OwnRegistry::isEmpty(const std::string& hive) const {
+    DWORD keys = 0;
+    EXPECT_EQ(RegQueryInfoKeyW(hiveOf(hive), nullptr, nullptr, nullptr, &keys, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr),
+              0);
+    return keys == 0;
 }

@@ -15,6 +15,9 @@ public:
 
     // Gives a hive ("HKEY_CURRENT_USER") the content that a text tells as registry editors export it.
     void load(const std::string& hive, const std::string& text) const;
+    // Puts such a text's keys and values beside what the hive has.
+    void add(const std::string& hive, const std::string& text) const;
+    bool isEmpty(const std::string& hive) const;
 
 private:
     std::wstring m_path;  // below the user's own hive

@@ -60,14 +60,15 @@ TEST_F(ReportModeTest, TheFileIsTheLocalInfoTextByteForByte) {
     ASSERT_TRUE(writeReport(m_folder.path("report.txt")));
     const std::string report = m_folder.read("report.txt");
     EXPECT_EQ(report, localInfo().toAnsi());
-    EXPECT_THAT(report, testing::StartsWith("**System Settings**\r\n"
-                                            "Linux version 6.1 Debian GNU/Linux 12 (bookworm) Build 55\r\n"
-                                            "Owner: Zoë 李\r\n"
-                                            "**End of System Settings**\r\n"
-                                            "**IP Settings**\r\n"
-                                            "   Local Host Name: device\r\n"
-                                            "   Local IP Address: 10.0.0.1\r\n"
-                                            "**Other System IP Settings**\r\n"))
+    EXPECT_THAT(report, testing::StartsWith(SPW_CString(u"**System Settings**\r\n"
+                                                        "Linux version 6.1 Debian GNU/Linux 12 (bookworm) Build 55\r\n"
+                                                        "Owner: Zoë 李\r\n"
+                                                        "**End of System Settings**\r\n"
+                                                        "**IP Settings**\r\n"
+                                                        "   Local Host Name: device\r\n"
+                                                        "   Local IP Address: 10.0.0.1\r\n"
+                                                        "**Other System IP Settings**\r\n")
+                                                .toAnsi()))
         << "neither a mark in front nor another line end";
     EXPECT_THAT(report, testing::EndsWith("\r\n**End of IP Settings**\r\n")) << "no null behind";
 }

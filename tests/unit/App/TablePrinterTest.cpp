@@ -47,10 +47,12 @@ TEST(TablePrinterTest, NamesOfAllScriptsLeaveTheColumnsStraight) {
     rows.append(row(u"10.0.0.1 (caf\u00e9)", 100, 1, 1));
     rows.append(row(u"10.0.0.2 (cafe\u0301)", 100, 1, 1));
     rows.append(row(u"10.0.0.3 (\u65e5\u672c\U0001F600)", 100, 1, 1));
-    const std::string table = formatTable(heading(false), rows).toAnsi();
-    EXPECT_NE(std::string::npos, table.find("\n10.0.0.1 (caf\u00e9)            100  ")) << table;
-    EXPECT_NE(std::string::npos, table.find("\n10.0.0.2 (cafe\u0301)            100  ")) << table;
-    EXPECT_NE(std::string::npos, table.find("\n10.0.0.3 (\u65e5\u672c\U0001F600)          100  ")) << table;
+    const SPW_CString shown = formatTable(heading(false), rows);
+    const std::u16string table = shown.text();
+    EXPECT_NE(std::u16string::npos, table.find(u"\n10.0.0.1 (caf\u00e9)            100  ")) << shown.toAnsi();
+    EXPECT_NE(std::u16string::npos, table.find(u"\n10.0.0.2 (cafe\u0301)            100  ")) << shown.toAnsi();
+    EXPECT_NE(std::u16string::npos, table.find(u"\n10.0.0.3 (\u65e5\u672c\U0001F600)          100  "))
+        << shown.toAnsi();
 }
 
 TEST(TablePrinterTest, EachProtocolStandsInItsOwnColumn) {

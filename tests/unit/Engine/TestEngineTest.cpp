@@ -539,13 +539,12 @@ TEST_F(ReportTest, EveryStartShowsWhatIsTrueThen) {
 TEST_F(ReportTest, ItWaitsForTheLogAndLosesNoLine) {
     constexpr int kValues = 3 * static_cast<int>(TestLog::kQueuedLines);
     select(false, false, false, false);
-    // Written by hand: the registry would write the whole file anew for each value.
-    std::string hive = m_registry.folder().read("HKEY_CURRENT_USER.reg");
-    hive += "\n[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Other]\n";
+    // All at once: a registry that is a file would write it anew for each value.
+    std::string hive = "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Other]\n";
     for (int i = 0; i < kValues; ++i) {
         hive += "\"value " + std::to_string(i) + "\"=\"x\"\n";
     }
-    m_registry.folder().write("HKEY_CURRENT_USER.reg", hive);
+    m_registry.add("HKEY_CURRENT_USER", hive);
     engine().start();
     const std::vector<std::string> log = endAndReadWholeLog();
     EXPECT_EQ(std::count_if(log.begin(), log.end(),
@@ -565,12 +564,12 @@ TEST_F(ReportTest, WithLoggingOffNobodyIsAskedAndTheRegistryNotTouched) {
     engine(false).start();
     EXPECT_EQ(m_network.networkScript.sizeQueries, 0);
     EXPECT_EQ(m_network.adapterScript.sizeQueries, 0);
-    EXPECT_FALSE(m_registry.folder().exists("HKEY_LOCAL_MACHINE.reg"));
+    EXPECT_TRUE(m_registry.isEmpty("HKEY_LOCAL_MACHINE"));
     m_engine.reset();
 
     engine(true).start();
     EXPECT_GT(m_network.networkScript.sizeQueries, 0);
-    EXPECT_TRUE(m_registry.folder().exists("HKEY_LOCAL_MACHINE.reg")) << "the maker's key";
+    EXPECT_FALSE(m_registry.isEmpty("HKEY_LOCAL_MACHINE")) << "the maker's key";
 }
 
 TEST_F(ReportTest, LocalInfoIsTheSystemAndIpSettings) {

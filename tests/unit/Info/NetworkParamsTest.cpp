@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CodePage.h"
 #include "ScarceMemory.h"
 #include "ScriptedNetworkInfo.h"
 #include "StringPrinting.h"
@@ -123,9 +124,9 @@ TEST_F(NetworkParamsTest, TextsWithoutTheirNullEndWhereTheirFieldsEnd) {
 }
 
 TEST_F(NetworkParamsTest, TextsAreOfTheSystemsCodePage) {
-    m_system.network.domainName = "b\xC3\xBCro.example";
+    m_system.network.domainName = std::string("b") + CodePage::kUmlaut + "r.example";
     read();
-    EXPECT_EQ(textIn(m_params.domainName), SPW_CString(u"b\u00FCro.example"));
+    EXPECT_EQ(textIn(m_params.domainName), SPW_CString(u"b\u00E4r.example"));
 }
 
 TEST_F(NetworkParamsTest, ASystemWithoutTheCallIsNotSupported) {
