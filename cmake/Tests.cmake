@@ -22,7 +22,8 @@ function(linkometry_test target)
   # The framework's classes carry no RTTI, so neither can what derives from them in a test.
   target_compile_options(${target} PRIVATE -fno-rtti)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} test-support linkometry_warnings GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
+  # The first program of a run waits for Wine to come up.
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
 endfunction()
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include <ipexport.h>
+#include <iphlpapi.h>
 
 #include "SPW_CIcmp.h"
 #include "SPW_CImmortal.h"
