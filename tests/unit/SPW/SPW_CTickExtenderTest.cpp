@@ -1,0 +1,55 @@
+#include "SPW_CTickExtender.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr std::uint64_t kTurn = std::uint64_t{1} << 32;
+
+std::uint64_t at(SPW_CTickExtender& extender, std::uint32_t tick) {
+    return extender.now([tick] { return tick; });
+}
+
+TEST(TickExtenderTest, CountsOnOverTheTurn) {
+    SPW_CTickExtender extender;
+    EXPECT_EQ(at(extender, 5), 5u);
+    EXPECT_EQ(at(extender, 0x7FFFFFFF), 0x7FFFFFFFu);
+    EXPECT_EQ(at(extender, 0x80000000), 0x80000000u);
+    EXPECT_EQ(at(extender, 0xFFFFFFFF), 0xFFFFFFFFu);
+    EXPECT_EQ(at(extender, 0), kTurn);
+    EXPECT_EQ(at(extender, 0x90000000), kTurn + 0x90000000u);
+    EXPECT_EQ(at(extender, 7), 2 * kTurn + 7);
+}
+
+TEST(TickExtenderTest, StartsInEitherHalfOfATurn) {
+    SPW_CTickExtender extender;
+    EXPECT_EQ(at(extender, 0xFFFFFFF0), 0xFFFFFFF0u);
+    EXPECT_EQ(at(extender, 3), kTurn + 3);
+}
+
+TEST(TickExtenderTest, NoThreadSeesItGoBack) {
+    SPW_CTickExtender extender;
+    std::atomic<std::uint32_t> tick{0};
+    const auto read = [&] { return tick.fetch_add(0x00100000); };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            std::uint64_t before = 0;
+            for (int n = 0; n < 20000; ++n) {
+                const std::uint64_t now = extender.now(read);
+                EXPECT_GE(now, before);
+                before = now;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(extender.now([&] { return tick.load(); }), 4 * 20000 * std::uint64_t{0x00100000});
+}
+
+}  // namespace
