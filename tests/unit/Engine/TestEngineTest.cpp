@@ -6,6 +6,8 @@
 
 #include "EngineFixture.h"
 #include "RecordingReporter.h"
+#include "RegistrySysForwarder.h"
+#include "SPW_CSysError.h"
 #include "ScriptedSystemInfo.h"
 #include "SettingsStorage.h"
 
@@ -269,6 +271,16 @@ TEST_F(TestEngineTest, EditsOfTheSettingsCountAtTheNextStart) {
     EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
 }
 
+class DamagedRegistry : public RegistrySysForwarder {
+public:
+    SPW_Result createKey(SPW_Handle, const SPW_CString&, std::uint32_t, SPW_Handle&) override {
+        return kSysRegistryCorrupt;
+    }
+    SPW_Result openKey(SPW_Handle, const SPW_CString&, std::uint32_t, SPW_Handle&) override {
+        return kSysRegistryCorrupt;
+    }
+};
+
 TEST_F(TestEngineTest, NamedPeersThatCannotBeReadAreThoseOfTheStartBefore) {
     select(false, false, false, false);
     // From before the engine's first thread to after its last: they all look for the reporter.
@@ -276,7 +288,7 @@ TEST_F(TestEngineTest, NamedPeersThatCannotBeReadAreThoseOfTheStartBefore) {
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
     engine().start();
     engine().stop();
-    m_registry.folder().write("HKEY_CURRENT_USER.reg", "[HKEY_CURRENT_USER\\Soft");
+    const DamagedRegistry damaged;
     engine().start();
     EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
     m_engine.reset();
