@@ -12,9 +12,10 @@
 namespace {
 
 // The caller's buffer goes straight through.
-#define SAME_PLACE(ours, ourField, theirs, theirField)                                                       \
-    static_assert(offsetof(ours, ourField) == offsetof(theirs, theirField), "the record is laid out as the " \
-                                                                            "platform's")
+#define SAME_PLACE(ours, ourField, theirs, theirField)                      \
+    static_assert(offsetof(ours, ourField) == offsetof(theirs, theirField), \
+                  "the record is laid out as the "                          \
+                  "platform's")
 
 static_assert(sizeof(SPW_AddressNode) == sizeof(IP_ADDR_STRING), "the record is laid out as the platform's");
 SAME_PLACE(SPW_AddressNode, address, IP_ADDR_STRING, IpAddress);
