@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "AddPeerForm.h"
 #include "ForeignText.h"
 #include "SPW_CIpAddress.h"
 

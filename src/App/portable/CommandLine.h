@@ -46,10 +46,6 @@ struct CommandLine {
     SPW_CString unknownText() const;
 };
 
-// What a peer added by hand is called unless it is given a name, and the most characters that a name may have.
-constexpr char16_t kAddedPeerName[] = u"manually added";
-constexpr int kPeerNameLimit = 15;
-
 // Finds out what the tokens ask for. An option without its argument makes the line unusable, except -getinfo
 // and -reportwnd, which are ignored as the last token. A report is found out first, among tokens that mean nothing
 // to it, since whoever asks for one may know of no other option: "-peer -getinfo FILE" asks for a report.

@@ -3,31 +3,29 @@
 #include <algorithm>
 
 #include "DisplayWidth.h"
+#include "PeerColumns.h"
 
 namespace {
 
-constexpr int kColumns = 6;
-// The order and the texts of the peer list's columns on every front end.
-const char16_t* const kHeaders[kColumns] = {u"IP-Address (name)",  u"Quality (%)",      u"Mcast (Recv/Total)",
-                                            u"Tcpip (Recv/Total)", u"Udp (Recv/Total)", u"Ping (Ack/Sent)"};
-const Protocol kProtocolOfColumn[kColumns] = {kProtocols, kProtocols, kMulticast, kTcpip, kUdp, kPing};
 const char16_t kColumnGap[] = u"  ";
 
-SPW_CString cellText(const PeerRowValues& row, int column) {
-    SPW_CString text;
-    if (column == 0)
-        return row.label;
-    if (column == 1) {
-        text.format(u"%d", row.quality);
-        return text;
+void fillCells(const PeerRowValues& row, SPW_CString (&cells)[kPeerColumns]) {
+    cells[kLabelColumn] = row.label;
+    cells[kQualityColumn] = qualityText(row.quality);
+    for (int protocol = 0; protocol < kProtocols; ++protocol) {
+        const ProtocolCounts& counts = row.counts[protocol];
+        cells[columnOfProtocol(protocol)] = countsText(counts.received, counts.total);
     }
-    const ProtocolCounts& figures = row.counts[kProtocolOfColumn[column]];
-    text.format(u"%d/%d", figures.received, figures.total);
-    return text;
 }
 
-void widen(int& width, const SPW_CString& text) {
-    width = std::max(width, displayWidth(text));
+void fillHeaders(SPW_CString (&cells)[kPeerColumns]) {
+    for (int column = 0; column < kPeerColumns; ++column)
+        cells[column] = peerColumnHeader(column);
+}
+
+void widen(int (&widths)[kPeerColumns], const SPW_CString (&cells)[kPeerColumns]) {
+    for (int column = 0; column < kPeerColumns; ++column)
+        widths[column] = std::max(widths[column], displayWidth(cells[column]));
 }
 
 // The label column is aligned left, the figures right.
@@ -40,8 +38,8 @@ void appendCell(SPW_CString& line, const SPW_CString& text, int width, int colum
         line += SPW_CString(kColumnGap) + padding + text;
 }
 
-void appendLine(SPW_CString& table, const SPW_CString (&cells)[kColumns], const int (&widths)[kColumns]) {
-    for (int column = 0; column < kColumns; ++column)
+void appendLine(SPW_CString& table, const SPW_CString (&cells)[kPeerColumns], const int (&widths)[kPeerColumns]) {
+    for (int column = 0; column < kPeerColumns; ++column)
         appendCell(table, cells[column], widths[column], column);
     table.append(u'\n');
 }
@@ -52,18 +50,17 @@ SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowVal
     SPW_CString table;
     table.format(u"%s  test %d, %s after %lu s\n", heading.localTime.text(), heading.testNumber,
                  heading.isFinal ? u"result" : u"running", static_cast<unsigned long>(heading.elapsedSeconds));
-    SPW_CString cells[kColumns];
-    int widths[kColumns] = {};
-    for (int column = 0; column < kColumns; ++column) {
-        cells[column] = kHeaders[column];
-        widen(widths[column], cells[column]);
-        for (int i = 0; i < rows.numberOfElements(); ++i)
-            widen(widths[column], cellText(rows[i], column));
+    SPW_CString cells[kPeerColumns];
+    int widths[kPeerColumns] = {};
+    for (int i = 0; i < rows.numberOfElements(); ++i) {
+        fillCells(rows[i], cells);
+        widen(widths, cells);
     }
+    fillHeaders(cells);
+    widen(widths, cells);
     appendLine(table, cells, widths);
     for (int i = 0; i < rows.numberOfElements(); ++i) {
-        for (int column = 0; column < kColumns; ++column)
-            cells[column] = cellText(rows[i], column);
+        fillCells(rows[i], cells);
         appendLine(table, cells, widths);
     }
     if (rows.numberOfElements() == 0)

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+#include "SPW_CString.h"
+#include "UiSink.h"
+
+// The columns of the peer list: the same, in the same order, in the dialog, on the screen and in printed tables.
+enum PeerColumn : int {
+    kLabelColumn = 0,
+    kQualityColumn = 1,
+    kMulticastColumn = 2,
+    kTcpipColumn = 3,
+    kUdpColumn = 4,
+    kPingColumn = 5,
+    kPeerColumns = 6,
+};
+
+// column: 0 to kPeerColumns - 1.
+const char16_t* peerColumnHeader(int column);
+
+// protocol: 0 to kProtocols - 1.
+PeerColumn columnOfProtocol(int protocol);
+
+// The texts of the cells.
+SPW_CString qualityText(int quality);
+SPW_CString countsText(std::int32_t received, std::int32_t total);
