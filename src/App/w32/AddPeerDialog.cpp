@@ -1,0 +1,45 @@
+#include "AddPeerDialog.h"
+
+#include "Resource.h"
+#include "SPW_CWideW32.h"
+
+namespace {
+
+constexpr int kControls[AddPeerForm::kFields] = {IDC_OCTET_1, IDC_OCTET_2, IDC_OCTET_3, IDC_OCTET_4, IDC_PEER_NAME};
+
+}  // namespace
+
+AddPeerDialog::AddPeerDialog() : Dialog(IDD_ADD_PEER) {}
+
+void AddPeerDialog::onInitialise() {
+    const AddPeerForm form;
+    for (int field = 0; field < AddPeerForm::kFields; ++field) {
+        setText(kControls[field], form.texts[field]);
+    }
+}
+
+void AddPeerDialog::onCommand(int control) {
+    if (control == IDOK) {
+        accept();
+    } else if (control == IDCANCEL) {
+        end(IDCANCEL);
+    }
+}
+
+// What cannot be accepted is said, and the dialog stays for the user to mend it.
+void AddPeerDialog::accept() {
+    AddPeerForm form;
+    for (int field = 0; field < AddPeerForm::kFields; ++field) {
+        form.texts[field] = textOf(kControls[field]);
+    }
+    SPW_CString message;
+    const AddPeerForm::Field wrong = form.firstFault(message);
+    if (wrong == AddPeerForm::kFields) {
+        m_peer = form.peer();
+        end(IDOK);
+        return;
+    }
+    (void)MessageBoxW(window(), SPW_ToWide(message.text()), L"Linkometry", MB_OK | MB_ICONEXCLAMATION);
+    (void)SetFocus(control(kControls[wrong]));
+    (void)SendMessageW(control(kControls[wrong]), EM_SETSEL, 0, -1);
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "AddPeerForm.h"
+#include "Dialog.h"
+#include "PeerTable.h"
+
+// The dialog in which the user names a peer. Returns IDOK from runModal when it was accepted; peer() is the one that
+// the user named.
+class AddPeerDialog final : public Dialog {
+public:
+    AddPeerDialog();
+    // Only after the dialog was accepted.
+    const PeerRecord& peer() const { return m_peer; }
+
+protected:
+    void onInitialise() override;
+    void onCommand(int control) override;
+
+private:
+    void accept();
+
+    PeerRecord m_peer;
+};
