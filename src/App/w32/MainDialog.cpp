@@ -55,8 +55,10 @@ void MainDialog::makeColumns() {
         definition.pszText = const_cast<wchar_t*>(SPW_ToWide(peerColumnHeader(column)));  // only read
         definition.iSubItem = column;
         (void)SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&definition));
-        (void)SendMessageW(list, LVM_SETCOLUMNWIDTH, static_cast<WPARAM>(column),
-                           MAKELPARAM(LVSCW_AUTOSIZE_USEHEADER, 0));
+    }
+    // Only now: the control gives its last column all the room that is left.
+    for (WPARAM column = 0; column < kPeerColumns; ++column) {
+        (void)SendMessageW(list, LVM_SETCOLUMNWIDTH, column, MAKELPARAM(LVSCW_AUTOSIZE_USEHEADER, 0));
     }
 }
 
