@@ -1,0 +1,278 @@
+// Uses another program's windows as its user would: finds them by their caption, presses buttons, types, reads texts.
+// Reads one command a line from standard input and answers each with one line, fields separated by tabs:
+//
+//     find CAPTION         the handle of a visible top-level window whose caption holds the text, or 0
+//     press HWND ID        clicks a button
+//     close HWND           asks the window to close
+//     key HWND CODE        a key, to the control that has the focus
+//     caption HWND         the window's caption
+//     text HWND ID         a control's text; \r, \n, \t and \ come as \\r ...
+//     type HWND ID TEXT    sets a control's text
+//     enabled HWND ID      1 or 0
+//     place HWND [ID]      left, top, width and height in the parent's client area, or on the screen
+//     size HWND W H        the window's outer size
+//     rows HWND ID         how many rows a list has
+//     cell HWND ID ROW COL a list's text
+//     header HWND ID COL   a column's text, format and width
+//     listen               makes a window that waits for the report's outcome; its handle
+//     heard                the outcome that it was told last, or "nothing"
+
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+UINT outcomeMessage = 0;
+int outcome = -1;
+
+std::wstring wide(const std::string& text) {
+    const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+    std::wstring result(static_cast<std::size_t>(size), L' ');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), result.data(), size);
+    return result;
+}
+
+std::string shown(const std::wstring& text) {
+    const int size =
+        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<std::size_t>(size), ' ');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(), size, nullptr, nullptr);
+    std::string result;
+    for (const char c : bytes) {
+        switch (c) {
+            case '\r':
+                result += "\\r";
+                break;
+            case '\n':
+                result += "\\n";
+                break;
+            case '\t':
+                result += "\\t";
+                break;
+            case '\\':
+                result += "\\\\";
+                break;
+            default:
+                result += c;
+        }
+    }
+    return result;
+}
+
+std::wstring textOf(HWND window) {
+    const LRESULT length = SendMessageW(window, WM_GETTEXTLENGTH, 0, 0);
+    std::wstring text(static_cast<std::size_t>(length) + 1, L'\0');
+    const LRESULT copied =
+        SendMessageW(window, WM_GETTEXT, static_cast<WPARAM>(text.size()), reinterpret_cast<LPARAM>(text.data()));
+    text.resize(static_cast<std::size_t>(copied));
+    return text;
+}
+
+struct Search {
+    std::wstring caption;
+    HWND found = nullptr;
+};
+
+BOOL CALLBACK visit(HWND window, LPARAM parameter) {
+    Search& search = *reinterpret_cast<Search*>(parameter);
+    wchar_t caption[256] = L"";
+    GetWindowTextW(window, caption, 256);
+    wchar_t name[64] = L"";
+    GetClassNameW(window, name, 64);
+    const bool isDialog = std::wcscmp(name, L"#32770") == 0;
+    if (isDialog && IsWindowVisible(window) && std::wcsstr(caption, search.caption.c_str()) != nullptr &&
+        (!search.caption.empty() || caption[0] == 0)) {
+        search.found = window;
+        return FALSE;
+    }
+    return TRUE;
+}
+
+// Memory of the window's process, for messages that the system does not carry across.
+class RemoteMemory {
+public:
+    RemoteMemory(HWND window, std::size_t size) {
+        DWORD process = 0;
+        GetWindowThreadProcessId(window, &process);
+        m_process = OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE, FALSE, process);
+        m_address = static_cast<char*>(VirtualAllocEx(m_process, nullptr, size, MEM_COMMIT, PAGE_READWRITE));
+    }
+    ~RemoteMemory() {
+        VirtualFreeEx(m_process, m_address, 0, MEM_RELEASE);
+        CloseHandle(m_process);
+    }
+    RemoteMemory(const RemoteMemory&) = delete;
+    RemoteMemory& operator=(const RemoteMemory&) = delete;
+    char* address() const { return m_address; }
+    void write(const void* data, std::size_t size) { WriteProcessMemory(m_process, m_address, data, size, nullptr); }
+    void read(std::size_t offset, void* data, std::size_t size) {
+        ReadProcessMemory(m_process, m_address + offset, data, size, nullptr);
+    }
+
+private:
+    HANDLE m_process = nullptr;
+    char* m_address = nullptr;
+};
+
+constexpr int kTextRoom = 4096;
+
+std::wstring cellText(HWND list, int row, int column) {
+    RemoteMemory memory(list, sizeof(LVITEMW) + kTextRoom * sizeof(wchar_t));
+    LVITEMW item = {};
+    item.iSubItem = column;
+    item.cchTextMax = kTextRoom;
+    item.pszText = reinterpret_cast<wchar_t*>(memory.address() + sizeof item);
+    memory.write(&item, sizeof item);
+    SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(memory.address()));
+    std::wstring text(kTextRoom, L'\0');
+    memory.read(sizeof item, text.data(), kTextRoom * sizeof(wchar_t));
+    return text.c_str();
+}
+
+std::string headerText(HWND list, int column) {
+    RemoteMemory memory(list, sizeof(LVCOLUMNW) + kTextRoom * sizeof(wchar_t));
+    LVCOLUMNW definition = {};
+    definition.mask = LVCF_FMT | LVCF_TEXT | LVCF_WIDTH;
+    definition.cchTextMax = kTextRoom;
+    definition.pszText = reinterpret_cast<wchar_t*>(memory.address() + sizeof definition);
+    memory.write(&definition, sizeof definition);
+    SendMessageW(list, LVM_GETCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(memory.address()));
+    memory.read(0, &definition, sizeof definition);
+    std::wstring text(kTextRoom, L'\0');
+    memory.read(sizeof definition, text.data(), kTextRoom * sizeof(wchar_t));
+    return shown(text.c_str()) + "\t" + std::to_string(definition.fmt & LVCFMT_JUSTIFYMASK) + "\t" +
+           std::to_string(definition.cx);
+}
+
+std::string place(HWND window, HWND control) {
+    RECT rectangle;
+    GetWindowRect(control != nullptr ? control : window, &rectangle);
+    if (control != nullptr) {
+        MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&rectangle), 2);
+    }
+    std::ostringstream answer;
+    answer << rectangle.left << '\t' << rectangle.top << '\t' << rectangle.right - rectangle.left << '\t'
+           << rectangle.bottom - rectangle.top;
+    return answer.str();
+}
+
+LRESULT CALLBACK listen(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == outcomeMessage) {
+        outcome = lParam == 0 ? static_cast<int>(wParam) : -2;
+        return 0;
+    }
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND makeListener() {
+    outcomeMessage = RegisterWindowMessageW(L"WM_VTR_DIAGINFOSUCCESS");
+    outcome = -1;
+    WNDCLASSW description = {};
+    description.lpfnWndProc = listen;
+    description.hInstance = GetModuleHandleW(nullptr);
+    description.lpszClassName = L"LinkometryTestListener";
+    RegisterClassW(&description);
+    return CreateWindowW(L"LinkometryTestListener", L"listener", 0, 0, 0, 10, 10, nullptr, nullptr,
+                         description.hInstance, nullptr);
+}
+
+void takeMessages() {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        DispatchMessageW(&message);
+    }
+}
+
+std::string answer(const std::string& line) {
+    std::istringstream input(line);
+    std::string command;
+    input >> command;
+    if (command == "find") {
+        std::string caption;
+        std::getline(input >> std::ws, caption);
+        Search search{wide(caption)};
+        EnumWindows(visit, reinterpret_cast<LPARAM>(&search));
+        return std::to_string(reinterpret_cast<std::uintptr_t>(search.found));
+    }
+    if (command == "listen") {
+        return std::to_string(reinterpret_cast<std::uintptr_t>(makeListener()));
+    }
+    if (command == "heard") {
+        takeMessages();
+        return outcome == -1 ? "nothing" : std::to_string(outcome);
+    }
+    std::uintptr_t handle = 0;
+    int id = 0;
+    input >> handle >> id;
+    const HWND window = reinterpret_cast<HWND>(handle);
+    const HWND control = id != 0 ? GetDlgItem(window, id) : nullptr;
+    if (command == "press") {
+        return std::to_string(PostMessageW(control, BM_CLICK, 0, 0));
+    }
+    if (command == "close") {
+        return std::to_string(PostMessageW(window, WM_CLOSE, 0, 0));
+    }
+    if (command == "key") {
+        GUITHREADINFO thread = {};
+        thread.cbSize = sizeof thread;
+        GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &thread);
+        return std::to_string(PostMessageW(thread.hwndFocus, WM_KEYDOWN, static_cast<WPARAM>(id), 0));
+    }
+    if (command == "caption") {
+        return shown(textOf(window));
+    }
+    if (command == "text") {
+        return shown(textOf(control));
+    }
+    if (command == "type") {
+        std::string text;
+        std::getline(input >> std::ws, text);
+        return std::to_string(SendMessageW(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(wide(text).c_str())));
+    }
+    if (command == "enabled") {
+        return std::to_string(IsWindowEnabled(control));
+    }
+    if (command == "place") {
+        return place(window, control);
+    }
+    int first = 0;
+    int second = 0;
+    if (command == "size") {
+        input >> first;
+        return std::to_string(SetWindowPos(window, nullptr, 0, 0, id, first, SWP_NOMOVE | SWP_NOZORDER));
+    }
+    if (command == "rows") {
+        return std::to_string(SendMessageW(control, LVM_GETITEMCOUNT, 0, 0));
+    }
+    input >> first >> second;
+    if (command == "cell") {
+        return shown(cellText(control, first, second));
+    }
+    if (command == "header") {
+        return headerText(control, first);
+    }
+    return "what is " + command + "?";
+}
+
+}  // namespace
+
+int main() {
+    std::string line;
+    for (int c = std::getchar(); c != EOF; c = std::getchar()) {
+        if (c != '\n') {
+            line += static_cast<char>(c);
+            continue;
+        }
+        std::printf("%s\n", answer(line).c_str());
+        std::fflush(stdout);
+        line.clear();
+    }
+    return 0;
+}
