@@ -35,9 +35,16 @@ find_program(LINKOMETRY_PYTHON python3 HINTS /usr/bin REQUIRED)
 # Makes each method of each test class in the file a ctest entry of its own: system.<file>.<class>.<method>. It runs
 # this build's program in network namespaces, and is skipped, with the reason, where they may not be made. Tests of the
 # UNDISTURBED classes, which need the processor or its quiet for themselves, run while no other does.
+#
+# In a Windows build the tests run that build's program, and beside it the one of the build for Linux, which must be there.
 function(linkometry_system_test file)
   cmake_parse_arguments(ARG "" "" "UNDISTURBED" ${ARGN})
-  set(path "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
+  set(path "${PROJECT_SOURCE_DIR}/tests/system/${file}")
+  set(programs --program "${PROJECT_BINARY_DIR}/linkometry")
+  if(WIN32)
+    set(programs --program "${PROJECT_SOURCE_DIR}/build/linux/linkometry"
+      --windows-program "${PROJECT_BINARY_DIR}/linkometry.exe")
+  endif()
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
   get_filename_component(module "${file}" NAME_WE)
   file(STRINGS "${path}" lines REGEX "^class [A-Za-z0-9_]+|^    def test_[A-Za-z0-9_]+")
@@ -47,7 +54,7 @@ function(linkometry_system_test file)
     elseif(line MATCHES "def (test_[A-Za-z0-9_]+)")
       set(test "${module}.${class}.${CMAKE_MATCH_1}")
       add_test(NAME system.${test} COMMAND "${LINKOMETRY_PYTHON}" "${PROJECT_SOURCE_DIR}/tests/system/run.py"
-        --program "${PROJECT_BINARY_DIR}/linkometry" ${test})
+        ${programs} ${test})
       set_tests_properties(system.${test} PROPERTIES LABELS netns TIMEOUT 180 SKIP_RETURN_CODE 77)
       if(class IN_LIST ARG_UNDISTURBED)
         set_tests_properties(system.${test} PROPERTIES RUN_SERIAL ON)

@@ -23,6 +23,7 @@ def skip(reason):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--program", required=True)
+    parser.add_argument("--windows-program")
     parser.add_argument("test")
     arguments = parser.parse_args()
     try:
@@ -30,6 +31,8 @@ def main():
     except lab.NamespacesRefused as refused:
         skip(str(refused))
     os.environ["LINKOMETRY_PROGRAM"] = os.path.abspath(arguments.program)
+    if arguments.windows_program:
+        os.environ["LINKOMETRY_WINDOWS_PROGRAM"] = os.path.abspath(arguments.windows_program)
 
     suite = unittest.defaultTestLoader.loadTestsFromName(arguments.test)
     result = unittest.TextTestRunner(stream=sys.stdout, verbosity=2).run(suite)

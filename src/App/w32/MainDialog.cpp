@@ -27,7 +27,7 @@ bool isHandheld() {
 
 }  // namespace
 
-MainDialog::MainDialog(const CommandLine& options) : Dialog(IDD_MAIN), m_options(options) {}
+MainDialog::MainDialog(const CommandLine& options) : Dialog(IDD_MAIN), m_options(options), m_isHandheld(isHandheld()) {}
 
 // The engine's last callbacks want the rest of the object.
 MainDialog::~MainDialog() {
@@ -85,7 +85,7 @@ void MainDialog::fitScreen() {
     RECT outer;
     (void)GetWindowRect(window(), &outer);
     m_smallest = {outer.right - outer.left, outer.bottom - outer.top};
-    if (isHandheld()) {
+    if (m_isHandheld) {
         ShellW32::fillScreen(window());
     } else {
         makeSizeable();
@@ -172,8 +172,9 @@ void MainDialog::onCommand(int control) {
             showInfo();
             break;
         case IDOK:
-            // The Enter key in the list would end a measurement by mistake; the handheld's OK button closes the window.
-            if (GetKeyState(VK_RETURN) >= 0) {
+            // On a handheld the OK button of the caption; elsewhere only the Enter key, which would end a measurement
+            // by mistake.
+            if (m_isHandheld) {
                 close();
             }
             break;

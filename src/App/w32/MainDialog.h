@@ -47,6 +47,7 @@ private:
     void dropPendingUpdates();
 
     const CommandLine& m_options;
+    const bool m_isHandheld;
     std::unique_ptr<TestEngine> m_engine;
     // Where updates are posted to; null before and after the window, when they are dropped.
     std::atomic<HWND> m_target{nullptr};

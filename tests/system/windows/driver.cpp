@@ -5,7 +5,10 @@
 //     press HWND ID        clicks a button
 //     close HWND           asks the window to close
 //     key HWND CODE        a key, to the control that has the focus
+//     focus HWND ID        gives a control the focus
+//     exists HWND          1 or 0
 //     caption HWND         the window's caption
+//     label HWND           the texts of the window's labels
 //     text HWND ID         a control's text; \r, \n, \t and \ come as \\r ...
 //     type HWND ID TEXT    sets a control's text
 //     enabled HWND ID      1 or 0
@@ -75,6 +78,15 @@ std::wstring textOf(HWND window) {
     return text;
 }
 
+BOOL CALLBACK addLabel(HWND window, LPARAM parameter) {
+    wchar_t name[64] = L"";
+    GetClassNameW(window, name, 64);
+    if (std::wcscmp(name, L"Static") == 0) {
+        *reinterpret_cast<std::string*>(parameter) += shown(textOf(window)) + " ";
+    }
+    return TRUE;
+}
+
 struct Search {
     std::wstring caption;
     HWND found = nullptr;
@@ -87,8 +99,9 @@ BOOL CALLBACK visit(HWND window, LPARAM parameter) {
     wchar_t name[64] = L"";
     GetClassNameW(window, name, 64);
     const bool isDialog = std::wcscmp(name, L"#32770") == 0;
-    if (isDialog && IsWindowVisible(window) && std::wcsstr(caption, search.caption.c_str()) != nullptr &&
-        (!search.caption.empty() || caption[0] == 0)) {
+    const bool isMeant =
+        search.caption.empty() ? caption[0] == 0 : std::wstring(caption).find(search.caption) != std::wstring::npos;
+    if (isDialog && IsWindowVisible(window) && isMeant) {
         search.found = window;
         return FALSE;
     }
@@ -224,6 +237,17 @@ std::string answer(const std::string& line) {
         thread.cbSize = sizeof thread;
         GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &thread);
         return std::to_string(PostMessageW(thread.hwndFocus, WM_KEYDOWN, static_cast<WPARAM>(id), 0));
+    }
+    if (command == "focus") {
+        return std::to_string(PostMessageW(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control), TRUE));
+    }
+    if (command == "label") {
+        std::string labels;
+        EnumChildWindows(window, addLabel, reinterpret_cast<LPARAM>(&labels));
+        return labels;
+    }
+    if (command == "exists") {
+        return std::to_string(IsWindow(window));
     }
     if (command == "caption") {
         return shown(textOf(window));

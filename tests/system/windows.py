@@ -1,0 +1,217 @@
+"""Windows programs on a lab's device: Wine with a screen and a registry of its own, and hands to use the windows with."""
+
+import os
+import select
+import shutil
+import subprocess
+import time
+
+import lab
+
+TOOLS = os.path.join(os.path.dirname(__file__), "..", "..", "tools")
+RUN_WINE = os.path.abspath(os.path.join(TOOLS, "run-wine"))
+
+# Controls and keys, by the numbers that the program gives them.
+START, RESET, LOG, STOP, PEERS, ADD_IP, INFO = 1000, 1002, 1003, 1004, 1042, 1047, 1048
+OCTETS, PEER_NAME = (1044, 1047, 1048, 1049), 1046
+LOCAL_INFO = 1049
+OK, CANCEL = 1, 2
+RETURN, ESCAPE = 0x0D, 0x1B
+
+
+def program_path():
+    return os.environ["LINKOMETRY_WINDOWS_PROGRAM"]
+
+
+def build_folder():
+    return os.path.dirname(program_path())
+
+
+def prepared_prefix():
+    """Wine's files as they are after their first start, which takes too long for every test."""
+    prefix = os.path.join(build_folder(), "wine")
+    subprocess.run([RUN_WINE, prefix], check=True, stdin=subprocess.DEVNULL)
+    return prefix
+
+
+class WindowsDevice:
+    """A device of the lab that runs Windows programs. Close it before the lab."""
+
+    def __init__(self, device):
+        self.device = device
+        self.prefix = os.path.join(device.folder, "wine")
+        # The files are shared; what Wine changes it writes anew.
+        subprocess.run(["cp", "-al", prepared_prefix(), self.prefix], check=True)
+        self._draw_frames()
+        self._processes = []
+        self.screen = self._start_screen()
+        self.driver = self.start(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
+                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+
+    def _draw_frames(self):
+        """Without a window manager Wine itself must draw captions and frames."""
+        path = os.path.join(self.prefix, "user.reg")
+        with open(path, encoding="utf-8", newline="") as file:
+            text = file.read()
+        os.remove(path)
+        with open(path, "w", encoding="utf-8", newline="") as file:
+            file.write(text + '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n')
+
+    def _start_screen(self):
+        read, write = os.pipe()
+        with self.device.inside():
+            self._processes.append(subprocess.Popen(
+                ["setpriv", "--pdeathsig", "KILL", "Xvfb", "-displayfd", str(write), "-screen", "0", "640x480x24"],
+                pass_fds=[write], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+        os.close(write)
+        with os.fdopen(read) as number:
+            if not select.select([number], [], [], 60)[0]:
+                raise AssertionError("there is no screen within 60 s")
+            return ":" + number.readline().strip()
+
+    def start(self, program, *arguments, **streams):
+        """Starts a Windows program in the folder C:\\."""
+        environment = dict(os.environ, DISPLAY=self.screen, TZ="UTC", LANG="C.UTF-8")
+        options = dict(stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        options.update(streams)
+        with self.device.inside():
+            process = subprocess.Popen(["unshare", "--uts", "sh", "-c", 'hostname "$0" && exec "$@"', self.device.name,
+                                        RUN_WINE, self.prefix, program, *arguments], env=environment, text=True,
+                                       **options)
+        self._processes.append(process)
+        return process
+
+    def path(self, name):
+        """Where the file C:\\name is."""
+        return os.path.join(self.prefix, "drive_c", name)
+
+    def read(self, name):
+        with open(self.path(name), encoding="utf-8", newline="") as file:
+            return file.read()
+
+    def log_lines(self):
+        """The lines of the test log so far, without their line ends."""
+        if not os.path.exists(self.path("VantiroDiagnostics.txt")):
+            return []
+        return self.read("VantiroDiagnostics.txt").split("\r\n")[:-1]
+
+    def log_texts(self):
+        """The same without the header and the times."""
+        return [line[9:] for line in self.log_lines()[6:]]
+
+    def registry(self, key):
+        """The text values of a key of the current user."""
+        tool = os.path.join(self.prefix, "drive_c", "windows", "system32", "reg.exe")
+        process = self.start(tool, "query", key, stdout=subprocess.PIPE)
+        output, _ = process.communicate(timeout=60)
+        values = {}
+        for line in output.splitlines():
+            name, kind, value = (line.strip().split("    ") + ["", ""])[:3]
+            if kind == "REG_SZ":
+                values[name] = value
+        return values
+
+    def ask(self, *words):
+        """One command to the driver; its answer."""
+        self.driver.stdin.write(" ".join(str(word) for word in words) + "\n")
+        self.driver.stdin.flush()
+        if not select.select([self.driver.stdout], [], [], 60)[0]:
+            raise AssertionError(f"no answer within 60 s to {words}")
+        return self.driver.stdout.readline().rstrip("\n")
+
+    def picture(self, name):
+        """What the screen shows, kept in the build folder."""
+        folder = os.path.join(build_folder(), "screenshots")
+        os.makedirs(folder, exist_ok=True)
+        subprocess.run(["import", "-display", self.screen, "-window", "root", os.path.join(folder, name + ".png")],
+                       check=True)
+
+    def window(self, caption="", within=60):
+        """The dialog whose caption holds that text; without one, the one without a caption."""
+        handle = lab.eventually(lambda: int(self.ask("find", caption)), within, f"a window {caption!r}", every=0.1)
+        return Window(self, handle)
+
+    def has_window(self, caption=""):
+        return self.ask("find", caption) != "0"
+
+    def close(self):
+        self.driver.stdin.close()
+        subprocess.run([RUN_WINE, self.prefix, "--end"], check=True, stdin=subprocess.DEVNULL)
+        for process in self._processes:
+            process.kill()
+            process.wait()
+        shutil.rmtree(self.prefix)
+
+
+class Window:
+    """A dialog of a Windows program."""
+
+    def __init__(self, owner, handle):
+        self.owner = owner
+        self.handle = handle
+
+    def ask(self, command, *words):
+        return self.owner.ask(command, self.handle, *words)
+
+    def press(self, control):
+        self.ask("press", control)
+
+    def key(self, code):
+        self.ask("key", code)
+
+    def close(self):
+        self.ask("close")
+
+    def caption(self):
+        return self.ask("caption")
+
+    def text(self, control):
+        return self.ask("text", control).replace("\\r", "\r").replace("\\n", "\n")
+
+    def type(self, control, text):
+        self.ask("type", control, text)
+
+    def is_enabled(self, control):
+        return self.ask("enabled", control) == "1"
+
+    def wait_until_enabled(self, control, within=60):
+        lab.eventually(lambda: self.is_enabled(control), within, f"control {control} can be used", every=0.1)
+
+    def place(self, control=0):
+        """(left, top, width, height)."""
+        return tuple(int(each) for each in self.ask("place", control).split("\t"))
+
+    def rows(self):
+        """The texts of the peer list."""
+        count = int(self.ask("rows", PEERS))
+        return [[self.ask("cell", PEERS, row, column) for column in range(6)] for row in range(count)]
+
+    def row(self, label):
+        return next((row for row in self.rows() if row[0] == label), None)
+
+    def wait_for_row(self, label, condition=lambda row: True, within=60):
+        def look():
+            row = self.row(label)
+            return row if row and condition(row) else None
+        return lab.eventually(look, within, lambda: f"a row {label!r} among {self.rows()}", every=0.2)
+
+    def is_gone(self):
+        return self.ask("exists") == "0"
+
+    def wait_until_gone(self, within=60):
+        lab.eventually(self.is_gone, within, "the window is gone", every=0.1)
+
+
+def received_and_total(cell):
+    """The two figures of a cell, which is empty until something was counted."""
+    return tuple(int(each) for each in cell.split("/")) if cell else (0, 0)
+
+
+def ended(process, within=60):
+    """The exit status of a Windows program."""
+    return process.wait(within)
+
+
+def pause(seconds):
+    """For what has no sign of its own: the time in which something must not happen."""
+    time.sleep(seconds)
