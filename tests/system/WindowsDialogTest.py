@@ -43,6 +43,7 @@ class MainDialogTest(WindowsTest):
         self.assertEqual([column[0] for column in columns], HEADERS)
         # The control keeps its first column at the left.
         self.assertEqual([column[1] for column in columns[1:]], [CENTRED] * 5)
+        self.assertTrue(all(int(column[2]) > 50 for column in columns), columns)
         self.assertEqual(dialog.rows(), [])
         self.assertEqual(self.windows.registry(SETTINGS), DEFAULTS)
         lines = self.windows.log_lines()
@@ -62,6 +63,8 @@ class MainDialogTest(WindowsTest):
         label = "10.77.0.2 (door)"
         dialog.wait_for_row(label, lambda row: row[1] == "100" and all(
             windows.received_and_total(cell)[0] >= 2 for cell in row[2:]))
+        dialog.ask("size", 620, 300)
+        lab.eventually(lambda: dialog.place(PEERS)[2] > 500, 60, "the list has grown")
         self.windows.picture("main-running")
         dialog.press(RESET)
         dialog.wait_for_row(label, lambda row: windows.received_and_total(row[4])[1] < 3)
@@ -105,10 +108,13 @@ class MainDialogTest(WindowsTest):
         _, _, width, height = dialog.place()
         left, top, list_width, list_height = dialog.place(PEERS)
         dialog.ask("size", width + 100, height + 50)
-        self.assertEqual(dialog.place(PEERS), (left, top, list_width + 100, list_height + 50))
+        self.wait_for_list(dialog, (left, top, list_width + 100, list_height + 50))
         self.windows.picture("main-enlarged")
         dialog.ask("size", 10, 10)
-        self.assertEqual(dialog.place(PEERS), (left, top, list_width, list_height))
+        self.wait_for_list(dialog, (left, top, list_width, list_height))
+
+    def wait_for_list(self, dialog, place):
+        lab.eventually(lambda: dialog.place(PEERS) == place, 60, lambda: f"{place}, it is {dialog.place(PEERS)}")
 
 
 class AddPeerTest(WindowsTest):

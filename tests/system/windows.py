@@ -121,6 +121,7 @@ class WindowsDevice:
 
     def picture(self, name):
         """What the screen shows, kept in the build folder."""
+        time.sleep(0.5)  # what has changed is drawn a moment later; no test depends on the picture
         folder = os.path.join(build_folder(), "screenshots")
         os.makedirs(folder, exist_ok=True)
         subprocess.run(["import", "-display", self.screen, "-window", "root", os.path.join(folder, name + ".png")],

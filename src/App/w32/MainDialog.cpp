@@ -25,6 +25,15 @@ bool isHandheld() {
     return SPW_CSystemInfo::instance->osVersion(version) && version.platform == kOsWindowsCe;
 }
 
+void insertColumn(HWND list, int column, const char16_t* header) {
+    LVCOLUMNW definition = {};
+    definition.mask = LVCF_FMT | LVCF_TEXT | LVCF_SUBITEM;
+    definition.fmt = LVCFMT_CENTER;
+    definition.pszText = const_cast<wchar_t*>(SPW_ToWide(header));  // only read
+    definition.iSubItem = column;
+    (void)SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&definition));
+}
+
 }  // namespace
 
 MainDialog::MainDialog(const CommandLine& options) : Dialog(IDD_MAIN), m_options(options), m_isHandheld(isHandheld()) {}
@@ -49,17 +58,15 @@ void MainDialog::onInitialise() {
 void MainDialog::makeColumns() {
     const HWND list = control(IDC_PEERS);
     for (int column = 0; column < kPeerColumns; ++column) {
-        LVCOLUMNW definition = {};
-        definition.mask = LVCF_FMT | LVCF_TEXT | LVCF_SUBITEM;
-        definition.fmt = LVCFMT_CENTER;
-        definition.pszText = const_cast<wchar_t*>(SPW_ToWide(peerColumnHeader(column)));  // only read
-        definition.iSubItem = column;
-        (void)SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&definition));
+        insertColumn(list, column, peerColumnHeader(column));
     }
-    // Only now: the control gives its last column all the room that is left.
+    // The control gives its last column what is left of its width, and that may be next to nothing. So while the
+    // columns get the widths of their headers, another one is the last.
+    insertColumn(list, kPeerColumns, u"");
     for (WPARAM column = 0; column < kPeerColumns; ++column) {
         (void)SendMessageW(list, LVM_SETCOLUMNWIDTH, column, MAKELPARAM(LVSCW_AUTOSIZE_USEHEADER, 0));
     }
+    (void)SendMessageW(list, LVM_DELETECOLUMN, kPeerColumns, 0);
 }
 
 void MainDialog::makeEngine() {
