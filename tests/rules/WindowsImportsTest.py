@@ -85,6 +85,8 @@ class WindowsImportsTest(unittest.TestCase):
         status, output = self.check()
         self.assertEqual(status, 1)
         self.assertIn("Other: an exception that nobody needs", output)
+        self.write("exceptions.txt", "OnDesktop  inline there (64 bits)\nOther  inline there (32 bits)\n")
+        self.assertEqual(self.check()[0], 0, "the objects are of 64 bits")
 
     def test_a_build_without_objects_proves_nothing(self):
         self.assertEqual(self.check()[0], 1)

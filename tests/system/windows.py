@@ -28,9 +28,9 @@ def build_folder():
 
 
 def prepared_prefix():
-    """Wine's files as they are after their first start, which takes too long for every test."""
-    prefix = os.path.join(build_folder(), "wine")
-    subprocess.run([RUN_WINE, prefix], check=True, stdin=subprocess.DEVNULL)
+    """Wine's files as they are after their first start, which takes too long for every test; nothing runs there."""
+    prefix = os.path.join(build_folder(), "wine-template")
+    subprocess.run([RUN_WINE, prefix, "--here"], check=True, stdin=subprocess.DEVNULL)
     return prefix
 
 
@@ -42,6 +42,7 @@ class WindowsDevice:
         self.prefix = os.path.join(device.folder, "wine")
         # The files are shared; what Wine changes it writes anew.
         subprocess.run(["cp", "-al", prepared_prefix(), self.prefix], check=True)
+        shutil.rmtree(os.path.join(self.prefix, "run"))
         self._draw_frames()
         self._processes = []
         self.screen = self._start_screen()
@@ -76,7 +77,7 @@ class WindowsDevice:
         options.update(streams)
         with self.device.inside():
             process = subprocess.Popen(["unshare", "--uts", "sh", "-c", 'hostname "$0" && exec "$@"', self.device.name,
-                                        RUN_WINE, self.prefix, program, *arguments], env=environment, text=True,
+                                        RUN_WINE, self.prefix, "--here", program, *arguments], env=environment, text=True,
                                        **options)
         self._processes.append(process)
         return process
