@@ -59,10 +59,12 @@ class WindowsDevice:
             file.write(text + '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n')
 
     def _start_screen(self):
+        # Each network namespace has a screen 0 of its own; a socket in the file system would be that of all.
         read, write = os.pipe()
         with self.device.inside():
             self._processes.append(subprocess.Popen(
-                ["setpriv", "--pdeathsig", "KILL", "Xvfb", "-displayfd", str(write), "-screen", "0", "640x480x24"],
+                ["setpriv", "--pdeathsig", "KILL", "Xvfb", "-displayfd", str(write), "-nolisten", "unix",
+                 "-screen", "0", "640x480x24"],
                 pass_fds=[write], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
         os.close(write)
         with os.fdopen(read) as number:
@@ -125,8 +127,9 @@ class WindowsDevice:
         time.sleep(0.5)  # what has changed is drawn a moment later; no test depends on the picture
         folder = os.path.join(build_folder(), "screenshots")
         os.makedirs(folder, exist_ok=True)
-        subprocess.run(["import", "-display", self.screen, "-window", "root", os.path.join(folder, name + ".png")],
-                       check=True)
+        with self.device.inside():
+            subprocess.run(["import", "-display", self.screen, "-window", "root", os.path.join(folder, name + ".png")],
+                           check=True)
 
     def window(self, caption="", within=60):
         """The dialog whose caption holds that text; without one, the one without a caption."""
