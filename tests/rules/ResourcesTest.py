@@ -1,14 +1,18 @@
 #!/usr/bin/python3
-"""The dialogs, icon and version in the Windows program file, read back from it and held against what users know.
+"""The dialogs, icon, version and manifest in the Windows program file, read back from it and held against what users know.
 
-usage: ResourcesTest.py linkometry.exe VERSION
+usage: ResourcesTest.py linkometry.exe VERSION Linkometry.rc RESOURCE_COMPILER
 """
 
+import os
 import struct
+import subprocess
 import sys
+import tempfile
 import unittest
+import xml.etree.ElementTree
 
-DIALOG, GROUP_ICON, VERSION = 5, 14, 16
+ICON, DIALOG, GROUP_ICON, VERSION, MANIFEST = 3, 5, 14, 16, 24
 CLASSES = {0x80: "button", 0x81: "edit", 0x82: "static"}
 
 POPUP, CAPTION, SYSTEM_MENU, MODAL_FRAME = 0x80000000, 0x00C00000, 0x00080000, 0x80
@@ -75,6 +79,24 @@ class Reader:
         while (unit := self.take("H")[0]) != 0:
             text += chr(unit)
         return text
+
+
+def compiled_kinds(*definitions):
+    """The kinds of resources that the compiler makes of the program's, given these definitions."""
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "program.res")
+        subprocess.run([compiler, "--include-dir", os.path.dirname(source), "-DVERSION_NUMBERS=1,2,3,4",
+                        *(f"-D{name}" for name in definitions), source, "-O", "res", "-o", path], check=True)
+        with open(path, "rb") as file:
+            data = file.read()
+    kinds, position = set(), 0
+    while position < len(data):
+        size, header, mark, kind = struct.unpack_from("<IIHH", data, position)
+        if size > 0:
+            assert mark == 0xFFFF, "a kind with a name of its own"
+            kinds.add(kind)
+        position += (header + size + 3) & ~3
+    return kinds
 
 
 def dialog(data):
@@ -158,8 +180,28 @@ class ResourcesTest(unittest.TestCase):
         high, low = struct.unpack_from("<II", information, information.index(struct.pack("<I", 0xFEEF04BD)) + 8)
         self.assertEqual(f"{high >> 16}.{high & 0xFFFF}.{low >> 16}.{low & 0xFFFF}", version)
 
+    def test_manifest_names_the_systems_that_tell_only_those_who_do_and_asks_for_nothing_else(self):
+        manifest = xml.etree.ElementTree.fromstring(program.resource(MANIFEST, 1))
+        compatibility = "{urn:schemas-microsoft-com:compatibility.v1}"
+        self.assertEqual((manifest.tag, manifest.get("manifestVersion")),
+                         ("{urn:schemas-microsoft-com:asm.v1}assembly", "1.0"))
+        self.assertEqual([element.tag for element in manifest], [compatibility + "compatibility"])
+        self.assertEqual([element.tag for element in manifest[0]], [compatibility + "application"])
+        self.assertEqual([(element.tag, element.get("Id")) for element in manifest[0][0]], [
+            (compatibility + "supportedOS", "{35138b9a-5d96-4fbd-8e2d-a2440225f93a}"),   # Windows 7
+            (compatibility + "supportedOS", "{4a2f28e3-53b9-4441-ba9c-d69d4a4a6e38}"),   # Windows 8
+            (compatibility + "supportedOS", "{1f676c76-80e1-4239-95bb-83d0f6d0da78}"),   # Windows 8.1
+            (compatibility + "supportedOS", "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}")])  # Windows 10 and 11
+
+    def test_handheld_has_all_but_the_manifest(self):
+        kinds = {ICON, DIALOG, GROUP_ICON, VERSION}
+        self.assertEqual(compiled_kinds(), kinds | {MANIFEST})
+        self.assertEqual(compiled_kinds("UNDER_CE=300"), kinds)
+
 
 if __name__ == "__main__":
+    compiler = sys.argv.pop()
+    source = sys.argv.pop()
     version = sys.argv.pop()
     program = Program(sys.argv.pop())
     unittest.main()

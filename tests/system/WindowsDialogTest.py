@@ -204,7 +204,7 @@ class InfoTest(WindowsTest):
         report = self.windows.start(windows.program_path(), "-getinfo", "C:\\report.txt")
         self.assertEqual(windows.ended(report), 0)
         self.assertEqual(text, self.windows.read("report.txt"))
-        self.assertTrue(text.startswith("**System Settings**\r\nWorkstation version "), text)
+        self.assertTrue(text.startswith("**System Settings**\r\nWorkstation version 10.0 "), text)
         self.assertRegex(text, r"\r\n   Local Host Name: pocket1\r\n   Local IP Address: 10\.77\.0\.1\r\n")
 
 

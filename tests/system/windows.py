@@ -43,20 +43,22 @@ class WindowsDevice:
         # The files are shared; what Wine changes it writes anew.
         subprocess.run(["cp", "-al", prepared_prefix(), self.prefix], check=True)
         shutil.rmtree(os.path.join(self.prefix, "run"))
-        self._draw_frames()
+        self._set_up_user()
         self._processes = []
         self.screen = self._start_screen()
         self.driver = self.start(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
 
-    def _draw_frames(self):
-        """Without a window manager Wine itself must draw captions and frames."""
+    def _set_up_user(self):
+        """Without a window manager Wine itself must draw captions and frames. And it is to be a Windows of today, which
+        poses as an older one to programs that do not name it."""
         path = os.path.join(self.prefix, "user.reg")
         with open(path, encoding="utf-8", newline="") as file:
             text = file.read()
         os.remove(path)
         with open(path, "w", encoding="utf-8", newline="") as file:
-            file.write(text + '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n')
+            file.write(text + '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n'
+                       '\n[Software\\\\Wine]\n"Version"="win10"\n')
 
     def _start_screen(self):
         # Each network namespace has a screen 0 of its own; a socket in the file system would be that of all.
