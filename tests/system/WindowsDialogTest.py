@@ -28,8 +28,8 @@ class WindowsTest(lab.SystemTest):
         self.addCleanup(self.windows.close)
 
     def start(self, *arguments):
-        """The program's main window, and its process."""
-        self.process = self.windows.start(windows.program_path(), *arguments)
+        """The program's main window."""
+        self.program = self.windows.start(*arguments)
         return self.windows.window("10.77.0.1  (pocket1)")
 
 
@@ -83,7 +83,7 @@ class MainDialogTest(WindowsTest):
         self.assertIn(" ---- Test 2 starting ---", self.windows.log_texts())
         dialog.wait_for_row(label, lambda row: windows.received_and_total(row[4])[0] >= 1)
         dialog.close()
-        self.assertEqual(windows.ended(self.process), 0)
+        self.assertEqual(self.program.exit_status(), 0)
         # Without a stop, as the program was closed.
         self.assertNotIn(" ---- Test 2 complete ---", self.windows.log_texts())
 
@@ -101,7 +101,7 @@ class MainDialogTest(WindowsTest):
         windows.pause(1)
         self.assertFalse(dialog.is_gone())
         dialog.key(windows.ESCAPE)
-        self.assertEqual(windows.ended(self.process), 0)
+        self.assertEqual(self.program.exit_status(), 0)
 
     def test_a_larger_window_has_a_larger_list_and_it_gets_no_smaller_than_at_first(self):
         dialog = self.start()
@@ -129,11 +129,13 @@ class AddPeerTest(WindowsTest):
         if name is not None:
             dialog.type(PEER_NAME, name)
 
-    def rows_of_a_test(self):
+    def measure(self):
         self.main.press(START)
         self.main.wait_until_enabled(STOP)
         self.main.press(STOP)
         self.main.wait_until_enabled(START)
+
+    def labels(self):
         return [row[0] for row in self.main.rows()]
 
     def test_an_accepted_peer_is_probed(self):
@@ -144,21 +146,26 @@ class AddPeerTest(WindowsTest):
         self.fill(dialog, (10, 77, 0, 9), "printer")
         dialog.press(OK)
         dialog.wait_until_gone()
-        self.assertEqual(self.rows_of_a_test(), ["10.77.0.9 (printer)"])
+        self.measure()
+        self.main.wait_for_row("10.77.0.9 (printer)")
+        self.assertEqual(len(self.labels()), 1)
 
     def test_accepted_unchanged_it_is_the_null_address(self):
         dialog = self.open()
         dialog.press(OK)
         dialog.wait_until_gone()
         # Nobody has this address; the system takes it for the device itself, which then hears itself from 127.0.0.1.
-        self.assertIn("0.0.0.0 (manually added)", self.rows_of_a_test())
+        self.measure()
+        self.main.wait_for_row("0.0.0.0 (manually added)")
 
     def test_a_cancelled_peer_is_none(self):
         dialog = self.open()
         self.fill(dialog, (10, 77, 0, 9))
         dialog.press(CANCEL)
         dialog.wait_until_gone()
-        self.assertEqual(self.rows_of_a_test(), [])
+        self.measure()
+        windows.pause(1)
+        self.assertEqual(self.labels(), [])
 
     def refuse(self, dialog, message):
         dialog.press(OK)
@@ -178,7 +185,8 @@ class AddPeerTest(WindowsTest):
         self.fill(dialog, (10, 77, 0, 9), "123456789012345")
         dialog.press(OK)
         dialog.wait_until_gone()
-        self.assertEqual(self.rows_of_a_test(), ["10.77.0.9 (123456789012345)"])
+        self.measure()
+        self.main.wait_for_row("10.77.0.9 (123456789012345)")
 
     def test_the_same_peer_twice_is_one_row(self):
         dialog = self.open()
@@ -188,7 +196,9 @@ class AddPeerTest(WindowsTest):
         dialog = self.windows.window()
         dialog.press(OK)
         dialog.wait_until_gone()
-        self.assertEqual(self.rows_of_a_test().count("0.0.0.0 (manually added)"), 1)
+        self.measure()
+        self.main.wait_for_row("0.0.0.0 (manually added)")
+        self.assertEqual(self.labels().count("0.0.0.0 (manually added)"), 1)
         self.assertEqual(self.windows.log_texts().count("Created VTR_CPinger to 0.0.0.0"), 4)
 
 
@@ -201,8 +211,8 @@ class InfoTest(WindowsTest):
         text = info.text(windows.LOCAL_INFO)
         info.close()
         info.wait_until_gone()
-        report = self.windows.start(windows.program_path(), "-getinfo", "C:\\report.txt")
-        self.assertEqual(windows.ended(report), 0)
+        report = self.windows.start("-getinfo", "C:\\report.txt")
+        self.assertEqual(report.exit_status(), 0)
         self.assertEqual(text, self.windows.read("report.txt"))
         self.assertTrue(text.startswith("**System Settings**\r\nWorkstation version 10.0 "), text)
         self.assertRegex(text, r"\r\n   Local Host Name: pocket1\r\n   Local IP Address: 10\.77\.0\.1\r\n")
@@ -212,8 +222,8 @@ class ReportModeTest(WindowsTest):
     def report(self, path):
         """What the waiting window is told, and the exit status."""
         window = int(self.windows.ask("listen"))
-        process = self.windows.start(windows.program_path(), "-GETINFO", path, "-reportwnd", f"{window:X}")
-        status = windows.ended(process)
+        process = self.windows.start("-GETINFO", path, "-reportwnd", f"{window:X}")
+        status = process.exit_status()
         told = lab.eventually(lambda: re.match(r"\d", self.windows.ask("heard")) and self.windows.ask("heard"), 60,
                               "the outcome", every=0.1)
         return told, status
@@ -231,8 +241,8 @@ class ReportModeTest(WindowsTest):
 
     def test_without_a_window_or_with_one_that_is_gone_the_report_is_written(self):
         for more in ((), ("-reportwnd", "7fffffff"), ("-reportwnd", "nonsense")):
-            process = self.windows.start(windows.program_path(), "-getinfo", "C:\\x.txt", *more)
-            self.assertEqual(windows.ended(process), 0)
+            process = self.windows.start("-getinfo", "C:\\x.txt", *more)
+            self.assertEqual(process.exit_status(), 0)
             os.remove(self.windows.path("x.txt"))
 
 

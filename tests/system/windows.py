@@ -45,8 +45,9 @@ class WindowsDevice:
         shutil.rmtree(os.path.join(self.prefix, "run"))
         self._set_up_user()
         self._processes = []
+        self._programs = []
         self.screen = self._start_screen()
-        self.driver = self.start(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
+        self.driver = self._run(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
 
     def _set_up_user(self):
@@ -74,8 +75,8 @@ class WindowsDevice:
                 raise AssertionError("there is no screen within 60 s")
             return ":" + number.readline().strip()
 
-    def start(self, program, *arguments, **streams):
-        """Starts a Windows program in the folder C:\\."""
+    def _run(self, program, *arguments, **streams):
+        """A process of this machine that is a Windows program in the folder C:\\."""
         environment = dict(os.environ, DISPLAY=self.screen, TZ="UTC", LANG="C.UTF-8")
         options = dict(stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         options.update(streams)
@@ -85,6 +86,14 @@ class WindowsDevice:
                                        **options)
         self._processes.append(process)
         return process
+
+    def start(self, *arguments):
+        """Starts linkometry.exe in the folder C:\\. Wine's server kills a process that takes long to end after it has
+        done so as a program of Windows; only other such programs hear what it said."""
+        path = "Z:" + program_path().replace("/", "\\")
+        program = Program(self, self.ask("start", subprocess.list2cmdline([path, *arguments])))
+        self._programs.append(program)
+        return program
 
     def path(self, name):
         """Where the file C:\\name is."""
@@ -107,7 +116,7 @@ class WindowsDevice:
     def registry(self, key):
         """The text values of a key of the current user."""
         tool = os.path.join(self.prefix, "drive_c", "windows", "system32", "reg.exe")
-        process = self.start(tool, "query", key, stdout=subprocess.PIPE)
+        process = self._run(tool, "query", key, stdout=subprocess.PIPE)
         output, _ = process.communicate(timeout=60)
         values = {}
         for line in output.splitlines():
@@ -135,7 +144,10 @@ class WindowsDevice:
 
     def window(self, caption="", within=60):
         """The dialog whose caption holds that text; without one, the one without a caption."""
-        handle = lab.eventually(lambda: int(self.ask("find", caption)), within, f"a window {caption!r}", every=0.1)
+        def explanation():
+            self.picture("missing-window")
+            return f"a window {caption!r}; the programs: {[program.status() for program in self._programs]}"
+        handle = lab.eventually(lambda: int(self.ask("find", caption)), within, explanation, every=0.1)
         return Window(self, handle)
 
     def has_window(self, caption=""):
@@ -148,6 +160,23 @@ class WindowsDevice:
             process.kill()
             process.wait()
         shutil.rmtree(self.prefix)
+
+
+class Program:
+    """A Windows program that was started."""
+
+    def __init__(self, owner, handle):
+        assert handle != "0", "the program cannot be started"
+        self.owner = owner
+        self.handle = handle
+
+    def status(self):
+        """The exit status, or "running"."""
+        return self.owner.ask("status", self.handle)
+
+    def exit_status(self, within=60):
+        lab.eventually(lambda: self.status() != "running", within, "the end of the program", every=0.1)
+        return int(self.status())
 
 
 class Window:
@@ -212,11 +241,6 @@ class Window:
 def received_and_total(cell):
     """The two figures of a cell, which is empty until something was counted."""
     return tuple(int(each) for each in cell.split("/")) if cell else (0, 0)
-
-
-def ended(process, within=60):
-    """The exit status of a Windows program."""
-    return process.wait(within)
 
 
 def pause(seconds):

@@ -17,6 +17,8 @@
 //     rows HWND ID         how many rows a list has
 //     cell HWND ID ROW COL a list's text
 //     header HWND ID COL   a column's text, format and width
+//     start COMMAND LINE   starts a program; a handle, or 0
+//     status HANDLE        the exit status of that program, or "running"
 //     listen               makes a window that waits for the report's outcome; its handle
 //     heard                the outcome that it was told last, or "nothing"
 
@@ -203,6 +205,26 @@ void takeMessages() {
     }
 }
 
+std::string start(std::wstring commandLine) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process)) {
+        return "0";
+    }
+    CloseHandle(process.hThread);
+    return std::to_string(reinterpret_cast<std::uintptr_t>(process.hProcess));
+}
+
+std::string statusOf(HANDLE process) {
+    DWORD status = 0;
+    if (WaitForSingleObject(process, 0) != WAIT_OBJECT_0 || !GetExitCodeProcess(process, &status)) {
+        return "running";
+    }
+    return std::to_string(status);
+}
+
 std::string answer(const std::string& line) {
     std::istringstream input(line);
     std::string command;
@@ -214,6 +236,11 @@ std::string answer(const std::string& line) {
         EnumWindows(visit, reinterpret_cast<LPARAM>(&search));
         return std::to_string(reinterpret_cast<std::uintptr_t>(search.found));
     }
+    if (command == "start") {
+        std::string commandLine;
+        std::getline(input >> std::ws, commandLine);
+        return start(wide(commandLine));
+    }
     if (command == "listen") {
         return std::to_string(reinterpret_cast<std::uintptr_t>(makeListener()));
     }
@@ -224,6 +251,9 @@ std::string answer(const std::string& line) {
     std::uintptr_t handle = 0;
     int id = 0;
     input >> handle >> id;
+    if (command == "status") {
+        return statusOf(reinterpret_cast<HANDLE>(handle));
+    }
     const HWND window = reinterpret_cast<HWND>(handle);
     const HWND control = id != 0 ? GetDlgItem(window, id) : nullptr;
     if (command == "press") {
