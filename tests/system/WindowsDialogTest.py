@@ -259,6 +259,8 @@ class MixedGroupTest(WindowsTest):
             program.wait_for_row("10.77.0.1", lambda row: row["quality"] == 100 and all(
                 row[kind]["received"] >= 5 for kind in lab.PROTOCOLS), within=90)
         self.assertEqual(programs[0].row("10.77.0.1")["name"], "pocket1")
+        dialog.ask("size", 790, 240)
+        self.windows.picture("main-group")
         dialog.press(STOP)
         dialog.wait_until_enabled(START)
         for row in dialog.rows():

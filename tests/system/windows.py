@@ -67,7 +67,7 @@ class WindowsDevice:
         with self.device.inside():
             self._processes.append(subprocess.Popen(
                 ["setpriv", "--pdeathsig", "KILL", "Xvfb", "-displayfd", str(write), "-nolisten", "unix",
-                 "-screen", "0", "640x480x24"],
+                 "-screen", "0", "800x480x24"],
                 pass_fds=[write], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
         os.close(write)
         with os.fdopen(read) as number:
