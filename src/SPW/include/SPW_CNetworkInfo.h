@@ -67,6 +67,7 @@ public:
 
     // buffer: null or `size` bytes, aligned as operator new aligns; size: bytes, in and out.
     [[nodiscard]] virtual SPW_Result networkParameters(SPW_NetworkParameters* buffer, std::uint32_t& size) = 0;
-    // The adapters as a list that begins at the buffer's start, in the order of their index; without the loopback.
+    // The adapters as a list that begins at the buffer's start, without the loopback. Linux tells them in the order of
+    // their index, Windows in one of its own, and with the address 0.0.0.0 where an adapter or gateway list has none.
     [[nodiscard]] virtual SPW_Result adapters(SPW_AdapterRecord* buffer, std::uint32_t& size) = 0;
 };
