@@ -77,7 +77,7 @@ class WindowsDevice:
 
     def _run(self, program, *arguments, **streams):
         """A process of this machine that is a Windows program in the folder C:\\."""
-        environment = dict(os.environ, DISPLAY=self.screen, TZ="UTC", LANG="C.UTF-8")
+        environment = dict(os.environ, DISPLAY=self.screen, TZ="UTC")
         options = dict(stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         options.update(streams)
         with self.device.inside():

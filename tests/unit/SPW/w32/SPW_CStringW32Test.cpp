@@ -1,12 +1,18 @@
-// The 8-bit code page is the system's: the western one, which Wine has unless it is told otherwise.
+// The 8-bit code page is the system's: the western one, which run-wine gives to the tests.
 
 #include "SPW_CString.h"
 
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include "StringPrinting.h"
 
 namespace {
+
+TEST(StringW32Test, TestsHaveTheWesternCodePageAndAnAmericanUser) {
+    EXPECT_EQ(GetACP(), 1252u) << "the tests that compare 8-bit texts are for this code page";
+    EXPECT_EQ(GetUserDefaultLCID(), 0x409u) << "the tests that compare dates are for this user";
+}
 
 TEST(StringW32Test, EveryByteOfTheCodePageComesBack) {
     for (int byte = 1; byte < 256; ++byte) {

@@ -50,7 +50,7 @@ TEST(SystemInfoW32Test, VersionOfAProgramFileIsReadFromIt) {
 }
 
 TEST(SystemInfoW32Test, DateAndTimeAreTheUsersShortForms) {
-    // The user of these tests is American.
+    // The user of these tests is American; run-wine sees to that.
     EXPECT_EQ(info().shortDate(someTime()), u"11/9/2026");
     EXPECT_EQ(info().shortTime(someTime()), u"3:04 PM");
 }
