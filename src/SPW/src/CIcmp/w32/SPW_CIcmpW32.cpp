@@ -20,6 +20,10 @@ typedef BOOL WINAPI CloseHandleFunction(HANDLE service);
 typedef DWORD WINAPI SendEchoFunction(HANDLE service, IPAddr address, void* data, WORD dataSize,
                                       IP_OPTION_INFORMATION* options, void* reply, DWORD replySize, DWORD timeoutMs);
 
+SPW_CIpHelperW32::Function<CreateFileFunction> icmpCreateFile("IcmpCreateFile");
+SPW_CIpHelperW32::Function<CloseHandleFunction> icmpCloseHandle("IcmpCloseHandle");
+SPW_CIpHelperW32::Function<SendEchoFunction> icmpSendEcho("IcmpSendEcho");
+
 // Behind the data of a reply the platform wants room for an ICMP error.
 constexpr std::uint32_t kErrorRoom = 8;
 
@@ -31,7 +35,7 @@ std::uint32_t failWith(SPW_Result code) {
 // One echo with a reply buffer that the platform will not refuse.
 std::uint32_t echoInto(HANDLE service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
                        void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) {
-    SendEchoFunction* const sendEcho = SPW_CIpHelperW32::find<SendEchoFunction>("IcmpSendEcho");
+    SendEchoFunction* const sendEcho = icmpSendEcho.get();
     if (sendEcho == nullptr) {
         return failWith(kSysNotSupported);
     }
@@ -40,7 +44,8 @@ std::uint32_t echoInto(HANDLE service, const SPW_CIpAddress& address, const void
     if (replies == 0) {
         return failWith(GetLastError());
     }
-    // An answer that there will be no reply counts as a reply for the platform.
+    // An answer that there will be no reply counts as a reply for the platform. Newer systems give that answer to
+    // themselves when nobody on their own network has the address: every peer that is switched off would seem alive.
     const ULONG status = static_cast<const ICMP_ECHO_REPLY*>(reply)->Status;
     return status == IP_SUCCESS ? 1 : failWith(status);
 }
@@ -50,13 +55,13 @@ public:
     constexpr IcmpW32() = default;
 
     SPW_Handle open() override {
-        CreateFileFunction* const createFile = SPW_CIpHelperW32::find<CreateFileFunction>("IcmpCreateFile");
+        CreateFileFunction* const createFile = icmpCreateFile.get();
         if (createFile == nullptr) {
             (void)failWith(kSysNotSupported);
             return nullptr;
         }
         const HANDLE service = createFile();
-        if (service == INVALID_HANDLE_VALUE) {
+        if (service == INVALID_HANDLE_VALUE || service == nullptr) {
             (void)failWith(GetLastError());
             return nullptr;
         }
@@ -64,7 +69,7 @@ public:
     }
 
     void close(SPW_Handle service) override {
-        CloseHandleFunction* const closeHandle = SPW_CIpHelperW32::find<CloseHandleFunction>("IcmpCloseHandle");
+        CloseHandleFunction* const closeHandle = icmpCloseHandle.get();
         if (service != nullptr && closeHandle != nullptr) {
             (void)closeHandle(service);
         }

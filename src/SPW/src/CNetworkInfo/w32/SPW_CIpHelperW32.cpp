@@ -21,10 +21,14 @@ void* findIn(HMODULE library, const char* function) {
 void* SPW_CIpHelperW32::find(const char* function) {
     for (const wchar_t* name : kLibraries) {
         const HMODULE library = LoadLibraryW(name);
-        void* const address = library != nullptr ? findIn(library, function) : nullptr;
+        if (library == nullptr) {
+            continue;
+        }
+        void* const address = findIn(library, function);
         if (address != nullptr) {
             return address;
         }
+        (void)FreeLibrary(library);
     }
     return nullptr;
 }

@@ -56,8 +56,11 @@ SAME_PLACE(SPW_AdapterRecord, leaseExpires, IP_ADAPTER_INFO, LeaseExpires);
 // Both calls of the platform have this form and the two steps that the class promises.
 typedef DWORD WINAPI Query(void* buffer, ULONG* size);
 
-SPW_Result ask(const char* function, void* buffer, std::uint32_t& size) {
-    Query* const query = SPW_CIpHelperW32::find<Query>(function);
+SPW_CIpHelperW32::Function<Query> getNetworkParams("GetNetworkParams");
+SPW_CIpHelperW32::Function<Query> getAdaptersInfo("GetAdaptersInfo");
+
+SPW_Result ask(SPW_CIpHelperW32::Function<Query>& function, void* buffer, std::uint32_t& size) {
+    Query* const query = function.get();
     if (query == nullptr) {
         return kSysNotSupported;
     }
@@ -72,11 +75,11 @@ public:
     constexpr NetworkInfoW32() = default;
 
     SPW_Result networkParameters(SPW_NetworkParameters* buffer, std::uint32_t& size) override {
-        return ask("GetNetworkParams", buffer, size);
+        return ask(getNetworkParams, buffer, size);
     }
 
     SPW_Result adapters(SPW_AdapterRecord* buffer, std::uint32_t& size) override {
-        return ask("GetAdaptersInfo", buffer, size);
+        return ask(getAdaptersInfo, buffer, size);
     }
 };
 
