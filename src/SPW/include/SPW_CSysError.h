@@ -86,8 +86,9 @@ public:
     // The process-wide object; a test may put another in its place. Usable before main().
     static SPW_CSysError* instance;
 
-    // A short English message for a code, the same on every platform, without a line end; "Unknown error "
-    // and the number in decimal for a code that the vocabulary does not have.
+    // A short English message for a code, the same on every platform, without a line end. For a code that the
+    // vocabulary does not have: what the platform says in the user's language, where it knows the code, or else
+    // "Unknown error " and the number in decimal.
     virtual SPW_CString text(SPW_Result code) = 0;
     // Code of the calling thread's latest failed file, directory, registry or module operation; success does not
     // clear it. 0 when the thread has had no failure yet.

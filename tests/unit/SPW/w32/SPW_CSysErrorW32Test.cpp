@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <string>
 #include <thread>
 
 #include "SPW_CSysError.h"
@@ -17,6 +18,13 @@ TEST(SysErrorW32Test, PlatformsCodeIsKeptWhateverSucceedsLater) {
     SPW_CThreadSlot slot;
     (void)slot.get();
     EXPECT_EQ(SPW_CSysError::instance->last(), 1234u);
+}
+
+TEST(SysErrorW32Test, CodeOutsideTheVocabularyIsExplainedByThePlatform) {
+    const std::string text = SPW_CSysError::instance->text(ERROR_PRIVILEGE_NOT_HELD).toAnsi();
+    EXPECT_EQ(text.find("Unknown error"), std::string::npos);
+    EXPECT_GT(text.size(), 10u);
+    EXPECT_EQ(text.back(), '.') << "without the line end that the platform puts behind: " << text;
 }
 
 TEST(SysErrorW32Test, EachThreadHasItsOwn) {

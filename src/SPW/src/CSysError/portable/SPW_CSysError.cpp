@@ -159,9 +159,12 @@ public:
         if (known != nullptr) {
             return known;
         }
-        SPW_CString unknown(u"Unknown error ");
-        unknown.append(static_cast<unsigned long>(code));
-        return unknown;
+        SPW_CString text;
+        if (!SPW_CSysErrorSys::describe(code, text)) {
+            text = u"Unknown error ";
+            text.append(static_cast<unsigned long>(code));
+        }
+        return text;
     }
 
     SPW_Result last() override { return SPW_CSysErrorSys::last(); }

@@ -149,3 +149,8 @@ SPW_Result SPW_CSysErrorPosix::failAtPath(const char* path) {
 SPW_Result SPW_CSysErrorSys::last() {
     return lastCode;
 }
+
+// The kernel's own numbers are not those of the vocabulary.
+bool SPW_CSysErrorSys::describe(SPW_Result, SPW_CString&) {
+    return false;
+}
