@@ -24,7 +24,8 @@ bool makeReport(SPW_CString& text) {
 // The file comes first: without it the device is not even asked.
 bool writeReport(const SPW_CString& path) {
     SPW_CFile file;
-    if (file.openCreateNew(path) != 0) {
+    // Whoever waits for the report may have the file open already.
+    if (file.openCreateShared(path) != 0) {
         return false;
     }
     SPW_CString text;

@@ -55,6 +55,8 @@ public:
     [[nodiscard]] virtual SPW_Result openReadWrite(const SPW_CString& path, bool append);
     // For reading and writing: a new file with a unique name that starts with "VTR". Nobody deletes it.
     [[nodiscard]] virtual SPW_Result openTemp(const SPW_CString& directory);
+    // As openCreateNew, but shared with all: others may have the file open for writing, too, or open it so meanwhile.
+    [[nodiscard]] SPW_Result openCreateShared(const SPW_CString& path);
 
     // Reads up to `size` bytes; fewer only at the end of the file, where that is no failure. 0 bytes on failure.
     [[nodiscard]] virtual SPW_Result read(void* buffer, std::uint32_t size, std::uint32_t& bytesRead);

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "SPW_CFile.h"
 #include "ScopedInstance.h"
 #include "ScriptedNetworkInfo.h"
 #include "ScriptedSocket.h"
@@ -75,6 +76,13 @@ TEST_F(ReportModeTest, TheFileIsTheLocalInfoTextByteForByte) {
 
 TEST_F(ReportModeTest, AnExistingFileIsReplaced) {
     m_folder.write("report.txt", std::string(100000, 'x'));
+    ASSERT_TRUE(writeReport(m_folder.path("report.txt")));
+    EXPECT_EQ(m_folder.read("report.txt"), localInfo().toAnsi());
+}
+
+TEST_F(ReportModeTest, AFileThatSomebodyElseHasOpenForWritingIsWritten) {
+    SPW_CFile other;
+    ASSERT_EQ(other.openCreateShared(m_folder.path("report.txt")), 0u);
     ASSERT_TRUE(writeReport(m_folder.path("report.txt")));
     EXPECT_EQ(m_folder.read("report.txt"), localInfo().toAnsi());
 }

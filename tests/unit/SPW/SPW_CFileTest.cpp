@@ -132,6 +132,17 @@ TEST_F(FileTest, OthersMayReadAnOpenFile) {
     EXPECT_STREQ(text.toAnsi(), "seen");
 }
 
+TEST_F(FileTest, OthersMayWriteToAFileThatIsSharedWithAll) {
+    folder.write("a.txt", "an earlier run's");
+    ASSERT_EQ(file.openCreateShared(folder.path("a.txt")), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "");
+    EXPECT_EQ(file.writeText(u"seen"), 0u);
+    SPW_CFile writer;
+    ASSERT_EQ(writer.openCreateShared(folder.path("a.txt")), 0u);
+    EXPECT_EQ(writer.writeText(u"new"), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "new");
+}
+
 TEST_F(FileTest, DestructorClosesTheFile) {
     {
         SPW_CFile other;

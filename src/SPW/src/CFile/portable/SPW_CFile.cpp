@@ -38,7 +38,7 @@ std::uint32_t clamped(std::uint64_t bytes) {
 
 }  // namespace
 
-enum SPW_CFile::OpenMode : int { kReadOnly, kAppend, kTruncate };
+enum SPW_CFile::OpenMode : int { kReadOnly, kAppend, kTruncate, kTruncateShared };
 
 SPW_CFile::SPW_CFile() : m_handle(SPW_CFileSys::invalidHandle()) {}
 
@@ -59,6 +59,10 @@ SPW_Result SPW_CFile::close() {
 
 SPW_Result SPW_CFile::openCreateNew(const SPW_CString& path) {
     return openNamed("openCreateNew", path, kTruncate);
+}
+
+SPW_Result SPW_CFile::openCreateShared(const SPW_CString& path) {
+    return openNamed("openCreateShared", path, kTruncateShared);
 }
 
 SPW_Result SPW_CFile::openReadOnly(const SPW_CString& path) {
@@ -82,7 +86,9 @@ SPW_Result SPW_CFile::openNamed(const char* method, const SPW_CString& path, Ope
         const SPW_CString message = u"Attemp to open file " + path + u" but a file is already open.";
         return checked(kAlreadyOpen, method, __LINE__, message.text());
     }
-    const SPW_CFileSys::Access access = mode == kReadOnly ? SPW_CFileSys::kRead : SPW_CFileSys::kReadWrite;
+    const SPW_CFileSys::Access access = mode == kReadOnly         ? SPW_CFileSys::kRead
+                                        : mode == kTruncateShared ? SPW_CFileSys::kReadWriteShared
+                                                                  : SPW_CFileSys::kReadWrite;
     const SPW_CFileSys::Creation creation = mode == kReadOnly ? SPW_CFileSys::kMustExist
                                             : mode == kAppend ? SPW_CFileSys::kOpenOrCreate
                                                               : SPW_CFileSys::kCreateOrTruncate;

@@ -10,7 +10,8 @@
 // All of them wait for the device and nothing wakes them earlier; a signal does not cut them short.
 namespace SPW_CFileSys {
 
-enum Access { kRead, kReadWrite };
+// kReadWriteShared: others may write to the file meanwhile, too.
+enum Access { kRead, kReadWrite, kReadWriteShared };
 enum Creation { kMustExist, kOpenOrCreate, kCreateOrTruncate };
 enum Origin { kFromBegin, kFromHere, kFromEnd };
 

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include "SPW_CFileSys.h"
+#include "SPW_CSysError.h"
 #include "SPW_CSysErrorW32.h"
 #include "SPW_CWideW32.h"
 
@@ -41,11 +42,11 @@ std::uint64_t joined(DWORD high, DWORD low) {
 }  // namespace
 
 SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle) {
+    const DWORD rights = access == kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
     // Whoever only reads lets the writer go on.
-    const DWORD share = access == kRead ? FILE_SHARE_READ | FILE_SHARE_WRITE : FILE_SHARE_READ;
-    const HANDLE file =
-        CreateFileW(SPW_ToWide(path.text()), access == kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE, share,
-                    nullptr, dispositionFor(creation), FILE_ATTRIBUTE_NORMAL, nullptr);
+    const DWORD share = access == kReadWrite ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const HANDLE file = CreateFileW(SPW_ToWide(path.text()), rights, share, nullptr, dispositionFor(creation),
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         return SPW_CSysErrorW32::fail();
     }
@@ -79,6 +80,11 @@ SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint3
         DWORD count = 0;
         if (!WriteFile(handle, rest, size, &count, nullptr)) {
             return SPW_CSysErrorW32::fail();
+        }
+        if (count == 0) {
+            // Such as a pipe that does not wait: asking again and again would be waiting without end.
+            SPW_CSysErrorW32::setLast(kSysGeneralFailure);
+            return kSysGeneralFailure;
         }
         rest += count;
         size -= count;
