@@ -282,6 +282,15 @@ TEST_F(AdapterWalkerTest, LeaseTimesAreLocalTimesInTheUsersForm) {
     EXPECT_EQ(textIn(m_adapter.leaseExpires), SPW_CString(u"2003-07-04 16:07"));
 }
 
+// Every adapter without DHCP.
+TEST_F(AdapterWalkerTest, ALeaseTimeOfZeroAloneIsNone) {
+    adapter().leaseObtained = 0;
+    adapter().leaseExpires = -1;
+    read();
+    EXPECT_EQ(textIn(m_adapter.leaseObtained), kAbsent);
+    EXPECT_EQ(textIn(m_adapter.leaseExpires), SPW_CString(u"1969-12-31 23:59"));
+}
+
 TEST_F(AdapterWalkerTest, ALeaseTimeThatNoCalendarShowsIsAbsent) {
     adapter().leaseObtained = std::numeric_limits<std::intptr_t>::min();
     adapter().leaseExpires = std::numeric_limits<std::intptr_t>::max();

@@ -82,11 +82,35 @@ TEST_F(CompanionSettingsTest, TheOwnerIsReadFromTheFrontOfABlock) {
     EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
 }
 
-TEST_F(CompanionSettingsTest, ABlockWithoutATerminatorIsReadToItsLastWholeCharacter) {
+TEST_F(CompanionSettingsTest, ABlockWithoutATerminatorIsReadToItsEnd) {
     SPW_CRegistryData data;
     (void)data.setBytes("\xE4\0\xAC\x20y", 5);
     m_registry.set(kOwner, u"Owner", data);
-    EXPECT_EQ(readOwnerName(), SPW_CString(u"\u00E4\u20AC"));
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"\u00E4\u20ACy")) << "half a character is one";
+}
+
+// Who reads bytes up to the first null does not ask what they are said to be.
+TEST_F(CompanionSettingsTest, OfAListTheFirstTextCounts) {
+    SPW_CArray<SPW_CString> list;
+    list.append(u"7");
+    list.append(u"8");
+    SPW_CRegistryData data;
+    (void)data.setStringList(list);
+    m_registry.set(kKorv, u"UDPPort", data);
+    m_registry.set(kTlp, u"Friendly Name", data);
+    m_registry.set(kOwner, u"Owner", data);
+    EXPECT_EQ(readKorvUdpPort(), 7);
+    EXPECT_EQ(readFriendlyName(), SPW_CString(u"7"));
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"7"));
+}
+
+TEST_F(CompanionSettingsTest, ATypeThatSettingsMayNotHaveIsReadAllTheSame) {
+    m_registry.load("HKEY_CURRENT_USER",
+                    "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Vantiro\\KORV]\n"
+                    "\"UDPPort\"=hex(2):36,00,31,00,00,00\n"
+                    "[HKEY_CURRENT_USER\\ControlPanel\\Owner]\n\"Owner\"=hex(2):25,00,41,00,25,00,00,00\n");
+    EXPECT_EQ(readKorvUdpPort(), 61);
+    EXPECT_EQ(readOwnerName(), SPW_CString(u"%A%")) << "and nothing is put in the place of names";
 }
 
 TEST_F(CompanionSettingsTest, ReadingWhatOthersKeepPlantsNoKeys) {

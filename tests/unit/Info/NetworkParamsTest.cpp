@@ -106,11 +106,13 @@ TEST_F(NetworkParamsTest, EveryFlagIsItsOwnNumberNotZero) {
     EXPECT_EQ(flagIn(m_params.routingEnabled) + flagIn(m_params.actingAsProxy) + flagIn(m_params.usingDhcp), 0);
 }
 
-TEST_F(NetworkParamsTest, UsingDhcpIsTheNodeType) {
-    m_system.network.nodeType = 8;
-    read();
-    EXPECT_EQ(flagIn(m_params.usingDhcp), 1);
-    EXPECT_EQ(flagIn(m_params.routingEnabled) + flagIn(m_params.actingAsProxy) + flagIn(m_params.dnsEnabled), 0);
+TEST_F(NetworkParamsTest, UsingDhcpIsWhetherThereIsANodeType) {
+    for (const std::uint32_t type : {1u, 2u, 4u, 8u, 0x80000000u}) {
+        m_system.network.nodeType = type;
+        read();
+        EXPECT_EQ(flagIn(m_params.usingDhcp), 1) << type;
+        EXPECT_EQ(flagIn(m_params.routingEnabled) + flagIn(m_params.actingAsProxy) + flagIn(m_params.dnsEnabled), 0);
+    }
 }
 
 TEST_F(NetworkParamsTest, TextsWithoutTheirNullEndWhereTheirFieldsEnd) {

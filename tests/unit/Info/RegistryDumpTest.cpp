@@ -241,8 +241,10 @@ public:
     SPW_Result queryCounts(SPW_Handle, std::uint32_t&, std::uint32_t&) override { return kSysAccessDenied; }
 };
 
-TEST_F(RegistryDumpTest, KeysThatCannotBeCountedAreLeftOutInSilence) {
-    writeUser("[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\K]\n\"k\"=\"3\"\n");
+TEST_F(RegistryDumpTest, ValuesAndKeysThatCannotBeCountedAreLeftOutInSilence) {
+    writeUser(
+        "[HKEY_CURRENT_USER\\Software\\Vantiro Networks]\n\"root\"=\"0\"\n"
+        "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\K]\n\"k\"=\"3\"\n");
     const UncountableKeys uncountable;
     EXPECT_THAT(dumpOfUser(), IsEmpty());
     EXPECT_THAT(m_reporter.boxes(), IsEmpty());

@@ -1,6 +1,7 @@
 #include "ScarceMemory.h"
 
 #include <atomic>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -27,7 +28,7 @@ ScarceMemory::~ScarceMemory() {
     blocksLeft = kPlenty;
 }
 
-// The program asks for memory in this form where it can do without.
+// The program asks for memory in this form where it can do without. What it gets has never been clean.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return isUsedUp() ? nullptr : ::operator new(size);
+    return isUsedUp() ? nullptr : std::memset(::operator new(size), 'x', size);
 }

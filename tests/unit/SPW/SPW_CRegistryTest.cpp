@@ -120,6 +120,8 @@ TEST_F(RegistryTest, UnknownHiveFailsEveryOperationWith541) {
         EXPECT_EQ(errorOf(registry), text);
         EXPECT_EQ(registry.getValue(u"x", data), 541u);
         EXPECT_EQ(errorOf(registry), text);
+        EXPECT_EQ(registry.getRawText(u"x", name), 541u);
+        EXPECT_EQ(errorOf(registry), text);
         EXPECT_EQ(registry.setValue(u"x", data), 541u);
         EXPECT_EQ(errorOf(registry), text);
         EXPECT_EQ(registry.getKeyName(name, name), 0u);
@@ -275,6 +277,37 @@ TEST_F(RegistryTest, DataWithoutTerminatorStayInsideTheBuffer) {
     EXPECT_EQ(m_registry.getValue(u"d", data), 0u);
     EXPECT_EQ(data.getNumber(number), 0u);
     EXPECT_EQ(number, 7u);
+}
+
+TEST_F(RegistryTest, RawTextIsWhatTheBytesSpellWhateverTheType) {
+    writeHive(
+        "\"s\"=\"text\"\n\"e\"=hex(2):25,00,41,00,00,00\n\"l\"=hex(7):61,00,00,00,62,00,00,00,00,00\n"
+        "\"b\"=hex:41,00,ac,20\n\"odd\"=hex:41,00,42\n\"d\"=dword:00420041\n\"none\"=hex(0):\n");
+    const auto rawText = [this](const char16_t* name) {
+        SPW_CString text(u"(as before)");
+        EXPECT_EQ(m_registry.getRawText(name, text), 0u) << errorOf(m_registry);
+        return text;
+    };
+    EXPECT_EQ(rawText(u"s"), u"text");
+    EXPECT_EQ(rawText(u"e"), u"%A");
+    EXPECT_EQ(rawText(u"l"), u"a");
+    EXPECT_EQ(rawText(u"b"), u"A\u20AC");
+    EXPECT_EQ(rawText(u"odd"), u"AB");
+    EXPECT_EQ(rawText(u"d"), u"AB");
+    EXPECT_EQ(rawText(u"none"), u"");
+}
+
+TEST_F(RegistryTest, RawTextThatCannotBeReadLeavesTheTextAlone) {
+    EXPECT_EQ(setString(u"long", std::u16string(255, u'x').c_str()), 0u);
+    SPW_CString text(u"before");
+    EXPECT_EQ(m_registry.getRawText(u"missing", text), 540u);
+    EXPECT_EQ(errorOf(m_registry), "RegQueryValueEx failed2");
+    EXPECT_EQ(m_registry.getRawText(u"long", text), 540u);
+    EXPECT_EQ(errorOf(m_registry), "RegQueryValueEx failed234");
+    SPW_CRegistry elsewhere(u"HKEY_CURRENT_USER", u"Software\\Missing", SPW_CRegistry::kOnlyIfPresent);
+    EXPECT_EQ(elsewhere.getRawText(u"x", text), 540u);
+    EXPECT_EQ(errorOf(elsewhere), "RegOpenKeyEx failed2");
+    EXPECT_EQ(text, u"before");
 }
 
 // --- Enumerating and counting ---
@@ -504,8 +537,9 @@ TEST_F(RegistryTest, OpensWithTheAccessThatTheOperationNeedsAndClosesAgain) {
     EXPECT_EQ(m_registry.getNumberOfSubKeys(count), 0u);
     EXPECT_EQ(m_registry.getNumberOfValues(count), 0u);
     EXPECT_EQ(m_registry.getValue(u"x", data), 540u);
+    EXPECT_EQ(m_registry.getRawText(u"x", name), 540u);
     EXPECT_EQ(m_registry.setValue(u"x", data), 544u);
-    EXPECT_THAT(recorder.accesses, ElementsAre(0x10000, 0xF003F, 8, 0x20019, 1, 1, 1, 2));
+    EXPECT_THAT(recorder.accesses, ElementsAre(0x10000, 0xF003F, 8, 0x20019, 1, 1, 1, 1, 2));
     EXPECT_EQ(recorder.open, 0);
 }
 

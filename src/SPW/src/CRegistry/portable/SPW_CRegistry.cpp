@@ -175,6 +175,22 @@ SPW_Result SPW_CRegistry::getValue(const SPW_CString& name, SPW_CRegistryData& d
     return status;
 }
 
+SPW_Result SPW_CRegistry::getRawText(const SPW_CString& name, SPW_CString& text) {
+    SPW_Result status = open(SPW_CRegistrySys::kQueryValue);
+    if (status != 0) {
+        return status;
+    }
+    RawValue raw;
+    const SPW_Result code = sys().queryValue(m_key, name, raw.type, raw.units, raw.size);
+    if (code == 0) {
+        text = raw.units;
+    } else {
+        status = failCall(u"RegQueryValueEx failed", code);
+    }
+    (void)close();
+    return status;
+}
+
 SPW_Result SPW_CRegistry::setValue(const SPW_CString& name, const SPW_CRegistryData& data) {
     SPW_Result status = open(SPW_CRegistrySys::kSetValue);
     if (status != 0) {
