@@ -43,6 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const SPW_CLinkTablePosix::Link& link : SPW_CLinkTablePosix::read(links, addresses, std::string(bytes))) {
         require(link.index > last, "links are in the order of their index, each once");
         last = link.index;
+        require(link.hardwareAddress.size() <= SPW_CLinkTablePosix::kLongestHardwareAddress,
+                "a hardware address fits into its record");
         require(SPW_InterfaceTypePosix(link, "") != 0, "a link has a type");
         for (std::size_t i = 1; i < link.gateways.size(); ++i)
             require(link.gateways[i - 1].metric <= link.gateways[i].metric, "the most preferred gateway is first");

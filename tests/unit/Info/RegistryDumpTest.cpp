@@ -236,6 +236,24 @@ TEST_F(RegistryDumpTest, HivesThatCannotBeReachedAtAllAreLeftOutInSilence) {
     EXPECT_THAT(m_reporter.boxes(), IsEmpty());
 }
 
+class NamelessKeys : public RegistrySysForwarder {
+public:
+    SPW_Result enumKey(SPW_Handle key, std::uint32_t index, SPW_CString& name, std::uint32_t nameSize) override {
+        return index == 1 ? SPW_Result(kSysAccessDenied) : RegistrySysForwarder::enumKey(key, index, name, nameSize);
+    }
+};
+
+TEST_F(RegistryDumpTest, AKeyWhoseNameCannotBeHadIsSkippedAndTheNextWritten) {
+    writeUser(
+        "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\First]\n"
+        "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Hidden]\n\"h\"=\"1\"\n"
+        "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Last]\n\"l\"=\"2\"\n");
+    const NamelessKeys nameless;
+    EXPECT_THAT(dumpOfUser(), ElementsAre("HKEY_CURRENT_USER\\Software\\Vantiro Networks\\First",
+                                          "HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Last", " l = 2"));
+    EXPECT_THAT(m_reporter.boxes(), IsEmpty());
+}
+
 class UncountableKeys : public RegistrySysForwarder {
 public:
     SPW_Result queryCounts(SPW_Handle, std::uint32_t&, std::uint32_t&) override { return kSysAccessDenied; }

@@ -104,6 +104,15 @@ TEST(LinkTablePosixTest, HardwareAddressAndKindAreTheLinksOwn) {
     EXPECT_EQ(links[0].kind, "bridge");
 }
 
+TEST(LinkTablePosixTest, OnlySixOrEightBytesAreAHardwareAddress) {
+    for (std::size_t size = 0; size <= 32; ++size) {
+        const std::string address(size, '\x17');
+        const std::vector<Link> links = read(link(1, "tunl0", attribute(IFLA_ADDRESS, address)), "", "");
+        ASSERT_EQ(links.size(), 1u);
+        EXPECT_EQ(links[0].hardwareAddress, size == 6 || size == 8 ? address : std::string()) << size;
+    }
+}
+
 TEST(LinkTablePosixTest, AddressesBelongToTheirLinkInTheKernelsOrder) {
     const std::vector<Link> links =
         read(link(1, "a") + link(2, "b"),

@@ -89,6 +89,10 @@ std::string kindOf(std::string_view linkInfo) {
     return kind;
 }
 
+bool isHardwareAddress(std::string_view value) {
+    return value.size() == 6 || value.size() == SPW_CLinkTablePosix::kLongestHardwareAddress;
+}
+
 void addLink(std::vector<Link>& links, std::string_view body) {
     ifinfomsg head;
     if (!copyFront(body, head) || head.ifi_index <= 0)
@@ -100,7 +104,7 @@ void addLink(std::vector<Link>& links, std::string_view body) {
     forEachAttribute(behind(body, sizeof head), [&link](int type, std::string_view value) {
         if (type == IFLA_IFNAME)
             link.name = textOf(value);
-        else if (type == IFLA_ADDRESS)
+        else if (type == IFLA_ADDRESS && isHardwareAddress(value))
             link.hardwareAddress = std::string(value);
         else if (type == IFLA_LINKINFO)
             link.kind = kindOf(value);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,11 +24,15 @@ struct Gateway {
     std::uint32_t metric = 0;
 };
 
+constexpr std::size_t kLongestHardwareAddress = 8;
+
 struct Link {
     std::uint32_t index = 0;
     std::string name;
     unsigned hardwareType = 0;  // ARPHRD_...
     unsigned flags = 0;         // IFF_...
+    // 6 or kLongestHardwareAddress bytes, or none: tunnels bear their own address in the field, InfiniBand twenty bytes
+    // that are no hardware's alone.
     std::string hardwareAddress;
     std::string kind;  // of a virtual device: "bridge", "veth"; empty for others
     std::vector<Address> addresses;

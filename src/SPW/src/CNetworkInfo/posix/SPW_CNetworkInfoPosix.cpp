@@ -23,7 +23,7 @@ using SPW_CResolverFilePosix::Resolver;
 
 constexpr std::size_t kLargestResolverFile = 1048576;
 constexpr std::size_t kLongestFlag = 16;
-constexpr std::size_t kHardwareAddressRoom = sizeof(SPW_AdapterRecord::address);
+static_assert(SPW_CLinkTablePosix::kLongestHardwareAddress == sizeof(SPW_AdapterRecord::address));
 // NetBIOS's "hybrid", what a server hands out as a rule.
 constexpr std::uint32_t kHybridNode = 8;
 
@@ -172,18 +172,11 @@ AddressList dnsServersOf(const Resolver& resolver) {
     return list;
 }
 
-// Tunnels bear their own address in the field, InfiniBand twenty bytes that are no hardware's alone.
-bool isHardwareAddress(const std::string& bytes) {
-    return bytes.size() == 6 || bytes.size() == kHardwareAddressRoom;
-}
-
 void writeAdapter(SPW_AdapterRecord& record, const SPW_CAdapterPosix& adapter, SPW_AddressNode*& free) {
     writeText(record.adapterName, adapter.link.name);
     writeText(record.description, adapter.driver.empty() ? adapter.link.kind : adapter.driver);
-    if (isHardwareAddress(adapter.link.hardwareAddress)) {
-        record.addressLength = static_cast<std::uint32_t>(adapter.link.hardwareAddress.size());
-        std::memcpy(record.address, adapter.link.hardwareAddress.data(), record.addressLength);
-    }
+    record.addressLength = static_cast<std::uint32_t>(adapter.link.hardwareAddress.size());
+    std::memcpy(record.address, adapter.link.hardwareAddress.data(), record.addressLength);
     record.comboIndex = adapter.link.index;
     record.index = adapter.link.index;
     record.type = adapter.type;
