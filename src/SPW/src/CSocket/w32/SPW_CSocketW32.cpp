@@ -117,6 +117,9 @@ int setOption(SOCKET native, int level, int option, const void* value, int size)
     return resultOrFail(::setsockopt(native, level, option, static_cast<const char*>(value), size));
 }
 
+// Later versions of the platform's sockets have other numbers; the library of this one turns its own into those.
+static_assert(IP_MULTICAST_TTL == 3 && IP_ADD_MEMBERSHIP == 5 && IP_DROP_MEMBERSHIP == 6, "the numbers of version 1.1");
+
 int changeMembership(SPW_Socket socket, int option, const SPW_CIpAddress& group,
                      const SPW_CIpAddress& interfaceAddress) {
     const Use use(socket);

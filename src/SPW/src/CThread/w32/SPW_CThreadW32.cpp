@@ -33,7 +33,10 @@ CRITICAL_SECTION* sectionOf(SPW_Handle section) {
 }  // namespace
 
 SPW_Handle SPW_CThreadSys::createThread(void (*entry)(void*), void* argument) {
-    Start* const start = new Start{entry, argument};
+    Start* const start = new (std::nothrow) Start{entry, argument};
+    if (start == nullptr) {
+        return nullptr;
+    }
     DWORD id = 0;  // Windows 9x and CE insist on it
     const HANDLE thread = CreateThread(nullptr, kStackBytes, runThread, start, kCreationFlags, &id);
     if (thread == nullptr) {
