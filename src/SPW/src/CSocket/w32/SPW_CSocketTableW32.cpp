@@ -4,8 +4,31 @@
 
 #include <new>
 
+// Waits until the condition holds, which is asked under the lock; false when it has taken too long.
+template <typename Condition>
+bool SPW_CSocketTableW32::await(Condition condition) {
+    for (std::uint32_t waited = 0; waited < kLongestWaitMs; ++waited) {
+        {
+            const SPW_CGuard guard(lock());
+            if (condition()) {
+                return true;
+            }
+        }
+        Sleep(1);
+    }
+    return false;
+}
+
+SOCKET SPW_CSocketTableW32::create(int type) {
+    const SPW_CGuard nobodyCloses(m_numbers.get());
+    (void)await([this] { return m_closedInUse == 0; });  // if not, add() has the last word
+    return ::socket(AF_INET, type, 0);
+}
+
 SPW_Socket SPW_CSocketTableW32::add(SOCKET native) {
-    if (awaitNobodyUses(native)) {
+    // If somebody has gone on using the old number for too long, a call that came too late to be woken may have taken
+    // the new socket for its own. Closing that one is then what wakes it.
+    if (await([this, native] { return !isStillUsed(native); })) {
         const SPW_CGuard guard(lock());
         Slot* const slot = takeFree();
         if (slot != nullptr) {
@@ -40,35 +63,42 @@ bool SPW_CSocketTableW32::isClosed(const Slot* slot) {
     return slot->isClosed;
 }
 
-bool SPW_CSocketTableW32::close(SPW_Socket handle) {
+bool SPW_CSocketTableW32::beginCall(Slot* slot) {
     const SPW_CGuard guard(lock());
-    Slot* const slot = find(handle);
-    if (slot == nullptr) {
+    if (slot->isClosed) {
         return false;
     }
-    slot->isClosed = true;
-    (void)closesocket(slot->native);  // our sockets do not linger, so this neither waits nor fails
-    if (slot->uses == 0) {
-        recycle(slot);
-    } else {
-        ++m_closedInUse;
-    }
+    ++slot->calls;
     return true;
 }
 
-// False when somebody has gone on using the old number for too long: a call that came too late to be woken may have
-// taken the new socket for its own. Closing that one is then what wakes it.
-bool SPW_CSocketTableW32::awaitNobodyUses(SOCKET native) {
-    for (std::uint32_t waited = 0; waited < kLongestWaitMs; ++waited) {
-        {
-            const SPW_CGuard guard(lock());
-            if (!isStillUsed(native)) {
-                return true;
-            }
-        }
-        Sleep(1);
+void SPW_CSocketTableW32::endCall(Slot* slot) {
+    const SPW_CGuard guard(lock());
+    --slot->calls;
+}
+
+bool SPW_CSocketTableW32::close(SPW_Socket handle) {
+    const SPW_CGuard nobodyCreates(m_numbers.get());
+    Slot* const slot = markClosed(handle);
+    if (slot == nullptr) {
+        return false;
     }
-    return false;
+    (void)await([slot] { return slot->calls == 0; });  // they do not block, so they end
+    (void)closesocket(slot->native);                   // our sockets do not linger, so this neither waits nor fails
+    release(slot);
+    return true;
+}
+
+// Counts the caller in, so that the slot keeps its number.
+SPW_CSocketTableW32::Slot* SPW_CSocketTableW32::markClosed(SPW_Socket handle) {
+    const SPW_CGuard guard(lock());
+    Slot* const slot = find(handle);
+    if (slot != nullptr) {
+        slot->isClosed = true;
+        ++slot->uses;
+        ++m_closedInUse;
+    }
+    return slot;
 }
 
 bool SPW_CSocketTableW32::isStillUsed(SOCKET native) {

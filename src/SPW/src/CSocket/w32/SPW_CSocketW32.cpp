@@ -51,6 +51,19 @@ public:
 
     explicit operator bool() const { return m_slot != nullptr; }
     SOCKET native() const { return m_slot->native; }
+    // One of the platform's calls, with its last error. None of them blocks, and the socket is not closed meanwhile.
+    template <typename Call>
+    auto call(Call platformCall) const -> decltype(platformCall(SOCKET())) {
+        if (!table().beginCall(m_slot)) {
+            WSASetLastError(WSAENOTSOCK);
+            return static_cast<decltype(platformCall(SOCKET()))>(SOCKET_ERROR);
+        }
+        const auto result = platformCall(m_slot->native);
+        const int code = WSAGetLastError();
+        table().endCall(m_slot);
+        WSASetLastError(code);
+        return result;
+    }
     // Another thread has closed the socket meanwhile.
     bool isClosed() const { return table().isClosed(m_slot); }
 
@@ -79,11 +92,11 @@ int await(const Use& use, Readiness readiness) {
 
 // Repeats a call until it did not have to wait. The last error is that of the call or of the wait.
 template <typename Call>
-auto whenReady(const Use& use, Readiness readiness, Call call) {
-    auto result = call();
+auto whenReady(const Use& use, Readiness readiness, Call platformCall) {
+    auto result = use.call(platformCall);
     while (result == static_cast<decltype(result)>(SOCKET_ERROR) && WSAGetLastError() == WSAEWOULDBLOCK &&
            await(use, readiness) != SOCKET_ERROR) {
-        result = call();
+        result = use.call(platformCall);
     }
     return result;
 }
@@ -95,8 +108,9 @@ int errorOfConnect(const Use& use) {
     }
     int error = 0;
     int size = sizeof error;
-    const bool isTold = await(use, kWritable) != SOCKET_ERROR &&
-                        ::getsockopt(use.native(), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size) == 0;
+    const bool isTold = await(use, kWritable) != SOCKET_ERROR && use.call([&](SOCKET native) {
+        return ::getsockopt(native, SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &size);
+    }) == 0;
     return isTold ? error : WSAGetLastError();
 }
 
@@ -113,8 +127,9 @@ int resultOf(const Use& use, int result, SPW_Result closedCode) {
     return result == 0 ? 0 : failWith(static_cast<SPW_Result>(code));
 }
 
-int setOption(SOCKET native, int level, int option, const void* value, int size) {
-    return resultOrFail(::setsockopt(native, level, option, static_cast<const char*>(value), size));
+int setOption(const Use& use, int level, int option, const void* value, int size) {
+    return resultOrFail(use.call(
+        [&](SOCKET native) { return ::setsockopt(native, level, option, static_cast<const char*>(value), size); }));
 }
 
 // Later versions of the platform's sockets have other numbers; the library of this one turns its own into those.
@@ -129,7 +144,7 @@ int changeMembership(SPW_Socket socket, int option, const SPW_CIpAddress& group,
     ip_mreq request;
     request.imr_multiaddr = SPW_CSocketAddressW32::toNative(group);
     request.imr_interface = SPW_CSocketAddressW32::toNative(interfaceAddress);
-    return setOption(use.native(), IPPROTO_IP, option, &request, sizeof request);
+    return setOption(use, IPPROTO_IP, option, &request, sizeof request);
 }
 
 SPW_Socket addToTable(SOCKET native) {
@@ -151,7 +166,7 @@ SPW_Socket openSocket(int type) {
     constexpr int kAttempts = 3;
     SPW_Socket socket = kInvalidSocket;
     for (int i = 0; i < kAttempts && socket == kInvalidSocket; ++i) {
-        const SOCKET native = ::socket(AF_INET, type, 0);
+        const SOCKET native = table().create(type);
         if (native == INVALID_SOCKET) {
             (void)fail();
             return kInvalidSocket;
@@ -241,7 +256,7 @@ public:
         }
         const Use use(socket);
         const BOOL on = TRUE;
-        if (use && setOption(use.native(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0) {
+        if (use && setOption(use, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0) {
             (void)close(socket);
             return kInvalidSocket;
         }
@@ -258,7 +273,9 @@ public:
             return -1;
         }
         const sockaddr_in address = SPW_CSocketAddressW32::toSockaddr(SPW_CIpAddress(), port);
-        return resultOrFail(::bind(use.native(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+        return resultOrFail(use.call([&](SOCKET native) {
+            return ::bind(native, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        }));
     }
 
     int localPort(SPW_Socket socket) override {
@@ -268,7 +285,9 @@ public:
         }
         sockaddr_in address = {};
         int size = sizeof address;
-        if (::getsockname(use.native(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+        const int result = use.call(
+            [&](SOCKET native) { return ::getsockname(native, reinterpret_cast<sockaddr*>(&address), &size); });
+        if (result != 0) {
             return fail();
         }
         return address.sin_port == 0 ? failWith(kSockInvalid) : ntohs(address.sin_port);
@@ -276,7 +295,7 @@ public:
 
     int listen(SPW_Socket socket, int backlog) override {
         const Use use(socket);
-        return use ? resultOrFail(::listen(use.native(), backlog)) : -1;
+        return use ? resultOrFail(use.call([&](SOCKET native) { return ::listen(native, backlog); })) : -1;
     }
 
     SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
@@ -286,8 +305,9 @@ public:
         }
         sockaddr_in address = {};
         int size = sizeof address;
-        const SOCKET native = whenReady(
-            use, kReadable, [&] { return ::accept(use.native(), reinterpret_cast<sockaddr*>(&address), &size); });
+        const SOCKET native = whenReady(use, kReadable, [&](SOCKET listening) {
+            return ::accept(listening, reinterpret_cast<sockaddr*>(&address), &size);
+        });
         if (native == INVALID_SOCKET) {
             (void)resultOf(use, -1, kSockNotSocket);
             return kInvalidSocket;
@@ -311,7 +331,10 @@ public:
         }
         const sockaddr_in target = SPW_CSocketAddressW32::toSockaddr(address, port);
         int error = 0;
-        if (::connect(use.native(), reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
+        const int result = use.call([&](SOCKET native) {
+            return ::connect(native, reinterpret_cast<const sockaddr*>(&target), sizeof target);
+        });
+        if (result != 0) {
             error = errorOfConnect(use);
         }
         if (use.isClosed()) {
@@ -325,8 +348,8 @@ public:
         if (!use) {
             return -1;
         }
-        const int sent =
-            whenReady(use, kWritable, [&] { return ::send(use.native(), static_cast<const char*>(bytes), size, 0); });
+        const int sent = whenReady(
+            use, kWritable, [&](SOCKET native) { return ::send(native, static_cast<const char*>(bytes), size, 0); });
         return resultOf(use, sent, kSockNotSocket);
     }
 
@@ -337,8 +360,8 @@ public:
             return -1;
         }
         const sockaddr_in target = SPW_CSocketAddressW32::toSockaddr(address, port);
-        const int sent = whenReady(use, kWritable, [&] {
-            return ::sendto(use.native(), static_cast<const char*>(bytes), size, 0,
+        const int sent = whenReady(use, kWritable, [&](SOCKET native) {
+            return ::sendto(native, static_cast<const char*>(bytes), size, 0,
                             reinterpret_cast<const sockaddr*>(&target), sizeof target);
         });
         return resultOf(use, sent, kSockNotSocket);
@@ -349,8 +372,8 @@ public:
         if (!use) {
             return -1;
         }
-        const int received =
-            whenReady(use, kReadable, [&] { return ::recv(use.native(), static_cast<char*>(buffer), size, 0); });
+        const int received = whenReady(
+            use, kReadable, [&](SOCKET native) { return ::recv(native, static_cast<char*>(buffer), size, 0); });
         return resultOf(use, received, kSockNotSocket);
     }
 
@@ -360,9 +383,9 @@ public:
             return -1;
         }
         sockaddr_in address = {};
-        int received = whenReady(use, kReadable, [&] {
+        int received = whenReady(use, kReadable, [&](SOCKET native) {
             int length = sizeof address;
-            return ::recvfrom(use.native(), static_cast<char*>(buffer), size, 0, reinterpret_cast<sockaddr*>(&address),
+            return ::recvfrom(native, static_cast<char*>(buffer), size, 0, reinterpret_cast<sockaddr*>(&address),
                               &length);
         });
         // The buffer is filled and the rest of the datagram is lost.
@@ -402,7 +425,7 @@ public:
 
     int setMulticastTtl(SPW_Socket socket, int ttl) override {
         const Use use(socket);
-        return use ? setOption(use.native(), IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof ttl) : -1;
+        return use ? setOption(use, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof ttl) : -1;
     }
 
     int joinGroup(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress) override {
