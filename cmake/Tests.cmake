@@ -2,9 +2,14 @@ include(GoogleTest)
 
 # Windows programs run under Wine, which keeps its files in the build folder. A path of this machine has a drive there.
 set(LINKOMETRY_TEST_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
+set(LINKOMETRY_TEST_TIMEOUT 60)
+set(LINKOMETRY_SYSTEM_TEST_TIMEOUT 180)
 if(WIN32 AND CMAKE_CROSSCOMPILING)
   set(CMAKE_CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tools/run-wine;${PROJECT_BINARY_DIR}/wine")
   set(LINKOMETRY_TEST_SOURCE_DIR "Z:${PROJECT_SOURCE_DIR}")
+  # The start of Wine is part of a test, and takes long on a busy machine.
+  set(LINKOMETRY_TEST_TIMEOUT 180)
+  set(LINKOMETRY_SYSTEM_TEST_TIMEOUT 300)
 endif()
 
 # linkometry_test(<target> LABELS <label>... SOURCES <file>... [POSIX <file>...] [W32 <file>...] LIBRARIES <target>...)
@@ -15,15 +20,15 @@ endif()
 function(linkometry_test target)
   cmake_parse_arguments(ARG "" "TIMEOUT" "LABELS;SOURCES;POSIX;W32;LIBRARIES" ${ARGN})
   if(NOT ARG_TIMEOUT)
-    set(ARG_TIMEOUT 60)
+    set(ARG_TIMEOUT ${LINKOMETRY_TEST_TIMEOUT})
   endif()
   string(TOUPPER ${SPW_PLATFORM} platform)
   add_executable(${target} ${ARG_SOURCES} ${ARG_${platform}})
   # The framework's classes carry no RTTI, so neither can what derives from them in a test.
   target_compile_options(${target} PRIVATE -fno-rtti)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} test-support linkometry_warnings GTest::gmock GTest::gtest_main)
-  # The first program of a run waits for Wine to come up.
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+  # The first program of a run waits until Wine's files are made.
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
 endfunction()
 
@@ -55,7 +60,11 @@ function(linkometry_system_test file)
       set(test "${module}.${class}.${CMAKE_MATCH_1}")
       add_test(NAME system.${test} COMMAND "${LINKOMETRY_PYTHON}" "${PROJECT_SOURCE_DIR}/tests/system/run.py"
         ${programs} ${test})
-      set_tests_properties(system.${test} PROPERTIES LABELS netns TIMEOUT 180 SKIP_RETURN_CODE 77)
+      set_tests_properties(system.${test} PROPERTIES LABELS netns
+        TIMEOUT ${LINKOMETRY_SYSTEM_TEST_TIMEOUT} SKIP_RETURN_CODE 77)
+      if(WIN32)
+        set_tests_properties(system.${test} PROPERTIES FIXTURES_REQUIRED wine-files)
+      endif()
       if(class IN_LIST ARG_UNDISTURBED)
         set_tests_properties(system.${test} PROPERTIES RUN_SERIAL ON)
       endif()

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "Patience.h"
 #include "RecordingReporter.h"
 #include "ScriptedClock.h"
 #include "TemporaryFolder.h"
@@ -124,7 +125,7 @@ TEST(MessageQueueTest, EmptyQueueReturnsNothingAfterTheTimeOutAndTracesIt) {
     std::uintptr_t message = 99;
     const auto begin = steady_clock::now();
     EXPECT_EQ(queue.qGetMsg(message, 30), SPW_CThreadMessageQueue::kTimedOut);
-    EXPECT_GE(steady_clock::now() - begin, milliseconds(30));
+    EXPECT_GE(steady_clock::now() - begin, milliseconds(30) - kTimerTick);
     EXPECT_EQ(message, 0u);
     EXPECT_THAT(traces.texts, ElementsAre("wait timed out"));
 }
@@ -251,7 +252,7 @@ TEST_F(TimedMessageTest, WhatIsLeftInMicrosecondsIsWaitedForInMilliseconds) {
     const auto begin = steady_clock::now();
     std::uintptr_t message = 0;
     EXPECT_EQ(m_queue->qGetMsg(message, kSPWForever), 0u);
-    EXPECT_GE(steady_clock::now() - begin, milliseconds(40));
+    EXPECT_GE(steady_clock::now() - begin, milliseconds(40) - kTimerTick);
     EXPECT_EQ(message, armed);
     drop(message);
 }
