@@ -24,8 +24,10 @@ SPW_CIpHelperW32::Function<CreateFileFunction> icmpCreateFile("IcmpCreateFile");
 SPW_CIpHelperW32::Function<CloseHandleFunction> icmpCloseHandle("IcmpCloseHandle");
 SPW_CIpHelperW32::Function<SendEchoFunction> icmpSendEcho("IcmpSendEcho");
 
-// Behind the data of a reply the platform wants room for an ICMP error.
+// Behind the data of a reply the platform wants room for an ICMP error, and newer ones for the state of the request: a
+// number and a size, each as large as a pointer.
 constexpr std::uint32_t kErrorRoom = 8;
+constexpr std::uint32_t kStateRoom = 2 * sizeof(void*);
 
 std::uint32_t failWith(SPW_Result code) {
     lastCode.value.set(code);
@@ -83,7 +85,7 @@ public:
         if (replySize < kSmallestIcmpReply) {
             return failWith(kSysInsufficientBuffer);
         }
-        const std::uint32_t needed = sizeof(ICMP_ECHO_REPLY) + dataSize + kErrorRoom;
+        const std::uint32_t needed = sizeof(ICMP_ECHO_REPLY) + dataSize + kErrorRoom + kStateRoom;
         if (replySize >= needed) {
             return echoInto(service, address, data, dataSize, reply, replySize, timeoutMs);
         }
