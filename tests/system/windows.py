@@ -29,7 +29,7 @@ def build_folder():
 
 def prepared_prefix():
     """Wine's files as they are after their first start, which takes too long for every test; nothing runs there."""
-    prefix = os.path.join(build_folder(), "wine-template")
+    prefix = os.path.join(build_folder(), "wine-original")
     subprocess.run([RUN_WINE, prefix, "--here"], check=True, stdin=subprocess.DEVNULL)
     return prefix
 
@@ -40,15 +40,24 @@ class WindowsDevice:
     def __init__(self, device):
         self.device = device
         self.prefix = os.path.join(device.folder, "wine")
-        # The files are shared; what Wine changes it writes anew.
-        subprocess.run(["cp", "-al", prepared_prefix(), self.prefix], check=True)
-        shutil.rmtree(os.path.join(self.prefix, "run"))
+        self._copy_files(prepared_prefix())
         self._set_up_user()
         self._processes = []
         self._programs = []
         self.screen = self._start_screen()
         self.driver = self._run(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+
+    def _copy_files(self, original):
+        """The many files of Windows itself are shared. The registry's are not: Wine does not replace a file that has a
+        second name but writes into it, so that each test would write into those of all others."""
+        os.mkdir(self.prefix)
+        for entry in os.scandir(original):
+            if entry.is_dir():
+                if entry.name != "run":
+                    subprocess.run(["cp", "-al", entry.path, self.prefix], check=True)
+            else:
+                shutil.copy2(entry.path, self.prefix)
 
     def _set_up_user(self):
         """Without a window manager Wine itself must draw captions and frames. And it is to be a Windows of today, which
