@@ -275,6 +275,17 @@ class AdapterTest(ReportTest):
                  'lease { interface "eth9"; fixed-address 10.77.0.1; expire never; }\n')
         self.assert_lease(1795168800 - 600, 1795168800)
 
+    def test_what_a_client_has_noted_goes_before_what_the_kernel_knows_of_the_address_and_of_others(self):
+        self.ip("address add 10.77.0.77/24 dev eth0 valid_lft 86400 preferred_lft 86400")
+        block = ('lease { interface "eth0"; fixed-address %s; option dhcp-lease-time 600;'
+                 " option dhcp-server-identifier 10.77.0.254; expire %s; }\n")
+        self.put("/var/lib/dhcp/dhclient.leases", block % ("10.77.0.77", "epoch 1900000000"))
+        self.assert_lease(1900000000 - 600, 1900000000)
+        self.put("/var/lib/dhcp/dhclient.leases", block % ("10.77.0.1", "never"))
+        self.assertEqual(self.lease_lines(), [
+            "   DHCP Enabled: yes", "   DHCP Server: 10.77.0.254 subnet mask: Not Set",
+            "   Lease Expires: Not Set", "   Lease Obtained: Not Set"])
+
     def test_lease_of_dhcpcd(self):
         packet = bytes([2]) + bytes(15) + bytes([10, 77, 0, 1]) + bytes(216) + bytes.fromhex("63825363")
         packet += bytes([53, 1, 5, 54, 4, 10, 77, 0, 254, 51, 4]) + struct.pack(">I", 3600) + bytes([255])
