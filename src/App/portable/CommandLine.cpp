@@ -290,3 +290,15 @@ SPW_CString usageText() {
            u"SIGUSR1 prints all rows and writes them to the log, SIGUSR2 sets all counts to zero, SIGHUP starts over\n"
            u"with the settings as they are now.\n";
 }
+
+SPW_CString windowUsageText() {
+    return u"Linkometry measures which devices on the network can be reached by TCP, UDP, multicast and ping.\n"
+           u"\n"
+           u"-duration SECONDS : end a test after that time\n"
+           u"-peer ADDRESS[=NAME] : probe that device too; may be repeated\n"
+           u"-getinfo FILE : write this device's configuration report to a file, silently, and end\n"
+           u"-reportwnd HANDLE : with -getinfo, the window to be told, in hexadecimal\n"
+           u"-help, -version : show and end\n"
+           u"\n"
+           u"Exit status: 0, or 3 when the command line is not usable. With -getinfo: 0 written, 1 not written.\n";
+}

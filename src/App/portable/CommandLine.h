@@ -53,3 +53,5 @@ CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens);
 
 // Lines for the standard output, each ending with a line feed, that explain the options.
 SPW_CString usageText();
+// The same for a window, whose letters differ in width, with the options that mean something to a window alone.
+SPW_CString windowUsageText();

@@ -56,7 +56,7 @@ int run(const CommandLine& options) {
         return kBadCommandLine;
     }
     if (options.help) {
-        say(usageText(), MB_ICONINFORMATION);
+        say(windowUsageText(), MB_ICONINFORMATION);
         return 0;
     }
     if (options.version) {

@@ -281,4 +281,14 @@ TEST(UsageTest, EveryOptionIsExplained) {
     EXPECT_EQ(usage.last(), u'\n');
 }
 
+TEST(UsageTest, AWindowExplainsWhatMeansSomethingToIt) {
+    const SPW_CString usage = windowUsageText();
+    for (const char16_t* option : {u"-duration", u"-peer", u"-help", u"-version", u"-getinfo", u"-reportwnd"}) {
+        EXPECT_GE(usage.findText(option), 0) << SPW_CString(option).toAnsi();
+    }
+    for (const char16_t* option : {u"-headless", u"-interval", u"-format", u"-minquality", u"SIG"}) {
+        EXPECT_LT(usage.findText(option), 0) << SPW_CString(option).toAnsi();
+    }
+}
+
 }  // namespace
