@@ -34,6 +34,17 @@ void insertColumn(HWND list, int column, const char16_t* header) {
     (void)SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&definition));
 }
 
+// Makes the column so wide that this text can be read in it. What a list calls the width of a text leaves no margins.
+void widenColumn(HWND list, int column, const SPW_CString& text) {
+    const SPW_CString withMargins = text + u"MM";
+    const LRESULT wanted =
+        SendMessageW(list, LVM_GETSTRINGWIDTHW, 0, reinterpret_cast<LPARAM>(SPW_ToWide(withMargins.text())));
+    if (wanted > SendMessageW(list, LVM_GETCOLUMNWIDTH, static_cast<WPARAM>(column), 0)) {
+        (void)SendMessageW(list, LVM_SETCOLUMNWIDTH, static_cast<WPARAM>(column),
+                           MAKELPARAM(static_cast<WORD>(wanted), 0));
+    }
+}
+
 }  // namespace
 
 MainDialog::MainDialog(const CommandLine& options) : Dialog(IDD_MAIN), m_options(options), m_isHandheld(isHandheld()) {}
@@ -65,6 +76,8 @@ void MainDialog::makeColumns() {
     insertColumn(list, kPeerColumns, u"");
     for (WPARAM column = 0; column < kPeerColumns; ++column) {
         (void)SendMessageW(list, LVM_SETCOLUMNWIDTH, column, MAKELPARAM(LVSCW_AUTOSIZE_USEHEADER, 0));
+        // Not every list leaves as much room as it then needs.
+        widenColumn(list, static_cast<int>(column), peerColumnHeader(static_cast<int>(column)));
     }
     (void)SendMessageW(list, LVM_DELETECOLUMN, kPeerColumns, 0);
 }
@@ -274,6 +287,7 @@ void MainDialog::showRow(const RowPlace& place, int column) {
         item.iItem = place.index;
         item.pszText = const_cast<wchar_t*>(SPW_ToWide(m_rows.cell(place.index, kLabelColumn).text()));
         (void)SendMessageW(list, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
+        widenColumn(list, kLabelColumn, m_rows.cell(place.index, kLabelColumn));
     }
     setCell(column);
     setCell(kQualityColumn);
