@@ -35,15 +35,16 @@ endfunction()
 # The distribution's Python: the scripts need nothing but its standard library.
 find_program(LINKOMETRY_PYTHON python3 HINTS /usr/bin REQUIRED)
 
-# linkometry_system_test(<file>.py [UNDISTURBED <class>...])
+# linkometry_system_test(<file>.py [UNDISTURBED <class>...] [SLOW <class>...])
 #
 # Makes each method of each test class in the file a ctest entry of its own: system.<file>.<class>.<method>. It runs
 # this build's program in network namespaces, and is skipped, with the reason, where they may not be made. Tests of the
-# UNDISTURBED classes, which need the processor or its quiet for themselves, run while no other does.
+# UNDISTURBED classes, which need the processor or its quiet for themselves, run while no other does. Those of the SLOW
+# classes may take ten minutes, and are started first.
 #
 # In a Windows build the tests run that build's program, and beside it the one of the build for Linux, which must be there.
 function(linkometry_system_test file)
-  cmake_parse_arguments(ARG "" "" "UNDISTURBED" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "UNDISTURBED;SLOW" ${ARGN})
   set(path "${PROJECT_SOURCE_DIR}/tests/system/${file}")
   set(programs --program "${PROJECT_BINARY_DIR}/linkometry")
   if(WIN32)
@@ -67,6 +68,9 @@ function(linkometry_system_test file)
       endif()
       if(class IN_LIST ARG_UNDISTURBED)
         set_tests_properties(system.${test} PROPERTIES RUN_SERIAL ON)
+      endif()
+      if(class IN_LIST ARG_SLOW)
+        set_tests_properties(system.${test} PROPERTIES TIMEOUT 600 COST 600)
       endif()
     endif()
   endforeach()

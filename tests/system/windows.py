@@ -35,13 +35,13 @@ def prepared_prefix():
 
 
 class WindowsDevice:
-    """A device of the lab that runs Windows programs. Close it before the lab."""
+    """A device of the lab that runs Windows programs, with these settings from the start. Close it before the lab."""
 
-    def __init__(self, device):
+    def __init__(self, device, settings=None):
         self.device = device
         self.prefix = os.path.join(device.folder, "wine")
         self._copy_files(prepared_prefix())
-        self._set_up_user()
+        self._set_up_user(settings or {})
         self._processes = []
         self._programs = []
         self.screen = self._start_screen()
@@ -59,7 +59,7 @@ class WindowsDevice:
             else:
                 shutil.copy2(entry.path, self.prefix)
 
-    def _set_up_user(self):
+    def _set_up_user(self, settings):
         """Without a window manager Wine itself must draw captions and frames. And it is to be a Windows of today, which
         poses as an older one to programs that do not name it."""
         path = os.path.join(self.prefix, "user.reg")
@@ -69,6 +69,9 @@ class WindowsDevice:
         with open(path, "w", encoding="utf-8", newline="") as file:
             file.write(text + '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n'
                        '\n[Software\\\\Wine]\n"Version"="win10"\n')
+            if settings:
+                file.write("\n[Software\\\\Vantiro Networks\\\\Vantiro Diagnostic]\n" +
+                           "".join(f'"{name}"="{lab.escaped(text)}"\n' for name, text in settings.items()))
 
     def _start_screen(self):
         # Each network namespace has a screen 0 of its own; a socket in the file system would be that of all.
@@ -76,7 +79,7 @@ class WindowsDevice:
         with self.device.inside():
             self._processes.append(subprocess.Popen(
                 ["setpriv", "--pdeathsig", "KILL", "Xvfb", "-displayfd", str(write), "-nolisten", "unix",
-                 "-screen", "0", "800x480x24"],
+                 "-screen", "0", "900x480x24"],
                 pass_fds=[write], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
         os.close(write)
         with os.fdopen(read) as number:
@@ -121,6 +124,10 @@ class WindowsDevice:
     def log_texts(self):
         """The same without the header and the times."""
         return [line[9:] for line in self.log_lines()[6:]]
+
+    def wait_for_log_text(self, text):
+        """Until the log has that line; the program writes it a moment after it has happened."""
+        lab.eventually(lambda: text in self.log_texts(), 60, lambda: f"{text!r} in {self.log_texts()[-20:]}", every=0.1)
 
     def registry(self, key):
         """The text values of a key of the current user."""
@@ -221,6 +228,10 @@ class Window:
 
     def wait_until_enabled(self, control, within=60):
         lab.eventually(lambda: self.is_enabled(control), within, f"control {control} can be used", every=0.1)
+
+    def cost(self):
+        """(handles, threads, bytes) of the window's process."""
+        return tuple(int(each) for each in self.ask("cost").split("\t"))
 
     def place(self, control=0):
         """(left, top, width, height)."""

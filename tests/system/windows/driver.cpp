@@ -19,13 +19,18 @@
 //     header HWND ID COL   a column's text, format and width
 //     start COMMAND LINE   starts a program; a handle, or 0
 //     status HANDLE        the exit status of that program, or "running"
+//     cost HWND            how many handles, threads and bytes of memory of its own the window's process has
 //     listen               makes a window that waits for the report's outcome; its handle
 //     heard                the outcome that it was told last, or "nothing"
 
 #include <windows.h>
 
 #include <commctrl.h>
+#include <psapi.h>
+#include <tlhelp32.h>
+#include <winternl.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <sstream>
@@ -166,6 +171,57 @@ std::string headerText(HWND list, int column) {
            std::to_string(definition.cx);
 }
 
+int threadsOf(DWORD process) {
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 thread = {};
+    thread.dwSize = sizeof thread;
+    int count = 0;
+    for (BOOL more = Thread32First(snapshot, &thread); more; more = Thread32Next(snapshot, &thread)) {
+        count += thread.th32OwnerProcessID == process ? 1 : 0;
+    }
+    CloseHandle(snapshot);
+    return count;
+}
+
+// Wine answers 0 to the question for one process's handles. So this counts in the list of all.
+int handlesOf(DWORD process) {
+    struct Entry {
+        USHORT process;
+        USHORT trace;
+        UCHAR type;
+        UCHAR flags;
+        USHORT handle;
+        void* object;
+        ACCESS_MASK access;
+    };
+    struct List {
+        ULONG count;
+        Entry entries[1];
+    };
+    constexpr auto kAllHandles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
+    std::vector<char> room(1 << 20);
+    ULONG needed = 0;
+    while (NtQuerySystemInformation(kAllHandles, room.data(), static_cast<ULONG>(room.size()), &needed) < 0) {
+        room.resize(room.size() * 2);
+    }
+    const List& list = *reinterpret_cast<const List*>(room.data());
+    return static_cast<int>(std::count_if(list.entries, list.entries + list.count, [process](const Entry& entry) {
+        return entry.process == static_cast<USHORT>(process);
+    }));
+}
+
+std::string costOf(HWND window) {
+    DWORD id = 0;
+    GetWindowThreadProcessId(window, &id);
+    const HANDLE process = OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, id);
+    PROCESS_MEMORY_COUNTERS memory = {};
+    K32GetProcessMemoryInfo(process, &memory, sizeof memory);
+    CloseHandle(process);
+    std::ostringstream answer;
+    answer << handlesOf(id) << '\t' << threadsOf(id) << '\t' << memory.PagefileUsage;
+    return answer.str();
+}
+
 std::string place(HWND window, HWND control) {
     RECT rectangle;
     GetWindowRect(control != nullptr ? control : window, &rectangle);
@@ -275,6 +331,9 @@ std::string answer(const std::string& line) {
         std::string labels;
         EnumChildWindows(window, addLabel, reinterpret_cast<LPARAM>(&labels));
         return labels;
+    }
+    if (command == "cost") {
+        return costOf(window);
     }
     if (command == "exists") {
         return std::to_string(IsWindow(window));
