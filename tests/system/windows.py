@@ -45,8 +45,7 @@ class WindowsDevice:
         self._processes = []
         self._programs = []
         self.screen = self._start_screen()
-        self.driver = self._run(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
-                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.driver = self._start_driver()
 
     def _copy_files(self, original):
         """The many files of Windows itself are shared. The registry's are not: Wine does not replace a file that has a
@@ -86,6 +85,23 @@ class WindowsDevice:
             if not select.select([number], [], [], 60)[0]:
                 raise AssertionError("there is no screen within 60 s")
             return ":" + number.readline().strip()
+
+    def _start_driver(self):
+        """On a very busy machine Wine now and then hangs while it comes up, and is then started once more."""
+        for _ in range(2):
+            driver = self._run(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
+                               stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+            driver.stdin.write("heard\n")
+            driver.stdin.flush()
+            if select.select([driver.stdout], [], [], 60)[0] and driver.stdout.readline() == "nothing\n":
+                return driver
+            driver.kill()
+            driver.wait()
+            self._end_wine()
+        raise AssertionError("Wine does not come up")
+
+    def _end_wine(self):
+        subprocess.run([RUN_WINE, self.prefix, "--end"], check=True, stdin=subprocess.DEVNULL)
 
     def _run(self, program, *arguments, **streams):
         """A process of this machine that is a Windows program in the folder C:\\."""
@@ -171,7 +187,7 @@ class WindowsDevice:
 
     def close(self):
         self.driver.stdin.close()
-        subprocess.run([RUN_WINE, self.prefix, "--end"], check=True, stdin=subprocess.DEVNULL)
+        self._end_wine()
         for process in self._processes:
             process.kill()
             process.wait()
