@@ -57,6 +57,7 @@ TEST(EventW32Test, MessagesOfTheWaitingThreadAreDispatched) {
     ASSERT_TRUE(PostMessageW(window, WM_APP, 0, reinterpret_cast<LPARAM>(&event)));
     EXPECT_EQ(event.waitAndProcessMsgs(), 0u) << "the message that sets the event has been dispatched";
     DestroyWindow(window);
+    UnregisterClassW(description.lpszClassName, description.hInstance);
 }
 
 }  // namespace
