@@ -9,7 +9,7 @@ if(WIN32 AND CMAKE_CROSSCOMPILING)
   set(LINKOMETRY_TEST_SOURCE_DIR "Z:${PROJECT_SOURCE_DIR}")
   # The start of Wine is part of a test, and takes long on a busy machine.
   set(LINKOMETRY_TEST_TIMEOUT 180)
-  set(LINKOMETRY_SYSTEM_TEST_TIMEOUT 300)
+  set(LINKOMETRY_SYSTEM_TEST_TIMEOUT 900)
 endif()
 
 # linkometry_test(<target> LABELS <label>... SOURCES <file>... [POSIX <file>...] [W32 <file>...] LIBRARIES <target>...)
