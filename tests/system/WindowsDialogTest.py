@@ -38,6 +38,8 @@ class WindowsTest(lab.SystemTest):
     def switch_on(self, dialog):
         dialog.press(START)
         dialog.wait_until_enabled(STOP)
+        # That comes last. Before it, a test that waits for Start again would take it for there already.
+        lab.eventually(lambda: not dialog.is_enabled(START), 60, "Start cannot be used")
 
     def switch_off(self, dialog):
         dialog.press(STOP)
