@@ -1,0 +1,234 @@
+"""What is installed beside the program says what the program says: man page, completions, service, example settings.
+
+usage: PackagingTest.py --program PATH --version VERSION PackagingTest.Class.test_method   (or PackagingTest.Class)
+
+Exit status: 0 passed, 1 failed, 77 could not run; then the last line says why, after "SKIPPED: ".
+"""
+
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOURCES = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+PACKAGING = os.path.join(SOURCES, "packaging")
+SKIPPED = 77
+
+program = version = None
+
+
+def read(*path):
+    with open(os.path.join(SOURCES, *path), encoding="utf-8") as file:
+        return file.read()
+
+
+def run(*command, **options):
+    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True,
+                          check=False, timeout=60, **options)
+
+
+def usage():
+    return run(program, "-help").stdout
+
+
+def listed_options():
+    """The options that -help lists."""
+    columns = re.findall(r"^  (-.*?)  ", usage(), re.MULTILINE)
+    return {option for column in columns for option in re.findall(r"(?<![\w-])-\w+", column)}
+
+
+class TemporaryTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="linkometry-package-")
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def needs(self, tool):
+        if shutil.which(tool) is None:
+            self.skipTest(f"there is no {tool}")
+
+
+class ManPageTest(TemporaryTest):
+    def section(self, name):
+        return re.search(rf'^\.SH {name}\n(.*?)^\.SH ', read("packaging", "linkometry.1"), re.MULTILINE | re.DOTALL)[1]
+
+    def tags(self, name):
+        """What the paragraphs of a section are about."""
+        return [re.sub(r"\\-", "-", tag) for tag in re.findall(r"^\.TP\n(.*)$", self.section(name), re.MULTILINE)]
+
+    def test_it_has_the_options_that_help_lists_and_no_others(self):
+        self.assertGreaterEqual(len(listed_options()), 10)
+        described = {option for tag in self.tags("OPTIONS") for option in re.findall(r"(?<![\w-])-{1,2}\w+", tag)}
+        with_one_dash = {option for option in described if not option.startswith("--")}
+        self.assertEqual(with_one_dash, listed_options())
+        self.assertEqual({option[1:] for option in described - with_one_dash}, {"-help", "-version"})
+
+    def test_it_has_the_signals_and_exit_statuses_that_help_names_and_no_others(self):
+        signals = set(re.findall(r"SIG\w+", " ".join(self.tags("SIGNALS"))))
+        self.assertEqual(signals, set(re.findall(r"SIG\w+", usage())))
+        statuses = set(re.findall(r"\d", " ".join(self.tags("EXIT STATUS"))))
+        self.assertEqual(statuses, set(re.findall(r"\b(\d) [a-z]", usage().partition("Exit status")[2])))
+
+    def test_it_has_every_variable_that_the_program_asks_the_environment_for(self):
+        asked = set()
+        for folder, _, files in os.walk(os.path.join(SOURCES, "src")):
+            for source in (read(os.path.join(folder, name)) for name in files if name.endswith(".cpp")):
+                if re.search(r"\bgetenv\(|\bSPW_UserDir\(", source):
+                    asked.update(re.findall(r'"([A-Z][A-Z_]{3,})"', source))
+        self.assertIn("VANTIRO_REGISTRY_DIR", asked)
+        # Names of hives, and where the framework's folders are that no part of the program uses.
+        asked = {name for name in asked if not name.startswith("HKEY_")} - {"XDG_DATA_HOME", "TMPDIR"}
+        described = set(re.findall(r"[A-Z_]{4,}", " ".join(self.tags("ENVIRONMENT"))))
+        self.assertLessEqual(asked, described)
+
+    def test_formatters_have_nothing_to_say_about_it(self):
+        self.needs("groff")
+        page = read("packaging", "linkometry.1")
+        result = subprocess.run(["groff", "-man", "-Tutf8", "-K", "utf8", "-ww", "-rLL=100n"], input=page, text=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertIn("linkometry - measure", result.stdout)
+
+
+class CompletionTest(TemporaryTest):
+    def bash(self, *words):
+        """What bash would offer for the last of these words."""
+        script = ('source "$0"; COMP_WORDS=(linkometry "$@"); COMP_CWORD=$#; _linkometry; '
+                  'printf "%s\\n" "${COMPREPLY[@]}"; complete -p linkometry >&2')
+        result = run("bash", "-c", script, os.path.join(PACKAGING, "completions", "linkometry.bash"), *words,
+                     cwd=self.folder)
+        self.assertEqual(result.stderr, "complete -F _linkometry linkometry\n")
+        return set(result.stdout.split())
+
+    def test_bash_offers_the_options_that_help_lists_and_no_others(self):
+        self.assertEqual(self.bash("-"), listed_options())
+        self.assertEqual(self.bash("-headless", "-format", "json", "-dur"), {"-duration"})
+
+    def test_bash_offers_what_an_option_takes(self):
+        self.assertEqual(self.bash("-format", ""), {"table", "json"})
+        self.assertEqual(self.bash("-FORMAT", "j"), {"json"})
+        self.assertEqual(self.bash("-duration", "-"), set())
+        for name in ("report.txt", "other"):
+            with open(os.path.join(self.folder, name), "w", encoding="ascii"):
+                pass
+        self.assertEqual(self.bash("-getinfo", "r"), {"report.txt"})
+
+    def test_zsh_offers_the_options_that_help_lists_and_no_others(self):
+        # What zsh's own function is told; any shell can call one of that name.
+        result = run("sh", "-c", '_arguments() { printf "%s\\n" "$@"; }; . "$0"',
+                     os.path.join(PACKAGING, "completions", "_linkometry"))
+        self.assertEqual(result.stderr, "")
+        told = [re.match(r"(?:\(.*?\))?\*?(-\w+)\[[^][]+\](:.*)?$", line) for line in result.stdout.splitlines()]
+        self.assertEqual({match[1] for match in told}, listed_options())
+        with_argument = {match[1] for match in told if match[2]}
+        self.assertEqual(with_argument, set(re.findall(r"^  (-\w+) [A-Za-z]", usage(), re.MULTILINE)))
+
+    def test_zsh_understands_its_file(self):
+        self.needs("zsh")
+        result = run("zsh", "-n", os.path.join(PACKAGING, "completions", "_linkometry"))
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    def test_fish_names_the_options_that_help_lists_and_no_others(self):
+        named = re.findall(r"^complete -c linkometry -o (\w+) ", read("packaging", "completions", "linkometry.fish"),
+                           re.MULTILINE)
+        self.assertEqual({f"-{option}" for option in named}, listed_options())
+
+    def test_fish_offers_the_options_that_help_lists_and_no_others(self):
+        self.needs("fish")
+        file = os.path.join(PACKAGING, "completions", "linkometry.fish")
+        environment = dict(os.environ, HOME=self.folder, XDG_CONFIG_HOME=self.folder, XDG_DATA_HOME=self.folder)
+
+        def offered(line):
+            result = run("fish", "-c", f"source {file}; complete -C '{line}'", env=environment)
+            self.assertEqual(result.stderr, "")
+            return {line.partition("\t")[0] for line in result.stdout.splitlines()}
+        self.assertEqual(offered("linkometry -"), listed_options())
+        self.assertEqual(offered("linkometry -format "), {"table", "json"})
+
+
+class ServiceTest(TemporaryTest):
+    def values(self, name):
+        return re.findall(rf"^{name}=(.*)$", read("packaging", "linkometry.service"), re.MULTILINE)
+
+    def test_it_has_one_right_and_a_user_of_its_own(self):
+        self.assertEqual(self.values("DynamicUser"), ["yes"])
+        self.assertEqual(self.values("CapabilityBoundingSet"), ["CAP_NET_RAW"])
+        self.assertEqual(self.values("AmbientCapabilities"), ["CAP_NET_RAW"])
+        self.assertEqual(self.values("NoNewPrivileges"), ["yes"])
+        self.assertEqual(self.values("User"), [])
+
+    def test_it_comes_back_after_a_failure_and_speaks_to_the_journal(self):
+        self.assertEqual(self.values("Restart"), ["on-failure"])
+        self.assertEqual(self.values("StandardOutput") + self.values("StandardError"), ["journal", "journal"])
+
+    def test_systemd_has_nothing_to_say_about_it(self):
+        self.needs("systemd-analyze")
+        unit = os.path.join(self.folder, "linkometry.service")
+        with open(unit, "w", encoding="utf-8") as file:
+            # The program is not installed yet.
+            file.write(read("packaging", "linkometry.service").replace("ExecStart=linkometry", f"ExecStart={program}"))
+        result = run("systemd-analyze", "verify", "--man=no", "--recursive-errors=no", unit)
+        self.assertEqual((result.returncode, result.stdout + result.stderr), (0, ""))
+
+
+class ExampleSettingsTest(TemporaryTest):
+    EXAMPLE = os.path.join(PACKAGING, "HKEY_CURRENT_USER.reg")
+
+    def settings(self, path):
+        with open(path, encoding="utf-8") as file:
+            return dict(re.findall(r'^"([^"]+)"="([^"]*)"$', file.read(), re.MULTILINE))
+
+    def read_by_the_program(self):
+        """Has the program read the settings file in the folder; the text that it leaves there."""
+        environment = dict(os.environ, VANTIRO_REGISTRY_DIR=self.folder)
+        self.assertEqual(run(program, "-getinfo", os.path.join(self.folder, "report"), env=environment).returncode, 0)
+        return os.path.join(self.folder, "HKEY_CURRENT_USER.reg")
+
+    def test_program_reads_it_and_finds_nothing_to_add(self):
+        shutil.copy(self.EXAMPLE, self.folder)
+        with open(self.read_by_the_program(), encoding="utf-8") as file:
+            self.assertEqual(file.read(), read("packaging", "HKEY_CURRENT_USER.reg"))
+
+    def test_it_holds_the_programs_own_defaults(self):
+        self.assertEqual(self.settings(self.EXAMPLE), self.settings(self.read_by_the_program()))
+
+    def test_it_holds_every_setting_of_the_document_with_its_default(self):
+        section = read("docs", "hive-files.md").partition("## The settings")[2].partition("\n## ")[0]
+        documented = {}
+        for names, defaults in re.findall(r"^\| (`.*?) \| (`.*?) \|", section, re.MULTILINE):
+            names, defaults = re.findall("`(.*?)`", names), re.findall("`(.*?)`", defaults)
+            # One default may stand for all names of its line.
+            documented.update(zip(names, defaults if len(defaults) > 1 else defaults * len(names)))
+        self.assertEqual(self.settings(self.EXAMPLE), documented)
+
+
+class VersionTest(unittest.TestCase):
+    def test_newest_entry_of_the_changelog_is_of_this_version(self):
+        self.assertEqual(re.match(r"linkometry \((.*?)\) ", read("packaging", "debian", "changelog"))[1], version)
+        self.assertEqual(run(program, "-version").stdout, f"linkometry Version {version}\n")
+
+
+def main():
+    global program, version
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", required=True)
+    parser.add_argument("--version", required=True)
+    parser.add_argument("test")
+    arguments = parser.parse_args()
+    program, version = os.path.abspath(arguments.program), arguments.version
+
+    name = arguments.test.removeprefix("PackagingTest.")
+    suite = unittest.defaultTestLoader.loadTestsFromName(name, sys.modules[__name__])
+    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=2).run(suite)
+    if not result.wasSuccessful() or result.testsRun == 0:
+        sys.exit(1)
+    if result.skipped:
+        print("SKIPPED: " + "; ".join(sorted({reason for _, reason in result.skipped})))
+        sys.exit(SKIPPED)
+
+
+if __name__ == "__main__":
+    main()

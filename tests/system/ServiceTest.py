@@ -1,0 +1,81 @@
+"""The systemd service's command line, run as systemd would: no right but one, and settings that may not be written."""
+
+import os
+import re
+import shlex
+import shutil
+import signal
+
+import lab
+
+UNIT = os.path.join(os.path.dirname(__file__), "..", "..", "packaging", "linkometry.service")
+# As DynamicUser, CapabilityBoundingSet, AmbientCapabilities and NoNewPrivileges of the unit have it.
+RESTRICTED = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+net_raw",
+              "--ambient-caps=-all,+net_raw", "--bounding-set=-all,+net_raw", "--no-new-privs")
+
+
+def unit_values(name):
+    """All values that the unit has for a name, in order."""
+    with open(UNIT, encoding="utf-8") as file:
+        return re.findall(rf"^{name}=(.*)$", file.read(), re.MULTILINE)
+
+
+class ServiceTest(lab.SystemTest):
+    def setUp(self):
+        super().setUp()
+        with open("/proc/self/uid_map", encoding="ascii") as file:
+            if int(file.read().split()[2]) == 1:
+                self.skipTest("only root can become another user here")
+        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
+        # Nobody may ping without the capability.
+        self.device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
+        # The folder of the logs is the service's own, the one of the settings is root's.
+        os.chmod(self.lab.folder, 0o755)
+        os.chown(self.device.folder, 65534, 65534)
+
+    def start(self):
+        command = shlex.split(unit_values("ExecStart")[0])
+        self.assertEqual(command[0], "linkometry")
+        # Where the program was built may be closed to the user; of its copy the shell becomes one.
+        shutil.copy(lab.program_path(), os.path.join(self.device.folder, "linkometry"))
+        program = self.device.start(*command[1:], through=(*RESTRICTED, "sh", "-c", 'exec ./linkometry "$@"'))
+        lab.eventually(lambda: "measures its peers" in program.errors(), lab.PATIENCE, lambda: str(program))
+        return program
+
+    def wait_for_result(self, program, pattern):
+        """Asks for a snapshot until one has that pattern."""
+        def look():
+            program.signal(signal.SIGUSR1)
+            return re.search(pattern, program.output())
+        lab.eventually(look, lab.PATIENCE, lambda: f"{pattern!r} in {program.output()}\n{program}", every=0.5)
+
+    def test_service_pings_with_its_one_right_and_leaves_the_settings_alone(self):
+        self.device.configure("ping", "udp", "tcpip", peers={"workshop": self.peer.address})
+        before = self.device.read_hive()
+        program = self.start()
+        self.wait_for_result(program, r"10\.77\.0\.2 \(workshop\) .* [1-9]\d*/[1-9]\d*\n")
+        self.assertNotIn("ignored", program.errors())
+        self.assertEqual(program.stop(), 0)
+        self.assertEqual(os.listdir(self.device.registry_folder), [os.path.basename(self.device.hive_path)])
+        self.assertEqual(self.device.read_hive(), before)
+
+    def test_unreachable_peer_and_no_peer_are_no_failures_of_the_service(self):
+        self.device.configure("udp", peers={"nobody": "10.77.0.99"})
+        program = self.start()
+        self.wait_for_result(program, r"10\.77\.0\.99 \(nobody\)")
+        self.assertEqual(program.stop(), 0)
+        os.remove(self.device.hive_path)
+        program = self.start()
+        self.wait_for_result(program, "no peer heard so far")
+        self.assertIn(str(program.stop()), unit_values("SuccessExitStatus"))
+
+    def test_reload_takes_edited_settings_into_use(self):
+        self.device.configure("udp")
+        program = self.start()
+        self.wait_for_result(program, "no peer heard so far")
+        self.device.configure("udp", peers={"workshop": self.peer.address})
+        # Each launcher has become the next, so this process is the one that systemd would know.
+        reload = shlex.split(unit_values("ExecReload")[0])
+        result = self.device.run("env", f"MAINPID={program.process.pid}", *reload)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.wait_for_result(program, r"test 2, .*\n.*\n10\.77\.0\.2 \(workshop\)")

@@ -1,0 +1,136 @@
+"""docs/troubleshooting.md is true: what it shows for a trouble is what the program says when that trouble is made."""
+
+import os
+import re
+
+import lab
+import traffic
+
+DOCUMENT = os.path.join(os.path.dirname(__file__), "..", "..", "docs", "troubleshooting.md")
+# What stands there for the folder of a device's registry.
+SETTINGS_FOLDER = "/etc/vantiro-diagnostic"
+SHOWN = re.compile(r"^    (?:\d\d:\d\d:\d\d (?P<log>.*)|(?P<errors>linkometry: .*))$")
+# How many probes had arrived when a line was written is not what it is about; the pattern is of an escaped text.
+SOME_PROBES = re.compile(r"(?:\\ )+[1-9]\d*\\ /\\ [1-9]\d*(?:\\ )+")
+
+
+def shown():
+    """What the document shows: {heading: [("log" or "errors", pattern of the line)]}."""
+    sections, heading = {}, None
+    with open(DOCUMENT, encoding="utf-8") as file:
+        for line in file.read().split("\n"):
+            match = SHOWN.match(line)
+            if line.startswith("## "):
+                heading = line[3:]
+            elif match:
+                pattern = SOME_PROBES.sub(lambda _: r" +[1-9]\d* / [1-9]\d* +", re.escape(match[match.lastgroup]))
+                sections.setdefault(heading, []).append((match.lastgroup, re.compile(pattern)))
+    return sections
+
+
+class TroubleshootingTest(lab.SystemTest):
+    # Which test makes the trouble under which heading.
+    TROUBLES = {
+        "No route for multicast": "test_no_route",
+        "No interface": "test_no_interface",
+        "Several interfaces": "test_several_interfaces",
+        "Too many interfaces": "test_too_many_interfaces",
+        "Ping is not permitted": "test_ping_not_permitted",
+        "A peer that does not answer": "test_silent_peer",
+        "Linkometry does not run there": "test_refusing_peer",
+        "The port is in use": "test_port_in_use",
+        "The log cannot be written": "test_log_cannot_be_written",
+        "A mistake in the settings": "test_mistake_in_settings",
+    }
+
+    def setUp(self):
+        super().setUp()
+        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
+
+    def expect_what_is_shown(self, program):
+        """Waits until the program has said every line of this test's section, word for word."""
+        heading = next(heading for heading, test in self.TROUBLES.items() if test == self._testMethodName)
+        for where, pattern in shown()[heading]:
+            def is_said():
+                lines = ([line[9:] for line in program.device.log_lines()] if where == "log"
+                         else program.errors().replace(self.device.registry_folder, SETTINGS_FOLDER).split("\n"))
+                return any(pattern.fullmatch(line) for line in lines)
+            lab.eventually(is_said, lab.PATIENCE,
+                           lambda: f"{pattern.pattern!r} in the {where} of {program}\n" +
+                           "\n".join(program.device.log_lines()[-10:]))
+
+    def test_every_line_that_the_document_shows_is_made_here(self):
+        self.assertEqual(set(shown()), set(self.TROUBLES))
+
+    def test_no_route(self):
+        with self.device.inside():
+            lab.ip("route delete default")
+        self.device.configure("multicast")
+        self.expect_what_is_shown(self.device.measure())
+
+    def test_no_interface(self):
+        with self.device.inside():
+            lab.ip("link set eth0 down")
+        self.device.configure("multicast")
+        self.expect_what_is_shown(self.device.measure())
+
+    def test_several_interfaces(self):
+        self.lab.add_network()
+        self.device.join(1)
+        # A device of the second network alone.
+        self.peer.join(1)
+        with self.peer.inside():
+            lab.ip("link set eth0 down", "route replace default via 10.78.0.254")
+        for device in (self.device, self.peer):
+            device.configure("multicast", "udp")
+        self.device.measure()
+        there = self.peer.measure()
+        there.wait_for_row("10.78.0.1", lambda row: row["udp"]["received"] >= 5, within=40)
+        there.stop()
+        self.expect_what_is_shown(there)
+
+    def test_too_many_interfaces(self):
+        self.lab.add_network()
+        self.device.join(1)
+        self.device.set_kernel_parameter("net.ipv4.igmp_max_memberships", "1")
+        self.device.configure("multicast")
+        self.expect_what_is_shown(self.device.measure())
+
+    def test_ping_not_permitted(self):
+        lowest, highest = map(int, self.device.run("cat", "/proc/sys/net/ipv4/ping_group_range").stdout.split())
+        if lowest <= 0 <= highest:
+            self.device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
+        self.device.configure("ping", peers={"workshop": self.peer.address})
+        self.expect_what_is_shown(self.device.measure(through=("setpriv", "--bounding-set=-net_raw",
+                                                               "--inh-caps=-net_raw")))
+
+    def test_silent_peer(self):
+        # As behind a firewall that drops: nothing comes back.
+        with self.peer.inside():
+            lab.ip(f"route add blackhole {self.device.address}/32")
+        # The kernel's two minutes are too long for a test.
+        self.device.set_kernel_parameter("net.ipv4.tcp_syn_retries", "1")
+        self.device.configure("tcpip", "ping", peers={"workshop": self.peer.address})
+        self.expect_what_is_shown(self.device.measure())
+
+    def test_refusing_peer(self):
+        self.device.configure("tcpip", peers={"workshop": self.peer.address})
+        self.expect_what_is_shown(self.device.measure())
+
+    def test_port_in_use(self):
+        self.device.configure("udp", "tcpip")
+        with traffic.UdpEnd(self.device, traffic.PORT), traffic.TcpServer(self.device):
+            program = self.device.measure()
+            self.assertEqual(program.wait(), 4)
+        self.expect_what_is_shown(program)
+
+    def test_log_cannot_be_written(self):
+        self.device.configure("udp", log_filename="logs/test.txt")
+        program = self.device.measure()
+        self.assertEqual(program.wait(), 4)
+        self.expect_what_is_shown(program)
+
+    def test_mistake_in_settings(self):
+        # A mistake means defaults, multicast among them.
+        self.device.write_hive(f'[{lab.SETTINGS_KEY}]\n"port"="5009"\n"frequency qty"="2\n')
+        self.expect_what_is_shown(self.device.measure())
