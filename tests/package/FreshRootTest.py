@@ -66,14 +66,13 @@ class FreshRootTest(unittest.TestCase):
                    network=True)
 
     @classmethod
-    def inside(cls, *command, network=False, may_fail=False):
-        """Runs a command in the root, with a loopback interface alone unless it is to have the network."""
+    def inside(cls, *command, network=False):
+        """What a command in the root says; it has a loopback interface alone unless it is to have the network."""
         isolated = ["--net"] if not network else []
         script = ('mount -t proc proc "$0/proc" && mount -t tmpfs tmpfs "$0/run" && '
                   + ("" if network else "ip link set lo up && ") + 'exec chroot "$0" "$@"')
-        function = run if may_fail else must
-        return function("unshare", "--mount", "--pid", "--fork", "--kill-child", *isolated, "sh", "-c", script, cls.root,
-                        *command)
+        return must("unshare", "--mount", "--pid", "--fork", "--kill-child", *isolated, "sh", "-c", script, cls.root,
+                    *command)
 
     def installed(self):
         return [path for path in self.inside("dpkg", "-L", "linkometry").split("\n") if path]
@@ -115,8 +114,10 @@ class FreshRootTest(unittest.TestCase):
             self.assertIn('"port"="5009"', file.read())
 
     def test_5_program_starts_where_the_capability_is_withheld_when_it_is_installed(self):
-        self.inside("setpriv", "--bounding-set=-net_raw", "--inh-caps=-net_raw", "dpkg-reconfigure", "linkometry")
-        self.inside("setpriv", "--bounding-set=-net_raw", "--inh-caps=-net_raw", "linkometry", "-version")
+        withheld = ("setpriv", "--bounding-set=-net_raw", "--inh-caps=-net_raw")
+        self.inside(*withheld, "dpkg-reconfigure", "linkometry")
+        self.assertEqual(self.inside("getcap", "/usr/bin/linkometry"), "")
+        self.inside(*withheld, "linkometry", "-version")
 
     def test_6_report_is_written(self):
         self.inside("linkometry", "-getinfo", "/tmp/report.txt")
@@ -127,7 +128,8 @@ class FreshRootTest(unittest.TestCase):
         paths = [path for path in self.installed() if "linkometry" in path]
         self.assertGreater(len(paths), 4)
         self.inside("dpkg", "-i", "/tmp/linkometry.deb")
-        os.makedirs(os.path.join(self.root, "etc/vantiro-diagnostic"))
+        # root's tests have made the hive of the machine.
+        self.assertTrue(os.path.exists(os.path.join(self.root, "etc/vantiro-diagnostic")))
         self.inside("dpkg", "--purge", "linkometry")
         self.assertEqual([path for path in paths + ["/etc/vantiro-diagnostic"]
                           if os.path.lexists(self.root + path)], [])
