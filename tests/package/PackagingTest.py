@@ -6,6 +6,7 @@ Exit status: 0 passed, 1 failed, 77 could not run; then the last line says why, 
 """
 
 import argparse
+import gzip
 import os
 import re
 import shutil
@@ -203,6 +204,23 @@ class ExampleSettingsTest(TemporaryTest):
             # One default may stand for all names of its line.
             documented.update(zip(names, defaults if len(defaults) > 1 else defaults * len(names)))
         self.assertEqual(self.settings(self.EXAMPLE), documented)
+
+
+class InstallationTest(TemporaryTest):
+    def test_cmake_installs_each_file_where_others_look_for_it(self):
+        self.needs("cmake")
+        result = run("cmake", "--install", os.path.dirname(program), "--prefix", self.folder)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        installed = {os.path.relpath(os.path.join(folder, name), self.folder)
+                     for folder, _, files in os.walk(self.folder) for name in files}
+        self.assertEqual(installed, {
+            "bin/linkometry", "lib/systemd/system/linkometry.service", "share/man/man1/linkometry.1.gz",
+            "share/bash-completion/completions/linkometry", "share/fish/vendor_completions.d/linkometry.fish",
+            "share/zsh/site-functions/_linkometry", "share/doc/linkometry/examples/HKEY_CURRENT_USER.reg"})
+        self.assertEqual(run(os.path.join(self.folder, "bin/linkometry"), "-version").stdout,
+                         f"linkometry Version {version}\n")
+        with gzip.open(os.path.join(self.folder, "share/man/man1/linkometry.1.gz"), "rt", encoding="utf-8") as page:
+            self.assertIn(f'"Linkometry {version}"', page.readline())
 
 
 class VersionTest(unittest.TestCase):
