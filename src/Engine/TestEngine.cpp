@@ -202,6 +202,11 @@ void TestEngine::addPeer(const PeerRecord& peer) {
     createProbes(peer);
 }
 
+std::int32_t TestEngine::periodMs() const {
+    const SPW_CGuard guard(m_lock);
+    return m_settings.periodMs();
+}
+
 SPW_CString TestEngine::title() const {
     const SPW_CGuard guard(m_lock);
     SPW_CString title;

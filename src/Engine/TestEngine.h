@@ -63,6 +63,8 @@ public:
     bool isRunning() const { return m_running; }
     // The running test's number, or the next one's while none runs; the first is 1.
     std::int32_t testNumber() const { return m_testNumber; }
+    // How long lies between two probes of one kind to one peer, in milliseconds, as of the latest start.
+    std::int32_t periodMs() const;
     // The values of all rows, in order of addition. rows is emptied first.
     void snapshot(SPW_CArray<PeerRowValues>& rows) const;
 

@@ -6,11 +6,11 @@ bool isDirectional(char16_t c) {
     return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
 }
 
-bool isShowable(char16_t c) {
-    return c >= 0x20 && !(c >= 0x7F && c <= 0x9F) && !isDirectional(c);
-}
-
 }  // namespace
+
+bool isShowable(char16_t character) {
+    return character >= 0x20 && !(character >= 0x7F && character <= 0x9F) && !isDirectional(character);
+}
 
 SPW_CString showableText(const SPW_CString& text) {
     int harmless = 0;

@@ -12,3 +12,6 @@
 // report, a text, calls it for each of its lines. The title and what front ends say on standard error, which may quote
 // settings, host names and the command line, pass through it too.
 SPW_CString showableText(const SPW_CString& text);
+
+// Whether showableText would leave the character alone.
+bool isShowable(char16_t character);

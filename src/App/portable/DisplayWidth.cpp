@@ -29,24 +29,37 @@ bool isIn(const Range (&ranges)[size], char32_t c) {
     return range != std::end(ranges) && range->first <= c;
 }
 
-int widthOf(char32_t c) {
-    if (isIn(kWithoutWidth, c))
-        return 0;
-    return isIn(kWide, c) ? 2 : 1;
-}
-
 }  // namespace
+
+int displayWidth(char32_t character) {
+    if (isIn(kWithoutWidth, character))
+        return 0;
+    return isIn(kWide, character) ? 2 : 1;
+}
 
 int displayWidth(const SPW_CString& text) {
     int width = 0;
-    for (int i = 0; i < text.length(); ++i) {
-        char32_t c = text.text()[i];
-        const char32_t next = i + 1 < text.length() ? text.text()[i + 1] : 0;
-        if (c >= 0xD800 && c <= 0xDBFF && next >= 0xDC00 && next <= 0xDFFF) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (next - 0xDC00);
-            ++i;
-        }
-        width += widthOf(c);
-    }
+    for (int i = 0; i < text.length();)
+        width += displayWidth(nextCharacter(text, i));
     return width;
+}
+
+char32_t nextCharacter(const SPW_CString& text, int& index) {
+    const char32_t first = text.text()[index++];
+    if (first < 0xD800 || first > 0xDFFF)
+        return first;
+    const char32_t second = text.at(index);
+    if (first > 0xDBFF || second < 0xDC00 || second > 0xDFFF)
+        return 0xFFFD;
+    ++index;
+    return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
+}
+
+void appendCharacter(SPW_CString& text, char32_t character) {
+    if (character < 0x10000) {
+        text.append(static_cast<char16_t>(character));
+        return;
+    }
+    text.append(static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10)));
+    text.append(static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FF)));
 }

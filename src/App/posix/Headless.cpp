@@ -2,24 +2,19 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "ForeignText.h"
-#include "JsonPrinter.h"
+#include "Console.h"
 #include "SPW_CClock.h"
 #include "SPW_CSysError.h"
+#include "SnapshotText.h"
 #include "TablePrinter.h"
 
 namespace {
 
 constexpr std::uint64_t kMs = 10000;  // 100-ns units
-
-void complain(const SPW_CString& text) {
-    std::fprintf(stderr, "linkometry: %s\n", showableText(text).toAnsi());
-}
 
 // Where a file really is, whatever folder the program was started in; the path itself when that cannot be told.
 SPW_CString wholePath(const SPW_CString& path) {
@@ -27,22 +22,6 @@ SPW_CString wholePath(const SPW_CString& path) {
     SPW_CString result = whole != nullptr ? SPW_CString(whole) : path;
     std::free(whole);
     return result;
-}
-
-// What a listener's error text ends with is a number that few know by heart.
-SPW_CString explained(const SPW_CString& failure) {
-    const int code = failure.afterLast(u" ").toInt();
-    SPW_CString text = failure + u" (" + SPW_CSysError::instance->text(static_cast<SPW_Result>(code));
-    if (code == kSockAddressInUse)
-        text += u"; is another linkometry running?";
-    return text + u")";
-}
-
-// 0, or the error number when nobody reads any more or the output's disk is full.
-int print(const std::string& text) {
-    errno = 0;
-    const bool isPrinted = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    return isPrinted ? 0 : errno != 0 ? errno : EIO;
 }
 
 }  // namespace
@@ -81,7 +60,7 @@ bool Headless::startTest() {
     SPW_CArray<SPW_CString> failures;
     m_engine.listenerFailures(failures);
     for (int i = 0; i < failures.numberOfElements(); ++i)
-        complain(SPW_CString(u"cannot listen: ") + explained(failures[i]));
+        complain(SPW_CString(u"cannot listen: ") + explainedFailure(failures[i]));
     m_canRun = failures.numberOfElements() == 0;
     return m_canRun;
 }
@@ -125,22 +104,9 @@ void Headless::obey(Request request) {
 
 void Headless::printSnapshot(bool isFinal) {
     m_engine.snapshot(m_rows);
-    const std::uint64_t wall = SPW_CClock::instance->wall100ns();
-    std::string text;
-    if (m_options.format == CommandLine::kJson) {
-        text = formatJson(wall, m_testNumber, isFinal, m_rows);
-    } else {
-        TableHeading heading;
-        const SPW_CalendarTime local = SPW_CClock::instance->toLocal(wall);
-        heading.localTime.format(u"%02d:%02d:%02d", local.hour, local.minute, local.second);
-        heading.testNumber = m_testNumber;
-        heading.elapsedSeconds = static_cast<std::uint32_t>((elapsedMs() - m_testStartedMs + 500) / 1000);
-        heading.isFinal = isFinal;
-        text = formatTable(heading, m_rows).toAnsi();
-        if (isFinal)
-            text = text + formatVerdict(m_rows, m_options.minimumQuality).toAnsi() + '\n';
-    }
-    const int failure = print(text);
+    const auto elapsedSeconds = static_cast<std::uint32_t>((elapsedMs() - m_testStartedMs + 500) / 1000);
+    const std::string text = snapshotText(m_options, {m_testNumber, elapsedSeconds, isFinal}, m_rows);
+    const int failure = printText(text);
     if (failure == 0)
         return;
     // A reader that leaves, as `head` does, has what it wanted; anything else loses what somebody waits for. It is told

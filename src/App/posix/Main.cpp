@@ -12,9 +12,11 @@
 #include "ReportMode.h"
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
+#include "ScreenProgram.h"
 #include "SettingsStorage.h"
 #include "Signals.h"
 #include "SilentSink.h"
+#include "Terminal.h"
 #include "TestEngine.h"
 
 namespace {
@@ -45,14 +47,19 @@ SPW_CArray<SPW_CString> tokensOf(int argc, char** argv) {
     return tokens;
 }
 
+// Status 0: what the user saw is what there is to say.
+int runScreen(const CommandLine& options, Terminal& terminal) {
+    // A cable that is out for a while must not end a program that runs for weeks.
+    SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
+    return ScreenProgram(options, terminal).run();
+}
+
 int runHeadless(const CommandLine& options) {
-    raiseDescriptorLimit();
     blockRequestSignals();
 
     ConsoleMessageBox box;
     SPW_CError::instance->setMessageBox(&box);
-    // A cable that is out for a while must not end a program that runs for weeks.
-    SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
+    SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);  // as with a screen
 
     int status;
     {
@@ -100,5 +107,7 @@ int main(int argc, char** argv) {
     const SPW_CString unknown = options.unknownText();
     if (!unknown.isEmpty())
         std::fprintf(stderr, "linkometry: %s\n", unknown.toAnsi());
-    return runHeadless(options);
+    raiseDescriptorLimit();
+    Terminal terminal;
+    return canShowScreen(options) && terminal.open() ? runScreen(options, terminal) : runHeadless(options);
 }

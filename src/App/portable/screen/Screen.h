@@ -1,0 +1,110 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "ButtonBar.h"
+#include "Canvas.h"
+#include "Input.h"
+#include "PeerList.h"
+#include "PeerListView.h"
+#include "QuestionBox.h"
+#include "RowBoard.h"
+#include "ScreenBox.h"
+#include "ScreenCommands.h"
+#include "StatusLine.h"
+#include "TextBox.h"
+
+// The whole screen without a terminal: title, buttons, peer list, status line and the boxes over them; what each key
+// and click does; what is shown of what the program tells. From 40 columns by 10 lines upwards everything can be
+// reached; below that the edges are cut.
+//
+// Times are milliseconds of any clock that does not run backwards. Threads: one.
+class Screen {
+public:
+    static constexpr std::int64_t kEndless = -1;
+
+    // durationMs: how long a test may last, or kEndless. commands must outlive the screen.
+    Screen(ScreenCommands& commands, std::int64_t durationMs);
+
+    // --- What the program tells
+
+    // The engine is there. Before that nothing can be started. logFile: empty when nothing is logged.
+    void ready(const SPW_CString& title, const SPW_CString& logFile);
+    // periodMs: between two probes of one kind to one peer.
+    void testStarted(const SPW_CString& title, std::int32_t testNumber, std::int64_t periodMs);
+    void testStopped();
+    // For the status line.
+    void tell(const SPW_CString& event) { m_status.event = event; }
+    // The text that askForInfo asked for; dropped when its box was closed meanwhile.
+    void showInfo(const SPW_CString& text);
+    // Shows a box over all others, after those that came before. Its answer bears the number.
+    void showMessage(int message, const SPW_CString& caption, const SPW_CString& text,
+                     SPW_CMessageBox::Buttons buttons);
+    // What the board held. To be given before tick() when both are due, so that a period has all of its probes.
+    void apply(const RowBoard::News& news);
+
+    // --- Time
+
+    // To be called before anything else happens at that time.
+    void tick(std::int64_t nowMs);
+    // How long until tick() has something to do.
+    std::int64_t msUntilTick(std::int64_t nowMs) const;
+
+    // --- The user
+
+    void handle(const Input& input);
+    // As the user would; nothing when it cannot be used.
+    void press(ScreenButton button);
+    bool isOver() const { return m_isOver; }
+    // True once after the user has asked for the whole screen to be drawn afresh.
+    bool takeRedrawRequest();
+
+    void draw(Canvas& canvas);
+
+    // For what is printed at the end.
+    const StatusLine& status() const { return m_status; }
+
+private:
+    struct Message {
+        int number;
+        std::unique_ptr<QuestionBox> box;
+    };
+    enum BoxKind { kNoBox, kAddPeer, kInfo, kHelp, kDetail };
+
+    bool isUsable(int button) const;
+    void startTest();
+    void open(BoxKind kind, std::unique_ptr<ScreenBox> box);
+    void openDetail();
+    void handleKey(Input::Key key);
+    void handleText(char32_t character);
+    void handleClick(int x, int y);
+    void answerFirstMessage();
+    void sortByNextColumn();
+    void closePeriods(std::int64_t nowMs);
+
+    void drawButtons(Canvas& canvas);
+    void drawHint(Canvas& canvas, const Area& area);
+
+    ScreenCommands& m_commands;
+    const std::int64_t m_durationMs;
+
+    SPW_CString m_title;
+    StatusLine m_status;
+    PeerList m_list;
+    PeerListView m_view;
+    ButtonBar m_buttons;
+    std::unique_ptr<ScreenBox> m_box;
+    BoxKind m_boxKind = kNoBox;
+    std::vector<Message> m_messages;  // the first one is shown
+
+    bool m_isReady = false;
+    bool m_isOver = false;
+    bool m_isRedrawWanted = false;
+    std::int64_t m_nowMs = 0;
+    std::int64_t m_startedMs = 0;
+    std::int64_t m_columnMs = 1000;  // of the histories
+    int m_probesPerColumn = 1;
+    std::int64_t m_nextColumnMs = 0;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+#include "SPW_CString.h"
+
+// What the lowest line of the screen says.
+struct StatusLine {
+    enum State { kStopped, kStarting, kRunning, kStopping };
+
+    State state = kStopped;
+    std::int32_t testNumber = 0;       // of the test that runs or ran last; 0 before the first
+    std::uint32_t elapsedSeconds = 0;  // of that test
+    SPW_CString logFile;               // empty when nothing is logged
+    SPW_CString event;                 // what happened last
+
+    // In `width` columns at most where it can be: first the log file loses its folder, then it goes; whatever is still
+    // too long is for the caller to cut, and the event stands last.
+    SPW_CString text(int width) const;
+};
+
+// "0:01:05"; hours take as many digits as they need.
+SPW_CString elapsedText(std::uint32_t seconds);

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vector>
+
+#include "ScreenBox.h"
+
+// A text to be read, scrolled where it is longer than the box: the local info and the help.
+class TextBox final : public ScreenBox {
+public:
+    TextBox(const SPW_CString& title, const SPW_CString& text) : m_title(title), m_text(text) {}
+
+    // Another text, from its beginning.
+    void setText(const SPW_CString& text);
+    void draw(Canvas& canvas) override;
+    bool handle(const Input& input) override;
+
+private:
+    SPW_CString m_title;
+    SPW_CString m_text;
+    std::vector<SPW_CString> m_lines;  // of m_text, for m_wrappedWidth
+    int m_wrappedWidth = -1;
+    int m_first = 0;  // line at the top
+    int m_room = 1;   // lines shown, as of the latest drawing
+};

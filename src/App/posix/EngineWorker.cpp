@@ -1,0 +1,149 @@
+#include "EngineWorker.h"
+
+#include <utility>
+
+#include "Console.h"
+#include "SPW_CError.h"
+#include "SPW_CSysError.h"
+
+EngineWorker::EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box)
+    : m_options(options), m_wakeup(wakeup), m_box(box), m_board(*this) {
+    ask([this] { makeEngine(); });
+    m_thread = std::thread([this] { work(); });
+}
+
+EngineWorker::~EngineWorker() {
+    finish();
+}
+
+// --- Asked by the screen
+
+void EngineWorker::startTest() {
+    ask([this] { start(); });
+}
+
+void EngineWorker::stopTest() {
+    ask([this] { stop(); });
+}
+
+void EngineWorker::resetStatistics() {
+    ask([this] { m_engine->resetStatistics(); });
+}
+
+void EngineWorker::logReport() {
+    ask([this] {
+        m_engine->logReport();
+        tellEvent(m_engine->logOpenResult() == 0 ? u"report lines are in the log" : u"there is no log");
+    });
+}
+
+void EngineWorker::addPeer(const PeerRecord& peer) {
+    ask([this, peer] {
+        m_engine->addPeer(peer);
+        tellEvent(peer.address + u" added");
+    });
+}
+
+void EngineWorker::askForInfo() {
+    ask([this] {
+        const SPW_CString text = m_engine->localInfo();
+        tell([text](Screen& screen) { screen.showInfo(text); });
+    });
+}
+
+void EngineWorker::answerMessage(int message, SPW_CMessageBox::Answer answer) {
+    m_box.answer(message, answer);
+}
+
+// --- Done on the worker's thread
+
+void EngineWorker::makeEngine() {
+    m_engine = std::make_unique<TestEngine>(&m_board, true);
+    const SPW_Result logResult = m_engine->logOpenResult();
+    if (logResult != 0) {
+        (void)m_box.show(SPW_CString(u"cannot open the log file ") + m_engine->logFilePath() + u": " +
+                             SPW_CSysError::instance->text(logResult) + u"\nTests can be run all the same.",
+                         u"Linkometry", SPW_CMessageBox::kOk, SPW_CMessageBox::kIconError);
+    }
+    // Not before: what keeps the engine from opening its log has just been said in plainer words.
+    SPW_CError::instance->setShowErrors(true);
+    for (int i = 0; i < m_options.peers.numberOfElements(); ++i)
+        m_engine->addPeer(m_options.peers[i]);
+    const SPW_CString title = m_engine->title();
+    const SPW_CString log = logResult == 0 ? m_engine->logFilePath() : SPW_CString();
+    tell([title, log](Screen& screen) { screen.ready(title, log); });
+}
+
+// A listener that cannot be opened makes this device look dead to all others, so the user is told in a box.
+void EngineWorker::start() {
+    m_board.empty();
+    m_lastTest = m_engine->testNumber();
+    m_engine->start();
+    const SPW_CString title = m_engine->title();
+    tell([title, number = m_lastTest, period = m_engine->periodMs()](Screen& screen) {
+        screen.testStarted(title, number, period);
+    });
+    SPW_CArray<SPW_CString> failures;
+    m_engine->listenerFailures(failures);
+    for (int i = 0; i < failures.numberOfElements(); ++i) {
+        (void)m_box.show(SPW_CString(u"cannot listen: ") + explainedFailure(failures[i]), u"Linkometry",
+                         SPW_CMessageBox::kOk, SPW_CMessageBox::kIconError);
+    }
+}
+
+void EngineWorker::stop() {
+    m_engine->stop();
+    tell([](Screen& screen) { screen.testStopped(); });
+}
+
+// --- Between the threads
+
+void EngineWorker::work() {
+    for (;;) {
+        std::unique_lock<std::mutex> guard(m_lock);
+        m_asked.wait(guard, [this] { return m_isFinished || !m_tasks.empty(); });
+        // The first task, which makes the engine, is done in any case.
+        if (m_isFinished && m_engine != nullptr)
+            return;
+        const std::function<void()> task = std::move(m_tasks.front());
+        m_tasks.pop_front();
+        guard.unlock();
+        task();
+    }
+}
+
+void EngineWorker::ask(std::function<void()> task) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_tasks.push_back(std::move(task));
+    m_asked.notify_one();
+}
+
+void EngineWorker::tell(News news) {
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_news.push_back(std::move(news));
+    }
+    m_wakeup.wake();
+}
+
+void EngineWorker::tellEvent(const SPW_CString& event) {
+    tell([event](Screen& screen) { screen.tell(event); });
+}
+
+std::vector<EngineWorker::News> EngineWorker::takeNews() {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    std::vector<News> news;
+    news.swap(m_news);
+    return news;
+}
+
+void EngineWorker::finish() {
+    if (!m_thread.joinable())
+        return;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_isFinished = true;
+        m_asked.notify_one();
+    }
+    m_thread.join();
+}

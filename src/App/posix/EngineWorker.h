@@ -1,0 +1,76 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "CommandLine.h"
+#include "RowBoard.h"
+#include "Screen.h"
+#include "ScreenCommands.h"
+#include "ScreenMessageBox.h"
+#include "TestEngine.h"
+#include "Wakeup.h"
+
+// Owns the test engine and does what the screen's user asks of it, one thing after another on a thread of its own:
+// starting and stopping may take seconds, and the screen goes on meanwhile. What came of it goes back to the screen.
+//
+// Threads: the screen's own, but for what the engine tells.
+class EngineWorker final : public ScreenCommands, private RowBoard::Listener {
+public:
+    using News = std::function<void(Screen&)>;
+
+    // Makes the engine, with the peers of the options. `wakeup` is woken when there is something to take; all three
+    // must outlive the worker.
+    EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box);
+    ~EngineWorker() override;
+
+    void startTest() override;
+    void stopTest() override;
+    void resetStatistics() override;
+    void logReport() override;
+    void addPeer(const PeerRecord& peer) override;
+    void askForInfo() override;
+    void answerMessage(int message, SPW_CMessageBox::Answer answer) override;
+
+    // What the screen is to be told, in order.
+    std::vector<News> takeNews();
+    RowBoard& board() { return m_board; }
+
+    // Ends the thread, when it is through with what it does; what was asked for beyond that is not begun. The engine
+    // stays as it is.
+    void finish();
+    // After finish() only.
+    TestEngine& engine() { return *m_engine; }
+    // The number of the test that runs or ran last; 0 when there was none. After finish() only.
+    std::int32_t lastTest() const { return m_lastTest; }
+
+private:
+    void boardChanged() override { m_wakeup.wake(); }
+
+    void work();
+    void ask(std::function<void()> task);
+    void tell(News news);
+    void tellEvent(const SPW_CString& event);
+    void makeEngine();
+    void start();
+    void stop();
+
+    const CommandLine& m_options;
+    Wakeup& m_wakeup;
+    ScreenMessageBox& m_box;
+    RowBoard m_board;
+    std::unique_ptr<TestEngine> m_engine;  // made by the thread
+    std::int32_t m_lastTest = 0;           // the thread's
+
+    std::mutex m_lock;  // guards the three below
+    std::deque<std::function<void()>> m_tasks;
+    std::vector<News> m_news;
+    bool m_isFinished = false;
+    std::condition_variable m_asked;
+    std::thread m_thread;
+};

@@ -1,0 +1,147 @@
+#include "ScreenProgram.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "Console.h"
+#include "SPW_CClock.h"
+#include "SnapshotText.h"
+
+namespace {
+
+std::int64_t nowMs() {
+    constexpr std::uint64_t kMs = 10000;  // 100-ns units
+    return static_cast<std::int64_t>(SPW_CClock::instance->now100ns() / kMs);
+}
+
+}  // namespace
+
+bool canShowScreen(const CommandLine& options) {
+    if (options.headless || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)
+        return false;
+    const SPW_CString unfitness = Terminal::unfitness();
+    if (unfitness.isEmpty())
+        return true;
+    complain(unfitness + u"; going on without a screen, as with -headless");
+    return false;
+}
+
+ScreenProgram::ScreenProgram(const CommandLine& options, Terminal& terminal)
+    : m_options(options),
+      m_terminal(terminal),
+      m_worker(options, m_wakeup, m_box),
+      m_screen(m_worker, options.hasDuration ? options.durationMs : Screen::kEndless) {}
+
+int ScreenProgram::run() {
+    m_pace.request();
+    while (!isOver()) {
+        drawIfDue();
+        waitForSomething();
+    }
+    m_terminal.close();
+    m_fatalExit.screenIsGone();
+    m_worker.finish();
+    printLastTable();
+    return 0;
+}
+
+// 1. The signals, since whoever sent one waits.
+// 2. What the engine has told, so that a key finds the state that it was pressed in, or a later one.
+// 3. The keys.
+void ScreenProgram::waitForSomething() {
+    pollfd sources[] = {
+        {STDIN_FILENO, POLLIN, 0}, {m_signals.descriptor(), POLLIN, 0}, {m_wakeup.descriptor(), POLLIN, 0}};
+    if (poll(sources, std::size(sources), msUntilSomethingIsDue()) < 0)
+        return;
+    if (sources[1].revents != 0)
+        obeySignals();
+    if (sources[2].revents != 0)
+        takeNews();
+    if (sources[0].revents != 0)
+        readInput();
+    if ((sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
+        m_isTerminalGone = true;
+    const std::int64_t now = nowMs();
+    if (m_screen.msUntilTick(now) == 0) {
+        m_screen.apply(m_worker.board().take());
+        m_pace.request();
+    }
+    m_screen.tick(now);
+}
+
+int ScreenProgram::msUntilSomethingIsDue() const {
+    const std::int64_t now = nowMs();
+    std::int64_t due = m_screen.msUntilTick(now);
+    if (m_pace.isRequested())
+        due = std::min(due, m_pace.msUntilDue(now));
+    return static_cast<int>(due);
+}
+
+void ScreenProgram::obeySignals() {
+    for (int number = m_signals.next(); number != 0; number = m_signals.next())
+        obeySignal(number);
+    m_pace.request();
+}
+
+void ScreenProgram::obeySignal(int number) {
+    switch (number) {
+        case SIGUSR1:
+            m_screen.press(kLogButton);
+            break;
+        case SIGUSR2:
+            m_screen.press(kResetButton);
+            break;
+        case SIGTSTP:
+            m_terminal.suspend();
+            break;
+        case SIGCONT:
+            m_terminal.redrawAll();
+            break;
+        case SIGWINCH:
+            m_terminal.takeSize();
+            break;
+        default:
+            m_screen.press(kQuitButton);
+            break;
+    }
+}
+
+void ScreenProgram::takeNews() {
+    m_wakeup.clear();
+    for (const EngineWorker::News& each : m_worker.takeNews())
+        each(m_screen);
+    for (const ScreenMessageBox::Message& message : m_box.take())
+        m_screen.showMessage(message.number, message.caption, message.text, message.buttons);
+    m_pace.request();
+}
+
+void ScreenProgram::readInput() {
+    Input input;
+    while (!m_screen.isOver() && m_terminal.read(input))
+        m_screen.handle(input);
+    if (m_screen.takeRedrawRequest())
+        m_terminal.redrawAll();
+    m_pace.request();
+}
+
+void ScreenProgram::drawIfDue() {
+    const std::int64_t now = nowMs();
+    if (!m_pace.isDue(now))
+        return;
+    m_screen.apply(m_worker.board().take());
+    Canvas canvas(m_terminal.width(), m_terminal.height(), m_terminal.glyphs());
+    m_screen.draw(canvas);
+    m_terminal.show(canvas);
+    m_pace.drawn(now);
+}
+
+// Nothing when no test was ever run. That nobody reads it does not matter any more.
+void ScreenProgram::printLastTable() {
+    if (m_worker.lastTest() == 0)
+        return;
+    SPW_CArray<PeerRowValues> rows;
+    m_worker.engine().snapshot(rows);
+    (void)printText(snapshotText(m_options, {m_worker.lastTest(), m_screen.status().elapsedSeconds, true}, rows));
+}

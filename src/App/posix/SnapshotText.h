@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "CommandLine.h"
+#include "PeerTable.h"
+#include "SPW_CArray.h"
+
+// Of which test a snapshot is.
+struct SnapshotOf {
+    std::int32_t testNumber;
+    std::uint32_t elapsedSeconds;  // since that test began
+    bool isFinal;
+};
+
+// All rows as they are now, for the standard output, in the format that the options ask for. A final table ends with
+// the verdict.
+std::string snapshotText(const CommandLine& options, const SnapshotOf& what, const SPW_CArray<PeerRowValues>& rows);

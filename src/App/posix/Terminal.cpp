@@ -1,0 +1,323 @@
+#include "Terminal.h"
+
+#include <langinfo.h>
+#include <locale.h>
+#include <ncurses.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <term.h>
+#include <unistd.h>
+#include <wchar.h>
+#include <wctype.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "DisplayWidth.h"
+#include "TerminalRescue.h"
+
+// ncurses defines them as macros; here they are names like any other.
+#undef lines
+
+namespace {
+
+constexpr short kWarningPair = 1;
+constexpr short kFailurePair = 2;
+constexpr int kEscapeDelayMs = 25;  // how long ESC waits for the rest of a key's sequence
+constexpr wint_t kControlL = 12;
+
+bool isUtf8() {
+    return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+}
+
+bool wantsNoColour() {
+    const char* const value = std::getenv("NO_COLOR");
+    return value != nullptr && *value != '\0';
+}
+
+const char* terminalName() {
+    const char* const name = std::getenv("TERM");
+    return name == nullptr ? "" : name;
+}
+
+// What the terminal's description says, or null.
+const char* capability(const char* name) {
+    const char* const text = tigetstr(name);
+    return text == reinterpret_cast<char*>(-1) ? nullptr : text;
+}
+
+attr_t attributesOf(Style style, bool hasColours) {
+    attr_t attributes = A_NORMAL;
+    switch (style.look) {
+        case Look::kTitle:
+            attributes = A_REVERSE | A_BOLD;
+            break;
+        case Look::kHeader:
+        case Look::kBoxTitle:
+        case Look::kField:
+            attributes = A_BOLD;
+            break;
+        case Look::kHotkey:
+            attributes = A_BOLD | A_UNDERLINE;
+            break;
+        case Look::kDimmed:
+            attributes = A_DIM;
+            break;
+        case Look::kFailure:
+            attributes = A_BOLD | (hasColours ? COLOR_PAIR(kFailurePair) : 0);
+            break;
+        case Look::kWarning:
+            attributes = hasColours ? COLOR_PAIR(kWarningPair) : A_NORMAL;
+            break;
+        case Look::kStatus:
+            attributes = A_REVERSE;
+            break;
+        case Look::kPlain:
+        case Look::kButton:
+        case Look::kBox:
+            break;
+    }
+    return style.isReversed ? attributes ^ A_REVERSE : attributes;
+}
+
+Input::Key keyOf(wint_t code) {
+    switch (code) {
+        case KEY_UP:
+            return Input::kUp;
+        case KEY_DOWN:
+            return Input::kDown;
+        case KEY_LEFT:
+            return Input::kLeft;
+        case KEY_RIGHT:
+            return Input::kRight;
+        case KEY_PPAGE:
+            return Input::kPageUp;
+        case KEY_NPAGE:
+            return Input::kPageDown;
+        case KEY_HOME:
+            return Input::kHome;
+        case KEY_END:
+            return Input::kEnd;
+        case KEY_ENTER:
+            return Input::kEnter;
+        case KEY_BTAB:
+            return Input::kBackTab;
+        case KEY_BACKSPACE:
+            return Input::kBackspace;
+        case KEY_DC:
+            return Input::kDelete;
+        default:
+            return Input::kNoKey;
+    }
+}
+
+Input inputOfCharacter(wint_t character) {
+    switch (character) {
+        case L'\r':
+        case L'\n':
+            return Input::ofKey(Input::kEnter);
+        case L'\t':
+            return Input::ofKey(Input::kTab);
+        case 27:
+            return Input::ofKey(Input::kEscape);
+        case 8:
+        case 127:
+            return Input::ofKey(Input::kBackspace);
+        case kControlL:
+            return Input::ofKey(Input::kRedraw);
+        default:
+            return iswprint(character) != 0 ? Input::ofText(character) : Input::ofKey(Input::kNoKey);
+    }
+}
+
+Input inputOfMouse() {
+    MEVENT event;
+    if (getmouse(&event) != OK)
+        return Input::ofKey(Input::kNoKey);
+    if ((event.bstate & BUTTON1_PRESSED) != 0)
+        return Input::ofMouse(Input::kClick, event.x, event.y);
+    if ((event.bstate & BUTTON4_PRESSED) != 0)
+        return Input::ofMouse(Input::kWheelUp, event.x, event.y);
+    if ((event.bstate & BUTTON5_PRESSED) != 0)
+        return Input::ofMouse(Input::kWheelDown, event.x, event.y);
+    return Input::ofKey(Input::kNoKey);
+}
+
+}  // namespace
+
+SPW_CString Terminal::unfitness() {
+    int error = 0;
+    if (setupterm(nullptr, STDOUT_FILENO, &error) != OK) {
+        const bool hasName = *terminalName() != '\0';
+        return hasName ? SPW_CString(u"the terminal \"") + terminalName() + u"\" (TERM) is not known"
+                       : SPW_CString(u"TERM does not say what terminal this is");
+    }
+    if (capability("cup") == nullptr || capability("clear") == nullptr)
+        return SPW_CString(u"the terminal \"") + terminalName() + u"\" (TERM) has no screen";
+    return SPW_CString();
+}
+
+bool Terminal::open() {
+    setlocale(LC_CTYPE, "");
+    m_glyphs = isUtf8() ? &kUnicodeGlyphs : &kAsciiGlyphs;
+    struct sigaction action;
+    m_canSuspend = sigaction(SIGTSTP, nullptr, &action) == 0 && action.sa_handler != SIG_IGN;
+    if (tcgetattr(STDIN_FILENO, &m_formerModes) != 0)
+        return false;
+    use_tioctl(TRUE);
+    if (newterm(nullptr, stdout, stdin) == nullptr)
+        return false;
+    m_isOpen = true;
+    TerminalRescue::arm(STDOUT_FILENO, m_formerModes, leavingSequence());
+    setModes();
+    setColours();
+    takeSize();
+    return true;
+}
+
+void Terminal::setModes() {
+    cbreak();
+    noecho();
+    nonl();
+    keypad(stdscr, TRUE);
+    nodelay(stdscr, TRUE);
+    set_escdelay(kEscapeDelayMs);
+    mousemask(BUTTON1_PRESSED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
+    mouseinterval(0);
+    // Ctrl-S would stop the terminal, and with it the program's answer to every signal.
+    termios modes;
+    if (tcgetattr(STDIN_FILENO, &modes) == 0) {
+        modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
+        tcsetattr(STDIN_FILENO, TCSANOW, &modes);
+        def_prog_mode();
+    }
+}
+
+void Terminal::setColours() {
+    if (wantsNoColour() || !has_colors())
+        return;
+    start_color();
+    use_default_colors();
+    init_pair(kWarningPair, COLOR_YELLOW, -1);
+    init_pair(kFailurePair, COLOR_RED, -1);
+    m_hasColours = true;
+}
+
+// For a handler that can ask nobody any more: attributes and colours, keypad, mouse, cursor, the screen itself.
+std::string Terminal::leavingSequence() const {
+    std::string sequence;
+    for (const char* name : {"sgr0", "op", "rmkx", "cnorm", "rmcup"}) {
+        const char* const text = capability(name);
+        if (text != nullptr)
+            sequence += text;
+    }
+    if (capability("kmous") != nullptr)
+        sequence += "\033[?1006l\033[?1000l";
+    return sequence;
+}
+
+void Terminal::close() {
+    if (!m_isOpen)
+        return;
+    m_isOpen = false;
+    endwin();
+    tcsetattr(STDIN_FILENO, TCSADRAIN, &m_formerModes);
+    TerminalRescue::disarm();
+}
+
+// The signal is the one that Ctrl-Z sends; so a process that nobody could ever continue is not stopped.
+void Terminal::suspend() {
+    if (!m_canSuspend)
+        return;
+    endwin();
+    tcsetattr(STDIN_FILENO, TCSADRAIN, &m_formerModes);
+    struct sigaction stopping = {};
+    stopping.sa_handler = SIG_DFL;
+    struct sigaction former;
+    sigaction(SIGTSTP, &stopping, &former);
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTSTP);
+    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    raise(SIGTSTP);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    sigaction(SIGTSTP, &former, nullptr);
+    // Modes that were changed meanwhile are those to come back to.
+    (void)tcgetattr(STDIN_FILENO, &m_formerModes);
+    redrawAll();
+}
+
+void Terminal::redrawAll() {
+    endwin();
+    reset_prog_mode();
+    takeSize();
+    clearok(curscr, TRUE);
+    m_shown = Canvas(0, 0, *m_glyphs);
+}
+
+void Terminal::takeSize() {
+    winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0)
+        resizeterm(size.ws_row, size.ws_col);
+}
+
+int Terminal::width() const {
+    return COLS;
+}
+
+int Terminal::height() const {
+    return LINES;
+}
+
+void Terminal::show(const Canvas& canvas) {
+    const bool isSameSize = canvas.width() == m_shown.width() && canvas.height() == m_shown.height();
+    if (!isSameSize)
+        erase();
+    for (int y = 0; y < canvas.height(); ++y) {
+        for (int x = 0; x < canvas.width(); ++x) {
+            const Canvas::Cell& cell = canvas.cell(x, y);
+            if (!cell.isRightHalf && (!isSameSize || cell != m_shown.cell(x, y)))
+                showCell(cell, x, y);
+        }
+    }
+    m_shown = canvas;
+    if (canvas.hasCursor())
+        move(canvas.cursorY(), canvas.cursorX());
+    curs_set(canvas.hasCursor() ? 1 : 0);
+    wnoutrefresh(stdscr);
+    doupdate();
+}
+
+// The canvas and the system's library may think differently of how wide a character is. Every cell has its place, so a
+// character about which they differ is shown as "?" there, and what follows stays where it belongs.
+void Terminal::showCell(const Canvas::Cell& cell, int x, int y) {
+    const auto character = static_cast<wchar_t>(cell.character);
+    const int columns = displayWidth(cell.character);
+    wchar_t text[2 + Canvas::Cell::kMarks] = {character};
+    const bool isShowable = iswprint(static_cast<wint_t>(character)) != 0 && wcwidth(character) == columns;
+    if (!isShowable)
+        text[0] = L'?';
+    std::size_t length = 1;
+    for (const char32_t mark : cell.marks) {
+        if (isShowable && mark != 0 && wcwidth(static_cast<wchar_t>(mark)) == 0)
+            text[length++] = static_cast<wchar_t>(mark);
+    }
+    const attr_t attributes = attributesOf(cell.style, m_hasColours);
+    cchar_t complex;
+    setcchar(&complex, text, attributes & ~A_COLOR, static_cast<short>(PAIR_NUMBER(attributes)), nullptr);
+    mvadd_wch(y, x, &complex);
+    if (!isShowable && columns == 2)
+        mvaddch(y, x + 1, ' ' | (attributes & ~A_COLOR));
+}
+
+bool Terminal::read(Input& input) {
+    wint_t code = 0;
+    const int kind = get_wch(&code);
+    if (kind == ERR)
+        return false;
+    if (kind == KEY_CODE_YES)
+        input = code == KEY_MOUSE ? inputOfMouse() : Input::ofKey(keyOf(code));
+    else
+        input = inputOfCharacter(code);
+    return true;
+}
