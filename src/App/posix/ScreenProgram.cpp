@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
+#include <vector>
 
 #include "Console.h"
 #include "SPW_CClock.h"
@@ -110,7 +112,11 @@ void ScreenProgram::obeySignal(int number) {
 
 void ScreenProgram::takeNews() {
     m_wakeup.clear();
-    for (const EngineWorker::News& each : m_worker.takeNews())
+    const std::vector<EngineWorker::News> news = m_worker.takeNews();
+    // The rows go first: those that a test begins with are there before it is told to run.
+    if (!news.empty())
+        m_screen.apply(m_worker.board().take());
+    for (const EngineWorker::News& each : news)
         each(m_screen);
     for (const ScreenMessageBox::Message& message : m_box.take())
         m_screen.showMessage(message.number, message.caption, message.text, message.buttons);

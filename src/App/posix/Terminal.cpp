@@ -16,7 +16,8 @@
 #include "DisplayWidth.h"
 #include "TerminalRescue.h"
 
-// ncurses defines them as macros; here they are names like any other.
+// term.h defines them as macros; here they are names like any other.
+#undef columns
 #undef lines
 
 namespace {
