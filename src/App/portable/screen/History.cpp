@@ -42,8 +42,6 @@ void History::closePeriod(std::int32_t expected) {
 
 void History::skipPeriod() {
     append({0xFF, 0xFF});
-    m_receivedNow = 0;
-    m_lostNow = 0;
 }
 
 int History::level(int age, int full) const {

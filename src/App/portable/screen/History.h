@@ -22,7 +22,7 @@ public:
     void count(std::int32_t received, std::int32_t total);
     // Ends the period that runs. expected: how many probes a period has, at least 1.
     void closePeriod(std::int32_t expected = 1);
-    // Ends a period that nobody watched.
+    // Ends a period that nobody watched; what has been counted since the last one belongs to the next one.
     void skipPeriod();
     // How many periods there are, the running one not among them.
     int size() const { return static_cast<int>(m_columns.size()); }

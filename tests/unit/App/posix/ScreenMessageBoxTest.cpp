@@ -1,0 +1,91 @@
+#include "ScreenMessageBox.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <atomic>
+#include <thread>
+
+#include "StringPrinting.h"
+
+namespace {
+
+class ScreenMessageBoxTest : public testing::Test {
+protected:
+    SPW_CMessageBox::Answer show(const char16_t* text, SPW_CMessageBox::Buttons buttons) {
+        return m_box.show(text, u"Internal Error", buttons, SPW_CMessageBox::kIconError);
+    }
+    // The next message, once it has come.
+    ScreenMessageBox::Message await() {
+        for (;;) {
+            pollfd source = {m_wakeup.descriptor(), POLLIN, 0};
+            (void)poll(&source, 1, -1);
+            m_wakeup.clear();
+            const std::vector<ScreenMessageBox::Message> messages = m_box.take();
+            if (!messages.empty())
+                return messages.front();
+        }
+    }
+    Wakeup m_wakeup;
+    ScreenMessageBox m_box{m_wakeup};
+};
+
+TEST_F(ScreenMessageBoxTest, ABoxWithNothingToDecideKeepsNobodyWaitingAndIsShownOnce) {
+    EXPECT_EQ(show(u"text", SPW_CMessageBox::kOk), SPW_CMessageBox::kAnswerOk);
+    EXPECT_EQ(show(u"text", SPW_CMessageBox::kOk), SPW_CMessageBox::kAnswerOk);
+    const std::vector<ScreenMessageBox::Message> messages = m_box.take();
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].text, u"text");
+    EXPECT_EQ(messages[0].caption, u"Internal Error");
+    EXPECT_TRUE(m_box.take().empty());
+}
+
+TEST_F(ScreenMessageBoxTest, AThreadWaitsForItsOwnAnswer) {
+    std::atomic<int> first{0};
+    std::atomic<int> second{0};
+    std::thread one([&] { first = show(u"one", SPW_CMessageBox::kRetryCancel); });
+    const ScreenMessageBox::Message messageOne = await();
+    std::thread two([&] { second = show(u"two", SPW_CMessageBox::kAbortRetryIgnore); });
+    const ScreenMessageBox::Message messageTwo = await();
+    m_box.answer(messageTwo.number, SPW_CMessageBox::kAnswerAbort);
+    two.join();
+    m_box.answer(messageOne.number, SPW_CMessageBox::kAnswerRetry);
+    one.join();
+    EXPECT_EQ(first, SPW_CMessageBox::kAnswerRetry);
+    EXPECT_EQ(second, SPW_CMessageBox::kAnswerAbort);
+}
+
+TEST_F(ScreenMessageBoxTest, TheScreensOwnThreadNeverWaits) {
+    EXPECT_EQ(show(u"text", SPW_CMessageBox::kRetryCancel), SPW_CMessageBox::kAnswerCancel);
+    EXPECT_EQ(m_box.take().size(), 1U);
+    m_box.waitUntilRead();
+}
+
+TEST_F(ScreenMessageBoxTest, ClosedItReleasesAllAndSaysOnStandardErrorWhatWasNotRead) {
+    testing::internal::CaptureStderr();
+    std::atomic<int> answer{0};
+    std::thread waiting([&] { answer = show(u"question", SPW_CMessageBox::kRetryCancel); });
+    (void)await();
+    (void)show(u"unread", SPW_CMessageBox::kOk);
+    m_box.close();
+    waiting.join();
+    EXPECT_EQ(answer, SPW_CMessageBox::kAnswerCancel);
+    (void)show(u"later", SPW_CMessageBox::kOk);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "linkometry: Internal Error: question\nlinkometry: Internal Error: unread\n"
+              "linkometry: Internal Error: later\n");
+}
+
+TEST_F(ScreenMessageBoxTest, WhoWaitsUntilAllIsReadIsReleasedByTheLastAnswer) {
+    (void)show(u"text", SPW_CMessageBox::kOk);
+    std::atomic<bool> isRead{false};
+    std::thread waiting([&] {
+        m_box.waitUntilRead();
+        EXPECT_TRUE(isRead);
+    });
+    isRead = true;
+    m_box.answer(m_box.take().front().number, SPW_CMessageBox::kAnswerOk);
+    waiting.join();
+}
+
+}  // namespace

@@ -1,0 +1,112 @@
+#include "History.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+class HistoryTest : public testing::Test {
+protected:
+    // One period, at whose end so much has been counted since the beginning.
+    void period(int received, int total, int expected = 1) {
+        m_history.count(received, total);
+        m_history.closePeriod(expected);
+    }
+    // From the oldest to the newest: "8" is everything, "0" nothing, "?" unknown.
+    std::string chart() const {
+        std::string text;
+        for (int age = m_history.size() - 1; age >= 0; --age) {
+            const int level = m_history.level(age, 8);
+            text += level == History::kUnknown ? '?' : static_cast<char>('0' + level);
+        }
+        return text;
+    }
+    History m_history;
+};
+
+TEST_F(HistoryTest, BeforeTheFirstProbeNothingIsKnown) {
+    period(0, 0);
+    period(0, 0);
+    period(1, 1);
+    EXPECT_EQ(chart(), "??8");
+}
+
+TEST_F(HistoryTest, APeriodWithoutProbesIsSilentAtOnce) {
+    period(1, 1);
+    period(1, 1);
+    period(1, 1);
+    EXPECT_EQ(chart(), "800");
+}
+
+TEST_F(HistoryTest, LossesAreEnteredInTheSilenceBeforeTheyWereFound) {
+    period(1, 1);
+    period(1, 1);
+    period(1, 1);
+    period(2, 4);
+    EXPECT_EQ(chart(), "8008");
+}
+
+TEST_F(HistoryTest, LossesThatNoSilenceExplainsLowerTheirOwnPeriod) {
+    period(1, 1);
+    period(2, 3);
+    EXPECT_EQ(chart(), "84");
+    period(3, 11);
+    EXPECT_EQ(chart(), "841");
+}
+
+TEST_F(HistoryTest, AProbeThatComesInTheNextPeriodIsPutBack) {
+    period(1, 1);
+    period(1, 1);
+    period(3, 3);
+    EXPECT_EQ(chart(), "888");
+}
+
+TEST_F(HistoryTest, OnlyOneLateProbeIsPutBackSinceOnlyOneCanBeLate) {
+    period(1, 1);
+    period(1, 1);
+    period(1, 1);
+    period(4, 4);
+    EXPECT_EQ(chart(), "8088");
+}
+
+TEST_F(HistoryTest, APeriodOfSeveralProbesTakesSeveralLosses) {
+    period(5, 5, 5);
+    period(5, 5, 5);
+    period(5, 5, 5);
+    period(10, 20, 5);
+    EXPECT_EQ(chart(), "8008");
+}
+
+TEST_F(HistoryTest, AllButOneOfManyIsNeitherEverythingNorNothing) {
+    period(1000, 1001, 1001);
+    period(1001, 2001, 1001);
+    EXPECT_EQ(chart(), "71");
+}
+
+TEST_F(HistoryTest, CountsThatBeginAnewAreNoLoss) {
+    period(5, 9);
+    m_history.count(0, 0);
+    period(1, 1);
+    EXPECT_EQ(chart(), "48");
+}
+
+TEST_F(HistoryTest, APeriodThatNobodyWatchedIsUnknown) {
+    period(1, 1);
+    m_history.skipPeriod();
+    period(9, 9, 8);
+    EXPECT_EQ(chart(), "8?8");
+}
+
+TEST_F(HistoryTest, ItForgetsTheOldestAndNeverGrowsBeyondItsLimit) {
+    for (int i = 1; i <= 3 * History::kColumns; ++i)
+        period(i, i);
+    EXPECT_EQ(m_history.size(), History::kColumns);
+    period(3 * History::kColumns, 3 * History::kColumns);
+    EXPECT_EQ(m_history.size(), History::kColumns);
+    EXPECT_EQ(m_history.level(0, 8), 0);
+    EXPECT_EQ(m_history.level(1, 8), 8);
+    EXPECT_EQ(m_history.level(History::kColumns - 1, 8), 8);
+}
+
+}  // namespace

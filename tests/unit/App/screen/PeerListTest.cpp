@@ -1,0 +1,226 @@
+#include "PeerList.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "PeerColumns.h"
+#include "PeerListView.h"
+#include "StringPrinting.h"
+
+namespace {
+
+class PeerListTest : public testing::Test {
+protected:
+    bool update(const char16_t* label, int quality = 100, int protocol = kUdp, std::int32_t received = 1,
+                std::int32_t total = 1) {
+        return m_list.apply({label, columnOfProtocol(protocol), quality, received, total});
+    }
+    std::vector<std::string> labels() {
+        m_list.sort();
+        std::vector<std::string> texts;
+        for (int i = 0; i < m_list.size(); ++i)
+            texts.emplace_back(m_list.cell(i, kLabelColumn).toAnsi());
+        return texts;
+    }
+    std::string chosen() {
+        return m_list.selected() < 0 ? "none" : m_list.cell(m_list.selected(), kLabelColumn).toAnsi();
+    }
+    PeerList m_list;
+};
+
+using Texts = std::vector<std::string>;
+
+TEST_F(PeerListTest, UnsortedItIsInTheOrderOfTheDialog) {
+    EXPECT_TRUE(update(u"a"));
+    EXPECT_TRUE(update(u"b"));
+    EXPECT_TRUE(update(u"c"));
+    EXPECT_FALSE(update(u"b"));
+    EXPECT_EQ(labels(), (Texts{"a", "c", "b"}));
+}
+
+TEST_F(PeerListTest, LabelsAreSortedByTheNumbersOfTheirAddresses) {
+    for (const char16_t* label : {u"10.0.0.10", u"10.0.0.9 (x)", u"9.0.0.1", u"10.0.0.9 (a)", u"printer"})
+        update(label);
+    m_list.sortBy(kLabelColumn);
+    EXPECT_EQ(labels(), (Texts{"9.0.0.1", "10.0.0.9 (a)", "10.0.0.9 (x)", "10.0.0.10", "printer"}));
+}
+
+TEST_F(PeerListTest, FiguresAreSortedByTheWorstFirst) {
+    update(u"good", 100, kPing, 9, 9);
+    update(u"bad", 10, kPing, 1, 10);
+    update(u"poor", 50, kPing, 5, 10);
+    m_list.sortBy(kQualityColumn);
+    EXPECT_EQ(labels(), (Texts{"bad", "poor", "good"}));
+    m_list.sortBy(kPingColumn);
+    EXPECT_EQ(labels(), (Texts{"bad", "poor", "good"}));
+    update(u"good", 20, kPing, 20, 100);
+    EXPECT_EQ(labels(), (Texts{"good", "bad", "poor"}));
+    m_list.sortBy(PeerList::kUnsorted);
+    EXPECT_EQ(labels(), (Texts{"good", "poor", "bad"}));
+}
+
+TEST_F(PeerListTest, TheChosenRowIsKeptWhileOthersComeInAndChangePlaces) {
+    EXPECT_EQ(chosen(), "none");
+    m_list.select(3);
+    EXPECT_EQ(chosen(), "none");
+    update(u"a", 100);
+    EXPECT_EQ(chosen(), "a");
+    update(u"b", 50);
+    m_list.select(1);
+    EXPECT_EQ(chosen(), "b");
+    update(u"c", 10);
+    EXPECT_EQ(chosen(), "b");
+    EXPECT_EQ(m_list.selected(), 2);
+    m_list.sortBy(kQualityColumn);
+    EXPECT_EQ(chosen(), "b");
+    EXPECT_EQ(m_list.selected(), 1);
+}
+
+TEST_F(PeerListTest, BeyondEitherEndTheRowThereIsChosen) {
+    update(u"a");
+    update(u"b");
+    m_list.select(99);
+    EXPECT_EQ(m_list.selected(), 1);
+    m_list.select(-99);
+    EXPECT_EQ(m_list.selected(), 0);
+}
+
+TEST_F(PeerListTest, WhatIsShownMovesNoFurtherThanTheChosenRowNeeds) {
+    for (int i = 0; i < 20; ++i)
+        update(SPW_CString(i).text());
+    EXPECT_EQ(m_list.firstVisible(5), 0);
+    m_list.select(4);
+    EXPECT_EQ(m_list.firstVisible(5), 0);
+    m_list.select(5);
+    EXPECT_EQ(m_list.firstVisible(5), 1);
+    m_list.select(19);
+    EXPECT_EQ(m_list.firstVisible(5), 15);
+    m_list.select(16);
+    EXPECT_EQ(m_list.firstVisible(5), 15);
+    // A taller list leaves no line empty.
+    EXPECT_EQ(m_list.firstVisible(12), 8);
+    EXPECT_EQ(m_list.firstVisible(40), 0);
+}
+
+TEST_F(PeerListTest, ScrollingTakesTheChoiceAlongWhereItMust) {
+    for (int i = 0; i < 20; ++i)
+        update(SPW_CString(i).text());
+    m_list.select(3);
+    m_list.scroll(3, 5);
+    EXPECT_EQ(m_list.firstVisible(5), 3);
+    EXPECT_EQ(m_list.selected(), 3);
+    m_list.scroll(3, 5);
+    EXPECT_EQ(m_list.selected(), 6);
+    m_list.scroll(-100, 5);
+    EXPECT_EQ(m_list.firstVisible(5), 0);
+    EXPECT_EQ(m_list.selected(), 4);
+    m_list.scroll(100, 5);
+    EXPECT_EQ(m_list.firstVisible(5), 15);
+}
+
+TEST_F(PeerListTest, LostIsWhatWasExpectedAndDidNotArrive) {
+    update(u"a", 70, kTcpip, 7, 10);
+    EXPECT_EQ(m_list.counts(0, kTcpip).received, 7);
+    EXPECT_EQ(m_list.counts(0, kTcpip).total, 10);
+    EXPECT_EQ(m_list.counts(0, kTcpip).lost, 3);
+    EXPECT_EQ(m_list.counts(0, kPing).total, 0);
+}
+
+TEST_F(PeerListTest, EachRowAndProtocolHasItsOwnHistory) {
+    update(u"a", 100, kUdp, 1, 1);
+    m_list.closePeriod(1);
+    update(u"b", 100, kPing, 1, 1);
+    m_list.closePeriod(1);
+    m_list.skipPeriod();
+    EXPECT_EQ(m_list.history(0, kUdp).size(), 3);
+    EXPECT_EQ(m_list.history(0, kUdp).level(1, 8), 0);
+    EXPECT_EQ(m_list.history(1, kPing).size(), 2);
+    EXPECT_EQ(m_list.history(1, kPing).level(1, 8), 8);
+    EXPECT_EQ(m_list.history(1, kPing).level(0, 8), History::kUnknown);
+}
+
+TEST_F(PeerListTest, EmptiedItStartsAfresh) {
+    update(u"a");
+    update(u"b");
+    m_list.select(1);
+    m_list.empty();
+    EXPECT_EQ(m_list.size(), 0);
+    EXPECT_EQ(m_list.selected(), -1);
+    update(u"c");
+    EXPECT_EQ(chosen(), "c");
+    EXPECT_EQ(m_list.history(0, kUdp).size(), 0);
+}
+
+// --- How it is fitted into a width
+
+class ListLayoutTest : public PeerListTest {
+protected:
+    ListLayout layout(int width, int firstProtocol = 0) { return {m_list, width, firstProtocol}; }
+    int widthOf(const ListLayout& layout) {
+        int width = ListLayout::kMarkWidth - layout.gap;
+        for (int column = 0; column < kPeerColumns; ++column)
+            width += layout.isShown(column) ? layout.gap + layout.widths[column] : 0;
+        return width;
+    }
+};
+
+TEST_F(ListLayoutTest, AWideScreenHasWholeHeadersOnOneLine) {
+    EXPECT_EQ(layout(107).headerLines, 1);
+    EXPECT_EQ(layout(106).headerLines, 2);
+}
+
+TEST_F(ListLayoutTest, ALabelThatNeedsTheRoomHasTheHeadersOnTwoLines) {
+    update(u"192.168.100.100 (123456789012345)");
+    EXPECT_EQ(layout(122).headerLines, 2);
+    EXPECT_EQ(layout(123).headerLines, 1);
+}
+
+TEST_F(ListLayoutTest, EightyColumnsShowAllOfThem) {
+    update(u"192.168.100.100 (123456789012345)", 100, kUdp, 12345, 12345);
+    const ListLayout fitted = layout(80);
+    EXPECT_FALSE(fitted.hasMoreLeft());
+    EXPECT_FALSE(fitted.hasMoreRight());
+    EXPECT_EQ(fitted.widths[kLabelColumn], 20);
+    EXPECT_EQ(widthOf(fitted), 80);
+}
+
+TEST_F(ListLayoutTest, FortyColumnsLeaveOutColumnsThatArrowsBringIn) {
+    update(u"192.168.100.100 (123456789012345)");
+    const ListLayout first = layout(40);
+    EXPECT_TRUE(first.isShown(kMulticastColumn));
+    EXPECT_FALSE(first.isShown(kTcpipColumn));
+    EXPECT_TRUE(first.hasMoreRight());
+    const ListLayout last = layout(40, 3);
+    EXPECT_TRUE(last.hasMoreLeft());
+    EXPECT_FALSE(last.hasMoreRight());
+    EXPECT_TRUE(last.isShown(kPingColumn));
+    EXPECT_EQ(layout(40, 99).firstProtocolColumn, kPingColumn);
+}
+
+TEST_F(ListLayoutTest, FromFortyColumnsUpwardsALabelHasRoomForEveryAddressAndNothingIsTooWide) {
+    update(u"192.168.100.100 (123456789012345)", 100, kUdp, 1234567, 1234567);
+    for (int width = 40; width < 200; ++width) {
+        EXPECT_GE(layout(width).widths[kLabelColumn], ListLayout::kLeastLabelWidth) << width;
+        EXPECT_LE(widthOf(layout(width)), width) << width;
+    }
+}
+
+TEST_F(ListLayoutTest, NoWidthIsTooSmallToBeDrawn) {
+    update(u"a");
+    for (int width = 0; width < 40; ++width) {
+        Canvas canvas(width, 3, kAsciiGlyphs);
+        PeerListView view(m_list);
+        view.draw(canvas, {0, 0, width, 3});
+    }
+}
+
+TEST_F(ListLayoutTest, MarksTellQualityWithoutColour) {
+    EXPECT_EQ(qualityMark(100), u' ');
+    EXPECT_EQ(qualityMark(99), u'!');
+    EXPECT_EQ(qualityMark(1), u'!');
+    EXPECT_EQ(qualityMark(0), u'X');
+}
+
+}  // namespace

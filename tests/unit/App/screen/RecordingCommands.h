@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ScreenCommands.h"
+
+// Writes down what the user asked for.
+class RecordingCommands final : public ScreenCommands {
+public:
+    void startTest() override { asked.emplace_back("start"); }
+    void stopTest() override { asked.emplace_back("stop"); }
+    void resetStatistics() override { asked.emplace_back("reset"); }
+    void logReport() override { asked.emplace_back("log"); }
+    void addPeer(const PeerRecord& peer) override {
+        asked.push_back(std::string("add ") + peer.address.toAnsi() + "=" + peer.name.toAnsi());
+    }
+    void askForInfo() override { asked.emplace_back("info"); }
+    void answerMessage(int message, SPW_CMessageBox::Answer answer) override {
+        asked.push_back("answer " + std::to_string(message) + " " + std::to_string(answer));
+    }
+
+    std::vector<std::string> asked;
+};
