@@ -108,7 +108,7 @@ class KeysTest(screen.ScreenTest):
 
     def test_it_opens_stopped_with_buttons_headers_and_a_hint(self):
         window = self.open()
-        window.wait_for("[ Start ]")
+        window.wait_until_ready()
         lines = window.lines()
         self.assertEqual(lines[:2], ["10.77.0.1  (pocket1)", BUTTONS_STOPPED])
         self.assertEqual((lines[2].split(), lines[3].split()), (HEADERS, UNITS))
@@ -136,7 +136,7 @@ class KeysTest(screen.ScreenTest):
 
     def test_a_peer_is_added_field_by_field(self):
         window = self.open()
-        window.wait_for("[ Start ]")
+        window.wait_until_ready()
         window.keys("a")
         window.wait_for("Enter ip info", "Ip Address:   0__.0__.0__.0__", "Display Name: manually added")
         # Letters are no digits, a point goes on, and what is typed replaces what Tab has marked.
@@ -168,7 +168,7 @@ class KeysTest(screen.ScreenTest):
 
     def test_the_info_is_that_of_a_report_file_and_scrolls(self):
         window = self.open(width=60, height=14)
-        window.wait_for("[ Start ]"[2:7])
+        window.wait_until_ready()
         window.keys("i")
         window.wait_for("Local Info:", "**System Settings**")
         window.keys("End")
@@ -178,8 +178,8 @@ class KeysTest(screen.ScreenTest):
 
     def test_help_lists_the_keys(self):
         window = self.open()
+        window.wait_until_ready()
         for key in ("?", "h"):
-            window.wait_for("[ Start ]")
             window.keys(key)
             window.wait_for("─ Help ─", "s  start a test", "Ctrl-Z")
             window.keys("Enter")
@@ -187,7 +187,7 @@ class KeysTest(screen.ScreenTest):
 
     def test_the_mouse_presses_buttons_and_opens_rows(self):
         window = self.open()
-        window.wait_for("[ Start ]")
+        window.wait_until_ready()
         window.click_text("Start")
         window.wait_for_row("127.0.0.1 (self)", lambda cells: received(cells[4]) >= 1)
         window.click_text("127.0.0.1")
@@ -216,12 +216,13 @@ class KeysTest(screen.ScreenTest):
 
     def test_a_duration_stops_the_test_by_itself(self):
         window = self.open("-duration", "1.5")
+        window.wait_until_ready()
         window.keys("s")
         window.wait_for("stopped  test 1", "test 1 complete")
 
     def test_control_l_draws_afresh(self):
         window = self.open()
-        window.wait_for("[ Start ]")
+        window.wait_until_ready()
         # Somebody else writes on the same terminal.
         tty = window.state("pane_tty")
         with open(tty, "w", encoding="ascii") as file:
@@ -238,14 +239,12 @@ class AppearanceTest(screen.ScreenTest):
 
     def test_forty_by_ten_has_everything_within_reach(self):
         window = self.open(width=40, height=10)
-        window.wait_for("Start Stop Reset Log Add Ip Info Quit")
-        window.keys("s")
-        window.wait_for("running")
-        window.wait_for("127.0.0.1 (self)", "10.77.0.99 (dead)")
+        window.start_test()
+        window.wait_for("127.0.0.1 (self)", "10.77.0.99 (dead)", "›")
         lines = window.lines()
+        self.assertEqual(lines[1], "Start Stop Reset Log Add Ip Info Quit")
         self.assertEqual(len(lines), 10)
         self.assertTrue(all(len(line) <= 40 for line in lines), lines)
-        self.assertIn("›", lines[2])
         window.keys("Right", "Right", "Right")
         window.wait_for("Ping", "(Ack/Sent)")
         window.keys("a")
@@ -284,6 +283,7 @@ class AppearanceTest(screen.ScreenTest):
         self.assertTrue(window.text().isascii())
 
     def test_hostile_names_disturb_nothing(self):
+        self.device.configure("udp")
         names = ["\x1b[2J\x1b[31mred", "a\x07\x9b5n\x7f\rb", "日本語テスト", "e\u0301" * 7, "\u202egnol", "n" * 900]
         peers = self.lab.devices_named(*(f"pocket{number}" for number in range(2, 2 + len(names))))
         window = self.open()
@@ -315,7 +315,7 @@ class AppearanceTest(screen.ScreenTest):
         self.device.configure("udp")
         with traffic.UdpEnd(self.device, traffic.PORT):
             window = self.open()
-            window.wait_for("[ Start ]")
+            window.wait_until_ready()
             window.keys("s")
             window.wait_for("cannot listen: udp listener", "is another")
             window.keys("Enter")
@@ -348,7 +348,7 @@ class LeavingTest(screen.ScreenTest):
 
     def test_without_a_test_nothing_is_printed(self):
         window = self.open()
-        window.wait_for("[ Start ]")
+        window.wait_until_ready()
         window.keys("q")
         self.assertEqual(window.wait(), 0)
         self.assert_terminal_is_as_before(window)
@@ -390,7 +390,7 @@ class LeavingTest(screen.ScreenTest):
         window.wait_for("bash")
         window.type("PS1='ready> '; stty -a > before; " + lab.program_path() + " 2> errors")
         window.keys("Enter")
-        window.wait_for("[ Start ]")
+        window.wait_until_ready()
         window.keys("s")
         window.wait_for("running  test 1")
         window.keys("C-z")

@@ -11,8 +11,9 @@ import subprocess
 
 import lab
 
-# How a terminal of that description tells of a press of the mouse's first button: the column and line from 1, plus 32.
-MOUSE_PRESS = "\x1b[M{button}{column}{line}"
+# How a terminal of that description tells of the mouse: the button, the column and the line from 1, plus 32 each.
+MOUSE = "\x1b[M{button}{column}{line}"
+RELEASE = 3
 
 
 class Screen:
@@ -50,11 +51,13 @@ class Screen:
         quoted = " ".join("'" + str(argument).replace("'", "'\\''") + "'" for argument in arguments)
         redirection = f"< {input_from}" if input_from else ""
         with open(script, "w", encoding="utf-8") as file:
-            file.write(f"cd {self.device.folder}\nstty -a > {self.folder}/before\n"
+            # The shell outlives the keys that end the program, and stays: the terminal of a window without a process is
+            # another one.
+            file.write(f"trap : INT QUIT\ncd {self.device.folder}\nstty -a > {self.folder}/before\n"
                        f"sh -c 'echo $$ > {self.folder}/pid; exec \"$@\"' sh {lab.program_path()} {quoted} "
                        f"2> {self.folder}/errors {redirection}\n"
                        f"echo $? > {self.folder}/status.new\nstty -a > {self.folder}/after\n"
-                       f"mv {self.folder}/status.new {self.folder}/status\n")
+                       f"mv {self.folder}/status.new {self.folder}/status\nexec cat\n")
         return f"exec sh {script}"
 
     # --- tmux
@@ -74,8 +77,11 @@ class Screen:
         self._tmux("send-keys", "-l", text)
 
     def click(self, column, line, button=0):
-        """Presses a button of the mouse there, from 0; 64 and 65 are the wheel."""
-        self.type(MOUSE_PRESS.format(button=chr(32 + button), column=chr(33 + column), line=chr(33 + line)))
+        """Presses a button of the mouse there and lets go; columns and lines from 0; buttons 64 and 65 are the wheel."""
+        place = {"column": chr(33 + column), "line": chr(33 + line)}
+        self.type(MOUSE.format(button=chr(32 + button), **place))
+        if button < 64:
+            self.type(MOUSE.format(button=chr(32 + RELEASE), **place))
 
     def click_text(self, text):
         line, column = next((number, line.index(text)) for number, line in enumerate(self.lines()) if text in line)
@@ -126,8 +132,12 @@ class Screen:
             return None
         return self.wait_until(look, f"row {label!r}")
 
+    def wait_until_ready(self):
+        """Until a test can be started."""
+        self.wait_for("stopped  log")
+
     def start_test(self):
-        self.wait_for("[ Start ]")
+        self.wait_until_ready()
         self.keys("s")
         self.wait_for("running  test")
 
