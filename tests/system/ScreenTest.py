@@ -12,8 +12,6 @@ BUTTONS_RUNNING = "  Start   [ Stop ] [ Reset ] [ Log ] [ Add Ip ] [ Info ] [ Qu
 HEADERS = ["IP-Address", "Quality", "Mcast", "Tcpip", "Udp", "Ping"]
 UNITS = ["(name)", "(%)", "(Recv/Total)", "(Recv/Total)", "(Recv/Total)", "(Ack/Sent)"]
 
-REVERSED = "\x1b[7m"
-
 
 def received(cell):
     return int(cell.split("/")[0])
@@ -92,11 +90,9 @@ class GroupScreenTest(screen.ScreenTest):
         window.wait_for("4-22 of 300")
         for size in ((100, 30), (40, 10), (132, 50), (60, 12), (80, 24)):
             window.resize(*size)
-            window.wait_until(lambda lines: "of 300" in lines[1] or size[0] == 40, f"{size}")
-            window.wait_until(lambda lines: len(lines) == size[1] and lines[-1].startswith("running"), f"{size}")
-            lines = window.lines()
-            self.assertTrue(all(re.match(r"^[X! ] 127\.0\.\d", line) for line in lines[4:size[1] - 1] if size[0] < 110),
-                            lines)
+            is_whole = lambda lines: (len(lines) == size[1] and lines[-1].startswith("running") and all(
+                re.match(r"^[X! ] 127\.0\.\d", line) for line in lines[4:size[1] - 1]))
+            window.wait_until(is_whole, f"a whole list in {size}")
         window.keys("q")
         self.assertEqual(window.wait(), 0)
 
@@ -114,8 +110,7 @@ class KeysTest(screen.ScreenTest):
         self.assertEqual((lines[2].split(), lines[3].split()), (HEADERS, UNITS))
         self.assertEqual(lines[23], "stopped  log VantiroDiagnostics.txt")
         self.assertEqual([line.strip() for line in lines[4:23] if line], ["s starts a test, ? explains the keys"])
-        with_attributes = window.lines(attributes=True)[1]
-        self.assertRegex(with_attributes, r"\x1b\[2m *Stop|\x1b\[[0-9;]*2m *Stop")
+        self.assertRegex(window.lines(attributes=True)[1], r"\x1b\[2m *Stop")
 
     def test_reset_and_log(self):
         window = self.open()
@@ -147,7 +142,7 @@ class KeysTest(screen.ScreenTest):
         window.keys("Tab")
         window.type("1234567890123456")
         window.keys("Enter")
-        window.wait_for("from 0 to 255", "10_.77_.0__.256")
+        window.wait_for("Please enter a whole number", "10_.77_.0__.256")
         window.type("9")
         window.keys("Enter")
         window.wait_for("at most 15 characters")
@@ -290,7 +285,7 @@ class AppearanceTest(screen.ScreenTest):
         window.start_test()
         for peer, name in zip(peers, names):
             with traffic.UdpEnd(peer) as sender:
-                sender.send(traffic.packet(1, name + "|x"), self.device.address)
+                sender.send(traffic.packet(1, "v|" + name), self.device.address)
         window.wait_for("10.77.0.2 (?[2J?[31mred)", "10.77.0.3 (a??5n??b", "10.77.0.4 (日本語", "10.77.0.5 (e\u0301",
                         "10.77.0.6 (?gnol)", "10.77.0.7 (nnnnnnn…")
         lines = window.lines()
@@ -387,7 +382,7 @@ class LeavingTest(screen.ScreenTest):
         # A shell with job control, as users have.
         window = self.open(shell=f"sh -c 'cd {self.device.folder}; exec bash --norc --noprofile -i'",
                            environment={"PS1": "prompt> "})
-        window.wait_for("bash")
+        window.wait_for("prompt>")
         window.type("PS1='ready> '; stty -a > before; " + lab.program_path() + " 2> errors")
         window.keys("Enter")
         window.wait_until_ready()
@@ -422,10 +417,8 @@ class LeavingTest(screen.ScreenTest):
         for width, height in ((120, 40), (50, 12), (80, 24), (40, 10), (81, 25), (80, 24)):
             window.resize(width, height)
             window.wait_until(lambda lines: len(lines) == height and lines[-1].startswith("running"), "the new size")
-        window.wait_for_row("127.0.0.1 (self)")
-        lines = window.lines()
-        self.assertEqual(lines[1], BUTTONS_RUNNING)
-        self.assertEqual(lines[6:23], [""] * 17)
+        window.wait_until(lambda lines: lines[1] == BUTTONS_RUNNING and lines[6:23] == [""] * 17 and
+                          all("/" in line for line in lines[4:6]), "two rows and nothing else")
 
 
 class WithoutScreenTest(screen.ScreenTest):

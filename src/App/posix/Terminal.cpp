@@ -183,7 +183,9 @@ void Terminal::setModes() {
     keypad(stdscr, TRUE);
     nodelay(stdscr, TRUE);
     set_escdelay(kEscapeDelayMs);
-    mousemask(BUTTON1_PRESSED | BUTTON4_PRESSED | BUTTON5_PRESSED, nullptr);
+    // All, though few are used: ncurses would wait, and the program with it, for another event after one that is not
+    // asked for.
+    mousemask(ALL_MOUSE_EVENTS, nullptr);
     mouseinterval(0);
     // Ctrl-S would stop the terminal, and with it the program's answer to every signal.
     termios modes;
