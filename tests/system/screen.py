@@ -11,9 +11,7 @@ import subprocess
 
 import lab
 
-# How a terminal of that description tells of the mouse: the button, the column and the line from 1, plus 32 each.
-MOUSE = "\x1b[M{button}{column}{line}"
-RELEASE = 3
+RELEASE = 3  # of any button of the mouse
 
 
 class Screen:
@@ -78,10 +76,13 @@ class Screen:
 
     def click(self, column, line, button=0):
         """Presses a button of the mouse there and lets go; columns and lines from 0; buttons 64 and 65 are the wheel."""
-        place = {"column": chr(33 + column), "line": chr(33 + line)}
-        self.type(MOUSE.format(button=chr(32 + button), **place))
+        self._send_mouse(button, column, line)
         if button < 64:
-            self.type(MOUSE.format(button=chr(32 + RELEASE), **place))
+            self._send_mouse(RELEASE, column, line)
+
+    def _send_mouse(self, button, column, line):
+        # As terminals of that description tell it: the button, the column and the line from 1, plus 32 each.
+        self._tmux("send-keys", "-H", "1b", "5b", "4d", f"{32 + button:x}", f"{33 + column:x}", f"{33 + line:x}")
 
     def click_text(self, text):
         line, column = next((number, line.index(text)) for number, line in enumerate(self.lines()) if text in line)
@@ -92,9 +93,10 @@ class Screen:
         self._tmux("resize-window", "-x", str(width), "-y", str(height))
 
     def lines(self, attributes=False):
-        """What stands on the screen, line by line without blanks at the end; with attributes as escape sequences."""
-        text = self._tmux("capture-pane", "-p", *(["-e"] if attributes else []))
-        return [line.rstrip() for line in text.split("\n")[:-1]]
+        """What stands on the screen, line by line; without blanks at the end, or with attributes as escape sequences."""
+        if attributes:
+            return self._tmux("capture-pane", "-p", "-e", "-N").split("\n")[:-1]
+        return [line.rstrip() for line in self._tmux("capture-pane", "-p").split("\n")[:-1]]
 
     def text(self):
         return "\n".join(self.lines())
