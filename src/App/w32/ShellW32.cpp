@@ -21,7 +21,7 @@ InitialiseDialog* findInitialiseDialog() {
     }
 // Windows CE names the functions of this platform in both widths.
 #ifdef UNDER_CE
-    return reinterpret_cast<InitialiseDialog*>(GetProcAddressA(shell, "SHInitDialog"));
+    return reinterpret_cast<InitialiseDialog*>(reinterpret_cast<void*>(GetProcAddressA(shell, "SHInitDialog")));
 #else
     return reinterpret_cast<InitialiseDialog*>(reinterpret_cast<void*>(GetProcAddress(shell, "SHInitDialog")));
 #endif
