@@ -1,5 +1,5 @@
-// Declarations of Windows CE 3.0 for ARM: exactly what the sources below w32/ folders use. tools/windows-ce/check-declarations
-// compares them with the desktop's and lists those that differ on purpose.
+// Declarations of Windows CE 3.0 for ARM: exactly what the sources below w32/ folders use.
+// tools/windows-ce/check-declarations compares them with the desktop's and lists those that differ on purpose.
 //
 // The resource compiler reads this too; it understands the definitions of numbers alone.
 #pragma once
@@ -162,10 +162,11 @@ typedef HINSTANCE HMODULE;
 #define HKEY_CURRENT_USER (reinterpret_cast<HKEY>(0x80000001))
 #define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(0x80000002))
 
-#define LOWORD(number) (static_cast<WORD>((number) & 0xFFFF))
+#define LOWORD(number) (static_cast<WORD>((number)&0xFFFF))
 #define HIWORD(number) (static_cast<WORD>((number) >> 16 & 0xFFFF))
 #define MAKEWORD(low, high) (static_cast<WORD>((low) | (high) << 8))
-#define MAKELPARAM(low, high) (static_cast<LPARAM>(static_cast<WORD>(low) | static_cast<DWORD>(static_cast<WORD>(high)) << 16))
+#define MAKELPARAM(low, high) \
+    (static_cast<LPARAM>(static_cast<WORD>(low) | static_cast<DWORD>(static_cast<WORD>(high)) << 16))
 #define RT_DIALOG (reinterpret_cast<LPCWSTR>(5))
 
 typedef struct {
@@ -298,7 +299,8 @@ DWORD GetLastError();
 void SetLastError(DWORD code);
 
 BOOL CloseHandle(HANDLE object);
-HANDLE CreateThread(void* security, DWORD stackSize, LPTHREAD_START_ROUTINE start, void* argument, DWORD flags, DWORD* id);
+HANDLE CreateThread(void* security, DWORD stackSize, LPTHREAD_START_ROUTINE start, void* argument, DWORD flags,
+                    DWORD* id);
 BOOL TerminateProcess(HANDLE process, DWORD code);
 void Sleep(DWORD milliseconds);
 DWORD GetTickCount();
@@ -371,9 +373,9 @@ LONG RegEnumKeyExW(HKEY key, DWORD index, wchar_t* name, DWORD* nameSize, DWORD*
                    DWORD* classSize, FILETIME* written);
 LONG RegEnumValueW(HKEY key, DWORD index, wchar_t* name, DWORD* nameSize, DWORD* reserved, DWORD* type, BYTE* data,
                    DWORD* size);
-LONG RegQueryInfoKeyW(HKEY key, wchar_t* className, DWORD* classSize, DWORD* reserved, DWORD* subKeys, DWORD* longestKey,
-                      DWORD* longestClass, DWORD* values, DWORD* longestValue, DWORD* longestData, DWORD* security,
-                      FILETIME* written);
+LONG RegQueryInfoKeyW(HKEY key, wchar_t* className, DWORD* classSize, DWORD* reserved, DWORD* subKeys,
+                      DWORD* longestKey, DWORD* longestClass, DWORD* values, DWORD* longestValue, DWORD* longestData,
+                      DWORD* security, FILETIME* written);
 LONG RegQueryValueExW(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
 LONG RegSetValueExW(HKEY key, const wchar_t* name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
 

@@ -2,16 +2,15 @@
 
 #include <windows.h>
 
-// The names by which the compiler calls for atomic operations. Their last arguments, the orders, say nothing to a device
-// with a single processor.
+// The names by which the compiler calls for atomic operations. Their last arguments, the orders, say nothing to a
+// device with a single processor.
 
 namespace {
 
 struct CoreDll {
     static std::uint32_t compareExchange(std::uint32_t* word, std::uint32_t expected, std::uint32_t wanted) {
-        return static_cast<std::uint32_t>(InterlockedTestExchange(reinterpret_cast<LONG*>(word),
-                                                                  static_cast<LONG>(expected),
-                                                                  static_cast<LONG>(wanted)));
+        return static_cast<std::uint32_t>(InterlockedTestExchange(
+            reinterpret_cast<LONG*>(word), static_cast<LONG>(expected), static_cast<LONG>(wanted)));
     }
     // A sleep of 0 would not let a thread of lower priority give the lock back.
     static void giveWay() { Sleep(1); }
