@@ -1,8 +1,30 @@
+#include <windows.h>
+
 #include <cstdlib>
 #include <functional>
 #include <new>
 
-// Where the C++ library's headers would throw. A program that breaks their promises ends.
+// How a program ends that breaks a promise.
+
+extern "C" {
+
+[[noreturn]] void abort() {
+    constexpr DWORD kAborted = 254;
+    (void)TerminateProcess(GetCurrentProcess(), kAborted);
+    for (;;) {
+        Sleep(INFINITE);  // the call returns before it has done its work
+    }
+}
+
+// An operation of an object that is only half made or half destroyed.
+[[noreturn]] void __cxa_pure_virtual() {
+    OutputDebugStringW(L"pure virtual call\n");
+    abort();
+}
+
+}  // extern "C"
+
+// Where the C++ library's headers would throw.
 
 namespace std {
 

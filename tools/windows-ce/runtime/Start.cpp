@@ -9,20 +9,6 @@ extern "C" {
 extern const WindowsCeRuntime::Function __CTOR_LIST__[];
 extern const WindowsCeRuntime::Function __DTOR_LIST__[];
 
-[[noreturn]] void abort() {
-    constexpr DWORD kAborted = 254;
-    (void)TerminateProcess(GetCurrentProcess(), kAborted);
-    for (;;) {
-        Sleep(INFINITE);  // the call returns before it has done its work
-    }
-}
-
-// An operation of an object that is only half made or half destroyed.
-[[noreturn]] void __cxa_pure_virtual() {
-    OutputDebugStringW(L"pure virtual call\n");
-    abort();
-}
-
 void WinMainCRTStartup(HINSTANCE program, HINSTANCE previous, wchar_t* commandLine, int show) {
     WindowsCeRuntime::runForward(__CTOR_LIST__);
     const int code = wWinMain(program, previous, commandLine, show);
