@@ -8,8 +8,8 @@
 #include "Decimal.h"
 #include "Kernel.h"
 
-// The C library's part of the device's system library, as far as the tests call it. Memory is never given back: a run of
-// the tests is short.
+// The C library's part of the device's system library, as far as the tests call it. Memory is never given back: a run
+// of the tests is short.
 
 namespace {
 
@@ -54,8 +54,7 @@ std::string padded(const Form& form, const std::string& prefix, const std::strin
     if (form.left) {
         return prefix + body + std::string(missing, ' ');
     }
-    return mayZero && form.zero ? prefix + std::string(missing, '0') + body
-                                : std::string(missing, ' ') + prefix + body;
+    return mayZero && form.zero ? prefix + std::string(missing, '0') + body : std::string(missing, ' ') + prefix + body;
 }
 
 std::string signOf(const Form& form, bool isNegative) {
@@ -267,6 +266,11 @@ int strcmp(const char* left, const char* right) {
     return static_cast<unsigned char>(*left) - static_cast<unsigned char>(*right);
 }
 
+char* strcpy(char* target, const char* source) {
+    (void)memcpy(target, source, strlen(source) + 1);
+    return target;
+}
+
 char* strchr(const char* text, int byte) {
     for (; *text != static_cast<char>(byte); ++text) {
         if (*text == 0) {
@@ -370,6 +374,12 @@ std::size_t fwrite(const void* bytes, std::size_t size, std::size_t count, FILE*
 
 int fflush(FILE*) {
     return 0;
+}
+
+// There is one.
+char* setlocale(int, const char*) {
+    static char name[] = "C";
+    return name;
 }
 
 int* __errno() {

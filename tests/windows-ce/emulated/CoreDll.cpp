@@ -6,8 +6,8 @@
 
 #include "Kernel.h"
 
-// The system's part of the device's system library, for a program of one thread: what the framework's Windows halves call
-// when the portable tests run on them.
+// The system's part of the device's system library, for a program of one thread: what the framework's Windows halves
+// call when the portable tests run on them.
 
 namespace {
 
@@ -42,7 +42,13 @@ wchar_t fromWestern(char byte) {
 wchar_t mapCase(wchar_t unit, bool toLower) {
     const struct {
         wchar_t first, last, distance;
-    } kCapitals[] = {{'A', 'Z', 32}, {0xC0, 0xD6, 32}, {0xD8, 0xDE, 32}, {0x391, 0x3A9, 32}, {0x400, 0x40F, 80}, {0x410, 0x42F, 32}};
+    } kCapitals[] = {{'A', 'Z', 32},
+                     {0xC0, 0xD6, 32},
+                     {0xD8, 0xDE, 32},
+                     {0x391, 0x3A9, 32},
+                     {0x400, 0x40F, 80},
+                     {0x410, 0x42F, 32},
+                     {0x178, 0x178, static_cast<wchar_t>(0xFF - 0x178)}};
     for (const auto& range : kCapitals) {
         const wchar_t capital = static_cast<wchar_t>(toLower ? unit : unit - range.distance);
         if (capital >= range.first && capital <= range.last) {
@@ -65,6 +71,25 @@ void SetLastError(DWORD code) {
 
 BOOL TerminateProcess(HANDLE, DWORD code) {
     Kernel::exit(static_cast<int>(code));
+}
+
+void OutputDebugStringW(const wchar_t*) {}
+
+// It is always the same moment: 3 July 2003, 14:07:09.
+void GetSystemTime(SYSTEMTIME* time) {
+    *time = {2003, 7, 4, 3, 14, 7, 9, 0};
+}
+BOOL SystemTimeToFileTime(const SYSTEMTIME*, FILETIME* fileTime) {
+    constexpr std::uint64_t kCount = 127017148290000000;
+    *fileTime = {static_cast<DWORD>(kCount), static_cast<DWORD>(kCount >> 32)};
+    return TRUE;
+}
+BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
+    *local = *utc;
+    return TRUE;
+}
+DWORD GetTickCount() {
+    return 0;
 }
 
 // Nothing else runs that could be waited for.

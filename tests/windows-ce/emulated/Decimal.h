@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-// Floating-point numbers to and from decimal text, exactly and with whole numbers alone: the emulated system's library has
-// to do it on a processor that has no floating point.
+// Floating-point numbers to and from decimal text, exactly and with whole numbers alone: the emulated system's library
+// has to do it on a processor that has no floating point.
 class Decimal {
 public:
     // As "%.*g"; with `alternate`, as "%#.*g".
@@ -98,7 +98,8 @@ private:
         }
         int bits() const {
             int count = static_cast<int>(words.size()) * 32;
-            for (std::uint32_t top = words.empty() ? 1 : words.back(); (top & 0x80000000) == 0 && count > 0; top <<= 1) {
+            for (std::uint32_t top = words.empty() ? 1 : words.back(); (top & 0x80000000) == 0 && count > 0;
+                 top <<= 1) {
                 --count;
             }
             return count;
@@ -165,6 +166,9 @@ private:
         if (length == 0) {
             return 0;
         }
+        if (length + exponent > 1024) {
+            return kInfinity;
+        }
         // Below the smallest exponent there are fewer bits.
         int lowest = length - 53;
         lowest = lowest + exponent < -1074 ? -1074 - exponent : lowest;
@@ -177,8 +181,8 @@ private:
         mantissa += half && (more || (mantissa & 1) != 0) ? 1 : 0;
         // A mantissa that has grown by a bit carries into the exponent by itself.
         const int biased = lowest + exponent + 1075;
-        const std::uint64_t bits = biased <= 1 && mantissa >> 52 == 0 ? mantissa
-                                   : (static_cast<std::uint64_t>(biased - 1) << 52) + mantissa;
+        const std::uint64_t bits =
+            biased <= 1 && mantissa >> 52 == 0 ? mantissa : (static_cast<std::uint64_t>(biased - 1) << 52) + mantissa;
         return bits >= kInfinity ? kInfinity : bits;
     }
 

@@ -82,6 +82,12 @@ extern const Function __init_array_start[];
 extern const Function __init_array_end[];
 
 [[noreturn]] void emulatedStart() {
+    // Where the kernel of Windows CE shows a process who runs, so that the one thread has a number.
+    constexpr std::uintptr_t kPage = 0xFFFFC000;
+    constexpr std::uintptr_t kThread = 0xFFFFC808;
+    if (Kernel::map(reinterpret_cast<void*>(kPage), 0x1000) != nullptr) {
+        *reinterpret_cast<volatile std::uint32_t*>(kThread) = 1;
+    }
     for (const Function* constructor = __init_array_start; constructor != __init_array_end; ++constructor) {
         (*constructor)();
     }

@@ -76,6 +76,7 @@ int main() {
     int failed = 0;
     for (const Entry& entry : entries()) {
         hasFailed = false;
+        print(entry.name + "\n");  // said before: who reads of a crash wants to know where
         entry.run();
         if (hasFailed) {
             ++failed;

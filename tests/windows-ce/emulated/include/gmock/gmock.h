@@ -96,7 +96,8 @@ Result checkMatch(const T& value, const M& matcher, const char* text) {
 
 template <typename... T>
 auto ElementsAre(T... wanted) {
-    return internal::ElementsMatcher<decltype(internal::matcherOf(wanted))...>(internal::matcherOf(std::move(wanted))...);
+    return internal::ElementsMatcher<decltype(internal::matcherOf(wanted))...>(
+        internal::matcherOf(std::move(wanted))...);
 }
 template <typename... T>
 auto AllOf(T... wanted) {
@@ -119,23 +120,23 @@ inline auto HasSubstr(std::string part) {
 }  // namespace testing
 
 #define EXPECT_THAT(value, ...) GTEST_CHECK_(::testing::internal::checkMatch(value, __VA_ARGS__, #value), )
-#define ASSERT_THAT(value, ...) GTEST_CHECK_(::testing::internal::checkMatch(value, __VA_ARGS__, #value), return)
+#define ASSERT_THAT(value, ...) GTEST_CHECK_(::testing::internal::checkMatch(value, __VA_ARGS__, #value), return )
 
-#define MATCHER_P4(name, p0, p1, p2, p3, description)                                             \
-    template <typename P0, typename P1, typename P2, typename P3>                                 \
-    struct name##Matcher : ::testing::internal::Matcher {                                         \
-        name##Matcher(P0 a, P1 b, P2 c, P3 d) : p0(a), p1(b), p2(c), p3(d) {}                     \
-        template <typename arg_type>                                                              \
-        bool matches(const arg_type& arg) const;                                                  \
-        P0 p0;                                                                                    \
-        P1 p1;                                                                                    \
-        P2 p2;                                                                                    \
-        P3 p3;                                                                                    \
-    };                                                                                            \
-    template <typename P0, typename P1, typename P2, typename P3>                                 \
-    auto name(P0 a, P1 b, P2 c, P3 d) {                                                           \
-        return name##Matcher<P0, P1, P2, P3>(a, b, c, d);                                         \
-    }                                                                                             \
-    template <typename P0, typename P1, typename P2, typename P3>                                 \
-    template <typename arg_type>                                                                  \
+#define MATCHER_P4(name, p0, p1, p2, p3, description)                         \
+    template <typename P0, typename P1, typename P2, typename P3>             \
+    struct name##Matcher : ::testing::internal::Matcher {                     \
+        name##Matcher(P0 a, P1 b, P2 c, P3 d) : p0(a), p1(b), p2(c), p3(d) {} \
+        template <typename arg_type>                                          \
+        bool matches(const arg_type& arg) const;                              \
+        P0 p0;                                                                \
+        P1 p1;                                                                \
+        P2 p2;                                                                \
+        P3 p3;                                                                \
+    };                                                                        \
+    template <typename P0, typename P1, typename P2, typename P3>             \
+    auto name(P0 a, P1 b, P2 c, P3 d) {                                       \
+        return name##Matcher<P0, P1, P2, P3>(a, b, c, d);                     \
+    }                                                                         \
+    template <typename P0, typename P1, typename P2, typename P3>             \
+    template <typename arg_type>                                              \
     bool name##Matcher<P0, P1, P2, P3>::matches(const arg_type& arg) const

@@ -1,6 +1,6 @@
-// What the portable unit tests use of GoogleTest, under the same names, for a processor on which GoogleTest itself cannot be
-// built: it wants the standard library's streams, maps and exceptions. Whoever writes such a test may use everything that
-// is here; a test that wants more runs on the other platforms alone.
+// What the portable unit tests use of GoogleTest, under the same names, for a processor on which GoogleTest itself
+// cannot be built: it wants the standard library's streams, maps and exceptions. Whoever writes such a test may use
+// everything that is here; a test that wants more runs on the other platforms alone.
 #pragma once
 
 #include <cstring>
@@ -163,7 +163,9 @@ inline Result isTrue(bool value, const char* text) {
 
 inline Result compareTexts(const char* left, const char* right, const char* text) {
     const bool areEqual = left == nullptr || right == nullptr ? left == right : std::strcmp(left, right) == 0;
-    return {areEqual, areEqual ? std::string() : std::string(text) + ": " + (left != nullptr ? left : "(null)") + " and " + (right != nullptr ? right : "(null)")};
+    return {areEqual, areEqual ? std::string()
+                               : std::string(text) + ": " + (left != nullptr ? left : "(null)") + " and " +
+                                     (right != nullptr ? right : "(null)")};
 }
 
 // The tests of a suite with parameters, and how they are run for each value.
@@ -215,37 +217,39 @@ struct ExitedWithCode {
 }  // namespace testing
 
 #define GTEST_TEST_CLASS_(suite, name) suite##_##name##_Test
-#define GTEST_TEST_(suite, name, fixture)                                                                       \
-    class GTEST_TEST_CLASS_(suite, name) : public fixture {                                                     \
-        void TestBody() override;                                                                               \
-    };                                                                                                          \
-    [[maybe_unused]] static const bool suite##_##name##_added =                                                 \
+#define GTEST_TEST_(suite, name, fixture)                                                                        \
+    class GTEST_TEST_CLASS_(suite, name) : public fixture {                                                      \
+        void TestBody() override;                                                                                \
+    };                                                                                                           \
+    [[maybe_unused]] static const bool suite##_##name##_added =                                                  \
         ::testing::internal::add(#suite, #name, [] { ::testing::Test::run<GTEST_TEST_CLASS_(suite, name)>(); }); \
     void GTEST_TEST_CLASS_(suite, name)::TestBody()
 #define TEST(suite, name) GTEST_TEST_(suite, name, ::testing::Test)
 #define TEST_F(fixture, name) GTEST_TEST_(fixture, name, fixture)
-#define TEST_P(fixture, name)                                                                                \
-    class GTEST_TEST_CLASS_(fixture, name) : public fixture {                                                \
-        void TestBody() override;                                                                            \
-    };                                                                                                       \
-    [[maybe_unused]] static const bool fixture##_##name##_added =                                            \
-        ::testing::internal::ParameterTests<fixture>::add(                                                   \
-            #name, [] { ::testing::Test::run<GTEST_TEST_CLASS_(fixture, name)>(); });                        \
+#define TEST_P(fixture, name)                                                                                        \
+    class GTEST_TEST_CLASS_(fixture, name) : public fixture {                                                        \
+        void TestBody() override;                                                                                    \
+    };                                                                                                               \
+    [[maybe_unused]] static const bool fixture##_##name##_added = ::testing::internal::ParameterTests<fixture>::add( \
+        #name, [] { ::testing::Test::run<GTEST_TEST_CLASS_(fixture, name)>(); });                                    \
     void GTEST_TEST_CLASS_(fixture, name)::TestBody()
-#define INSTANTIATE_TEST_SUITE_P(prefix, fixture, ...)             \
+#define INSTANTIATE_TEST_SUITE_P(prefix, fixture, ...)              \
     [[maybe_unused]] static const bool prefix##_##fixture##_added = \
         ::testing::internal::ParameterTests<fixture>::instantiate(#prefix "/" #fixture, __VA_ARGS__)
 
-#define GTEST_CHECK_(check, onFailure)                                      \
-    switch (0)                                                              \
-    case 0:                                                                 \
-    default:                                                                \
-        if (const ::testing::internal::Result gtestResult = (check)) {      \
-        } else                                                              \
+#define GTEST_CHECK_(check, onFailure)                                 \
+    switch (0)                                                         \
+    case 0:                                                            \
+    default:                                                           \
+        if (const ::testing::internal::Result gtestResult = (check)) { \
+        } else                                                         \
             onFailure ::testing::internal::Failure(__FILE__, __LINE__, gtestResult.text) = ::testing::Message()
-#define GTEST_COMPARE_(left, right, relation, onFailure) \
-    GTEST_CHECK_(::testing::internal::compare(left, right, #left " " #relation " " #right, \
-        [](const auto& gtestLeft, const auto& gtestRight) -> bool { return gtestLeft relation gtestRight; }), onFailure)
+#define GTEST_COMPARE_(left, right, relation, onFailure)                                                  \
+    GTEST_CHECK_(::testing::internal::compare(left, right, #left " " #relation " " #right,                \
+                                              [](const auto& gtestLeft, const auto& gtestRight) -> bool { \
+                                                  return gtestLeft relation gtestRight;                   \
+                                              }),                                                         \
+                 onFailure)
 
 #define EXPECT_TRUE(value) GTEST_CHECK_(::testing::internal::isTrue(static_cast<bool>(value), #value), )
 #define EXPECT_FALSE(value) GTEST_CHECK_(::testing::internal::isTrue(!(value), "not " #value), )
@@ -256,17 +260,16 @@ struct ExitedWithCode {
 #define EXPECT_GT(left, right) GTEST_COMPARE_(left, right, >, )
 #define EXPECT_GE(left, right) GTEST_COMPARE_(left, right, >=, )
 #define EXPECT_STREQ(left, right) GTEST_CHECK_(::testing::internal::compareTexts(left, right, #left), )
-#define ASSERT_TRUE(value) GTEST_CHECK_(::testing::internal::isTrue(static_cast<bool>(value), #value), return)
-#define ASSERT_FALSE(value) GTEST_CHECK_(::testing::internal::isTrue(!(value), "not " #value), return)
-#define ASSERT_EQ(left, right) GTEST_COMPARE_(left, right, ==, return)
-#define ASSERT_NE(left, right) GTEST_COMPARE_(left, right, !=, return)
-#define ASSERT_LT(left, right) GTEST_COMPARE_(left, right, <, return)
-#define ASSERT_GT(left, right) GTEST_COMPARE_(left, right, >, return)
-#define ASSERT_GE(left, right) GTEST_COMPARE_(left, right, >=, return)
+#define ASSERT_TRUE(value) GTEST_CHECK_(::testing::internal::isTrue(static_cast<bool>(value), #value), return )
+#define ASSERT_FALSE(value) GTEST_CHECK_(::testing::internal::isTrue(!(value), "not " #value), return )
+#define ASSERT_EQ(left, right) GTEST_COMPARE_(left, right, ==, return )
+#define ASSERT_NE(left, right) GTEST_COMPARE_(left, right, !=, return )
+#define ASSERT_LT(left, right) GTEST_COMPARE_(left, right, <, return )
+#define ASSERT_GT(left, right) GTEST_COMPARE_(left, right, >, return )
+#define ASSERT_GE(left, right) GTEST_COMPARE_(left, right, >=, return )
 #define ADD_FAILURE() ::testing::internal::Failure(__FILE__, __LINE__, "") = ::testing::Message()
 // What the process writes is not looked at here.
-#define EXPECT_EXIT(action, wanted, text) \
-    EXPECT_EQ(::testing::internal::exitCodeOf([&] { action; }), (wanted).code)
+#define EXPECT_EXIT(action, wanted, text) EXPECT_EQ(::testing::internal::exitCodeOf([&] { action; }), (wanted).code)
 #define GTEST_CONCATENATED_(left, right) left##right
 #define GTEST_NAME_WITH_LINE_(name, line) GTEST_CONCATENATED_(name, line)
 #define SCOPED_TRACE(text) const ::testing::internal::Trace GTEST_NAME_WITH_LINE_(gtestTrace, __LINE__)(text)
