@@ -1,3 +1,16 @@
+# What the tools make of a source depends on their own files, which no build would look at by itself.
+set(tools "${PROJECT_SOURCE_DIR}/tools/windows-ce")
+set(tool_files "${tools}/arm-mingw32ce-g++" "${tools}/elf_to_coff.py" "${tools}/target.flags"
+  "${PROJECT_SOURCE_DIR}/build/windows-ce-toolchain/key")
+set(tool_hashes "")
+foreach(file IN LISTS tool_files)
+  file(SHA256 "${file}" hash)
+  string(APPEND tool_hashes "${hash}")
+endforeach()
+string(SHA256 tool_hash "${tool_hashes}")
+set_property(DIRECTORY "${PROJECT_SOURCE_DIR}" APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${tool_files})
+add_compile_options($<$<COMPILE_LANGUAGE:CXX>:--tools=${tool_hash}>)
+
 # The handheld's own libraries, and what its programs are made of beside our sources.
 if(LINKOMETRY_WINDOWS_CE_EMULATED)
   # The tests bring what stands for the libraries; there is no program.

@@ -43,6 +43,10 @@
 #define INVALID_SET_FILE_POINTER 0xFFFFFFFF
 #define INVALID_FILE_ATTRIBUTES 0xFFFFFFFF
 
+#define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x0100
+#define FORMAT_MESSAGE_IGNORE_INSERTS 0x0200
+#define FORMAT_MESSAGE_FROM_SYSTEM 0x1000
+
 #define CP_ACP 0
 #define LCMAP_LOWERCASE 0x0100
 #define LCMAP_UPPERCASE 0x0200
@@ -83,6 +87,7 @@
 #define MB_SETFOREGROUND 0x10000
 #define MB_TOPMOST 0x40000
 #define PM_REMOVE 1
+#define SS_LEFTNOWORDWRAP 0x0C
 #define SWP_NOMOVE 0x02
 #define SWP_NOZORDER 0x04
 #define SWP_NOACTIVATE 0x10
@@ -115,6 +120,7 @@
 
 #ifndef RC_INVOKED
 
+#include <stdarg.h>
 #include <stddef.h>
 
 #define WINAPI
@@ -319,6 +325,7 @@ DWORD TlsCall(DWORD function, DWORD slot);
 void* TlsGetValue(DWORD slot);
 BOOL TlsSetValue(DWORD slot, void* value);
 
+BOOL FreeLibrary(HMODULE module);
 HMODULE LoadLibraryW(const wchar_t* name);
 FARPROC GetProcAddressA(HMODULE module, const char* name);
 HMODULE GetModuleHandleW(const wchar_t* name);
@@ -329,6 +336,9 @@ BOOL GetVersionExW(OSVERSIONINFOW* version);
 DWORD GetFileVersionInfoSizeW(wchar_t* path, DWORD* unused);
 BOOL GetFileVersionInfoW(wchar_t* path, DWORD unused, DWORD size, void* information);
 BOOL VerQueryValueW(const void* information, const wchar_t* path, void** value, UINT* size);
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD code, DWORD language, wchar_t* text, DWORD size,
+                     va_list* arguments);
+void* LocalFree(void* memory);
 void OutputDebugStringW(const wchar_t* text);
 
 HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD share, void* security, DWORD creation, DWORD attributes,
