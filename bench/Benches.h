@@ -13,3 +13,5 @@ void benchLog(const Network& network, const Folder& folder, const Effort& effort
 // Usage and lateness with that many peers; of a single one the lateness alone.
 void benchPeers(int peers, const Network& network, const Folder& folder, const Effort& effort, Report& report);
 void benchStartStop(const Network& network, const Folder& folder, const Effort& effort, Report& report);
+// What the screen costs beside the headless mode, with that many peers and nobody at the keys.
+void benchScreen(const Network& network, const Folder& folder, const Effort& effort, Report& report);

@@ -42,6 +42,7 @@ constexpr Bench kBenches[] = {
     {"peers-256", benchNumberOfPeers<256>, true},
     {"peers-1000", benchNumberOfPeers<1000>, true},
     {"startstop", benchStartStop, true},
+    {"screen", benchScreen, true},
 };
 
 constexpr char kUsage[] =
@@ -52,7 +53,8 @@ constexpr char kUsage[] =
     "minutes. Needs root, for network namespaces of its own.\n"
     "\n"
     "  -quick   under a minute: each measured once, and 256 and 1000 peers only\n"
-    "  name     only these of: listener, log, peers-1, peers-64, peers-256, peers-1000, startstop; a part of a name "
+    "  name     only these of: listener, log, peers-1, peers-64, peers-256, peers-1000, startstop, screen; a part of a "
+    "name "
     "will do\n"
     "\n"
     "Exit status: 0 measured, whatever was reached; 1 could not measure; 2 the command line cannot be used.\n";

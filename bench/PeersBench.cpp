@@ -9,6 +9,7 @@
 #include "Hive.h"
 #include "Lateness.h"
 #include "Responder.h"
+#include "Screen.h"
 #include "TestEngine.h"
 #include "Timing.h"
 
@@ -98,15 +99,15 @@ struct Usage {
     double residentMiB;
 };
 
-Usage watch(const Child& child, const Effort& effort) {
+Usage watch(pid_t pid, const Effort& effort) {
     std::vector<double> cores;
     for (int i = 0; i < effort.repetitions; ++i) {
         const double time = nowSeconds();
-        const double processor = processorSecondsOf(child.pid());
+        const double processor = processorSecondsOf(pid);
         sleepSeconds(2 * effort.seconds);
-        cores.push_back((processorSecondsOf(child.pid()) - processor) / (nowSeconds() - time));
+        cores.push_back((processorSecondsOf(pid) - processor) / (nowSeconds() - time));
     }
-    return {medianOf(cores), residentMiBOf(child.pid())};
+    return {medianOf(cores), residentMiBOf(pid)};
 }
 
 // What the far end hears of one engine, too.
@@ -126,7 +127,7 @@ EngineUsage watchEngine(const Network& network, const Folder& folder, int peers,
     sleepSeconds(kWarmUpSeconds);
     (void)ask<char>(engine, kRestartLateness);
     EngineUsage result{};
-    result.usage = watch(engine, effort);
+    result.usage = watch(engine.pid(), effort);
     result.result = ask<EngineResult>(engine, kAskResult);
     responder.line().signal();
     const Heard heard = responder.line().receive<Heard>();
@@ -146,7 +147,7 @@ Usage watchBare(const Network& network, int peers, const Effort& effort) {
     Child bare(network.near(), [&](Line& line) { runBareProbes(addresses, kPeriodSeconds, line); });
     bare.line().await();
     sleepSeconds(kWarmUpSeconds);
-    return watch(bare, effort);
+    return watch(bare.pid(), effort);
 }
 
 Usage watchFping(const Network& network, int peers, const Effort& effort) {
@@ -162,7 +163,7 @@ Usage watchFping(const Network& network, int peers, const Effort& effort) {
     pointers.push_back(nullptr);
     Child fping(network.near(), pointers.data());
     sleepSeconds(kWarmUpSeconds);
-    return watch(fping, effort);
+    return watch(fping.pid(), effort);
 }
 
 std::string percentOf(const Usage& usage) {
@@ -241,4 +242,32 @@ void benchStartStop(const Network& network, const Folder& folder, const Effort& 
     report.add("stop", Report::text("%.2f s", stop), Report::text("%.3f s", medianOf(joins)), stop / medianOf(joins),
                "<= 3 s", stop <= 3);
     report.add("start again, which destroys the last test", Report::text("%.2f s", medianOf(restarts)), "", true);
+}
+
+void benchScreen(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
+    constexpr int kPeers = 256;
+    constexpr double kMostRatio = 1.2;
+    report.section("The idle screen with 256 peers; limit: the same program without a screen");
+    useSettings(folder, {}, peerAddresses(kPeers));
+    Child responder(network.far(), runResponder);
+    responder.line().await();
+    Usage headless{};
+    Usage screen{};
+    {
+        std::string arguments[] = {LINKOMETRY_PROGRAM, "-headless"};
+        char* pointers[] = {&arguments[0][0], &arguments[1][0], nullptr};
+        const Child program(network.near(), pointers);
+        sleepSeconds(kWarmUpSeconds);
+        headless = watch(program.pid(), effort);
+    }
+    {
+        const ScreenedProgram program(LINKOMETRY_PROGRAM, network.near());
+        sleepSeconds(kWarmUpSeconds);
+        screen = watch(program.pid(), effort);
+    }
+    const double ratio = screen.cores / headless.cores;
+    report.add("processor (limit: headless)", percentOf(screen), percentOf(headless), ratio, "ratio <= 1.2",
+               ratio <= kMostRatio);
+    report.add("resident memory (limit: headless)", Report::text("%.1f MiB", screen.residentMiB),
+               Report::text("%.1f MiB", headless.residentMiB), screen.residentMiB / headless.residentMiB, "", true);
 }

@@ -26,6 +26,7 @@ constexpr short kWarningPair = 1;
 constexpr short kFailurePair = 2;
 constexpr int kEscapeDelayMs = 25;  // how long ESC waits for the rest of a key's sequence
 constexpr wint_t kControlL = 12;
+constexpr mmask_t kPresses = BUTTON1_PRESSED | BUTTON1_CLICKED | BUTTON1_DOUBLE_CLICKED | BUTTON1_TRIPLE_CLICKED;
 
 bool isUtf8() {
     return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
@@ -135,7 +136,7 @@ Input inputOfMouse() {
     MEVENT event;
     if (getmouse(&event) != OK)
         return Input::ofKey(Input::kNoKey);
-    if ((event.bstate & BUTTON1_PRESSED) != 0)
+    if ((event.bstate & kPresses) != 0)
         return Input::ofMouse(Input::kClick, event.x, event.y);
     if ((event.bstate & BUTTON4_PRESSED) != 0)
         return Input::ofMouse(Input::kWheelUp, event.x, event.y);
@@ -184,7 +185,7 @@ void Terminal::setModes() {
     nodelay(stdscr, TRUE);
     set_escdelay(kEscapeDelayMs);
     // All, though few are used: ncurses would wait, and the program with it, for another event after one that is not
-    // asked for.
+    // asked for. A press and a release that come together are one click.
     mousemask(ALL_MOUSE_EVENTS, nullptr);
     mouseinterval(0);
     // Ctrl-S would stop the terminal, and with it the program's answer to every signal.
