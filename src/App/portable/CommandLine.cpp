@@ -285,6 +285,8 @@ SPW_CString usageText() {
            u"  -reportwnd HANDLE     with -getinfo: the window to be told, in hexadecimal (Windows)\n"
            u"  -help, -version       print and end\n"
            u"\n"
+           u"On a terminal it shows a screen, whose keys are explained there by ?. Without one, a headless test is "
+           u"run.\n"
            u"Exit status of a headless test: 0 every device reached, 1 some device not reached, 2 no device found,\n"
            u"3 command line not usable, 4 test could not run. With -getinfo: 0 written, 1 not written.\n"
            u"SIGUSR1 prints all rows and writes them to the log, SIGUSR2 sets all counts to zero, SIGHUP starts over\n"
