@@ -366,6 +366,7 @@ class LeavingTest(screen.ScreenTest):
             with self.subTest(number):
                 window = self.open()
                 window.start_test()
+                window.is_to_crash = True
                 window.signal(number)
                 status = window.wait()
                 # A sanitizer has its own way to end.

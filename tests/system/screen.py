@@ -20,6 +20,7 @@ class Screen:
     def __init__(self, device, *arguments, width=80, height=24, environment=None, shell=None, input_from=None):
         self.device = device
         self.width, self.height = width, height
+        self.is_to_crash = False
         number = sum(name.startswith("screen-") for name in os.listdir(device.folder))
         self.folder = os.path.join(device.folder, f"screen-{number}")
         os.makedirs(self.folder)
@@ -188,6 +189,9 @@ class Screen:
         self.server.wait()
 
     def defects(self):
+        """Lines of the program's standard error that tell of a defect, unless the test has made it crash."""
+        if self.is_to_crash:
+            return []
         return [line for line in self.errors().split("\n") if lab.DEFECTS.search(line)]
 
 

@@ -154,7 +154,9 @@ SPW_CString Terminal::unfitness() {
         return hasName ? SPW_CString(u"the terminal \"") + terminalName() + u"\" (TERM) is not known"
                        : SPW_CString(u"TERM does not say what terminal this is");
     }
-    if (capability("cup") == nullptr || capability("clear") == nullptr)
+    const bool hasScreen = capability("cup") != nullptr && capability("clear") != nullptr;
+    del_curterm(cur_term);
+    if (!hasScreen)
         return SPW_CString(u"the terminal \"") + terminalName() + u"\" (TERM) has no screen";
     return SPW_CString();
 }
@@ -167,9 +169,9 @@ bool Terminal::open() {
     if (tcgetattr(STDIN_FILENO, &m_formerModes) != 0)
         return false;
     use_tioctl(TRUE);
-    if (newterm(nullptr, stdout, stdin) == nullptr)
+    m_screen = newterm(nullptr, stdout, stdin);
+    if (m_screen == nullptr)
         return false;
-    m_isOpen = true;
     TerminalRescue::arm(STDOUT_FILENO, m_formerModes, leavingSequence());
     setModes();
     setColours();
@@ -221,11 +223,12 @@ std::string Terminal::leavingSequence() const {
 }
 
 void Terminal::close() {
-    if (!m_isOpen)
+    if (m_screen == nullptr)
         return;
-    m_isOpen = false;
     endwin();
     tcsetattr(STDIN_FILENO, TCSADRAIN, &m_formerModes);
+    delscreen(m_screen);
+    m_screen = nullptr;
     TerminalRescue::disarm();
 }
 

@@ -8,6 +8,8 @@
 #include "Input.h"
 #include "SPW_CString.h"
 
+struct screen;  // of ncurses
+
 // The terminal on standard input and output: shows canvases and reads keys and the mouse, by ncurses.
 //
 // From open() to close() the screen is the program's. Whatever ends the program in between, the terminal is put back
@@ -47,7 +49,7 @@ private:
     std::string leavingSequence() const;
     void showCell(const Canvas::Cell& cell, int x, int y);
 
-    bool m_isOpen = false;
+    screen* m_screen = nullptr;  // while it is open
     bool m_canSuspend = false;
     bool m_hasColours = false;
     const Glyphs* m_glyphs = &kAsciiGlyphs;
