@@ -32,7 +32,7 @@ Canvas::Canvas(int width, int height, const Glyphs& glyphs)
       m_cells(static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height)) {}
 
 const Canvas::Cell& Canvas::cell(int x, int y) const {
-    return m_cells[static_cast<std::size_t>(y * m_width + x)];
+    return m_cells[indexOf(x, y)];
 }
 
 SPW_CString Canvas::line(int y) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "Glyphs.h"
@@ -89,7 +90,11 @@ public:
 
 private:
     bool isInside(int x, int y) const { return x >= 0 && x < m_width && y >= 0 && y < m_height; }
-    Cell& at(int x, int y) { return m_cells[static_cast<std::size_t>(y * m_width + x)]; }
+    std::size_t indexOf(int x, int y) const {
+        const int index = y * m_width + x;
+        return static_cast<std::size_t>(index);
+    }
+    Cell& at(int x, int y) { return m_cells[indexOf(x, y)]; }
     void release(int x, int y);
     void set(int x, int y, char32_t character, int columns, Style style);
     void mark(int x, int y, char32_t character);

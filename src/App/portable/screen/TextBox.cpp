@@ -31,8 +31,8 @@ void TextBox::draw(Canvas& canvas) {
     canvas.frame(frame, m_title);
     m_room = std::max(text.height, 1);
     m_first = std::clamp(m_first, 0, std::max(count - m_room, 0));
-    for (int i = 0; i < text.height && m_first + i < count; ++i)
-        canvas.put(text.x, text.y + i, m_lines[static_cast<std::size_t>(m_first + i)], Look::kBox, text.width);
+    for (int line = m_first; line < std::min(m_first + text.height, count); ++line)
+        canvas.put(text.x, text.y + line - m_first, m_lines[static_cast<std::size_t>(line)], Look::kBox, text.width);
 
     SPW_CString hint(u" Esc closes ");
     if (count > m_room) {
