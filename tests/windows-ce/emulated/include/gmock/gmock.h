@@ -80,6 +80,52 @@ struct EndMatcher : Matcher {
     std::string wanted;
 };
 
+struct StartMatcher : Matcher {
+    explicit StartMatcher(std::string wanted) : wanted(std::move(wanted)) {}
+    bool matches(const std::string& text) const { return text.compare(0, wanted.size(), wanted) == 0; }
+    std::string wanted;
+};
+
+template <typename M>
+struct AnElementMatcher : Matcher {
+    explicit AnElementMatcher(M matcher) : matcher(std::move(matcher)) {}
+    template <typename Container>
+    bool matches(const Container& container) const {
+        for (const auto& element : container) {
+            if (matcher.matches(element)) {
+                return true;
+            }
+        }
+        return false;
+    }
+    M matcher;
+};
+
+// Each wanted one is there, and as often as it is wanted.
+template <typename T>
+struct SupersetMatcher : Matcher {
+    explicit SupersetMatcher(std::vector<T> wanted) : wanted(std::move(wanted)) {}
+    template <typename Container>
+    bool matches(const Container& container) const {
+        std::vector<bool> isTaken(container.size(), false);
+        for (const T& one : wanted) {
+            std::size_t place = 0;
+            for (const auto& element : container) {
+                if (!isTaken[place] && element == one) {
+                    break;
+                }
+                ++place;
+            }
+            if (place == isTaken.size()) {
+                return false;
+            }
+            isTaken[place] = true;
+        }
+        return true;
+    }
+    std::vector<T> wanted;
+};
+
 struct PartMatcher : Matcher {
     explicit PartMatcher(std::string wanted) : wanted(std::move(wanted)) {}
     bool matches(const std::string& text) const { return text.find(wanted) != std::string::npos; }
@@ -109,6 +155,22 @@ auto Not(T unwanted) {
 }
 inline auto IsEmpty() {
     return internal::EmptyMatcher();
+}
+inline auto StartsWith(std::string start) {
+    return internal::StartMatcher(std::move(start));
+}
+template <typename T>
+auto Contains(T wanted) {
+    return internal::AnElementMatcher<decltype(internal::matcherOf(wanted))>(internal::matcherOf(std::move(wanted)));
+}
+template <typename T>
+auto IsSupersetOf(std::initializer_list<T> wanted) {
+    return internal::SupersetMatcher<T>(wanted);
+}
+template <typename Container>
+auto IsSupersetOf(const Container& wanted) {
+    return internal::SupersetMatcher<std::decay_t<decltype(*std::begin(wanted))>>(
+        {std::begin(wanted), std::end(wanted)});
 }
 inline auto EndsWith(std::string end) {
     return internal::EndMatcher(std::move(end));
