@@ -37,6 +37,7 @@ class ElfToCoffTest(unittest.TestCase):
     def test_constructors_and_destructors_go_to_the_lists(self):
         self.assertEqual(translate('.section .init_array,"aw"', '.word _GLOBAL__sub_I_x(target1)'),
                          ['.section .ctors,"w"', '.word _GLOBAL__sub_I_x'])
+        self.assertEqual(translate('.section .ctors,"aw",%progbits'), ['.section .ctors,"w"'])
         self.assertEqual(translate('.section .fini_array,"aw"'), ['.section .dtors,"w"'])
         self.assertEqual(translate('.section .dtors,"aw",%progbits'), ['.section .dtors,"w"'])
 

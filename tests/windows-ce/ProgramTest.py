@@ -149,15 +149,26 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(image.base + entry, link_map.symbol("WinMainCRTStartup"))
         self.assertTrue(image.section_of(entry)["flags"] & CODE)
 
+    def functions_in(self, image, link_map, section, name):
+        """How many functions the start-up object goes through; all that the objects have brought."""
+        address = link_map.symbol(name) - image.base
+        self.assertEqual(image.word(address), 0xFFFFFFFF, name)
+        count = 0
+        while (function := image.word(address + 4 * (count + 1))) != 0:
+            self.assertTrue(image.section_of(function - image.base)["flags"] & EXECUTABLE, name)
+            count += 1
+        self.assertEqual(4 * count, link_map.bytes_of(section), name)
+        return count
+
     def test_every_constructor_and_destructor_is_called(self):
-        for section, name in ((".ctors", "__CTOR_LIST__"), (".dtors", "__DTOR_LIST__")):
-            address = link_map.symbol(name) - image.base
-            self.assertEqual(image.word(address), 0xFFFFFFFF, name)
-            count = 0
-            while (function := image.word(address + 4 * (count + 1))) != 0:
-                self.assertTrue(image.section_of(function - image.base)["flags"] & EXECUTABLE, name)
-                count += 1
-            self.assertEqual(4 * count, link_map.bytes_of(section), name)
+        self.functions_in(image, link_map, ".ctors", "__CTOR_LIST__")
+        self.functions_in(image, link_map, ".dtors", "__DTOR_LIST__")
+
+    def test_a_program_with_a_constructor_and_a_destructor_has_them_in_its_lists(self):
+        base = os.path.join(build, "tests", "windows-ce", "windows-ce-constructors")
+        image, link_map = Image(base + ".exe"), Map(base + ".map")
+        self.assertEqual(self.functions_in(image, link_map, ".ctors", "__CTOR_LIST__"), 1)
+        self.assertEqual(self.functions_in(image, link_map, ".dtors", "__DTOR_LIST__"), 1)
 
     def test_no_object_has_a_weak_symbol(self):
         objects = glob.glob(os.path.join(build, "**", "*.o"), recursive=True)

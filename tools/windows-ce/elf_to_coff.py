@@ -22,7 +22,7 @@ DROPPED = {"type", "size", "fpu", "eabi_attribute", "hidden", "protected", "inte
            "object_arch"}
 # ELF section's first part -> (our section, flags)
 SECTIONS = {"text": (".text", "x"), "rodata": (".rdata", "dr"), "data": (".data", "w"), "bss": (".bss", "b")}
-POINTERS = {".init_array": ".ctors", ".fini_array": ".dtors", ".dtors": ".dtors"}
+POINTERS = {".init_array": ".ctors", ".ctors": ".ctors", ".fini_array": ".dtors", ".dtors": ".dtors"}
 UNUSED_SECTIONS = (".note", ".comment", ".ARM")
 
 
