@@ -5,7 +5,6 @@ with the test's process, and the program with its terminal.
 """
 
 import os
-import re
 import signal
 import subprocess
 
@@ -125,13 +124,13 @@ class Screen:
                                f"without {texts!r}")
 
     def wait_for_row(self, label, condition=lambda cells: True):
-        """The cells of a row, the label not among them, once they meet the condition."""
+        """The mark and the other cells of a row, once all of them are filled and meet the condition."""
         def look(lines):
             for line in lines:
                 mark, rest = line[:2], line[2:]
-                if rest.startswith(label) and re.search(r"\d/\d", rest):
-                    cells = rest[len(label):].split()
-                    return (condition(cells) and (mark.strip(), *cells)) or None
+                cells = rest[len(label):].split()
+                if rest.startswith(label) and len(cells) == 5 and condition(cells):
+                    return (mark.strip(), *cells)
             return None
         return self.wait_until(look, f"row {label!r}")
 
