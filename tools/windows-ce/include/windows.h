@@ -1,5 +1,5 @@
 // Declarations of Windows CE 3.0 for ARM: exactly what the sources below w32/ folders use.
-// tools/windows-ce/check-declarations compares them with the desktop's and lists those that differ on purpose.
+// tests/windows-ce/DeclarationsTest.py compares them with the desktop's and lists those that differ on purpose.
 //
 // The resource compiler reads this too; it understands the definitions of numbers alone.
 #pragma once
