@@ -18,6 +18,7 @@ import ResourcesTest  # noqa: E402
 
 ICON, DIALOG, GROUP_ICON, VERSION = 3, 5, 14, 16
 CODE, WRITABLE, EXECUTABLE = 0x20, 0x80000000, 0x20000000
+FIXED_PLACE, PROGRAM, WORDS_OF_32_BITS, LIBRARY = 0x0001, 0x0002, 0x0100, 0x2000
 LARGEST = 300 * 1024
 
 
@@ -64,10 +65,12 @@ class Image:
         """library -> names"""
         found, entry = {}, self.directory(1)[0]
         while (library := self.word(entry + 12)) != 0:
-            names, thunk = found.setdefault(self.text(library).lower(), set()), self.word(entry)
+            names, thunk, address = found.setdefault(self.text(library).lower(), set()), self.word(entry), self.word(entry + 16)
             while (name := self.word(thunk)) != 0:
-                names.add(self.text(name + 2) if not name & 0x80000000 else f"number {name & 0xFFFF}")
-                thunk += 4
+                # Where the function's address will stand, its name stands before: some loaders look only there.
+                names.add(f"number {name & 0xFFFF}" if name & 0x80000000 else
+                          self.text(name + 2) if self.word(address) == name else "a name in one of two places")
+                thunk, address = thunk + 4, address + 4
             entry += 20
         return found
 
@@ -115,6 +118,10 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(image.number("<H", image.optional + 70), 0, "DLL characteristics")
         self.assertEqual(image.number("<I", image.optional + 72), 0x10000, "stack")
         self.assertEqual([image.directory(i) for i in range(16) if i not in (1, 2, 12)], [(0, 0)] * 13)
+
+    def test_is_a_program_that_cannot_be_moved_and_no_library(self):
+        told = image.number("<H", image.header + 22)
+        self.assertEqual(told & (FIXED_PLACE | PROGRAM | WORDS_OF_32_BITS | LIBRARY), FIXED_PLACE | PROGRAM | WORDS_OF_32_BITS)
 
     def test_sections_follow_one_another_and_none_is_both_writable_and_executable(self):
         alignment = image.number("<I", image.optional + 32)
