@@ -25,7 +25,8 @@ class GroupScreenTest(screen.ScreenTest):
         programs = [peer.measure() for peer in peers]
         window = self.open()
         window.start_test()
-        everything = lambda cells: cells[0] == "100" and all(received(cell) >= 3 for cell in cells[1:])
+        # Whatever quality: of probes that a busy machine reads late, some count as lost.
+        everything = lambda cells: all(received(cell) >= 3 for cell in cells[1:])
         # Without their names in the first test: a device announces what it was called when its own last one began.
         window.wait_for_row("10.77.0.2 (pocket2)", everything)
         window.wait_for_row("10.77.0.3 (pocket3)", everything)
@@ -34,8 +35,8 @@ class GroupScreenTest(screen.ScreenTest):
         self.assertEqual(lines[1], BUTTONS_RUNNING)
         self.assertEqual(lines[2].split(), HEADERS)
         self.assertEqual(lines[3].split(), UNITS)
-        self.assertRegex(lines[4], r"^  10\.77\.0\.[23] \(pocket[23]\) +100( +\d+/\d+){4}$")
-        self.assertRegex(lines[5], r"^  10\.77\.0\.[23] \(pocket[23]\) +100( +\d+/\d+){4}$")
+        self.assertRegex(lines[4], r"^[! ] 10\.77\.0\.[23] \(pocket[23]\) +\d+( +\d+/\d+){4}$")
+        self.assertRegex(lines[5], r"^[! ] 10\.77\.0\.[23] \(pocket[23]\) +\d+( +\d+/\d+){4}$")
         self.assertEqual(lines[6:23], [""] * 17)
         self.assertRegex(lines[23], r"^running  test 1  0:0\d:\d\d  log VantiroDiagnostics\.txt  ")
         window.keys("t")
@@ -129,6 +130,14 @@ class KeysTest(screen.ScreenTest):
         window.keys("C-c")
         self.assertEqual(window.wait(), 0)
 
+    def test_a_report_that_was_asked_for_is_in_the_log_though_the_user_quits_at_once(self):
+        window = self.open()
+        window.start_test()
+        window.wait_for("127.0.0.1 (self)")
+        window.type("lq")
+        self.assertEqual(window.wait(), 0)
+        self.device.wait_for_log_line(r"S Name: 127\.0\.0\.1 \(self\)")
+
     def test_a_peer_is_added_field_by_field(self):
         window = self.open()
         window.wait_until_ready()
@@ -158,7 +167,9 @@ class KeysTest(screen.ScreenTest):
         window.keys("Tab")
         window.type("printer")
         window.keys("Enter")
-        window.wait_for("10.77.0.9 added")
+        # A row that comes at once is what the status line tells of instead.
+        window.wait_until(lambda lines: any(text in line for line in lines for text in (
+            "10.77.0.9 added", "10.77.0.9 (printer)")), "the peer is there")
         self.device.wait_for_log_line("Created VTR_CPinger to 10.77.0.9")
 
     def test_the_info_is_that_of_a_report_file_and_scrolls(self):
@@ -303,7 +314,8 @@ class AppearanceTest(screen.ScreenTest):
     def test_an_error_of_the_reporter_is_a_box(self):
         self.device.write_hive("[HKEY_CURRENT_USER\\Software]\nnonsense\n")
         window = self.open()
-        window.wait_for("┌─", "[ OK ]")
+        # The box may be there before the engine is, whose title it is.
+        window.wait_for("10.77.0.1  (pocket1)", "┌─", "[ OK ]")
         self.assertEqual(window.lines()[0], "10.77.0.1  (pocket1)")
         window.wait_until(lambda lines: window.keys("Enter") or not any("[ OK ]" in line for line in lines),
                           "all boxes have been read")
@@ -319,6 +331,11 @@ class AppearanceTest(screen.ScreenTest):
             window.keys("Enter")
             window.wait_without("cannot listen")
             window.wait_for("running  test 1")
+            # Tried again in vain, it is said again.
+            window.keys("t")
+            window.wait_for("stopped  test 1")
+            window.keys("s")
+            window.wait_for("cannot listen: udp listener", "test 2")
 
 
 class LeavingTest(screen.ScreenTest):
@@ -339,10 +356,10 @@ class LeavingTest(screen.ScreenTest):
         window.keys("q")
         self.assertEqual(window.wait(), 0)
         self.assert_terminal_is_as_before(window)
+        window.wait_for("1 of 1 peer reachable (quality at least 1 %)")
         text = window.text()
         self.assertRegex(text, r"\d\d:\d\d:\d\d  test 1, result after \d+ s")
-        self.assertRegex(text, r"127\.0\.0\.1 \(self\) +100 +0/0 +0/0 +0/0 +\d+/\d+")
-        self.assertIn("1 of 1 peer reachable (quality at least 1 %)", text)
+        self.assertRegex(text, r"127\.0\.0\.1 \(self\) +\d+ +0/0 +0/0 +0/0 +\d+/\d+")
 
     def test_without_a_test_nothing_is_printed(self):
         window = self.open()
@@ -359,7 +376,7 @@ class LeavingTest(screen.ScreenTest):
                 window.signal(number)
                 self.assertEqual(window.wait(), 0)
                 self.assert_terminal_is_as_before(window)
-                self.assertIn("result after", window.text())
+                window.wait_for("result after")
 
     def test_signals_that_crash_restore(self):
         for number in (signal.SIGSEGV, signal.SIGABRT, signal.SIGQUIT, signal.SIGBUS):
@@ -433,14 +450,14 @@ class WithoutScreenTest(screen.ScreenTest):
             with self.subTest(name):
                 script = f"TERM='{name}' {lab.program_path()} -duration 0.2 -peer 127.0.0.1"
                 window = self.open(shell=f"exec sh -c 'cd {self.device.folder}; {script.replace(chr(39), chr(34))}; exec cat'", width=130)
-                window.wait_for(said, "going on without a screen, as with -headless", "result after 0 s")
+                window.wait_for(said, "going on without a screen, as with -headless", "result after")
 
     def test_an_input_that_is_no_terminal_means_headless(self):
         window = self.open("-duration", "0.2", "-peer", "127.0.0.1", input_from="/dev/null", width=130)
         window.wait()
-        self.assertIn("result after 0 s", window.text())
+        window.wait_for("result after")
 
     def test_headless_means_headless_on_a_terminal_too(self):
         window = self.open("-headless", "-duration", "0.2", "-peer", "127.0.0.1", width=130)
         window.wait()
-        self.assertIn("result after 0 s", window.text())
+        window.wait_for("result after")

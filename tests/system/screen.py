@@ -6,6 +6,7 @@ with the test's process, and the program with its terminal.
 
 import os
 import signal
+import socket
 import subprocess
 
 import lab
@@ -39,7 +40,7 @@ class Screen:
         with device.inside():
             self.server = subprocess.Popen([*launcher, "tmux", "-D", "-u", "-S", self.socket, "-f", self.settings],
                                            cwd=device.folder, env=variables, stdin=subprocess.DEVNULL)
-        lab.eventually(lambda: os.path.exists(self.socket), lab.PATIENCE, "tmux is up")
+        lab.eventually(self._server_listens, lab.PATIENCE, "tmux is up")
         command = shell or self._shell_command(arguments, input_from)
         self._tmux("new-session", "-d", "-x", str(width), "-y", str(height), "-c", device.folder, command)
 
@@ -59,6 +60,11 @@ class Screen:
         return f"exec sh {script}"
 
     # --- tmux
+
+    def _server_listens(self):
+        """A client that comes between the making of the socket and that would start a server of its own, elsewhere."""
+        with socket.socket(socket.AF_UNIX) as client:
+            return client.connect_ex(self.socket) == 0
 
     def _tmux(self, *arguments):
         result = subprocess.run(["tmux", "-S", self.socket, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
@@ -213,4 +219,5 @@ class ScreenTest(lab.SystemTest):
 
     def assert_terminal_is_as_before(self, screen):
         self.assertEqual(screen.terminal_after(), screen.terminal_before())
-        self.assertEqual(screen.modes(), ("0", "1", "0", "0"))
+        # What the program has written last may still be on its way to tmux.
+        screen.wait_until(lambda _: screen.modes() == ("0", "1", "0", "0"), "the terminal's modes of before")
