@@ -14,6 +14,10 @@ sigset_t waitedFor() {
     sigemptyset(&set);
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2, SIGTSTP, SIGCONT, SIGWINCH})
         sigaddset(&set, number);
+    // One that the program was started to ignore stays ignored; blocked, it would come all the same.
+    struct sigaction hangup;
+    if (sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler == SIG_IGN)
+        sigdelset(&set, SIGHUP);
     return set;
 }
 

@@ -11,8 +11,8 @@
 namespace {
 
 // All that would end the program without asking it.
-constexpr int kDeadly[] = {SIGQUIT, SIGILL,  SIGTRAP, SIGABRT, SIGBUS,    SIGFPE,  SIGSEGV,
-                           SIGSYS,  SIGXCPU, SIGALRM, SIGPROF, SIGVTALRM, SIGPOLL, SIGPWR};
+constexpr int kDeadly[] = {SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,   SIGBUS,  SIGFPE, SIGSEGV,  SIGSYS,
+                           SIGXCPU, SIGALRM, SIGPROF, SIGVTALRM, SIGPOLL, SIGPWR, SIGSTKFLT};
 
 // A handler that runs in the middle of anything may touch nothing else than plain data that was there before.
 std::atomic<bool> isArmed{false};
@@ -62,13 +62,18 @@ void releaseStandardError() {
     }
 }
 
+bool isFault(int number, const siginfo_t& info) {
+    const bool canBe = number == SIGSEGV || number == SIGBUS || number == SIGILL || number == SIGFPE;
+    return canBe && info.si_code > 0 && info.si_code != SI_KERNEL;
+}
+
 // The former action is what ends the program, and what says why: a fault happens again when this returns, with its own
-// address and stack; a signal that somebody sent is sent again.
+// address and stack; any other signal is sent again.
 void onDeadlySignal(int number, siginfo_t* info, void*) {
     TerminalRescue::restore();
     const int* const place = std::find(std::begin(kDeadly), std::end(kDeadly), number);
     sigaction(number, &formerActions[place - std::begin(kDeadly)], nullptr);
-    if (info->si_code <= 0 || info->si_code == SI_KERNEL)
+    if (!isFault(number, *info))
         raise(number);
 }
 
