@@ -85,10 +85,8 @@ void EngineWorker::start() {
     });
     SPW_CArray<SPW_CString> failures;
     m_engine->listenerFailures(failures);
-    for (int i = 0; i < failures.numberOfElements(); ++i) {
-        (void)m_box.show(SPW_CString(u"cannot listen: ") + explainedFailure(failures[i]), u"Linkometry",
-                         SPW_CMessageBox::kOk, SPW_CMessageBox::kIconError);
-    }
+    for (int i = 0; i < failures.numberOfElements(); ++i)
+        m_box.tell(SPW_CString(u"cannot listen: ") + explainedFailure(failures[i]), u"Linkometry");
 }
 
 void EngineWorker::stop() {
@@ -102,8 +100,7 @@ void EngineWorker::work() {
     for (;;) {
         std::unique_lock<std::mutex> guard(m_lock);
         m_asked.wait(guard, [this] { return m_isFinished || !m_tasks.empty(); });
-        // The first task, which makes the engine, is done in any case.
-        if (m_isFinished && m_engine != nullptr)
+        if (m_tasks.empty())
             return;
         const std::function<void()> task = std::move(m_tasks.front());
         m_tasks.pop_front();

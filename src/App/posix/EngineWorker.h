@@ -41,8 +41,8 @@ public:
     std::vector<News> takeNews();
     RowBoard& board() { return m_board; }
 
-    // Ends the thread, when it is through with what it does; what was asked for beyond that is not begun. The engine
-    // stays as it is.
+    // Ends the thread, when it is through with all that was asked for: a report for the log, for one, is written though
+    // the user quits at once. The engine stays as it is.
     void finish();
     // After finish() only.
     TestEngine& engine() { return *m_engine; }

@@ -11,15 +11,12 @@ SPW_CMessageBox::Answer ScreenMessageBox::show(const SPW_CString& text, const SP
     }
     if (buttons == kOk && !remember(text))
         return kAnswerOk;
-    const Message message = {++m_lastNumber, caption, text, buttons};
-    m_unanswered[message.number] = message;
-    m_untaken.push_back(message);
-    m_wakeup.wake();
+    const int number = post(text, caption, buttons);
     if (buttons == kOk || isScreenThread())
         return answerThatGoesOn(buttons);
 
-    m_changed.wait(guard, [&] { return m_isClosed || m_answers.count(message.number) != 0; });
-    const auto answered = m_answers.find(message.number);
+    m_changed.wait(guard, [&] { return m_isClosed || m_answers.count(number) != 0; });
+    const auto answered = m_answers.find(number);
     if (answered == m_answers.end())
         return answerThatGoesOn(buttons);
     const Answer result = answered->second;
@@ -27,13 +24,27 @@ SPW_CMessageBox::Answer ScreenMessageBox::show(const SPW_CString& text, const SP
     return result;
 }
 
+void ScreenMessageBox::tell(const SPW_CString& text, const SPW_CString& caption) {
+    std::unique_lock<std::mutex> guard(m_lock);
+    if (m_isClosed) {
+        guard.unlock();
+        (void)m_console.show(text, caption, kOk, kIconError);
+        return;
+    }
+    (void)post(text, caption, kOk);
+}
+
+// The message's number.
+int ScreenMessageBox::post(const SPW_CString& text, const SPW_CString& caption, Buttons buttons) {
+    const Message message = {++m_lastNumber, caption, text, buttons};
+    m_unanswered[message.number] = message;
+    m_untaken.push_back(message);
+    m_wakeup.wake();
+    return message.number;
+}
+
 bool ScreenMessageBox::remember(const SPW_CString& text) {
-    const std::string bytes = text.toAnsi();
-    if (m_shown.count(bytes) != 0)
-        return false;
-    if (m_shown.size() < kTextsRemembered)
-        m_shown.insert(bytes);
-    return true;
+    return m_shown.size() < kTextsRemembered && m_shown.insert(text.toAnsi()).second;
 }
 
 std::vector<ScreenMessageBox::Message> ScreenMessageBox::take() {

@@ -15,7 +15,7 @@
 // the same text is shown once, as elsewhere. One with a choice blocks its thread until the user has answered. On the
 // screen's own thread, which could never answer itself, the choice is the one with which work goes on.
 //
-// Threads: show() any, the rest the one that made the object.
+// Threads: show() and tell() any, the rest the one that made the object.
 class ScreenMessageBox final : public SPW_CMessageBox {
 public:
     struct Message {
@@ -30,6 +30,10 @@ public:
 
     Answer show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons, Icon icon) override;
 
+    // A message of the program's own, with nothing but OK, that is shown as often as it is told: what the user did
+    // again has failed again. Any thread.
+    void tell(const SPW_CString& text, const SPW_CString& caption);
+
     // The messages that have come since the last call.
     std::vector<Message> take();
     void answer(int number, Answer answer);
@@ -41,10 +45,13 @@ public:
     void waitUntilRead();
 
 private:
-    // Enough for every text that the program's own places can report; further ones are shown each time.
+    // Enough for every text that the program's own places can report; more of them nobody would read, and boxes that
+    // nobody closes must not fill the memory.
     static constexpr std::size_t kTextsRemembered = 256;
 
+    // True when the text is to be shown.
     bool remember(const SPW_CString& text);
+    int post(const SPW_CString& text, const SPW_CString& caption, Buttons buttons);
     bool isScreenThread() const { return std::this_thread::get_id() == m_screenThread; }
 
     Wakeup& m_wakeup;

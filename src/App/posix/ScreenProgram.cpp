@@ -49,14 +49,16 @@ int ScreenProgram::run() {
     return 0;
 }
 
-// 1. The signals, since whoever sent one waits.
-// 2. What the engine has told, so that a key finds the state that it was pressed in, or a later one.
-// 3. The keys.
+// 1. The time, since what follows happens now: a test that was told to run began only now, however long the wait was.
+// 2. The signals, since whoever sent one waits.
+// 3. What the engine has told, so that a key finds the state that it was pressed in, or a later one.
+// 4. The keys.
 void ScreenProgram::waitForSomething() {
     pollfd sources[] = {
         {STDIN_FILENO, POLLIN, 0}, {m_signals.descriptor(), POLLIN, 0}, {m_wakeup.descriptor(), POLLIN, 0}};
     if (poll(sources, std::size(sources), msUntilSomethingIsDue()) < 0)
         return;
+    passTime();
     if (sources[1].revents != 0)
         obeySignals();
     if (sources[2].revents != 0)
@@ -65,6 +67,9 @@ void ScreenProgram::waitForSomething() {
         readInput();
     if ((sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
         m_isTerminalGone = true;
+}
+
+void ScreenProgram::passTime() {
     const std::int64_t now = nowMs();
     if (m_screen.msUntilTick(now) == 0) {
         m_screen.apply(m_worker.board().take());

@@ -27,6 +27,7 @@ public:
 private:
     bool isOver() const { return m_screen.isOver() || m_isTerminalGone || FatalExit::isDue(); }
     void waitForSomething();
+    void passTime();
     int msUntilSomethingIsDue() const;
     void obeySignals();
     void obeySignal(int number);

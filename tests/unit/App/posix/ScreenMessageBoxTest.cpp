@@ -40,6 +40,32 @@ TEST_F(ScreenMessageBoxTest, ABoxWithNothingToDecideKeepsNobodyWaitingAndIsShown
     EXPECT_TRUE(m_box.take().empty());
 }
 
+TEST_F(ScreenMessageBoxTest, WhatNeverEndsIsNotShownForEver) {
+    for (int i = 0; i < 1000; ++i)
+        (void)m_box.show(SPW_CString(u"text ") + i, u"Internal Error", SPW_CMessageBox::kOk,
+                         SPW_CMessageBox::kIconError);
+    EXPECT_EQ(m_box.take().size(), 256U);
+    testing::internal::CaptureStderr();
+    m_box.close();
+    (void)testing::internal::GetCapturedStderr();
+}
+
+TEST_F(ScreenMessageBoxTest, WhatIsToldIsShownAsOftenAsItIsTold) {
+    m_box.tell(u"cannot listen", u"Linkometry");
+    m_box.tell(u"cannot listen", u"Linkometry");
+    const std::vector<ScreenMessageBox::Message> messages = m_box.take();
+    ASSERT_EQ(messages.size(), 2U);
+    EXPECT_EQ(messages[1].text, u"cannot listen");
+    EXPECT_EQ(messages[1].buttons, SPW_CMessageBox::kOk);
+    EXPECT_NE(messages[0].number, messages[1].number);
+    m_box.answer(messages[0].number, SPW_CMessageBox::kAnswerOk);
+    testing::internal::CaptureStderr();
+    m_box.close();
+    m_box.tell(u"later", u"Linkometry");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "linkometry: Linkometry: cannot listen\nlinkometry: Linkometry: later\n");
+}
+
 TEST_F(ScreenMessageBoxTest, AThreadWaitsForItsOwnAnswer) {
     std::atomic<int> first{0};
     std::atomic<int> second{0};
