@@ -28,7 +28,7 @@ void History::closePeriod(std::int32_t expected) {
     }
     std::int32_t received = m_receivedNow;
     std::int32_t lost = m_lostNow;
-    returnLateOne(received, expected);
+    returnLateOne(received, lost, expected);
     enterLosses(lost, expected);
     // Only the share of both is shown.
     while (received > kMost || lost > kMost) {
@@ -55,11 +55,16 @@ int History::level(int age, int full) const {
     return std::clamp(full * column.received / (column.received + column.lost), 1, full - 1);
 }
 
-void History::returnLateOne(std::int32_t& received, std::int32_t expected) {
-    if (received <= expected || m_columns.empty() || !fromEnd(0).isSilent())
+void History::returnLateOne(std::int32_t& received, std::int32_t lost, std::int32_t expected) {
+    if (m_columns.empty() || !fromEnd(0).isSilent())
         return;
-    fromEnd(0).received = 1;
-    --received;
+    const bool isAlone = size() < 2 || !fromEnd(1).isSilent();
+    if (received > expected) {
+        fromEnd(0).received = 1;
+        --received;
+    } else if (isAlone && expected == 1 && received == 1 && lost == 0) {
+        fromEnd(0).received = 1;
+    }
 }
 
 void History::enterLosses(std::int32_t& lost, std::int32_t expected) {

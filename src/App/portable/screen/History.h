@@ -8,7 +8,9 @@
 // Losses are found by the gap in front of the next probe that arrives, so while a peer is silent nothing is counted. A
 // period in which nothing came is known to be silent all the same, and when the gap is counted at last, its losses are
 // entered where they belong: in the silent periods. A probe that comes a little late, in the next period, beside that
-// one's own, is put back likewise; otherwise a phase near the border would look like losses.
+// one's own, is put back likewise; otherwise a phase near the border would look like losses. So would one that moves
+// across the border, since nobody's clock is exactly another's: where a period has one probe, a single silent one in
+// front of a probe before which nothing is missing counts as having had its probe.
 //
 // Memory: two bytes a period, never more than kColumns periods. Threads: none.
 class History {
@@ -42,7 +44,7 @@ private:
     void append(Column column);
     Column& fromEnd(int age);
     const Column& fromEnd(int age) const;
-    void returnLateOne(std::int32_t& received, std::int32_t expected);
+    void returnLateOne(std::int32_t& received, std::int32_t lost, std::int32_t expected);
     void enterLosses(std::int32_t& lost, std::int32_t expected);
 
     std::vector<Column> m_columns;  // a ring once it is full

@@ -70,6 +70,31 @@ TEST_F(HistoryTest, OnlyOneLateProbeIsPutBackSinceOnlyOneCanBeLate) {
     EXPECT_EQ(chart(), "8088");
 }
 
+TEST_F(HistoryTest, AProbeThatMovesAcrossTheBorderLeavesNoSilenceBehind) {
+    period(1, 1);
+    period(1, 1);
+    EXPECT_EQ(chart(), "80");
+    period(2, 2);
+    EXPECT_EQ(chart(), "888");
+    period(3, 3);
+    EXPECT_EQ(chart(), "8888");
+}
+
+TEST_F(HistoryTest, TwoSilentPeriodsAreASilenceThoughNothingIsMissingAfterThem) {
+    period(1, 1);
+    period(1, 1);
+    period(1, 1);
+    period(2, 2);
+    EXPECT_EQ(chart(), "8008");
+}
+
+TEST_F(HistoryTest, ASilentPeriodOfSeveralProbesStaysSilent) {
+    period(5, 5, 5);
+    period(5, 5, 5);
+    period(10, 10, 5);
+    EXPECT_EQ(chart(), "808");
+}
+
 TEST_F(HistoryTest, APeriodOfSeveralProbesTakesSeveralLosses) {
     period(5, 5, 5);
     period(5, 5, 5);
