@@ -379,7 +379,7 @@ class LeavingTest(screen.ScreenTest):
                 window.wait_for("result after")
 
     def test_signals_that_crash_restore(self):
-        for number in (signal.SIGSEGV, signal.SIGABRT, signal.SIGQUIT, signal.SIGBUS):
+        for number in (signal.SIGSEGV, signal.SIGABRT, signal.SIGQUIT, signal.SIGBUS, signal.SIGALRM):
             with self.subTest(number):
                 window = self.open()
                 window.start_test()

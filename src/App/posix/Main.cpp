@@ -55,8 +55,6 @@ int runScreen(const CommandLine& options, Terminal& terminal) {
 }
 
 int runHeadless(const CommandLine& options) {
-    blockRequestSignals();
-
     ConsoleMessageBox box;
     SPW_CError::instance->setMessageBox(&box);
     SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);  // as with a screen
@@ -108,6 +106,8 @@ int main(int argc, char** argv) {
     if (!unknown.isEmpty())
         std::fprintf(stderr, "linkometry: %s\n", unknown.toAnsi());
     raiseDescriptorLimit();
+    // Before there is a screen, which none of them may leave standing, and before the first thread.
+    blockRequestSignals();
     Terminal terminal;
     return canShowScreen(options) && terminal.open() ? runScreen(options, terminal) : runHeadless(options);
 }
