@@ -143,7 +143,7 @@ TEST_F(AddPeerBoxTest, AFieldIsEditedInItsMiddle) {
     type(m_box, "\xe4");
     press(m_box, {Input::kHome, Input::kDelete});
     press(m_box, {Input::kEnter});
-    EXPECT_EQ(m_commands.asked, Texts{"add 0.0.0.0=o\u00e4r"});
+    EXPECT_EQ(m_commands.asked, Texts{std::string("add 0.0.0.0=") + SPW_CString(u"o\u00e4r").toAnsi()});
 }
 
 TEST_F(AddPeerBoxTest, AFieldIsChosenWithTheMouse) {
