@@ -4,19 +4,9 @@
 #include <iterator>
 
 #include "ForeignText.h"
+#include "UnattendedAnswer.h"
 
 namespace {
-
-SPW_CMessageBox::Answer answerOf(SPW_CMessageBox::Buttons buttons) {
-    switch (buttons) {
-        case SPW_CMessageBox::kRetryCancel:
-            return SPW_CMessageBox::kAnswerCancel;
-        case SPW_CMessageBox::kAbortRetryIgnore:
-            return SPW_CMessageBox::kAnswerIgnore;
-        default:
-            return SPW_CMessageBox::kAnswerOk;
-    }
-}
 
 // Whom an information is for does not care which class found it out; an error's place helps to mend it.
 SPW_CString whatToSay(const SPW_CString& text, const SPW_CString& caption, SPW_CMessageBox::Icon icon) {
@@ -44,5 +34,5 @@ SPW_CMessageBox::Answer ConsoleMessageBox::show(const SPW_CString& text, const S
     const std::lock_guard<std::mutex> guard(m_lock);
     if (m_shown.size() < kTextsRemembered && m_shown.insert(line).second)
         std::fprintf(stderr, "linkometry: %s", line.c_str());
-    return answerOf(buttons);
+    return answerThatGoesOn(buttons);
 }

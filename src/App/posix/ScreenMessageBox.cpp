@@ -1,6 +1,6 @@
 #include "ScreenMessageBox.h"
 
-#include "QuestionBox.h"
+#include "UnattendedAnswer.h"
 
 SPW_CMessageBox::Answer ScreenMessageBox::show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons,
                                                Icon icon) {

@@ -82,14 +82,3 @@ void QuestionBox::press(int button) {
     if (button >= 0)
         m_answer = m_answers[static_cast<std::size_t>(button)];
 }
-
-SPW_CMessageBox::Answer answerThatGoesOn(SPW_CMessageBox::Buttons buttons) {
-    switch (buttons) {
-        case SPW_CMessageBox::kRetryCancel:
-            return SPW_CMessageBox::kAnswerCancel;
-        case SPW_CMessageBox::kAbortRetryIgnore:
-            return SPW_CMessageBox::kAnswerIgnore;
-        default:
-            return SPW_CMessageBox::kAnswerOk;
-    }
-}

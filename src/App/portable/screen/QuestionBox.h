@@ -24,6 +24,3 @@ private:
     int m_focus = 0;
     SPW_CMessageBox::Answer m_answer = SPW_CMessageBox::kNone;
 };
-
-// The answer with which work goes on when nobody can be asked.
-SPW_CMessageBox::Answer answerThatGoesOn(SPW_CMessageBox::Buttons buttons);

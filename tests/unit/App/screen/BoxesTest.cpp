@@ -11,6 +11,7 @@
 #include "StringPrinting.h"
 #include "TextBox.h"
 #include "TextLines.h"
+#include "UnattendedAnswer.h"
 
 namespace {
 
