@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "AddPeerForm.h"
 #include "CommandLine.h"
 #include "ForeignText.h"
 #include "Require.h"
