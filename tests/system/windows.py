@@ -73,18 +73,25 @@ class WindowsDevice:
                            "".join(f'"{name}"="{lab.escaped(text)}"\n' for name, text in settings.items()))
 
     def _start_screen(self):
-        # Each network namespace has a screen 0 of its own; a socket in the file system would be that of all.
+        # Each network namespace has a screen 0 of its own; what its server has in the file system, a socket and for a
+        # moment the map of the keyboard, would be that of all of them.
         read, write = os.pipe()
-        with self.device.inside():
+        log = os.path.join(self.device.folder, "screen.log")
+        with self.device.inside(), open(log, "wb") as output:
             self._processes.append(subprocess.Popen(
-                ["setpriv", "--pdeathsig", "KILL", "Xvfb", "-displayfd", str(write), "-nolisten", "unix",
-                 "-screen", "0", "900x480x24"],
-                pass_fds=[write], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+                ["setpriv", "--pdeathsig", "KILL", "unshare", "--mount", "sh", "-c",
+                 'for folder in /tmp /var/lib/xkb; do mount -t tmpfs none $folder || exit; done; exec "$0" "$@"',
+                 "Xvfb", "-displayfd", str(write), "-nolisten", "unix", "-screen", "0", "900x480x24"],
+                pass_fds=[write], stdin=subprocess.DEVNULL, stdout=output, stderr=output))
         os.close(write)
         with os.fdopen(read) as number:
-            if not select.select([number], [], [], 60)[0]:
-                raise AssertionError("there is no screen within 60 s")
-            return ":" + number.readline().strip()
+            if not select.select([number], [], [], lab.PATIENCE)[0]:
+                raise AssertionError(f"there is no screen within {lab.PATIENCE} s")
+            display = number.readline().strip()
+        if not display:
+            with open(log, encoding="utf-8", errors="replace") as file:
+                raise AssertionError("there is no screen: " + file.read())
+        return ":" + display
 
     def _start_driver(self):
         """On a very busy machine Wine now and then hangs while it comes up, and is then started once more."""
