@@ -46,7 +46,11 @@ TEST(TickExtenderTest, NoThreadSeesItGoBack) {
             threads.emplace_back([&] {
                 std::uint64_t before = 0;
                 for (int n = 0; n < kReads; ++n) {
-                    const std::uint64_t now = extender.now([&] { return tick.fetch_add(1); });
+                    const std::uint64_t now = extender.now([&] {
+                        const std::uint32_t read = tick.fetch_add(1);
+                        std::this_thread::yield();  // others come in between
+                        return read;
+                    });
                     EXPECT_GE(now, before);
                     before = now;
                 }
