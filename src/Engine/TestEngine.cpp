@@ -198,7 +198,10 @@ void TestEngine::logReport() {
 
 void TestEngine::addPeer(const PeerRecord& peer) {
     const SPW_CGuard control(m_controlLock);
-    m_addedPeers.append(peer);
+    {
+        const SPW_CGuard guard(m_lock);
+        m_addedPeers.append(peer);
+    }
     createProbes(peer);
 }
 
@@ -231,6 +234,22 @@ SPW_CString TestEngine::localInfo() const {
 
 SPW_Result TestEngine::logEvent(const SPW_CString& text, std::int32_t waitMs) {
     return m_log.isOn() ? m_log.log(showableText(text), waitMs) : 0;
+}
+
+void TestEngine::knownAddresses(SPW_CArray<SPW_CString>& addresses) const {
+    addresses.empty();
+    const SPW_CGuard guard(m_lock);
+    for (int i = 0; i < m_addedPeers.numberOfElements(); ++i) {
+        addresses.append(m_addedPeers[i].address);
+    }
+    if (m_settings.includeNamedIpAddresses) {
+        for (int i = 0; i < m_settings.namedPeerAddresses.numberOfElements(); ++i) {
+            addresses.append(m_settings.namedPeerAddresses[i]);
+        }
+    }
+    for (int i = 0; i < m_peers.size(); ++i) {
+        addresses.append(m_peers.at(i).address());
+    }
 }
 
 void TestEngine::snapshot(SPW_CArray<PeerRowValues>& rows) const {

@@ -65,6 +65,10 @@ public:
     std::int32_t testNumber() const { return m_testNumber; }
     // How long lies between two probes of one kind to one peer, in milliseconds, as of the latest start.
     std::int32_t periodMs() const;
+    // The addresses that have a row, or get one at the next start: those that were added, those that the settings named
+    // at the latest start (before the first, when the engine was built), and those that were discovered. An address may
+    // come more than once. addresses is emptied first.
+    void knownAddresses(SPW_CArray<SPW_CString>& addresses) const;
     // The values of all rows, in order of addition. rows is emptied first.
     void snapshot(SPW_CArray<PeerRowValues>& rows) const;
 
@@ -140,14 +144,14 @@ private:
 
     // Calls of start(), stop() and addPeer() wait here for one another. Taken before all other locks.
     SPW_CCriticalSection m_controlLock;
-    SPW_CArray<PeerRecord> m_addedPeers;
 
     // Held from counting until the sink has been told. Taken before m_lock.
     SPW_CCriticalSection m_sinkLock;
 
-    // The engine lock, and what it guards. Settings, identity and announcement change under both this and the control
-    // lock, so that whoever holds either may read them.
+    // The engine lock, and what it guards. Added peers, settings, identity and announcement change under both this and
+    // the control lock, so that whoever holds either may read them.
     mutable SPW_CCriticalSection m_lock;
+    SPW_CArray<PeerRecord> m_addedPeers;
     Settings m_settings;
     Identity m_identity;
     SPW_CString m_announcement;

@@ -4,20 +4,48 @@
 
 namespace {
 
-bool isOctet(const SPW_CString& text) {
-    SPW_CIpAddress address;
-    return SPW_CIpAddress::parse(text + u".0.0.0", address);
+constexpr int kLargestOctet = 255;
+
+// A whole number from 0 to 255, with as many zeros before it as its user likes.
+bool readOctet(const SPW_CString& text, std::uint8_t& octet) {
+    int value = 0;
+    for (int i = 0; i < text.length(); ++i) {
+        const char16_t digit = text.at(i);
+        if (digit < u'0' || digit > u'9') {
+            return false;
+        }
+        value = value * 10 + (digit - u'0');
+        if (value > kLargestOctet) {
+            return false;
+        }
+    }
+    octet = static_cast<std::uint8_t>(value);
+    return !text.isEmpty();
 }
 
 }  // namespace
 
-AddPeerForm::Field AddPeerForm::firstFault(SPW_CString& message) const {
+SPW_CString whyNotAdded(const SPW_CString& address, const SPW_CArray<SPW_CString>& known) {
+    for (int i = 0; i < known.numberOfElements(); ++i) {
+        if (known[i] == address) {
+            return address + u" is a peer already";
+        }
+    }
+    return SPW_CString();
+}
+
+AddPeerForm::Field AddPeerForm::firstFault(const SPW_CArray<SPW_CString>& known, SPW_CString& message) const {
     message.clear();
     for (int octet = kFirstOctet; octet <= kFourthOctet; ++octet) {
-        if (!isOctet(texts[octet])) {
+        std::uint8_t value = 0;
+        if (!readOctet(texts[octet], value)) {
             message = u"Please enter a whole number from 0 to 255";
             return static_cast<Field>(octet);
         }
+    }
+    message = whyNotAdded(peer().address, known);
+    if (!message.isEmpty()) {
+        return kFourthOctet;
     }
     if (texts[kName].length() > kPeerNameLimit) {
         message.format(u"Please enter at most %d characters", kPeerNameLimit);
@@ -27,12 +55,12 @@ AddPeerForm::Field AddPeerForm::firstFault(SPW_CString& message) const {
 }
 
 PeerRecord AddPeerForm::peer() const {
-    const SPW_CString dot(u".");
-    SPW_CIpAddress address;
-    (void)SPW_CIpAddress::parse(
-        texts[kFirstOctet] + dot + texts[kSecondOctet] + dot + texts[kThirdOctet] + dot + texts[kFourthOctet], address);
+    std::uint8_t octets[kName] = {};
+    for (int i = kFirstOctet; i <= kFourthOctet; ++i) {
+        (void)readOctet(texts[i], octets[i]);
+    }
     PeerRecord peer;
-    peer.address = address.toText();
+    peer.address = SPW_CIpAddress(octets[0], octets[1], octets[2], octets[3]).toText();
     peer.name = texts[kName];
     return peer;
 }

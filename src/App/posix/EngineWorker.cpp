@@ -44,6 +44,10 @@ void EngineWorker::addPeer(const PeerRecord& peer) {
     });
 }
 
+void EngineWorker::knownAddresses(SPW_CArray<SPW_CString>& addresses) const {
+    m_engine->knownAddresses(addresses);
+}
+
 void EngineWorker::askForInfo() {
     ask([this] {
         const SPW_CString text = m_engine->localInfo();

@@ -34,6 +34,7 @@ public:
     void resetStatistics() override;
     void logReport() override;
     void addPeer(const PeerRecord& peer) override;
+    void knownAddresses(SPW_CArray<SPW_CString>& addresses) const override;
     void askForInfo() override;
     void answerMessage(int message, SPW_CMessageBox::Answer answer) override;
 

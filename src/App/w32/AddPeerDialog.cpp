@@ -9,7 +9,7 @@ constexpr int kControls[AddPeerForm::kFields] = {IDC_OCTET_1, IDC_OCTET_2, IDC_O
 
 }  // namespace
 
-AddPeerDialog::AddPeerDialog() : Dialog(IDD_ADD_PEER) {}
+AddPeerDialog::AddPeerDialog(const TestEngine& engine) : Dialog(IDD_ADD_PEER), m_engine(engine) {}
 
 void AddPeerDialog::onInitialise() {
     const AddPeerForm form;
@@ -32,8 +32,10 @@ void AddPeerDialog::accept() {
     for (int field = 0; field < AddPeerForm::kFields; ++field) {
         form.texts[field] = textOf(kControls[field]);
     }
+    SPW_CArray<SPW_CString> known;
+    m_engine.knownAddresses(known);
     SPW_CString message;
-    const AddPeerForm::Field wrong = form.firstFault(message);
+    const AddPeerForm::Field wrong = form.firstFault(known, message);
     if (wrong == AddPeerForm::kFields) {
         m_peer = form.peer();
         end(IDOK);

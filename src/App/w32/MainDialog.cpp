@@ -233,7 +233,7 @@ void MainDialog::stopTest() {
 }
 
 void MainDialog::addPeer() {
-    AddPeerDialog dialog;
+    AddPeerDialog dialog(*m_engine);
     if (dialog.runModal(window()) == IDOK) {
         m_engine->addPeer(dialog.peer());
     }

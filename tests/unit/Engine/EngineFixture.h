@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -95,6 +96,16 @@ protected:
         std::vector<std::string> result;
         for (int i = 0; i < rows.numberOfElements(); ++i) {
             result.emplace_back(rows[i].label.toAnsi());
+        }
+        return result;
+    }
+    // Each once, in order.
+    std::set<std::string> knownAddresses() {
+        SPW_CArray<SPW_CString> addresses;
+        engine().knownAddresses(addresses);
+        std::set<std::string> result;
+        for (int i = 0; i < addresses.numberOfElements(); ++i) {
+            result.emplace(addresses[i].toAnsi());
         }
         return result;
     }

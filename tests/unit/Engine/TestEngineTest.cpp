@@ -176,6 +176,24 @@ TEST_F(TestEngineTest, TestsAreNumberedThroughTheEnginesLife) {
                             " ---- Test 2 complete ---", " ---- Test 3 starting ---", " ---- Test 3 complete ---"));
 }
 
+TEST_F(TestEngineTest, KnownAddressesAreThoseThatWereAddedNamedOrDiscovered) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.8");
+    engine().addPeer(peer(u"10.0.0.7", u"manually added"));
+    // The named one has no row yet, and is to get one.
+    EXPECT_THAT(knownAddresses(), ElementsAre("10.0.0.7", "10.0.0.8"));
+    engine().start();
+    receive(kMulticastListener, u"10.0.0.9", 1);
+    EXPECT_THAT(knownAddresses(), ElementsAre("10.0.0.7", "10.0.0.8", "10.0.0.9"));
+    engine().stop();
+    EXPECT_THAT(knownAddresses(), ElementsAre("10.0.0.7", "10.0.0.8", "10.0.0.9"));
+}
+
+TEST_F(TestEngineTest, NamedPeersThatTheSettingsLeaveOutAreNotKnown) {
+    m_registry.setNamedPeer(u"printer", u"10.0.0.8");
+    m_registry.setSetting(u"peer set includes named-ip-addresses", u"no");
+    EXPECT_THAT(knownAddresses(), IsEmpty());
+}
+
 TEST_F(TestEngineTest, AStartCreatesAddedPeersThenNamedOnesThenTheListeners) {
     m_registry.setNamedPeer(u"printer", u"10.0.0.8");
     engine().addPeer(peer(u"10.0.0.7", u"manually added"));

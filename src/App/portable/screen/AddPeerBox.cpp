@@ -90,7 +90,9 @@ bool AddPeerBox::accept() {
     AddPeerForm form;
     for (int i = 0; i < AddPeerForm::kFields; ++i)
         form.texts[i] = field(i).text();
-    const AddPeerForm::Field fault = form.firstFault(m_fault);
+    SPW_CArray<SPW_CString> known;
+    m_commands.knownAddresses(known);
+    const AddPeerForm::Field fault = form.firstFault(known, m_fault);
     if (fault != AddPeerForm::kFields) {
         moveFocus(fault);
         return false;

@@ -16,6 +16,8 @@ public:
     // Screen::tell follows.
     virtual void logReport() = 0;
     virtual void addPeer(const PeerRecord& peer) = 0;
+    // The addresses that cannot be added once more; answers at once. Only after Screen::ready.
+    virtual void knownAddresses(SPW_CArray<SPW_CString>& addresses) const = 0;
     // Screen::showInfo follows.
     virtual void askForInfo() = 0;
     // What was pressed in the box of a message.

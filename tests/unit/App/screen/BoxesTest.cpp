@@ -121,6 +121,16 @@ TEST_F(AddPeerBoxTest, ANameOfSixteenCharactersIsRefused) {
     EXPECT_EQ(m_commands.asked, Texts{"add 0.0.0.0=123456789012345"});
 }
 
+TEST_F(AddPeerBoxTest, AnAddressThatIsAPeerAlreadyIsRefusedAndMendedAtItsEnd) {
+    m_commands.known = {u"10.0.0.7"};
+    EXPECT_TRUE(type(m_box, "10.0.0.7"));
+    EXPECT_TRUE(press(m_box, {Input::kEnter}));
+    EXPECT_TRUE(isShown(m_box, "10.0.0.7 is a peer already"));
+    EXPECT_TRUE(type(m_box, "8"));
+    EXPECT_FALSE(press(m_box, {Input::kEnter}));
+    EXPECT_EQ(m_commands.asked, Texts{"add 10.0.0.8=manually added"});
+}
+
 TEST_F(AddPeerBoxTest, EscapeAndCancelAddNothing) {
     EXPECT_FALSE(press(m_box, {Input::kEscape}));
     AddPeerBox second(m_commands);

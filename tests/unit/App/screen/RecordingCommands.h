@@ -15,10 +15,17 @@ public:
     void addPeer(const PeerRecord& peer) override {
         asked.push_back(std::string("add ") + peer.address.toAnsi() + "=" + peer.name.toAnsi());
     }
+    void knownAddresses(SPW_CArray<SPW_CString>& addresses) const override {
+        addresses.empty();
+        for (const char16_t* address : known) {
+            addresses.append(address);
+        }
+    }
     void askForInfo() override { asked.emplace_back("info"); }
     void answerMessage(int message, SPW_CMessageBox::Answer answer) override {
         asked.push_back("answer " + std::to_string(message) + " " + std::to_string(answer));
     }
 
     std::vector<std::string> asked;
+    std::vector<const char16_t*> known;
 };
