@@ -149,9 +149,28 @@ void TestEngine::start() {
 
 void TestEngine::stop() {
     const SPW_CGuard control(m_controlLock);
+    stopAllProbes();
+    concludeTest();
+}
+
+void TestEngine::stopProbing() {
+    const SPW_CGuard control(m_controlLock);
+    stopAllProbes();
+}
+
+void TestEngine::completeTest() {
+    const SPW_CGuard control(m_controlLock);
+    concludeTest();
+}
+
+// Leaves discoveries closed.
+void TestEngine::stopAllProbes() {
     stopListeners();
     closeDiscoveries();
     stopProbes();
+}
+
+void TestEngine::concludeTest() {
     logReport();
     m_running = false;
     logLine(SPW_CString(u" ---- Test ") + static_cast<int>(m_testNumber) + u" complete ---");

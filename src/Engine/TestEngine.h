@@ -41,8 +41,14 @@ public:
     // and starts all probes. In a running test, starts all over. What fails is logged (see listenerFailures()) and does
     // not keep the rest from running.
     void start();
-    // Ends the test; the statistics stay until the next start.
+    // Ends the test; the statistics stay until the next start. It is stopProbing() and completeTest() in one.
     void stop();
+    // The first half of a stop: no probe is sent or counted any more, so a snapshot shows the test's result. Nothing
+    // has been logged about the result yet, since the log may take its time.
+    // Nobody may add a peer before completeTest().
+    void stopProbing();
+    // The second half: the report lines and the test's end go to the log, and the number is counted up.
+    void completeTest();
     // Sets every peer's counts to zero and tells the sink.
     void resetStatistics();
     // Writes one report line per peer to the log. Waits for the log as long as it takes.
@@ -118,6 +124,8 @@ private:
     void startListeners();
     void stopListeners();
     void stopProbes();
+    void stopAllProbes();
+    void concludeTest();
     void destroyProbes();
     void logConnectorFailure(const char16_t* what, ProbeConnector& connector);
     SPW_CString connectorErrorText(int index) const;

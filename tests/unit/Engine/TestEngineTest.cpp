@@ -163,6 +163,25 @@ TEST_F(TestEngineTest, WithNothingSelectedATestStillLogsItsBeginningAndEnd) {
     EXPECT_EQ(log[2], " ---- Test 1 complete ---");
 }
 
+TEST_F(TestEngineTest, BetweenTheHalvesOfAStopTheResultStandsAndNothingIsLoggedAboutIt) {
+    select(false, true, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    engine().start();
+    engine().stopProbing();
+    EXPECT_EQ(m_sockets.openSockets(), 0);
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+    EXPECT_EQ(engine().testNumber(), 1);
+    EXPECT_EQ(engine().logEvent(u"the result is printed here", TestLog::kNoLimit), 0u);
+    engine().completeTest();
+    EXPECT_FALSE(engine().isRunning());
+    EXPECT_EQ(engine().testNumber(), 2);
+    const std::vector<std::string> log = endAndReadLog();
+    ASSERT_GE(log.size(), 3u);
+    EXPECT_THAT(std::vector<std::string>(log.end() - 3, log.end()),
+                ElementsAre("the result is printed here", StartsWith("S Name: 10.0.0.7 (printer) "),
+                            " ---- Test 1 complete ---"));
+}
+
 TEST_F(TestEngineTest, TestsAreNumberedThroughTheEnginesLife) {
     select(false, false, false, false);
     for (int number = 1; number <= 3; ++number) {
