@@ -25,9 +25,19 @@ SPW_Result ProbeConnector::StartSending() {
     if (m_state == 1) {
         return kProbeAlreadyRunning;
     }
+    if (!m_worker.hasThread()) {
+        m_lastErrorText = m_worker.failureText();
+        return kProbeFailed;
+    }
     m_state = 1;
-    unlock();
+    m_worker.openGate(*this);
     return 0;
+}
+
+void ProbeConnector::askToStop() {
+    if (m_worker.askToStop()) {
+        (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that failed meanwhile
+    }
 }
 
 SPW_Result ProbeConnector::StopSending() {
@@ -35,16 +45,16 @@ SPW_Result ProbeConnector::StopSending() {
         m_lastErrorText = u"Not currently sending";
         return kProbeNotRunning;
     }
+    askToStop();
     m_state = 0;
-    (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that failed meanwhile
-    lock();
+    m_worker.closeGate();
     return 0;
 }
 
 void ProbeConnector::endThread() {
     m_stopRequested = true;
     (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that is closed
-    m_worker.end(*this, m_state == 0);
+    m_worker.end(*this);
 }
 
 void ProbeConnector::onThreadEnd() {
@@ -91,8 +101,8 @@ void ProbeConnector::openSocket() {
     }
 }
 
-// The owner stops by clearing the state (or setting the stop flag) first and closing the published socket then; this
-// publishes first and looks at the two then. Both sides are sequentially consistent, so a socket made while a stop is
+// The owner stops by saying so first and closing the published socket then; this publishes first and looks then whether
+// there is a stop. Both sides are sequentially consistent, so a socket made while a stop is
 // under way is closed by one of them at least, and no operation on it can block for longer than the stop: a connect
 // to a silent address would otherwise hold the stop up until the platform gives up.
 void ProbeConnector::publishSocket(SPW_Socket socket) {

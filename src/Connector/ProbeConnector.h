@@ -19,22 +19,32 @@
 // the sink, on that thread. Socket failures are reported and followed by a new socket one period later, without
 // limit; nothing stops a connector but its owner.
 //
-// One owner thread constructs, starts, stops and destroys. StopSending() and the destructor close the socket, which
-// wakes a connect or send in progress, and wait for the step to end: at most one sleep (1 s) and one sink call.
+// One owner thread constructs, starts, stops and destroys. askToStop() closes the socket, which wakes a connect or send
+// in progress; StopSending() and the destructor do so, too, and wait for the step to end: at most one sleep (1 s) and
+// one sink call.
 class ProbeConnector : public SPW_CThread {
 public:
     ~ProbeConnector() override;
 
-    // 0, or kProbeAlreadyRunning. The first probe goes out at once.
+    // 0, kProbeAlreadyRunning, or kProbeFailed when the connector has no thread (GetLastErrorText() tells why). The
+    // first probe goes out at once.
     [[nodiscard]] SPW_Result StartSending();
+    // Says that a stop comes and ends what blocks the step; returns at once. Whoever stops many asks all of them first.
+    // An idle connector has nothing to end.
+    void askToStop();
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     // The closed socket stays in use, deliberately: the first probe after a restart fails with "not a socket", is
     // reported, and only then is a new socket made. Observers count on this one failed probe per restart.
     [[nodiscard]] SPW_Result StopSending();
-    // Why a stop was refused; empty as long as none was. A second start leaves no text. The owner's thread.
+    // Why a start failed or a stop was refused; empty as long as none was. A second start leaves no text. The owner's
+    // thread.
     SPW_CString GetLastErrorText() const { return m_lastErrorText; }
 
-    void step() override { sendStep(); }
+    void step() override {
+        if (m_worker.mayStep(*this)) {
+            sendStep();
+        }
+    }
     void finish() override { onThreadEnd(); }
 
 protected:
@@ -69,7 +79,7 @@ protected:
     ProbeEventSink* const m_sink;
 
 private:
-    bool isStopping() const { return m_state != 1 || m_stopRequested; }
+    bool isStopping() const { return m_state != 1 || m_stopRequested || m_worker.isStopAsked(); }
     void openSocket();
     void connectIfNeeded();
     void sendOne();

@@ -1,26 +1,63 @@
 #include "ProbeWorker.h"
 
+#include "ProbeEventSink.h"
+
 void ProbeWorker::begin(SPW_CThread& thread) {
-    // Without the event nobody could wait for the thread's end; the event reports why it cannot be made.
-    if (m_finished.create(false, false, nullptr) != 0) {
+    // Without the event nobody could wait for the thread.
+    m_beginResult = m_handedOver.create(false, false, nullptr);
+    if (m_beginResult != 0) {
         return;
     }
     thread.lock();
-    m_hasThread = thread.start() == 0;  // reported there; a probe object without a thread sends and hears nothing
+    m_beginResult = thread.start();
+    m_isRunning = m_beginResult == 0;
+}
+
+SPW_CString ProbeWorker::failureText() const {
+    return probeFailureText(m_beginResult == VTR_CEvent::kCreateFailed ? u"event failed " : u"thread failed ",
+                            m_beginResult);
+}
+
+void ProbeWorker::openGate(SPW_CThread& thread) {
+    m_stopAsked = false;
+    m_isGateHeld = false;
+    thread.unlock();
+}
+
+bool ProbeWorker::askToStop() {
+    return !m_isGateHeld && !m_stopAsked.exchange(true);
+}
+
+void ProbeWorker::closeGate() {
+    if (m_isGateHeld) {
+        return;
+    }
+    (void)askToStop();
+    (void)m_handedOver.wait(kSPWForever);  // without a limit the wait ends with the event or not at all
+    m_isGateHeld = true;
+}
+
+void ProbeWorker::end(SPW_CThread& thread) {
+    if (!m_isRunning) {
+        return;
+    }
+    closeGate();
+    m_isRunning = false;
+    thread.requestStop();
+    thread.unlock();
+    (void)m_handedOver.wait(kSPWForever);  // as above
+}
+
+bool ProbeWorker::mayStep(SPW_CThread& thread) {
+    if (!m_stopAsked) {
+        return true;
+    }
+    // The thread holds the gate for its step. From here on it is the owner's, who opens it for the thread to go on.
+    (void)m_handedOver.set();  // a thread that runs has its event
+    thread.lock();
+    return false;
 }
 
 void ProbeWorker::signalEnd() {
-    (void)m_finished.set();  // fails only when there is no event, and then there is no thread
-}
-
-void ProbeWorker::end(SPW_CThread& thread, bool gateHeld) {
-    if (!m_hasThread) {
-        return;
-    }
-    m_hasThread = false;
-    thread.requestStop();
-    if (gateHeld) {
-        thread.unlock();
-    }
-    (void)m_finished.wait(kSPWForever);  // without a limit the wait ends with the event or not at all
+    (void)m_handedOver.set();  // as above
 }

@@ -1,10 +1,18 @@
 #pragma once
 
+#include <atomic>
+
+#include "SPW_CString.h"
 #include "SPW_CThread.h"
+#include "SPW_Types.h"
 #include "VTR_CEvent.h"
 
-// How the thread of a probe object comes to life and how its owner waits for its end: the same for connectors,
-// listeners and pingers.
+// The thread of a probe object and its pause gate: how the thread comes to life, is let go, paused and ended. The same
+// for connectors, listeners and pingers.
+//
+// Pausing has two halves, so that an owner of thousands can ask all of them first and wait for each then; the waits
+// last about one step in all. A thread that is asked finishes its step and hands the gate to the owner instead of
+// beginning another, whose sleep the owner would have to sit out.
 //
 // A thread's steps and its finish() are virtual operations of the probe object, and SPW_CThread does not wait for
 // its thread. So every derived probe class waits in its own destructor, while its operations still stand.
@@ -14,15 +22,41 @@ public:
     ProbeWorker(const ProbeWorker&) = delete;
     ProbeWorker& operator=(const ProbeWorker&) = delete;
 
+    // ---- The owner's
+
     // Starts the thread with its pause gate held, so that it blocks before its first step.
     void begin(SPW_CThread& thread);
+    // False when the platform had no thread or no event to give (reported there): no step will ever run.
+    bool hasThread() const { return m_beginResult == 0; }
+    // What begin() gave: 0, or the code of whichever of the two was refused; and that in words.
+    SPW_Result beginResult() const { return m_beginResult; }
+    SPW_CString failureText() const;
+    // Opens the gate, which the owner holds: steps follow one another from now on.
+    void openGate(SPW_CThread& thread);
+    // Asks the thread to hand the gate over after its step. Returns at once; true when the thread has not been asked
+    // before: the owner then ends what blocks the step.
+    bool askToStop();
+    // Waits until the thread has handed the gate over: for the step in progress. Asks it if need be.
+    void closeGate();
+    // Ends the thread and waits for that, the step in progress included. Does nothing when there is none (any more).
+    void end(SPW_CThread& thread);
+
+    // Any thread: whether askToStop() came last, and not openGate().
+    bool isStopAsked() const { return m_stopAsked; }
+
+    // ---- The thread's
+
+    // First thing in a step. False when a stop has been asked for: the gate has been handed over and got back since,
+    // and the step is to return at once.
+    bool mayStep(SPW_CThread& thread);
     // The thread's finish().
     void signalEnd();
-    // Asks the thread to stop and waits without limit until it has left its loop. gateHeld: the owner holds the
-    // pause gate, which is opened to let the thread run out. Does nothing when there is no thread (any more).
-    void end(SPW_CThread& thread, bool gateHeld);
 
 private:
-    VTR_CEvent m_finished;
-    bool m_hasThread = false;
+    // Set when the thread has handed the gate over, and when it has left its loop.
+    VTR_CEvent m_handedOver;
+    std::atomic<bool> m_stopAsked{false};
+    SPW_Result m_beginResult = 0;
+    bool m_isRunning = false;
+    bool m_isGateHeld = true;
 };

@@ -24,23 +24,31 @@ SPW_Result VTR_CPinger::StartPinging() {
     if (m_state == 1) {
         return kProbeAlreadyRunning;
     }
-    unlock();
+    if (!m_worker.hasThread()) {
+        return fail(m_worker.failureText(), m_worker.beginResult());
+    }
+    m_worker.openGate(*this);
     m_state = 1;
     return 0;
+}
+
+void VTR_CPinger::askToStop() {
+    (void)m_worker.askToStop();  // a second time changes nothing
 }
 
 SPW_Result VTR_CPinger::StopPinging() {
     if (m_state == 0) {
         return kProbeNotRunning;
     }
-    lock();
+    askToStop();
+    m_worker.closeGate();
     m_state = 0;
     return 0;
 }
 
 void VTR_CPinger::endThread() {
     m_stopRequested = true;
-    m_worker.end(*this, m_state == 0);
+    m_worker.end(*this);
 }
 
 void VTR_CPinger::onThreadEnd() {

@@ -26,15 +26,22 @@ public:
     VTR_CPinger(ProbeEventSink* sink, const SPW_CString& address, std::int32_t periodMs, std::int32_t dataSize);
     ~VTR_CPinger() override;
 
-    // 0, or kProbeAlreadyRunning.
+    // 0, kProbeAlreadyRunning, or kProbeFailed when the pinger has no thread (GetLastErrorText() tells why).
     [[nodiscard]] SPW_Result StartPinging();
+    // Says that a stop comes; returns at once. Whoever stops many asks all of them first. An idle pinger has nothing
+    // to end.
+    void askToStop();
     // 0, or kProbeNotRunning (no text is stored for that).
     [[nodiscard]] SPW_Result StopPinging();
-    // Text and code of the latest failed ping; reading one empties it. Any thread.
+    // Text and code of the latest failed ping or start; reading one empties it. Any thread.
     SPW_CString GetLastErrorText();
     SPW_Result GetLastErrorCode();
 
-    void step() override { pingStep(); }
+    void step() override {
+        if (m_worker.mayStep(*this)) {
+            pingStep();
+        }
+    }
     void finish() override { onThreadEnd(); }
 
 protected:

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <new>
-#include <vector>
 
 #include "ForeignText.h"
-#include "ParallelWork.h"
 #include "SPW_CClock.h"
 #include "SPW_CSocket.h"
 #include "SettingsStorage.h"
@@ -92,6 +90,17 @@ private:
     TestEngine& m_engine;
 };
 
+// Probes are stopped and destroyed in two phases: all are asked, then each is waited for. Each wait is for one step at
+// most, and all steps end at the same time; one after another, thousands would take minutes.
+template <typename Probe>
+void askAllToStop(const SPW_CArray<Probe*>& probes) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        if (probes[i] != nullptr) {
+            probes[i]->askToStop();
+        }
+    }
+}
+
 template <typename Probe>
 void destroyAll(SPW_CArray<Probe*>& probes, SPW_CCriticalSection& lock) {
     SPW_CArray<Probe*> doomed;
@@ -100,7 +109,9 @@ void destroyAll(SPW_CArray<Probe*>& probes, SPW_CCriticalSection& lock) {
         doomed = probes;
         probes.empty();
     }
-    doInParallel(doomed.numberOfElements(), [&doomed](int i) { delete doomed[i]; });
+    for (int i = 0; i < doomed.numberOfElements(); ++i) {
+        delete doomed[i];
+    }
 }
 
 }  // namespace
@@ -460,6 +471,7 @@ void TestEngine::startListeners() {
 }
 
 void TestEngine::stopListeners() {
+    askAllToStop(m_listeners);
     for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
         if (m_listeners[i] != nullptr && m_listeners[i]->StopListening() != 0) {
             logLine(SPW_CString(u"StopListening failed returned ") + m_listeners[i]->GetLastErrorText());
@@ -467,28 +479,18 @@ void TestEngine::stopListeners() {
     }
 }
 
-// Discoveries are closed. All probes stop at the same time; what they answered is logged in their order.
+// Discoveries are closed.
 void TestEngine::stopProbes() {
-    const int connectors = m_connectors.numberOfElements();
-    const int pingers = m_pingers.numberOfElements();
-    std::vector<SPW_Result> results(static_cast<std::size_t>(connectors + pingers), 0);
-    doInParallel(connectors + pingers, [&](int i) {
-        SPW_Result& result = results[static_cast<std::size_t>(i)];
-        if (i < connectors) {
-            result = m_connectors[i] == nullptr ? 0 : m_connectors[i]->StopSending();
-        } else {
-            VTR_CPinger* pinger = m_pingers[i - connectors];
-            result = pinger == nullptr ? 0 : pinger->StopPinging();
-        }
-    });
-    for (int i = 0; i < connectors + pingers; ++i) {
-        if (results[static_cast<std::size_t>(i)] == 0) {
-            continue;
-        }
-        if (i < connectors) {
+    askAllToStop(m_connectors);
+    askAllToStop(m_pingers);
+    for (int i = 0; i < m_connectors.numberOfElements(); ++i) {
+        if (m_connectors[i] != nullptr && m_connectors[i]->StopSending() != 0) {
             logConnectorFailure(u"StopSending failed returned ", *m_connectors[i]);
-        } else {
-            logLine(SPW_CString(u"StopPinging failed returned ") + connectorErrorText(i - connectors));
+        }
+    }
+    for (int i = 0; i < m_pingers.numberOfElements(); ++i) {
+        if (m_pingers[i] != nullptr && m_pingers[i]->StopPinging() != 0) {
+            logLine(SPW_CString(u"StopPinging failed returned ") + connectorErrorText(i));
         }
     }
 }
@@ -497,6 +499,9 @@ void TestEngine::stopProbes() {
 void TestEngine::destroyProbes() {
     closeDiscoveries();
     m_running = false;
+    askAllToStop(m_connectors);
+    askAllToStop(m_listeners);
+    askAllToStop(m_pingers);
     destroyAll(m_connectors, m_lock);
     destroyAll(m_listeners, m_lock);
     destroyAll(m_pingers, m_lock);

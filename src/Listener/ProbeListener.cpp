@@ -23,6 +23,10 @@ SPW_Result ProbeListener::StartListening() {
     if (m_state == 1) {
         return kProbeAlreadyRunning;
     }
+    if (!m_worker.hasThread()) {
+        m_lastErrorText = m_worker.failureText();
+        return kProbeFailed;
+    }
     // An invalid socket is not looked for here: it cannot be bound.
     const SPW_Socket socket = createSocket();
     m_socket = socket;
@@ -33,7 +37,7 @@ SPW_Result ProbeListener::StartListening() {
         return refuseStart(u"listen failed ", socket);
     }
     m_state = 1;
-    unlock();
+    m_worker.openGate(*this);
     return 0;
 }
 
@@ -43,19 +47,26 @@ SPW_Result ProbeListener::refuseStart(const char16_t* failure, SPW_Socket socket
     return kProbeFailed;
 }
 
-// The order matters: with the state cleared first, a step that accepts a connection after closeClients() sees that it
-// must close it itself; with the clients closed before the gate is taken, a step that waits on one of them is woken.
+// The order matters: with the stop said first, a step that accepts a connection after closeClients() sees that it must
+// close it itself; with the clients closed before the gate is waited for, a step that waits on one of them is woken.
+void ProbeListener::askToStop() {
+    if (!m_worker.askToStop()) {
+        return;
+    }
+    (void)SPW_CSocket::instance->close(m_socket);  // cannot fail: only stops close it
+    if (m_hasClients) {
+        closeClients();
+    }
+}
+
 SPW_Result ProbeListener::StopListening() {
     if (m_state == 0) {
         m_lastErrorText = u"Not currently listening";
         return kProbeNotRunning;
     }
+    askToStop();
     m_state = 0;
-    (void)SPW_CSocket::instance->close(m_socket);  // cannot fail: only stops close it
-    if (m_hasClients) {
-        closeClients();
-    }
-    lock();
+    m_worker.closeGate();
     return 0;
 }
 
@@ -68,10 +79,9 @@ SPW_CString ProbeListener::GetLastErrorText() {
 }
 
 void ProbeListener::endThread() {
-    requestStop();
     m_stopRequested = true;
     (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that is closed
-    m_worker.end(*this, m_state == 0);
+    m_worker.end(*this);
 }
 
 void ProbeListener::onThreadEnd() {

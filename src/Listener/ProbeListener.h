@@ -17,22 +17,29 @@
 // The object's own thread waits for input and hands every received chunk to the packet parser; the probes among them
 // go to the sink, on that thread, with the sender's address. What is no probe is dropped without a trace.
 //
-// One owner thread constructs, starts, stops and destroys. StopListening() and the destructor close the socket, which
-// wakes the wait in progress, and wait for the step to end: as long as its calls of the sink last. They report nothing
-// of what they have woken.
+// One owner thread constructs, starts, stops and destroys. askToStop() closes the sockets, which wakes the wait in
+// progress; StopListening() and the destructor do so, too, and wait for the step to end: as long as its calls of the
+// sink last. Nothing is reported of what they have woken.
 class ProbeListener : public SPW_CThread {
 public:
     ~ProbeListener() override;
 
-    // 0, kProbeAlreadyRunning, or kProbeFailed when the port cannot be had (GetLastErrorText() tells why).
+    // 0, kProbeAlreadyRunning, or kProbeFailed when the port cannot be had or the listener has no thread
+    // (GetLastErrorText() tells why).
     [[nodiscard]] SPW_Result StartListening();
+    // Says that a stop comes and ends what blocks the step; returns at once. An idle listener has nothing to end.
+    void askToStop();
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     [[nodiscard]] SPW_Result StopListening();
     // The listener's kind, " : " and why the latest start failed or stop was refused, which is emptied. A second start
     // leaves no text. The owner's thread.
     SPW_CString GetLastErrorText();
 
-    void step() override { listenStep(); }
+    void step() override {
+        if (m_worker.mayStep(*this)) {
+            listenStep();
+        }
+    }
     void finish() override { onThreadEnd(); }
 
 protected:
@@ -52,7 +59,8 @@ protected:
     // Ends the thread. Every derived class calls it first thing in its destructor, before its operations go.
     void endThread();
 
-    bool isListening() const { return m_state == 1; }
+    // False as soon as a stop has been asked for.
+    bool isListening() const { return m_state == 1 && !m_worker.isStopAsked(); }
     // Whether a call on the listener's thread has failed with this code because StopListening() or the destructor
     // closed its socket, just before the call or during it. That is no failure and never reported.
     bool isFromStop(SPW_Result code) const;

@@ -360,6 +360,82 @@ TYPED_TEST(ProbeStopTest, EveryStartCanBeStoppedAtOnce) {
     }
 }
 
+TYPED_TEST(ProbeStopTest, AskingReturnsAtOnceAndTheStopStillAnswersAsEver) {
+    ASSERT_EQ(this->scenario.start(), 0u);
+    ASSERT_TRUE(this->scenario.waitUntilBlocked());
+    const steady_clock::time_point begin = steady_clock::now();
+    this->scenario.object->askToStop();
+    EXPECT_LT(steady_clock::now() - begin, milliseconds(500));
+    this->expectSoon([this] { EXPECT_EQ(this->scenario.stop(), 0u); });
+    EXPECT_EQ(this->scenario.stop(), 603u);
+}
+
+TYPED_TEST(ProbeStopTest, DestructionAfterAskingReturnsSoon) {
+    ASSERT_EQ(this->scenario.start(), 0u);
+    ASSERT_TRUE(this->scenario.waitUntilBlocked());
+    this->scenario.object->askToStop();
+    this->expectSoon([this] { this->scenario.object.reset(); });
+}
+
+TYPED_TEST(ProbeStopTest, AnIdleObjectThatIsAskedStartsAsEver) {
+    this->scenario.object->askToStop();
+    ASSERT_EQ(this->scenario.start(), 0u);
+    EXPECT_TRUE(this->scenario.waitUntilBlocked());
+    ASSERT_EQ(this->scenario.stop(), 0u);
+    this->scenario.object->askToStop();
+    EXPECT_EQ(this->scenario.start(), 0u);
+    EXPECT_EQ(this->scenario.stop(), 0u);
+}
+
+// --- Many at a time
+
+namespace {
+
+// Senders that are asleep, each for what is left of a second of its own.
+class ProbeStopManyTest : public testing::Test {
+protected:
+    static constexpr int kSenders = 200;
+    // One step lasts a second. One after another, whose sleeps end at any time in a second, they would take a minute
+    // and more.
+    static constexpr milliseconds kAFewSteps{8000};
+
+    ProbeStopManyTest() {
+        for (int i = 0; i < kSenders; ++i) {
+            senders.push_back(std::make_unique<VTR_CUdpConnector>(&sink, u"127.0.0.1", 9, u"me", 60000));
+            EXPECT_EQ(senders.back()->StartSending(), 0u);
+            std::this_thread::sleep_for(milliseconds(1000) / kSenders);
+        }
+    }
+    void askAll() {
+        for (const auto& sender : senders) {
+            sender->askToStop();
+        }
+    }
+
+    WatchedSockets sockets;
+    const ScopedInstance<SPW_CSocket> installed{sockets};
+    RecordingSink sink;
+    std::vector<std::unique_ptr<VTR_CUdpConnector>> senders;
+};
+
+}  // namespace
+
+TEST_F(ProbeStopManyTest, ThoseWhoWereAskedStopInAboutOneStep) {
+    const steady_clock::time_point begin = steady_clock::now();
+    askAll();
+    for (const auto& sender : senders) {
+        EXPECT_EQ(sender->StopSending(), 0u);
+    }
+    EXPECT_LT(steady_clock::now() - begin, kAFewSteps);
+}
+
+TEST_F(ProbeStopManyTest, ThoseWhoWereAskedAreDestroyedInAboutOneStep) {
+    const steady_clock::time_point begin = steady_clock::now();
+    askAll();
+    senders.clear();
+    EXPECT_LT(steady_clock::now() - begin, kAFewSteps);
+}
+
 // --- A stop that meets the making of a socket
 
 namespace {
