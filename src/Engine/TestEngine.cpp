@@ -122,7 +122,7 @@ TestEngine::TestEngine(UiSink* sink, bool loggingOn) : m_sink(sink) {
     (void)m_noDiscovery.create(false, false, nullptr);
     reloadSettings();
     if (loggingOn) {
-        m_log.open(m_settings.logFileName, m_settings.description, m_settings.applicationPath, m_settings.version);
+        openLog();
     }
     refreshIdentity();
 }
@@ -140,6 +140,9 @@ void TestEngine::start() {
     destroyProbes();
     reloadSettings();
     refreshIdentity();
+    if (m_identity.localAddresses.numberOfElements() == 0) {
+        addProblem(StartProblem::ofNoInterface());
+    }
     logSystemReport();
     for (int i = 0; i < m_addedPeers.numberOfElements(); ++i) {
         createProbes({m_addedPeers[i].address, m_addedPeers[i].name, true, true, true});
@@ -290,9 +293,28 @@ void TestEngine::snapshot(SPW_CArray<PeerRowValues>& rows) const {
     }
 }
 
-void TestEngine::listenerFailures(SPW_CArray<SPW_CString>& texts) const {
+void TestEngine::startProblems(SPW_CArray<StartProblem>& problems) const {
+    problems.empty();
+    const SPW_Result logResult = m_log.openResult();
+    if (logResult != 0) {
+        problems.append(StartProblem::ofLog(m_log.path(), logResult));
+    }
     const SPW_CGuard guard(m_lock);
-    texts = m_listenerFailures;
+    for (int i = 0; i < m_startProblems.numberOfElements(); ++i) {
+        problems.append(m_startProblems[i]);
+    }
+}
+
+void TestEngine::retryLog() {
+    const SPW_CGuard control(m_controlLock);
+    if (m_log.openResult() != 0) {
+        reloadSettings();
+        openLog();
+    }
+}
+
+void TestEngine::openLog() {
+    m_log.open(m_settings.logFileName, m_settings.description, m_settings.applicationPath, m_settings.version);
 }
 
 // ---- Settings and identity
@@ -461,10 +483,7 @@ void TestEngine::startListeners() {
     for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
         if (m_listeners[i] != nullptr && m_listeners[i]->StartListening() != 0) {
             const SPW_CString text = m_listeners[i]->GetLastErrorText();
-            {
-                const SPW_CGuard guard(m_lock);
-                m_listenerFailures.append(text);
-            }
+            addProblem(StartProblem::ofListener(text));
             logLine(SPW_CString(u"StartListening failed returned ") + text);
         }
     }
@@ -508,7 +527,12 @@ void TestEngine::destroyProbes() {
     const SPW_CGuard guard(m_lock);
     m_peers.empty();
     m_onceOnly.empty();
-    m_listenerFailures.empty();
+    m_startProblems.empty();
+}
+
+void TestEngine::addProblem(const StartProblem& problem) {
+    const SPW_CGuard guard(m_lock);
+    m_startProblems.append(problem);
 }
 
 void TestEngine::logConnectorFailure(const char16_t* what, ProbeConnector& connector) {

@@ -10,6 +10,7 @@
 #include "SPW_CString.h"
 #include "SPW_Types.h"
 #include "Settings.h"
+#include "StartProblem.h"
 #include "SystemReport.h"
 #include "TestLog.h"
 #include "UiSink.h"
@@ -38,8 +39,8 @@ public:
     TestEngine& operator=(const TestEngine&) = delete;
 
     // Begins a test: forgets the last one, loads the settings again, writes the configuration report to the log, builds
-    // and starts all probes. In a running test, starts all over. What fails is logged (see listenerFailures()) and does
-    // not keep the rest from running.
+    // and starts all probes. In a running test, starts all over. What fails is logged and told (see startProblems()),
+    // and does not keep the rest from running.
     void start();
     // Ends the test; the statistics stay until the next start. It is stopProbing() and completeTest() in one.
     void stop();
@@ -78,12 +79,13 @@ public:
     // The values of all rows, in order of addition. rows is emptied first.
     void snapshot(SPW_CArray<PeerRowValues>& rows) const;
 
-    // The test log's path as the settings gave it when the engine was built.
-    const SPW_CString& logFilePath() const { return m_log.path(); }
-    // What opening the test log gave: 0, or the code of the failure. 0 when logging is off.
-    SPW_Result logOpenResult() const { return m_log.openResult(); }
-    // The error texts of the listeners that could not be started at the last start; empty when all listen.
-    void listenerFailures(SPW_CArray<SPW_CString>& texts) const;
+    // The test log's path, as the settings gave it when the log was opened.
+    SPW_CString logFilePath() const { return m_log.path(); }
+    // What the user must be told: of the log, and of the latest start. problems is emptied first; none: all is well.
+    void startProblems(SPW_CArray<StartProblem>& problems) const;
+    // Tries again to open a log that could not be opened, by the name that the settings give now; nothing otherwise.
+    // For the time before a start, when the cause may be gone. startProblems() tells what came of it.
+    void retryLog();
 
     void onSocketError(std::uint32_t kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
                        const SPW_CString& message) override;
@@ -109,6 +111,7 @@ private:
         SPW_CString displayName;
     };
 
+    void openLog();
     void reloadSettings();
     void refreshIdentity();
     void logSystemReport();
@@ -127,6 +130,7 @@ private:
     void stopAllProbes();
     void concludeTest();
     void destroyProbes();
+    void addProblem(const StartProblem& problem);
     void logConnectorFailure(const char16_t* what, ProbeConnector& connector);
     SPW_CString connectorErrorText(int index) const;
     int rowCount() const;
@@ -168,7 +172,7 @@ private:
     SPW_CArray<ProbeListener*> m_listeners;
     SPW_CArray<VTR_CPinger*> m_pingers;
     OnceOnlyErrors m_onceOnly;
-    SPW_CArray<SPW_CString> m_listenerFailures;
+    SPW_CArray<StartProblem> m_startProblems;  // of the latest start
     bool m_discoveriesClosed = false;
     int m_discoveriesInProgress = 0;
 

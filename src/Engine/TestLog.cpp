@@ -1,8 +1,10 @@
 #include "TestLog.h"
 
+#include <memory>
 #include <new>
 
 #include "SPW_CDir.h"
+#include "SPW_CSysError.h"
 #include "TestLogWriter.h"
 #include "TextHash.h"
 
@@ -12,26 +14,39 @@ TestLog::~TestLog() {
 
 void TestLog::open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
                    const SPW_CString& version) {
-    m_path = path;
     // A device is written to and stays: where a superuser sends the log to /dev/null, that must not become a file.
     if (SPW_CDir::fileExists(path) == 0 && !SPW_CDir::isDevice(path)) {
         // The directory class has reported a failure; the log then goes on in the old file.
         (void)SPW_CDir::removeFile(path);
     }
-    m_writer = new (std::nothrow) TestLogWriter(path, description, application, version, kQueuedLines);
+    std::unique_ptr<TestLogWriter> writer(new (std::nothrow)
+                                              TestLogWriter(path, description, application, version, kQueuedLines));
+    const SPW_Result result = writer != nullptr ? writer->openResult() : SPW_Result{kSysNotEnoughMemory};
+    if (result == 0) {
+        m_writer = writer.release();
+    }
+    const SPW_CGuard guard(m_lock);
+    m_path = path;
+    m_openResult = result;
 }
 
 void TestLog::close() {
-    delete m_writer;
-    m_writer = nullptr;
+    delete m_writer.exchange(nullptr);
+}
+
+SPW_CString TestLog::path() const {
+    const SPW_CGuard guard(m_lock);
+    return m_path;
 }
 
 SPW_Result TestLog::openResult() const {
-    return isOn() ? m_writer->openResult() : 0;
+    const SPW_CGuard guard(m_lock);
+    return m_openResult;
 }
 
 SPW_Result TestLog::log(const SPW_CString& line, std::int32_t waitMs) {
-    return isOn() ? m_writer->log(line, waitMs) : 0;
+    TestLogWriter* const writer = m_writer;
+    return writer != nullptr ? writer->log(line, waitMs) : 0;
 }
 
 namespace {

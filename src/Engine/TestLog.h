@@ -1,18 +1,20 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "ProbeEventSink.h"
 #include "SPW_CArray.h"
+#include "SPW_CCriticalSection.h"
 #include "SPW_CString.h"
 #include "SPW_Types.h"
 
 class TestLogWriter;
 
-// The test log as the engine sees it: the writer of its lines, or nothing while logging is off.
+// The test log as the engine sees it: the writer of its lines, or nothing while logging is off or has no file.
 //
-// Threads: open() once, before anybody else calls; then any thread. Lines wait in the writer's queue, whose room is
-// bounded: a caller says how long it will wait for room.
+// Threads: open() and close() one at a time, close() when nobody else calls any more; all else any thread. Lines wait
+// in the writer's queue, whose room is bounded: a caller says how long it will wait for room.
 class TestLog {
 public:
     static constexpr std::int32_t kNoLimit = -1;  // of a wait, in milliseconds
@@ -23,17 +25,19 @@ public:
     TestLog(const TestLog&) = delete;
     TestLog& operator=(const TestLog&) = delete;
 
-    // Deletes a file of that name (but no device) and begins a new log. Until then logging is off.
+    // Deletes a file of that name (but no device) and begins a new log. Until then logging is off. What cannot be
+    // opened shows in the result, and lines then go nowhere; it may be tried again, until a log is open.
     void open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
               const SPW_CString& version);
     // Writes the lines that still wait and closes the file.
     void close();
     bool isOn() const { return m_writer != nullptr; }
-    const SPW_CString& path() const { return m_path; }
-    // What opening the file gave; 0 while logging is off.
+    // Of the latest open().
+    SPW_CString path() const;
+    // What the latest open() gave; 0 while logging is off.
     SPW_Result openResult() const;
 
-    // 0 when the line was taken or logging is off, 700 when no room came up within waitMs.
+    // 0 when the line was taken or there is no log, 700 when no room came up within waitMs.
     SPW_Result log(const SPW_CString& line, std::int32_t waitMs);
 
     // The lines about probes. data: what the probe carried, or null to leave it out.
@@ -46,8 +50,10 @@ public:
     static SPW_CString lostLine(const SPW_CString& line);
 
 private:
-    TestLogWriter* m_writer = nullptr;
+    std::atomic<TestLogWriter*> m_writer{nullptr};  // owned; there only with an open log
+    mutable SPW_CCriticalSection m_lock;            // guards both below
     SPW_CString m_path;
+    SPW_Result m_openResult = 0;
 };
 
 // Addresses, in no order. Meant for few at a time; a hash beside each keeps a search among many cheap.

@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "ForeignText.h"
-#include "SPW_CSysError.h"
 
 void complain(const SPW_CString& text) {
     std::fprintf(stderr, "linkometry: %s\n", showableText(text).toAnsi());
@@ -14,12 +13,4 @@ int printText(const std::string& text) {
     errno = 0;
     const bool isPrinted = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     return isPrinted ? 0 : errno != 0 ? errno : EIO;
-}
-
-SPW_CString explainedFailure(const SPW_CString& failure) {
-    const int code = failure.afterLast(u" ").toInt();
-    SPW_CString text = failure + u" (" + SPW_CSysError::instance->text(static_cast<SPW_Result>(code));
-    if (code == kSockAddressInUse)
-        text += u"; is another linkometry running?";
-    return text + u")";
 }

@@ -10,6 +10,3 @@
 void complain(const SPW_CString& text);
 // Prints to standard output. 0, or the error number when nobody reads any more or the output's disk is full.
 [[nodiscard]] int printText(const std::string& text);
-
-// A listener's error text, which ends with a number that few know by heart, with that number's meaning.
-SPW_CString explainedFailure(const SPW_CString& failure);

@@ -4,7 +4,22 @@
 
 #include "Console.h"
 #include "SPW_CError.h"
-#include "SPW_CSysError.h"
+
+namespace {
+
+// What the user can do about it, below the problem itself.
+SPW_CString adviceFor(StartProblem::Kind kind) {
+    switch (kind) {
+        case StartProblem::kLogInUse:
+            return u"\nA test can be started when it is free, or when the settings name another log.";
+        case StartProblem::kLogNotOpened:
+            return u"\nTests can be run all the same.";
+        default:
+            return u"";
+    }
+}
+
+}  // namespace
 
 EngineWorker::EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box)
     : m_options(options), m_wakeup(wakeup), m_box(box), m_board(*this) {
@@ -33,7 +48,7 @@ void EngineWorker::resetStatistics() {
 void EngineWorker::logReport() {
     ask([this] {
         m_engine->logReport();
-        tellEvent(m_engine->logOpenResult() == 0 ? u"report lines are in the log" : u"there is no log");
+        tellEvent(openLog().isEmpty() ? u"there is no log" : u"report lines are in the log");
     });
 }
 
@@ -63,34 +78,49 @@ void EngineWorker::answerMessage(int message, SPW_CMessageBox::Answer answer) {
 
 void EngineWorker::makeEngine() {
     m_engine = std::make_unique<TestEngine>(&m_board, true);
-    const SPW_Result logResult = m_engine->logOpenResult();
-    if (logResult != 0) {
-        (void)m_box.show(SPW_CString(u"cannot open the log file ") + m_engine->logFilePath() + u": " +
-                             SPW_CSysError::instance->text(logResult) + u"\nTests can be run all the same.",
-                         u"Linkometry", SPW_CMessageBox::kOk, SPW_CMessageBox::kIconError);
-    }
+    tellProblems();
     // Not before: what keeps the engine from opening its log has just been said in plainer words.
     SPW_CError::instance->setShowErrors(true);
     for (int i = 0; i < m_options.peers.numberOfElements(); ++i)
         m_engine->addPeer(m_options.peers[i]);
-    const SPW_CString title = m_engine->title();
-    const SPW_CString log = logResult == 0 ? m_engine->logFilePath() : SPW_CString();
-    tell([title, log](Screen& screen) { screen.ready(title, log); });
+    tell([title = m_engine->title(), log = openLog()](Screen& screen) { screen.ready(title, log); });
 }
 
-// A listener that cannot be opened makes this device look dead to all others, so the user is told in a box.
 void EngineWorker::start() {
+    m_engine->retryLog();
+    if (hasProblem(problems(), StartProblem::kLogInUse)) {
+        tell([](Screen& screen) { screen.testRefused(); });
+        tellProblems();
+        return;
+    }
     m_board.empty();
     m_lastTest = m_engine->testNumber();
     m_engine->start();
-    const SPW_CString title = m_engine->title();
-    tell([title, number = m_lastTest, period = m_engine->periodMs()](Screen& screen) {
+    tell([title = m_engine->title(), log = openLog(), number = m_lastTest,
+          period = m_engine->periodMs()](Screen& screen) {
+        screen.showLog(log);
         screen.testStarted(title, number, period);
     });
-    SPW_CArray<SPW_CString> failures;
-    m_engine->listenerFailures(failures);
-    for (int i = 0; i < failures.numberOfElements(); ++i)
-        m_box.tell(SPW_CString(u"cannot listen: ") + explainedFailure(failures[i]), u"Linkometry");
+    tellProblems();
+}
+
+SPW_CArray<StartProblem> EngineWorker::problems() const {
+    SPW_CArray<StartProblem> problems;
+    m_engine->startProblems(problems);
+    return problems;
+}
+
+void EngineWorker::tellProblems() {
+    const SPW_CArray<StartProblem> all = problems();
+    for (int i = 0; i < all.numberOfElements(); ++i)
+        m_box.tell(all[i].text + adviceFor(all[i].kind), u"Linkometry");
+}
+
+// Empty when there is none.
+SPW_CString EngineWorker::openLog() const {
+    const bool hasLog =
+        !hasProblem(problems(), StartProblem::kLogInUse) && !hasProblem(problems(), StartProblem::kLogNotOpened);
+    return hasLog ? m_engine->logFilePath() : SPW_CString();
 }
 
 void EngineWorker::stop() {

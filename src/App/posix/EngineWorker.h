@@ -60,6 +60,9 @@ private:
     void makeEngine();
     void start();
     void stop();
+    SPW_CArray<StartProblem> problems() const;
+    void tellProblems();
+    SPW_CString openLog() const;
 
     const CommandLine& m_options;
     Wakeup& m_wakeup;

@@ -8,7 +8,6 @@
 
 #include "Console.h"
 #include "SPW_CClock.h"
-#include "SPW_CSysError.h"
 #include "SnapshotText.h"
 #include "TablePrinter.h"
 
@@ -29,11 +28,8 @@ SPW_CString wholePath(const SPW_CString& path) {
 Headless::Headless(const CommandLine& options, TestEngine& engine) : m_options(options), m_engine(engine) {}
 
 int Headless::run() {
-    if (m_engine.logOpenResult() != 0) {
-        complain(SPW_CString(u"cannot open the log file ") + m_engine.logFilePath() + u": " +
-                 SPW_CSysError::instance->text(m_engine.logOpenResult()));
+    if (!tellProblems())
         return kTestFailed;
-    }
     for (int i = 0; i < m_options.peers.numberOfElements(); ++i)
         m_engine.addPeer(m_options.peers[i]);
 
@@ -51,18 +47,23 @@ int Headless::run() {
     return verdict();
 }
 
-// A listener that cannot be opened would make this device look dead to all others, so that is the end of the run,
-// though the engine itself would go on.
 bool Headless::startTest() {
     m_testNumber = m_engine.testNumber();
     m_testStartedMs = elapsedMs();
     m_engine.start();
-    SPW_CArray<SPW_CString> failures;
-    m_engine.listenerFailures(failures);
-    for (int i = 0; i < failures.numberOfElements(); ++i)
-        complain(SPW_CString(u"cannot listen: ") + explainedFailure(failures[i]));
-    m_canRun = failures.numberOfElements() == 0;
+    m_canRun = tellProblems();
     return m_canRun;
+}
+
+// True when the test can go on. A test without its log is not the one that was asked for, and a listener that cannot be
+// opened would make this device look dead to all others: each is the end of the run, though the engine would go on.
+bool Headless::tellProblems() const {
+    SPW_CArray<StartProblem> problems;
+    m_engine.startProblems(problems);
+    for (int i = 0; i < problems.numberOfElements(); ++i)
+        complain(problems[i].text);
+    return !hasProblem(problems, StartProblem::kLogInUse) && !hasProblem(problems, StartProblem::kLogNotOpened) &&
+           !hasProblem(problems, StartProblem::kListenerNotStarted);
 }
 
 // 1. Sleep until a signal comes or the next duty is due.

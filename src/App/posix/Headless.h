@@ -30,6 +30,7 @@ public:
 
 private:
     bool startTest();
+    bool tellProblems() const;
     void obeyRequests();
     void obey(Request request);
     void printSnapshot(bool isFinal);

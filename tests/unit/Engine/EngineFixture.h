@@ -109,6 +109,15 @@ protected:
         }
         return result;
     }
+    std::vector<std::string> problems() {
+        SPW_CArray<StartProblem> all;
+        engine().startProblems(all);
+        std::vector<std::string> texts;
+        for (int i = 0; i < all.numberOfElements(); ++i) {
+            texts.emplace_back(all[i].text.toAnsi());
+        }
+        return texts;
+    }
     PeerRowValues row(int index) {
         SPW_CArray<PeerRowValues> rows;
         engine().snapshot(rows);

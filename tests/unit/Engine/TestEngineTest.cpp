@@ -37,7 +37,7 @@ TEST_F(TestEngineTest, ItBeginsStoppedWithTestNumberOne) {
 
 TEST_F(TestEngineTest, BuildingItBeginsTheLogAfresh) {
     m_folder.write("log.txt", "an earlier run");
-    EXPECT_EQ(engine().logOpenResult(), 0u);
+    EXPECT_THAT(problems(), IsEmpty());
     EXPECT_EQ(engine().logFilePath(), m_folder.path("log.txt"));
     EXPECT_EQ(engine().logEvent(u"a line", -1), 0u);
     EXPECT_THAT(endAndReadLog(), ElementsAre("a line"));
@@ -60,7 +60,7 @@ TEST_F(TestEngineTest, WithLoggingOffNothingIsWrittenOrDeleted) {
     m_folder.write("log.txt", "an earlier run");
     engine(false).start();
     EXPECT_EQ(engine().logEvent(u"a line", 0), 0u);
-    EXPECT_EQ(engine().logOpenResult(), 0u);
+    EXPECT_THAT(problems(), IsEmpty());
     engine().stop();
     m_engine.reset();
     EXPECT_EQ(m_folder.read("log.txt"), "an earlier run");
@@ -68,10 +68,41 @@ TEST_F(TestEngineTest, WithLoggingOffNothingIsWrittenOrDeleted) {
 
 TEST_F(TestEngineTest, ALogThatCannotBeOpenedShowsAndTheTestRunsAllTheSame) {
     m_registry.setSetting(u"log filename", m_folder.path("missing/log.txt"));
-    EXPECT_NE(engine().logOpenResult(), 0u);
+    const std::string problem =
+        std::string("cannot open the log file ") + m_folder.path("missing/log.txt").toAnsi() + ": Path not found";
+    EXPECT_THAT(problems(), ElementsAre(problem));
     engine().start();
     EXPECT_TRUE(engine().isRunning());
+    EXPECT_THAT(problems(), ElementsAre(problem));
     engine().stop();
+}
+
+TEST_F(TestEngineTest, ALogThatCouldNotBeOpenedIsTriedAgainByTheNameThatTheSettingsGiveThen) {
+    m_registry.setSetting(u"log filename", m_folder.path("missing/log.txt"));
+    engine().retryLog();
+    EXPECT_THAT(problems(), Not(IsEmpty()));
+    m_registry.setSetting(u"log filename", m_folder.path("log.txt"));
+    engine().retryLog();
+    EXPECT_THAT(problems(), IsEmpty());
+    EXPECT_EQ(engine().logFilePath(), m_folder.path("log.txt"));
+    EXPECT_EQ(engine().logEvent(u"a line", -1), 0u);
+    EXPECT_THAT(endAndReadLog(), ElementsAre("a line"));
+}
+
+TEST_F(TestEngineTest, ALogThatIsOpenIsNotTriedAgain) {
+    EXPECT_EQ(engine().logEvent(u"a line", -1), 0u);
+    m_registry.setSetting(u"log filename", m_folder.path("another.txt"));
+    engine().retryLog();
+    EXPECT_EQ(engine().logFilePath(), m_folder.path("log.txt"));
+    EXPECT_THAT(endAndReadLog(), ElementsAre("a line"));
+}
+
+TEST_F(TestEngineTest, ADeviceWithoutAnAddressIsTold) {
+    select(false, true, true, true);
+    m_sockets.setAddresses({});
+    engine().start();
+    EXPECT_THAT(problems(),
+                ElementsAre("no network interface has an address by which other devices could reach this one"));
 }
 
 TEST_F(TestEngineTest, ItTakesAndGivesBackTheSocketLibrary) {
@@ -420,17 +451,14 @@ TEST_F(TestEngineTest, APortInUseIsLoggedAndToldAndTheRestRuns) {
     const SPW_Socket other = m_sockets.openUdp();
     ASSERT_EQ(m_sockets.bind(other, 5009), 0);
     engine().start();
-    SPW_CArray<SPW_CString> failures;
-    engine().listenerFailures(failures);
-    ASSERT_EQ(failures.numberOfElements(), 1);
-    EXPECT_EQ(failures[0], SPW_CString(u"udp listener : bind failed 10048"));
+    EXPECT_THAT(problems(), ElementsAre("cannot listen: udp listener : bind failed 10048 (The address is in use; is "
+                                        "another linkometry running?)"));
     EXPECT_TRUE(engine().isRunning());
     engine().stop();
 
     (void)m_sockets.close(other);
     engine().start();
-    engine().listenerFailures(failures);
-    EXPECT_EQ(failures.numberOfElements(), 0);
+    EXPECT_THAT(problems(), IsEmpty());
     const std::vector<std::string> log = endAndReadControlLines();
     EXPECT_THAT(log, IsSupersetOf({"StartListening failed returned udp listener : bind failed 10048",
                                    "StopListening failed returned udp listener : Not currently listening"}));

@@ -258,8 +258,8 @@ public:
                 ++contradictions;
             }
         }
-        SPW_CArray<SPW_CString> failures;
-        engine->listenerFailures(failures);
+        SPW_CArray<StartProblem> problems;
+        engine->startProblems(problems);
         (void)engine->title();
         (void)engine->isRunning();
         (void)engine->testNumber();

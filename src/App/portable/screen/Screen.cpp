@@ -29,7 +29,7 @@ Screen::Screen(ScreenCommands& commands, std::int64_t durationMs)
 void Screen::ready(const SPW_CString& title, const SPW_CString& logFile) {
     m_isReady = true;
     m_title = title;
-    m_status.logFile = logFile;
+    showLog(logFile);
 }
 
 void Screen::testStarted(const SPW_CString& title, std::int32_t testNumber, std::int64_t periodMs) {
@@ -45,6 +45,11 @@ void Screen::testStarted(const SPW_CString& title, std::int32_t testNumber, std:
     SPW_CString event;
     event.format(u"test %d started", testNumber);
     tell(event);
+}
+
+void Screen::testRefused() {
+    m_status.state = StatusLine::kStopped;
+    tell(u"the test was not started");
 }
 
 void Screen::testStopped() {

@@ -32,8 +32,12 @@ public:
 
     // The engine is there. Before that nothing can be started. logFile: empty when nothing is logged.
     void ready(const SPW_CString& title, const SPW_CString& logFile);
+    // Whether and where there is a log may change with every start.
+    void showLog(const SPW_CString& logFile) { m_status.logFile = logFile; }
     // periodMs: between two probes of one kind to one peer.
     void testStarted(const SPW_CString& title, std::int32_t testNumber, std::int64_t periodMs);
+    // Instead of testStarted(), when no test may run.
+    void testRefused();
     void testStopped();
     // For the status line.
     void tell(const SPW_CString& event) { m_status.event = event; }
