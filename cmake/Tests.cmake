@@ -1,5 +1,9 @@
 include(GoogleTest)
 
+# A line for each test program: its target and its sources. Written anew at each configuration.
+set(LINKOMETRY_TEST_SOURCES "${PROJECT_BINARY_DIR}/test-sources.txt")
+file(WRITE "${LINKOMETRY_TEST_SOURCES}" "")
+
 # Windows programs run under Wine, which keeps its files in the build folder. A path of this machine has a drive there.
 set(LINKOMETRY_TEST_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
 set(LINKOMETRY_TEST_TIMEOUT 60)
@@ -24,6 +28,10 @@ function(linkometry_test target)
   endif()
   string(TOUPPER ${SPW_PLATFORM} platform)
   add_executable(${target} ${ARG_SOURCES} ${ARG_${platform}})
+  # For tools/test-targets, which finds the program that holds a test before it is built.
+  list(TRANSFORM ARG_SOURCES PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" OUTPUT_VARIABLE sources)
+  list(TRANSFORM ARG_${platform} PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" OUTPUT_VARIABLE platform_sources)
+  file(APPEND "${LINKOMETRY_TEST_SOURCES}" "${target};${sources};${platform_sources}\n")
   # The framework's classes carry no RTTI, so neither can what derives from them in a test.
   target_compile_options(${target} PRIVATE -fno-rtti)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} test-support linkometry_warnings GTest::gmock GTest::gtest_main)
