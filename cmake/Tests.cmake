@@ -67,6 +67,11 @@ endfunction()
 # classes may take ten minutes, and are started first.
 #
 # In a Windows build the tests run that build's program, and beside it the one of the build for Linux, which must be there.
+# Tests of the handheld's program run in the 32-bit Wine that tools/windows-ce/make-wine-root makes.
+set(LINKOMETRY_WINE_ENVIRONMENT "")
+if(LINKOMETRY_WINDOWS_CE_HOST)
+  set(LINKOMETRY_WINE_ENVIRONMENT "LINKOMETRY_WINE_ROOT=${PROJECT_SOURCE_DIR}/build/wine-i386")
+endif()
 function(linkometry_system_test file)
   cmake_parse_arguments(ARG "" "" "UNDISTURBED;SLOW" ${ARGN})
   set(path "${PROJECT_SOURCE_DIR}/tests/system/${file}")
@@ -82,7 +87,7 @@ function(linkometry_system_test file)
     set_tests_properties(system.${test} PROPERTIES LABELS netns
       TIMEOUT ${LINKOMETRY_SYSTEM_TEST_TIMEOUT} SKIP_RETURN_CODE 77)
     if(WIN32)
-      set_tests_properties(system.${test} PROPERTIES FIXTURES_REQUIRED wine-files)
+      set_tests_properties(system.${test} PROPERTIES FIXTURES_REQUIRED wine-files ENVIRONMENT "${LINKOMETRY_WINE_ENVIRONMENT}")
     endif()
     string(REGEX REPLACE "^[^.]*\\.([^.]*)\\..*" "\\1" class "${test}")
     if(class IN_LIST ARG_UNDISTURBED)

@@ -13,10 +13,11 @@ from windows import INFO, LOCAL_INFO, PEERS, START
 class HandheldTest(lab.SystemTest):
     def setUp(self):
         super().setUp()
-        self.windows = windows.WindowsDevice(self.lab.device("pocket1"))
+        self.windows = windows.WindowsDevice(self.lab.device("pocket1"), handheld="full")
         self.addCleanup(self.windows.close)
-        shutil.copy2(os.path.join(windows.build_folder(), "tests", "system", "aygshell.dll"),
-                     self.windows.path("windows/system32/aygshell.dll"))
+        if not self.windows.build.is_handheld:
+            shutil.copy2(os.path.join(windows.build_folder(), "tests", "system", "aygshell.dll"),
+                         self.windows.path("windows/system32/aygshell.dll"))
         self.program = self.windows.start()
         self.dialog = self.windows.window("10.77.0.1  (pocket1)")
 

@@ -1,10 +1,12 @@
 """Windows programs on a lab's device: Wine with a screen and a registry of its own, and hands to use the windows with."""
 
 import os
+import re
 import select
 import shutil
 import subprocess
 import time
+import unittest
 
 import lab
 
@@ -18,6 +20,11 @@ LOCAL_INFO = 1049
 OK, CANCEL = 1, 2
 RETURN, ESCAPE = 0x0D, 0x1B
 
+# What run-wine answers where its Wine cannot be had.
+CANNOT_RUN = 77
+# In a journal of the handheld's host.
+DEFECTS = re.compile(r"\] (FAULT|FORMAT|IMPORT|PATH|LOADER) ")
+
 
 def program_path():
     return os.environ["LINKOMETRY_WINDOWS_PROGRAM"]
@@ -27,20 +34,51 @@ def build_folder():
     return os.path.dirname(program_path())
 
 
-def prepared_prefix():
-    """Wine's files as they are after their first start, which takes too long for every test; nothing runs there."""
-    prefix = os.path.join(build_folder(), "wine-original")
-    subprocess.run([RUN_WINE, prefix, "--here"], check=True, stdin=subprocess.DEVNULL)
-    return prefix
+class Build:
+    """A build folder with the program, the driver and Wine's files for them."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.program = os.path.join(folder, "linkometry.exe")
+        self.driver = os.path.join(folder, "tests", "system", "window-driver.exe")
+        # There the program is the host of the handheld's, of 32 bits.
+        self.is_handheld = os.path.exists(os.path.join(folder, "linkometry.arm"))
+
+    def run_wine(self, prefix, *arguments):
+        """(the command that runs Wine with these files, its environment)"""
+        environment = dict(os.environ)
+        if not self.is_handheld:
+            environment.pop("LINKOMETRY_WINE_ROOT", None)
+        return [RUN_WINE, prefix, *arguments], environment
+
+    def call_wine(self, prefix, *arguments):
+        command, environment = self.run_wine(prefix, *arguments)
+        status = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL, check=False).returncode
+        if status == CANNOT_RUN:
+            raise unittest.SkipTest("there is no 32-bit Wine (tools/windows-ce/make-wine-root)")
+        if status != 0:
+            raise AssertionError(f"{command} ended with {status}")
+
+    def prepared_prefix(self):
+        """Wine's files as they are after their first start, which takes too long for every test; nothing runs there."""
+        prefix = os.path.join(self.folder, "wine-original")
+        self.call_wine(prefix, "--here")
+        return prefix
 
 
 class WindowsDevice:
-    """A device of the lab that runs Windows programs, with these settings from the start. Close it before the lab."""
+    """A device of the lab that runs Windows programs, with these settings from the start. Close it before the lab.
 
-    def __init__(self, device, settings=None):
+    Another build's folder may be named than that of the test. `handheld` are words for the host of the handheld's program
+    (tests/windows-ce/host); without any it poses as a desktop, whose files have drives.
+    """
+
+    def __init__(self, device, settings=None, build=None, handheld="desktop,drives,noaygshell"):
         self.device = device
+        self.build = Build(build or build_folder())
+        self.handheld = handheld
         self.prefix = os.path.join(device.folder, "wine")
-        self._copy_files(prepared_prefix())
+        self._copy_files(self.build.prepared_prefix())
         self._set_up_user(settings or {})
         self._processes = []
         self._programs = []
@@ -96,8 +134,7 @@ class WindowsDevice:
     def _start_driver(self):
         """On a very busy machine Wine now and then hangs while it comes up, and is then started once more."""
         for _ in range(2):
-            driver = self._run(os.path.join(build_folder(), "tests", "system", "window-driver.exe"),
-                               stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+            driver = self._run(self.build.driver, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
             driver.stdin.write("heard\n")
             driver.stdin.flush()
             if select.select([driver.stdout], [], [], 60)[0] and driver.stdout.readline() == "nothing\n":
@@ -108,25 +145,33 @@ class WindowsDevice:
         raise AssertionError("Wine does not come up")
 
     def _end_wine(self):
-        subprocess.run([RUN_WINE, self.prefix, "--end"], check=True, stdin=subprocess.DEVNULL)
+        self.build.call_wine(self.prefix, "--end")
 
     def _run(self, program, *arguments, **streams):
         """A process of this machine that is a Windows program in the folder C:\\."""
-        environment = dict(os.environ, DISPLAY=self.screen, TZ="UTC")
+        command, environment = self.build.run_wine(self.prefix, "--here", program, *arguments)
+        environment.update(DISPLAY=self.screen, TZ="UTC")
         options = dict(stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         options.update(streams)
         with self.device.inside():
             process = subprocess.Popen(["unshare", "--uts", "sh", "-c", 'hostname "$0" && exec "$@"', self.device.name,
-                                        RUN_WINE, self.prefix, "--here", program, *arguments], env=environment, text=True,
-                                       **options)
+                                        *command], env=environment, text=True, **options)
         self._processes.append(process)
         return process
 
-    def start(self, *arguments):
-        """Starts linkometry.exe in the folder C:\\. Wine's server kills a process that takes long to end after it has
-        done so as a program of Windows; only other such programs hear what it said."""
-        path = "Z:" + program_path().replace("/", "\\")
-        program = Program(self, self.ask("start", subprocess.list2cmdline([path, *arguments])))
+    def start(self, *arguments, **variables):
+        """Starts linkometry.exe in the folder C:\\, with these variables for the handheld's host. Wine's server kills a
+        process that takes long to end after it has done so as a program of Windows; only other such programs hear what
+        it said."""
+        journal = None
+        if self.build.is_handheld:
+            journal = os.path.join(self.device.folder, f"journal-{len(self._programs)}")
+            host = dict(CE_OPTS=self.handheld, CE_ROOT="C:", CE_LOG="Z:" + journal, CE_FAIL="", CE_THREADS="", CE_PROGRAM="")
+            host.update(variables)
+            for name, value in host.items():
+                self.ask("set", name, value)
+        path = "Z:" + self.build.program.replace("/", "\\")
+        program = Program(self, self.ask("start", subprocess.list2cmdline([path, *arguments])), journal)
         self._programs.append(program)
         return program
 
@@ -185,7 +230,7 @@ class WindowsDevice:
         """The dialog whose caption holds that text; without one, the one without a caption."""
         def explanation():
             self.picture("missing-window")
-            return f"a window {caption!r}; the programs: {[program.status() for program in self._programs]}"
+            return f"a window {caption!r}; the programs: {[str(program) for program in self._programs]}"
         handle = lab.eventually(lambda: int(self.ask("find", caption)), within, explanation, every=0.1)
         return Window(self, handle)
 
@@ -199,15 +244,41 @@ class WindowsDevice:
             process.kill()
             process.wait()
         shutil.rmtree(self.prefix)
+        defects = [line for program in self._programs for line in program.defects()]
+        if defects:
+            raise AssertionError("\n".join(defects))
 
 
 class Program:
     """A Windows program that was started."""
 
-    def __init__(self, owner, handle):
+    def __init__(self, owner, handle, journal):
         assert handle != "0", "the program cannot be started"
         self.owner = owner
         self.handle = handle
+        self._journal = journal
+
+    def __str__(self):
+        return "\n".join([self.status(), *self.journal()[-60:]])
+
+    def journal(self):
+        """What the handheld's host has told so far; nothing of a program without one."""
+        if self._journal is None or not os.path.exists(self._journal):
+            return []
+        with open(self._journal, encoding="utf-8", errors="replace") as file:
+            return file.read().splitlines()
+
+    def take_journal(self):
+        """The same for a test that expects defects in it."""
+        lines = self.journal()
+        self._journal = None
+        return lines
+
+    def defects(self):
+        """What a device would not have forgiven, and what the host does not know."""
+        lines = self.journal()
+        first = next((number for number, line in enumerate(lines) if DEFECTS.search(line)), len(lines))
+        return lines[first:first + 30]
 
     def status(self):
         """The exit status, or "running"."""

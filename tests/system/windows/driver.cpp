@@ -17,6 +17,7 @@
 //     rows HWND ID         how many rows a list has
 //     cell HWND ID ROW COL a list's text
 //     header HWND ID COL   a column's text, format and width
+//     set NAME VALUE       a variable of the environment for the programs that are started from now on
 //     start COMMAND LINE   starts a program; a handle, or 0
 //     status HANDLE        the exit status of that program, or "running"
 //     cost HWND            how many handles, threads and bytes of memory of its own the window's process has
@@ -291,6 +292,12 @@ std::string answer(const std::string& line) {
         Search search{wide(caption)};
         EnumWindows(visit, reinterpret_cast<LPARAM>(&search));
         return std::to_string(reinterpret_cast<std::uintptr_t>(search.found));
+    }
+    if (command == "set") {
+        std::string name;
+        std::string value;
+        std::getline(input >> name >> std::ws, value);
+        return std::to_string(SetEnvironmentVariableW(wide(name).c_str(), wide(value).c_str()));
     }
     if (command == "start") {
         std::string commandLine;
