@@ -2,6 +2,7 @@
 
 #include "ProbeEventSink.h"
 #include "SPW_CError.h"
+#include "SPW_CSysError.h"
 
 // Lines and tags are part of the reports' wording, known to those who read error logs: they do not move with the code.
 const MulticastInterfaces::ReportPlace MulticastInterfaces::kConnectorPlace = {"src/Connector/VTR_CMulticastConnector",
@@ -45,6 +46,10 @@ void MulticastInterfaces::join(SPW_Socket socket, const SPW_CIpAddress& group, c
         return;
     }
     const SPW_Result code = SPW_CSocket::instance->lastError();
+    // A membership belongs to the interface: its second address finds it joined.
+    if (code == kSockAddressInUse) {
+        return;
+    }
     SPW_CString message(u"setsockopt IP_ADD_MEMBERSHIP to ");
     message.append(interfaceAddress.toText());
     message.append(probeFailureText(u" failed reason: ", code));

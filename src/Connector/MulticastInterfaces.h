@@ -26,7 +26,8 @@ public:
     // Code of every report of an enumeration.
     static constexpr SPW_Result kReportCode = 111;
 
-    // Told of each join that failed: the code, and the words for the sink.
+    // Told of each join that failed: the code, and the words for the sink. That the interface is a member already is no
+    // failure.
     typedef std::function<void(SPW_Result code, const SPW_CString& message)> JoinFailed;
 
     explicit MulticastInterfaces(const ReportPlace& place) : m_place(place) {}

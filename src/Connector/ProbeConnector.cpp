@@ -1,6 +1,7 @@
 #include "ProbeConnector.h"
 
 #include "ProbePacket.h"
+#include "SPW_CSysError.h"
 
 ProbeConnector::ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const SPW_CString& targetAddress,
                                std::uint32_t targetPort, const SPW_CString& name, std::int32_t periodMs,
@@ -95,9 +96,10 @@ void ProbeConnector::openSocket() {
         return;
     }
     m_socketNeeded = false;
-    if (m_needsTtl && setTtl(socket, m_ttl) == -1) {
+    const SPW_Result code = m_needsTtl ? setTtl(socket, m_ttl) : SPW_Result{kSysOk};
+    if (code != kSysOk) {
         // The socket is used all the same: its probes reach at least the nearest devices.
-        report(u"set ttl failed ", SPW_CSocket::instance->lastError());
+        report(u"set ttl failed ", code);
     }
 }
 
@@ -146,8 +148,8 @@ void ProbeConnector::report(const char16_t* failure, SPW_Result code) {
     m_sink->onSocketError(m_kind, m_targetPort, m_targetAddress, code, probeFailureText(failure, code));
 }
 
-int ProbeConnector::setTtl(SPW_Socket, std::int32_t) {
-    return -1;
+SPW_Result ProbeConnector::setTtl(SPW_Socket, std::int32_t) {
+    return kSockNotSupported;
 }
 
 int ProbeConnector::connectSocket(SPW_Socket, const SPW_CString&, std::uint32_t) {

@@ -56,13 +56,13 @@ protected:
     void onThreadEnd();
 
     // The transport. Called on the connector's thread, in this order. Every int result is -1 on failure, with the
-    // code in SPW_CSocket's lastError().
+    // code in SPW_CSocket's lastError(); a result that is a code is 0 on success.
     virtual SPW_Socket createSocket() = 0;
     virtual int sendProbe(SPW_Socket socket, const SPW_CString& address, std::uint32_t port, const void* bytes,
                           int length) = 0;
     // The two below fail unless overridden, on purpose: a connector whose flags ask for an operation that it does
     // not have fails loudly at every attempt.
-    virtual int setTtl(SPW_Socket socket, std::int32_t ttl);
+    virtual SPW_Result setTtl(SPW_Socket socket, std::int32_t ttl);
     virtual int connectSocket(SPW_Socket socket, const SPW_CString& address, std::uint32_t port);
 
     // Ends the thread. Every derived class calls it first thing in its destructor, before its operations go.

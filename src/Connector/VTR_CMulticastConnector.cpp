@@ -1,5 +1,7 @@
 #include "VTR_CMulticastConnector.h"
 
+#include "SPW_CSysError.h"
+
 VTR_CMulticastConnector::VTR_CMulticastConnector(ProbeEventSink* sink, const SPW_CString& group, std::uint32_t port,
                                                  const SPW_CString& name, std::int32_t periodMs, std::int32_t ttl)
     : ProbeConnector(kMulticastConnector, sink, group, port, name, periodMs, ttl, false, true),
@@ -20,8 +22,12 @@ int VTR_CMulticastConnector::sendProbe(SPW_Socket socket, const SPW_CString& add
     return sendDatagram(socket, address, port, bytes, length);
 }
 
-int VTR_CMulticastConnector::setTtl(SPW_Socket socket, std::int32_t ttl) {
-    const int result = SPW_CSocket::instance->setMulticastTtl(socket, ttl);
+SPW_Result VTR_CMulticastConnector::setTtl(SPW_Socket socket, std::int32_t ttl) {
+    SPW_Result result = kSysOk;
+    if (SPW_CSocket::instance->setMulticastTtl(socket, ttl) == -1) {
+        // Read before the joins, which may fail with codes of their own.
+        result = SPW_CSocket::instance->lastError();
+    }
     m_interfaces.rejoin(socket, m_groupCopy, [this](SPW_Result code, const SPW_CString& message) {
         m_sink->onSocketError(kMulticastConnector, m_portCopy, m_groupCopy, code, message);
     });

@@ -20,7 +20,7 @@ protected:
     int sendProbe(SPW_Socket socket, const SPW_CString& address, std::uint32_t port, const void* bytes,
                   int length) override;
     // Also joins the group. Fails only when the time-to-live itself cannot be set.
-    int setTtl(SPW_Socket socket, std::int32_t ttl) override;
+    SPW_Result setTtl(SPW_Socket socket, std::int32_t ttl) override;
 
 private:
     MulticastInterfaces m_interfaces;

@@ -10,6 +10,12 @@ constexpr char16_t kHive[] = u"HKEY_CURRENT_USER";
 constexpr char16_t kMainKey[] = u"Software\\Vantiro Networks\\Vantiro Diagnostic";
 constexpr char16_t kNamedPeersKey[] = u"Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses";
 
+// Blanks around an address are easily left behind by hand, and hard to see.
+SPW_CString withoutBlanks(SPW_CString address) {
+    address.trim(u" \t\r\n");
+    return address;
+}
+
 // The registry keys behind the settings; making one makes sure that the keys exist. Lives for one load.
 class SettingsStore {
 public:
@@ -56,7 +62,7 @@ public:
                 address.clear();
             }
             names.append(name);
-            addresses.append(address);
+            addresses.append(withoutBlanks(address));
         }
     }
 
@@ -83,7 +89,7 @@ void loadSettings(Settings& settings, std::int32_t multicastPortOverride) {
     settings.logDataPackets = store.readFlag(u"log data packets", u"no");
     settings.logEvents = store.readFlag(u"log events", u"no");
     settings.logFileName = store.readSetting(u"log filename", u"VantiroDiagnostics.txt");
-    settings.multicastGroup = store.readSetting(u"multicast group", u"228.227.226.225");
+    settings.multicastGroup = withoutBlanks(store.readSetting(u"multicast group", u"228.227.226.225"));
     settings.multicastPort = store.readNumber(u"multicast port", defaultMulticastPort(multicastPortOverride));
     settings.multicastSelected = store.readFlag(u"multicast selected", u"yes");
     settings.multicastTtl = store.readNumber(u"multicast ttl", u"3");

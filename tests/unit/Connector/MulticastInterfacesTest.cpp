@@ -117,6 +117,15 @@ TEST_F(MulticastInterfacesTest, EveryRefusedJoinIsReportedWithItsInterface) {
                                       "10042: setsockopt IP_ADD_MEMBERSHIP to 192.168.1.7 failed reason: 10042"));
 }
 
+TEST_F(MulticastInterfacesTest, SecondAddressOfAnInterfaceFindsItJoinedAndThatIsNoFailure) {
+    sockets.setAddresses({kWired, SPW_CIpAddress(10, 0, 0, 2), kWireless});
+    sockets.failJoinOn(SPW_CIpAddress(10, 0, 0, 2), kSockAddressInUse);
+    connectors.rejoin(sockets.openUdp(), u"228.227.226.225", keepFailure);
+    EXPECT_THAT(failures, IsEmpty());
+    EXPECT_THAT(sockets.memberships(), ElementsAre(Field(&ScriptedSocket::Membership::interfaceAddress, kWired),
+                                                   Field(&ScriptedSocket::Membership::interfaceAddress, kWireless)));
+}
+
 TEST_F(MulticastInterfacesTest, GroupThatIsNoAddressIsRefusedByTheSocketLayer) {
     sockets.setAddresses({kWired});
     connectors.rejoin(sockets.openUdp(), u"group", keepFailure);

@@ -154,8 +154,8 @@ TEST_F(ProbeConnectorTest, MissingSetTtlIsReportedWithEachSocketAndTheSocketUsed
     DrivenConnector<BareConnector> connector(&sink, false, true);
     connector.sendStep();
     connector.sendStep();
-    EXPECT_THAT(sink.take(), ElementsAre(testing::HasSubstr(": set ttl failed "), "sent 2 5009 10.0.0.2 #0: me",
-                                         "sent 2 5009 10.0.0.2 #1: me"));
+    EXPECT_THAT(sink.take(), ElementsAre("error 2 5009 10.0.0.2 10045: set ttl failed 10045",
+                                         "sent 2 5009 10.0.0.2 #0: me", "sent 2 5009 10.0.0.2 #1: me"));
 }
 
 TEST_F(ProbeConnectorTest, MissingConnectIsReportedAtEveryAttemptAndNothingSent) {

@@ -104,6 +104,24 @@ TEST_F(MulticastConnectorTest, RefusedTimeToLiveIsReportedAndTheSocketJoinedAndU
                                          "sent 4 7550 228.227.226.225 #0: me", "sent 4 7550 228.227.226.225 #1: me"));
 }
 
+TEST_F(MulticastConnectorTest, RefusedTimeToLiveBearsItsOwnCodeThoughAJoinFailsAfterIt) {
+    sockets.failNext(ScriptedSocket::kSetMulticastTtl, kSockInvalid);
+    sockets.failJoinOn(kWired, kSockNoBuffers);
+    connector.sendStep();
+    EXPECT_THAT(
+        sink.take(),
+        ElementsAre("error 4 7550 228.227.226.225 10055: setsockopt IP_ADD_MEMBERSHIP to 10.0.0.1 failed "
+                    "reason: 10055",
+                    "error 4 7550 228.227.226.225 10022: set ttl failed 10022", "sent 4 7550 228.227.226.225 #0: me"));
+}
+
+TEST_F(MulticastConnectorTest, TimeToLiveThatWasSetIsNotReportedThoughAJoinFails) {
+    sockets.failJoinOn(kWired, kSockNoBuffers);
+    connector.sendStep();
+    EXPECT_THAT(sink.take(),
+                ElementsAre(testing::HasSubstr("IP_ADD_MEMBERSHIP"), "sent 4 7550 228.227.226.225 #0: me"));
+}
+
 TEST_F(MulticastConnectorTest, WithoutAnInterfaceItReportsOnceAndSendsAllTheSame) {
     sockets.setAddresses({SPW_CIpAddress(127, 0, 0, 1), SPW_CIpAddress(192, 168, 55, 101)});
     connector.sendStep();

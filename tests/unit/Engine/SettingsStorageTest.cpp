@@ -265,6 +265,18 @@ TEST_F(SettingsStorageTest, ANamedPeerOfBytesHasTheirTextAsAddress) {
     EXPECT_EQ(settings.namedPeerAddresses[0], SPW_CString(u"10.0.0.7"));
 }
 
+TEST_F(SettingsStorageTest, BlanksAroundAnAddressAreNoPartOfIt) {
+    m_registry.setNamedPeer(u"dock", u" 10.0.0.7\t ");
+    m_registry.setNamedPeer(u" printer ", u"\r\n10.0.0.8 ");
+    m_registry.setSetting(u"multicast group", u"  228.1.1.1 ");
+    const Settings settings = load();
+    ASSERT_EQ(settings.namedPeerAddresses.numberOfElements(), 2);
+    EXPECT_EQ(settings.namedPeerAddresses[0], SPW_CString(u"10.0.0.7"));
+    EXPECT_EQ(settings.namedPeerAddresses[1], SPW_CString(u"10.0.0.8"));
+    EXPECT_EQ(settings.namedPeerNames[1], SPW_CString(u" printer "));
+    EXPECT_EQ(settings.multicastGroup, SPW_CString(u"228.1.1.1"));
+}
+
 TEST_F(SettingsStorageTest, ALoadForgetsTheNamedPeersOfTheLoadBefore) {
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
     Settings settings = load();
