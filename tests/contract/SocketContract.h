@@ -25,6 +25,8 @@ constexpr SPW_CIpAddress kGroup(228, 227, 226, 225);
 constexpr SPW_CIpAddress kForeign(192, 0, 2, 7);
 // The same as a time-out of select().
 constexpr std::uint32_t kPatienceMs = kPatience.count();
+// Less than the platforms wait before they give a connect up.
+constexpr milliseconds kConnectTimeOut(15000);
 // Long enough for a thread to have reached its blocking call, nearly always.
 constexpr milliseconds kMoment(30);
 

@@ -127,3 +127,15 @@ class DiscoveryTest(lab.SystemTest):
         lab.eventually(lambda: has_joined(device, "eth1"), 40, "membership on the second interface")
         with Announcer(peer, "v|late", "10.78.0.2"):
             program.wait_for_row("10.78.0.2", within=20)
+
+    def test_interface_that_comes_back_with_another_index_is_joined_again(self):
+        self.lab.add_network()
+        device = self.lab.device("pocket1")
+        device.join(1)
+        # Its own announcements would break the silence once a second.
+        device.write_settings({"frequency qty": "1", "frequency units": "minutes"})
+        device.measure()
+        lab.eventually(lambda: has_joined(device, "eth1"), 20, "membership on the second interface")
+        device.reseat("eth1", 1)
+        self.assertFalse(has_joined(device, "eth1"))
+        lab.eventually(lambda: has_joined(device, "eth1"), 40, "membership on the interface that came back")

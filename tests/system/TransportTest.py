@@ -108,6 +108,60 @@ class TcpConnectorTest(lab.SystemTest):
             self.assertEqual(len(receiver.receive_many(10, within=20)), 10)
 
 
+class LostConnectionTest(lab.SystemTest):
+    """Connections whose other end, or whose own address, goes without a word. They last half a minute each."""
+
+    LOST = 30
+    # The kernel's timers double their waits, so that the last of them may come that much later.
+    SLACK = 60
+
+    def setUp(self):
+        super().setUp()
+        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
+
+    def connections(self):
+        """The connections of the device's listener as its kernel knows them."""
+        output = self.device.run("ss", "-Htn", "state", "established", f"sport = :{traffic.PORT}").stdout
+        return len(output.splitlines())
+
+    def test_after_a_change_of_address_probes_go_on_from_the_new_one(self):
+        self.device.configure("tcpip", period=200, peers={"peer": self.peer.address})
+        with traffic.TcpServer(self.peer) as server:
+            program = self.device.measure()
+            with server.accept(20) as end:
+                self.assertEqual(end.receive_packet(), FIRST)
+                self.assertEqual(end.peer[0], self.device.address)
+                with self.device.inside():
+                    lab.ip(f"address delete {self.device.address}/24 dev eth0",
+                           "address add 10.77.0.9/24 brd + dev eth0", "route replace default via 10.77.0.254")
+                before = time.monotonic()
+                with server.accept(self.LOST + self.SLACK) as renewed:
+                    self.assertEqual(renewed.peer[0], "10.77.0.9")
+                    renewed.receive_packet()
+                # Not at once either: what is only delayed arrives.
+                self.assertGreater(time.monotonic() - before, self.LOST / 2)
+        self.device.wait_for_log_line(r"tcpip connector \( 10\.77\.0\.2 \) :send failed 10060$")
+        self.assertTrue(program.is_running())
+
+    def test_peers_that_lose_power_leave_no_connection_behind_and_new_ones_are_served(self):
+        self.device.configure("tcpip", period=200, peers={"peer": self.peer.address})
+        program = self.device.measure()
+        self.device.wait_for_log_line("Created VTR_CTcpipListener")
+        # As many as are watched, and some that wait.
+        for _ in range(70):
+            self.addCleanup(traffic.TcpEnd.connect(self.peer, self.device.address).close)
+        lab.eventually(lambda: self.connections() == 70, 20, lambda: f"70 connections: {self.connections()}")
+        # From now on the peer's kernel says nothing, not even that it knows of no connection.
+        self.peer.unplug()
+        lab.eventually(lambda: self.connections() == 0, self.LOST + self.SLACK,
+                       lambda: f"no connection is left: {self.connections()}")
+        self.device.wait_for_log_line(r"on tcpip listener \( 10\.77\.0\.2 \) :recv failed 10060$")
+        third = self.lab.device("pocket3")
+        with traffic.TcpEnd.connect(third, self.device.address) as late:
+            late.send(FIRST)
+            program.wait_for_row(third.address, within=20)
+
+
 class TcpListenerTest(lab.SystemTest):
     def setUp(self):
         super().setUp()

@@ -223,13 +223,21 @@ class Device:
         interface = f"eth{len(self.addresses)}"
         address = f"10.{77 + network}.0.{self.number}"
         self.addresses.append(address)
+        self._insert(interface, network, address)
+        return interface
+
+    def reseat(self, interface, network):
+        """Takes an interface out and puts it back at once, with the same address and another index."""
+        ip(f"link delete {self._port(interface)}")
+        self._insert(interface, network, self.addresses[network])
+
+    def _insert(self, interface, network, address):
         ip(f"link add {self._port(interface)} type veth peer name {interface} netns {self.name}",
            f"link set {self._port(interface)} master {self.lab.networks[network]} up")
         with self.inside():
             ip(f"address add {address}/24 brd + dev {interface}", f"link set {interface} up")
         # The kernel notices some time later that the cable is plugged in, and drops what is sent until then.
         eventually(lambda: self._is_connected(interface), PATIENCE, f"{self.name}'s {interface} is connected")
-        return interface
 
     def _is_connected(self, interface):
         port = link(self._port(interface))

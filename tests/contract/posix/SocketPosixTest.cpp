@@ -2,11 +2,16 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -14,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "KernelCalls.h"
 #include "OwnNetwork.h"
 #include "Patience.h"
 #include "RealSockets.h"
@@ -36,6 +42,26 @@ protected:
         }
         return open;
     }
+    // The descriptor that the call opens.
+    template <typename Open>
+    static int descriptorOf(Open open) {
+        const std::set<int> before = descriptors();
+        open();
+        for (const int descriptor : descriptors()) {
+            if (before.count(descriptor) == 0) {
+                return descriptor;
+            }
+        }
+        ADD_FAILURE() << "no socket was opened";
+        return -1;
+    }
+    static int option(int descriptor, int level, int name) {
+        int value = -1;
+        socklen_t size = sizeof value;
+        EXPECT_EQ(::getsockopt(descriptor, level, name, &value, &size), 0);
+        return value;
+    }
+    static bool hasAddressReuse(int descriptor) { return option(descriptor, SOL_SOCKET, SO_REUSEADDR) != 0; }
 };
 
 TEST_F(SocketPosixTest, CloseGivesTheDescriptorBack) {
@@ -170,6 +196,137 @@ TEST_F(SocketPosixTest, TheTimeToLiveIsLeftToTheKernel) {
     EXPECT_EQ(s().setMulticastTtl(socket, 256), -1);
     EXPECT_EQ(s().lastError(), kSockInvalid);
     EXPECT_EQ(s().setMulticastTtl(socket, -1), 0) << "the kernel's own default";
+}
+
+// ---- Options ----
+
+TEST_F(SocketPosixTest, AddressReuseIsOnForTcpListenersAndSharedSocketsAndForNothingElse) {
+    SPW_Socket listening = kInvalidSocket;
+    const int listener = descriptorOf([&] { listening = keep(s().openTcp()); });
+    EXPECT_FALSE(hasAddressReuse(listener)) << "nobody knows yet that it will listen";
+    ASSERT_EQ(s().bind(listening, 0), 0);
+    EXPECT_FALSE(hasAddressReuse(listener)) << "it may be a connector's, which has no port of its own";
+    ASSERT_EQ(s().listen(listening, 5), 0);
+    EXPECT_TRUE(hasAddressReuse(listener));
+
+    SPW_Socket connecting = kInvalidSocket;
+    const int connector = descriptorOf([&] { connecting = keep(s().openTcp()); });
+    ASSERT_EQ(s().bind(connecting, 0), 0);
+    ASSERT_EQ(s().connect(connecting, kLoopback, portOf(listening)), 0);
+    EXPECT_FALSE(hasAddressReuse(connector));
+
+    SPW_Socket datagrams = kInvalidSocket;
+    const int udp = descriptorOf([&] { datagrams = keep(s().openUdp()); });
+    ASSERT_EQ(s().bind(datagrams, 0), 0);
+    const std::uint16_t port = portOf(datagrams);
+    ASSERT_EQ(s().close(datagrams), 0);
+    const int bound = descriptorOf([&] { datagrams = keep(s().openUdp()); });
+    ASSERT_EQ(s().bind(datagrams, port), 0);
+    EXPECT_FALSE(hasAddressReuse(bound)) << udp;
+
+    EXPECT_TRUE(hasAddressReuse(descriptorOf([&] { (void)keep(s().openUdpShared()); })));
+}
+
+TEST_F(SocketPosixTest, AConnectionThatLosesItsFarEndIsGivenUpAfterHalfAMinute) {
+    const SPW_Socket listening = listener();
+    SPW_Socket connecting = kInvalidSocket;
+    const int client = descriptorOf([&] { connecting = tcp(); });
+    ASSERT_EQ(s().connect(connecting, kLoopback, portOf(listening)), 0);
+    const int server = descriptorOf([&] { (void)accept(listening); });
+    // The side that sends waits so long for what it sent to be acknowledged.
+    EXPECT_EQ(option(client, IPPROTO_TCP, TCP_USER_TIMEOUT), 30000);
+    EXPECT_EQ(option(client, SOL_SOCKET, SO_KEEPALIVE), 0) << "a connector adds no packets of its own";
+    // The side that only listens asks.
+    EXPECT_NE(option(server, SOL_SOCKET, SO_KEEPALIVE), 0);
+    EXPECT_EQ(option(server, IPPROTO_TCP, TCP_KEEPIDLE) +
+                  option(server, IPPROTO_TCP, TCP_KEEPINTVL) * option(server, IPPROTO_TCP, TCP_KEEPCNT),
+              30);
+}
+
+TEST_F(SocketPosixTest, WhereGroupsCannotBeToldApartOnlyASharedSocketCannotBeHad) {
+    KernelCalls kernel;
+    kernel.refusesOption = [](int level, int option) { return level == IPPROTO_IP && option == IP_MULTICAST_ALL; };
+    const SPW_Socket receiver = boundUdp();
+    EXPECT_EQ(sendTo(udp(), portOf(receiver), "x"), 1);
+    EXPECT_EQ(receiveFrom(receiver), "x");
+    EXPECT_EQ(s().openUdpShared(), kInvalidSocket);
+    EXPECT_EQ(s().lastError(), kSockNoProtocolOption);
+}
+
+// ---- A close in the moment before a wait ----
+
+TEST_F(SocketPosixTest, AConnectWhoseSocketIsClosedJustBeforeItsWaitEndsAtOnce) {
+    const auto [address, port] = m_implementation.silentTarget();
+    const SPW_Socket socket = tcp();
+    KernelCalls kernel;
+    // By now the call has found the socket open.
+    kernel.beforeConnect = [&] { EXPECT_EQ(s().close(socket), 0); };
+    const std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+    const Failure end = outcome(s().connect(socket, address, port));
+    EXPECT_EQ(end.result, -1);
+    EXPECT_EQ(end.code, kSockNotSocket);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kConnectTimeOut) << "it has ended by itself";
+}
+
+TEST_F(SocketPosixTest, AnAcceptWhoseSocketIsClosedJustBeforeItsWaitEndsAtOnce) {
+    const SPW_Socket listening = listener();
+    KernelCalls kernel;
+    kernel.beforeAccept = [&] { EXPECT_EQ(s().close(listening), 0); };
+    SPW_CIpAddress peer;
+    EXPECT_EQ(s().accept(listening, peer), kInvalidSocket);
+    EXPECT_EQ(s().lastError(), kSockNotSocket);
+}
+
+TEST_F(SocketPosixTest, AConnectionAcceptedFromASocketThatIsClosedMeanwhileIsGivenBack) {
+    const SPW_Socket listening = listener();
+    const SPW_Socket client = tcp();
+    ASSERT_EQ(s().connect(client, kLoopback, portOf(listening)), 0);
+    const std::set<int> before = descriptors();
+    KernelCalls kernel;
+    kernel.afterAccept = [&] { EXPECT_EQ(s().close(listening), 0); };
+    SPW_CIpAddress peer;
+    EXPECT_EQ(s().accept(listening, peer), kInvalidSocket);
+    EXPECT_EQ(s().lastError(), kSockNotSocket);
+    EXPECT_EQ(peer, SPW_CIpAddress());
+    EXPECT_EQ(descriptors().size(), before.size() - 1) << "the listening socket has gone and nothing has come";
+    EXPECT_EQ(receive(client), 0);
+}
+
+// ---- Groups ----
+
+TEST_F(SocketPosixTest, AMembershipIsLeftThoughItsInterfaceHasComeBackAsAnother) {
+    OwnNetwork network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason();
+    }
+    constexpr SPW_CIpAddress kAddress(10, 79, 0, 1);
+    const SPW_Socket member = keep(s().openUdpShared());
+    // One more than a socket may have.
+    for (int i = 0; i <= 20; ++i) {
+        ASSERT_TRUE(network.replaceInterface("pair0", "10.79.0.1/24")) << network.reason();
+        ASSERT_EQ(s().joinGroup(member, kGroup, kAddress), 0) << "after " << i << ": " << s().lastError();
+        ASSERT_TRUE(network.replaceInterface("pair0", "10.79.0.1/24")) << network.reason();
+        ASSERT_EQ(s().dropGroup(member, kGroup, kAddress), 0) << "after " << i << ": " << s().lastError();
+    }
+}
+
+TEST_F(SocketPosixTest, AMembershipIsLeftThoughItsAddressIsOnAnotherInterfaceNow) {
+    OwnNetwork network;
+    if (!network.isThere()) {
+        GTEST_SKIP() << network.reason();
+    }
+    constexpr SPW_CIpAddress kAddress(10, 79, 0, 1);
+    const SPW_Socket member = keep(s().openUdpShared());
+    ASSERT_TRUE(network.replaceInterface("pair0", "10.79.0.1/24")) << network.reason();
+    ASSERT_TRUE(network.replaceInterface("pair1", "10.79.1.1/24")) << network.reason();
+    ASSERT_EQ(s().joinGroup(member, kGroup, kAddress), 0) << s().lastError();
+    ASSERT_TRUE(network.runIp("address del 10.79.0.1/24 dev pair0"));
+    ASSERT_TRUE(network.runIp("address add 10.79.0.1/24 dev pair1"));
+    EXPECT_EQ(s().dropGroup(member, kGroup, kAddress), 0) << s().lastError();
+    ASSERT_EQ(s().joinGroup(member, kGroup, kAddress), 0) << s().lastError();
+    // The other address of that interface finds it joined.
+    EXPECT_EQ(s().joinGroup(member, kGroup, SPW_CIpAddress(10, 79, 1, 1)), -1);
+    EXPECT_EQ(s().lastError(), kSockAddressInUse);
 }
 
 TEST_F(SocketPosixTest, OnlyInterfacesThatAreUpGiveAddressesToTheDevicesName) {

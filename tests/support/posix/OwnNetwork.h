@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -54,6 +55,20 @@ public:
             m_reason = std::string("the loopback interface cannot be switched: ") + std::strerror(errno);
         }
         (void)::close(descriptor);
+        return done;
+    }
+    // An interface of this name with this address ("10.79.0.1/24"), up and connected to nothing, in place of one that
+    // there may be already. It has an index that none had before.
+    bool replaceInterface(const std::string& name, const std::string& address) {
+        (void)runIp("link delete " + name);  // the first time there is none
+        return runIp("link add " + name + " type veth peer name " + name + "x") &&
+               runIp("address add " + address + " dev " + name) && runIp("link set " + name + " up");
+    }
+    bool runIp(const std::string& arguments) {
+        const bool done = std::system(("ip " + arguments + " 2>/dev/null").c_str()) == 0;
+        if (!done) {
+            m_reason = "\"ip " + arguments + "\" failed";
+        }
         return done;
     }
     // Sets a value below /proc/sys/net of this namespace.

@@ -177,7 +177,7 @@ private:
     const SPW_Socket m_socket;
 };
 
-// A port that takes no further connection: who connects waits for minutes.
+// A port that takes no further connection: who connects waits for half a minute at least.
 class SilentPort {
 public:
     std::uint16_t port() const { return m_server.port(); }

@@ -4,13 +4,17 @@
 #include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <mutex>
+#include <vector>
 
 #include "SPW_CDeadlinePosix.h"
 #include "SPW_CSocket.h"
@@ -87,16 +91,100 @@ int setOption(int descriptor, int level, int option, int value) {
     return ::setsockopt(descriptor, level, option, &value, sizeof value);
 }
 
-int changeMembership(SPW_Socket socket, int option, const SPW_CIpAddress& group,
-                     const SPW_CIpAddress& interfaceAddress) {
-    const Use use(socket);
-    if (!use) {
-        return -1;
+// The kernel holds on to a connection for 15 minutes after its far end has vanished or its own address has gone, and
+// for ever when nothing is being sent on it. Other devices give up after half a minute, and so does this one.
+constexpr int kLostAfterMs = 30000;
+// The silence before the first question whether the far end is still there, the time between two of them, and their
+// number: 30 s again.
+constexpr int kAskAfterSeconds = 15;
+constexpr int kAskEverySeconds = 5;
+constexpr int kQuestions = 3;
+static_assert((kAskAfterSeconds + kAskEverySeconds * kQuestions) * 1000 == kLostAfterMs, "the same limit");
+
+// For a connection on which this side sends, the connecting included.
+void limitSending(int descriptor) {
+    (void)setOption(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, kLostAfterMs);
+}
+
+// For a connection on which this side only listens, and so would never notice. Where an option is refused, the kernel's
+// own limits hold.
+void askForFarEnd(int descriptor) {
+    (void)setOption(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, kAskAfterSeconds);
+    (void)setOption(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, kAskEverySeconds);
+    (void)setOption(descriptor, IPPROTO_TCP, TCP_KEEPCNT, kQuestions);
+    (void)setOption(descriptor, SOL_SOCKET, SO_KEEPALIVE, 1);
+}
+
+// The index of the interface that has the address now; 0 when none has it.
+int interfaceIndexOf(const SPW_CIpAddress& address) {
+    ifaddrs* list = nullptr;
+    if (::getifaddrs(&list) != 0) {
+        return 0;
     }
-    ip_mreq request{};
+    unsigned index = 0;
+    for (const ifaddrs* entry = list; entry != nullptr && index == 0; entry = entry->ifa_next) {
+        if (entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET &&
+            SPW_CSocketAddressPosix::fromSockaddr(entry->ifa_addr) == address) {
+            index = ::if_nametoindex(entry->ifa_name);
+        }
+    }
+    ::freeifaddrs(list);
+    return static_cast<int>(index);
+}
+
+// On which interface each socket has joined what.
+//
+// The kernel looks for a membership on the interface that has the address at that time. When an interface has gone and
+// come back with the same address, that is another one: the old membership would not be found, stay, and count among
+// the twenty that a socket may have.
+class Memberships {
+public:
+    void remember(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& address, int index) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_all.push_back({socket, group, address, index});
+    }
+    // The index of the interface, or 0 when nothing is known. It is forgotten.
+    int take(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& address) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        const auto found = std::find_if(m_all.begin(), m_all.end(), [&](const Membership& known) {
+            return known.socket == socket && known.group == group && known.address == address;
+        });
+        if (found == m_all.end()) {
+            return 0;
+        }
+        const int index = found->index;
+        m_all.erase(found);
+        return index;
+    }
+    void forget(SPW_Socket socket) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_all.erase(
+            std::remove_if(m_all.begin(), m_all.end(), [&](const Membership& known) { return known.socket == socket; }),
+            m_all.end());
+    }
+
+private:
+    struct Membership {
+        SPW_Socket socket;
+        SPW_CIpAddress group;
+        SPW_CIpAddress address;
+        int index;
+    };
+
+    std::mutex m_lock;
+    std::vector<Membership> m_all;  // a few interfaces' worth
+};
+
+Memberships memberships;
+
+// index: the interface; 0 leaves it to the kernel to find the one that has the address.
+int changeMembership(int descriptor, int option, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress,
+                     int index) {
+    ip_mreqn request{};
     request.imr_multiaddr = SPW_CSocketAddressPosix::toNative(group);
-    request.imr_interface = SPW_CSocketAddressPosix::toNative(interfaceAddress);
-    return ::setsockopt(use.descriptor(), IPPROTO_IP, option, &request, sizeof request) == 0 ? 0 : fail();
+    request.imr_address = SPW_CSocketAddressPosix::toNative(interfaceAddress);
+    request.imr_ifindex = index;
+    return ::setsockopt(descriptor, IPPROTO_IP, option, &request, sizeof request) == 0 ? 0 : fail();
 }
 
 SPW_Socket openSocket(int type) {
@@ -105,19 +193,17 @@ SPW_Socket openSocket(int type) {
         (void)fail();
         return kInvalidSocket;
     }
-    const bool isStream = type == SOCK_STREAM;
-    // By default a datagram socket receives every group that any socket of this device has joined; a listener would
-    // hear a group through the membership of a sender.
-    if (!isStream && setOption(descriptor, IPPROTO_IP, IP_MULTICAST_ALL, 0) != 0) {
-        (void)fail();
-        (void)::close(descriptor);
-        return kInvalidSocket;
-    }
-    const SPW_Socket socket = table.add(descriptor, isStream);
+    const SPW_Socket socket = table.add(descriptor, type == SOCK_STREAM);
     if (socket == kInvalidSocket) {
         (void)failWith(kSockNoBuffers);
     }
     return socket;
+}
+
+// By default a datagram socket receives every group that any socket of this device has joined; a listener would hear a
+// group through the membership of a sender.
+int hearOwnGroupsOnly(int descriptor) {
+    return setOption(descriptor, IPPROTO_IP, IP_MULTICAST_ALL, 0);
 }
 
 int setBlocking(int descriptor, bool blocking) {
@@ -136,17 +222,13 @@ int waitConnected(int descriptor) {
     return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-// A blocking connect() that begins after the socket was shut down is not woken by that and lasts for minutes, so the
-// connect is begun without blocking: whoever closes the socket before the check of isClosed() is seen there, and
-// whoever closes it later wakes the wait.
+// A blocking connect() that begins after the socket was shut down is not woken by that. So the connect is begun without
+// blocking; the wait for its end sees a shutting down whenever it was.
 int connectOrWake(const Use& use, const sockaddr_in& address) {
     if (::connect(use.descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
         return 0;
     }
-    if (errno != EINPROGRESS) {
-        return errno;
-    }
-    return use.isClosed() ? EBADF : waitConnected(use.descriptor());
+    return errno == EINPROGRESS ? waitConnected(use.descriptor()) : errno;
 }
 
 int pollUntilTimeout(pollfd* entries, int count, std::uint32_t timeoutMs) {
@@ -288,7 +370,18 @@ public:
     }
 
     SPW_Socket openTcp() override { return openSocket(SOCK_STREAM); }
-    SPW_Socket openUdp() override { return openSocket(SOCK_DGRAM); }
+
+    SPW_Socket openUdp() override {
+        const SPW_Socket socket = openSocket(SOCK_DGRAM);
+        if (socket == kInvalidSocket) {
+            return kInvalidSocket;
+        }
+        const Use use(socket);
+        if (use) {
+            (void)hearOwnGroupsOnly(use.descriptor());  // one that hears too much still does what it is for
+        }
+        return socket;
+    }
 
     SPW_Socket openUdpShared() override {
         const SPW_Socket socket = openSocket(SOCK_DGRAM);
@@ -296,7 +389,8 @@ public:
             return kInvalidSocket;
         }
         const Use use(socket);
-        if (use && setOption(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, 1) != 0) {
+        if (use && (hearOwnGroupsOnly(use.descriptor()) != 0 ||
+                    setOption(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, 1) != 0)) {
             (void)fail();
             (void)close(socket);
             return kInvalidSocket;
@@ -316,6 +410,7 @@ public:
             (void)::shutdown(slot->descriptor, SHUT_RDWR);
         }
         table.release(slot);
+        memberships.forget(socket);
         return 0;
     }
 
@@ -378,6 +473,7 @@ public:
             (void)failWith(kSockNotSocket);
             return kInvalidSocket;
         }
+        askForFarEnd(descriptor);
         const SPW_Socket accepted = table.add(descriptor, true);
         if (accepted == kInvalidSocket) {
             (void)failWith(kSockNoBuffers);
@@ -392,9 +488,12 @@ public:
         if (!use) {
             return -1;
         }
-        // The connect of a datagram socket never waits.
-        if (use.isStream() && setBlocking(use.descriptor(), false) != 0) {
-            return fail();
+        if (use.isStream()) {
+            limitSending(use.descriptor());
+            // The connect of a datagram socket never waits.
+            if (setBlocking(use.descriptor(), false) != 0) {
+                return fail();
+            }
         }
         const int error = connectOrWake(use, SPW_CSocketAddressPosix::toSockaddr(address, port));
         if (use.isStream()) {
@@ -491,11 +590,26 @@ public:
     }
 
     int joinGroup(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress) override {
-        return changeMembership(socket, IP_ADD_MEMBERSHIP, group, interfaceAddress);
+        const Use use(socket);
+        if (!use) {
+            return -1;
+        }
+        const int index = interfaceIndexOf(interfaceAddress);
+        if (changeMembership(use.descriptor(), IP_ADD_MEMBERSHIP, group, interfaceAddress, index) != 0) {
+            return -1;
+        }
+        memberships.remember(socket, group, interfaceAddress, index);
+        if (use.isClosed()) {
+            memberships.forget(socket);  // close() may have done so before there was anything to forget
+        }
+        return 0;
     }
 
     int dropGroup(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress) override {
-        return changeMembership(socket, IP_DROP_MEMBERSHIP, group, interfaceAddress);
+        const Use use(socket);
+        return use ? changeMembership(use.descriptor(), IP_DROP_MEMBERSHIP, group, interfaceAddress,
+                                      memberships.take(socket, group, interfaceAddress))
+                   : -1;
     }
 
     bool hostName(SPW_CString& name) override {

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <functional>
+
+// Steps in front of the kernel's calls. The linker sends the program's calls here (--wrap), so that a test can put
+// between two of them what another thread would have to do in exactly that moment.
+//
+// Set before the threads that make the calls start; the destructor takes everything back.
+class KernelCalls {
+public:
+    KernelCalls();
+    ~KernelCalls();
+    KernelCalls(const KernelCalls&) = delete;
+    KernelCalls& operator=(const KernelCalls&) = delete;
+
+    std::function<void()> beforeConnect;
+    std::function<void()> beforeAccept;
+    // After a connection has been accepted.
+    std::function<void()> afterAccept;
+    // Whether the kernel refuses the option.
+    std::function<bool(int level, int option)> refusesOption;
+    // Gives the message that recvfrom() receives and its size, or 0 to let it ask the kernel.
+    std::function<ssize_t(void* buffer, std::size_t size)> message;
+};
