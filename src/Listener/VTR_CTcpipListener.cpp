@@ -33,6 +33,7 @@ void VTR_CTcpipListener::closeClients() {
 void VTR_CTcpipListener::receiveStep(SPW_Socket socket) {
     SPW_CSocketSet watched;
     watch(socket, watched);
+    reportUnwatched();
     const int ready = SPW_CSocket::instance->select(&watched, nullptr, kSPWForever);
     if (m_stopping) {
         return;
@@ -58,6 +59,21 @@ void VTR_CTcpipListener::watch(SPW_Socket listening, SPW_CSocketSet& watched) {
     for (int i = 0; i < m_clients.numberOfElements() && watched.size() < SPW_CSocketSet::kMaximum; ++i) {
         watched.add(m_clients[i]);
     }
+}
+
+// Once is enough: with many peers the connections that wait come and go, and the log would fill with them.
+void VTR_CTcpipListener::reportUnwatched() {
+    constexpr int kMostWatched = SPW_CSocketSet::kMaximum - 1;  // the listening socket has a place, too
+    SPW_CString address;
+    {
+        const SPW_CGuard guard(m_clientLock);
+        if (m_unwatchedReported || m_clients.numberOfElements() <= kMostWatched) {
+            return;
+        }
+        address = m_clientAddresses[kMostWatched];
+    }
+    m_unwatchedReported = true;
+    report(address, kSockTooManyFiles, u"connection is not watched while 63 older ones last (said only once)");
 }
 
 // From the last to the first, so that a removal leaves the indexes still to be visited alone.

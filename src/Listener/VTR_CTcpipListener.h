@@ -7,7 +7,8 @@
 // Receives the probes that arrive on a port over TCP connections.
 //
 // One step watches the listening socket and the oldest 63 connections; a later one is served when an older one has
-// gone. Each read of a connection is one chunk: what follows the first probe in it is not looked at.
+// gone. The first that has to wait is reported, once in the listener's life. Each read of a connection is one chunk:
+// what follows the first probe in it is not looked at.
 //
 // A connection that its peer has closed is deliberately not closed on this side: to the peer's system it stays half
 // open until this listener goes. That costs a descriptor each, so only the latest kMostDeparted are kept so, and none
@@ -34,6 +35,7 @@ private:
     };
 
     void watch(SPW_Socket listening, SPW_CSocketSet& watched);
+    void reportUnwatched();
     void serveClients(const SPW_CSocketSet& watched);
     void serve(const Client& client, int index);
     void acceptClient(SPW_Socket listening);
@@ -52,4 +54,6 @@ private:
     SPW_CArray<SPW_CString> m_clientAddresses;
     // The thread's: connections that their peers closed, the oldest first.
     SPW_CArray<SPW_Socket> m_departed;
+    // The thread's: whether a connection that is not watched has been reported.
+    bool m_unwatchedReported = false;
 };

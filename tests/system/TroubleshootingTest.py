@@ -38,6 +38,7 @@ class TroubleshootingTest(lab.SystemTest):
         "Ping is not permitted": "test_ping_not_permitted",
         "A peer that does not answer": "test_silent_peer",
         "Linkometry does not run there": "test_refusing_peer",
+        "More connections than are watched": "test_more_connections_than_are_watched",
         "The port is in use": "test_port_in_use",
         "The log cannot be written": "test_log_cannot_be_written",
         "A mistake in the settings": "test_mistake_in_settings",
@@ -108,7 +109,7 @@ class TroubleshootingTest(lab.SystemTest):
         # As behind a firewall that drops: nothing comes back.
         with self.peer.inside():
             lab.ip(f"route add blackhole {self.device.address}/32")
-        # The kernel's two minutes are too long for a test.
+        # Half a minute is long for a test.
         self.device.set_kernel_parameter("net.ipv4.tcp_syn_retries", "1")
         self.device.configure("tcpip", "ping", peers={"workshop": self.peer.address})
         self.expect_what_is_shown(self.device.measure())
@@ -116,6 +117,14 @@ class TroubleshootingTest(lab.SystemTest):
     def test_refusing_peer(self):
         self.device.configure("tcpip", peers={"workshop": self.peer.address})
         self.expect_what_is_shown(self.device.measure())
+
+    def test_more_connections_than_are_watched(self):
+        self.device.configure("tcpip")
+        program = self.device.measure()
+        self.device.wait_for_log_line("Created VTR_CTcpipListener")
+        for _ in range(64):
+            self.addCleanup(traffic.TcpEnd.connect(self.peer, self.device.address).close)
+        self.expect_what_is_shown(program)
 
     def test_port_in_use(self):
         self.device.configure("udp", "tcpip")

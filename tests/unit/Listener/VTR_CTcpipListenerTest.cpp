@@ -24,6 +24,45 @@ std::string probe(int sequence) {
     return "Vantiro Diagnostic|" + std::to_string(sequence) + "|n" + std::string(1, '\0');
 }
 
+// A listener whose steps the test runs itself.
+class Driven : public VTR_CTcpipListener {
+public:
+    explicit Driven(ProbeEventSink* sink) : VTR_CTcpipListener(sink, kPort + 1) { m_state = 1; }
+    ~Driven() override { m_state = 0; }
+    void receiveStep(SPW_Socket socket) override { VTR_CTcpipListener::receiveStep(socket); }
+};
+
+// Returns from the accept only when a stop is under way.
+class AcceptsDuringStop : public SocketForwarder {
+public:
+    using SocketForwarder::SocketForwarder;
+    SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
+        const SPW_Socket accepted = SocketForwarder::accept(socket, peer);
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_accepted = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return m_closed; });
+        return accepted;
+    }
+    int close(SPW_Socket socket) override {
+        const int result = SocketForwarder::close(socket);
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_closed = true;
+        m_changed.notify_all();
+        return result;
+    }
+    void waitUntilAccepted() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_accepted; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_accepted = false;
+    bool m_closed = false;
+};
+
 class TcpipListenerTest : public testing::Test {
 protected:
     void SetUp() override { start(); }
@@ -98,13 +137,6 @@ TEST_F(TcpipListenerTest, ReadTakesAThousandBytes) {
 }
 
 TEST_F(TcpipListenerTest, ConnectionsAreServedFromTheLatestToTheOldest) {
-    // A listener whose steps the test runs itself.
-    class Driven : public VTR_CTcpipListener {
-    public:
-        explicit Driven(ProbeEventSink* sink) : VTR_CTcpipListener(sink, kPort + 1) { m_state = 1; }
-        ~Driven() override { m_state = 0; }
-        void receiveStep(SPW_Socket socket) override { VTR_CTcpipListener::receiveStep(socket); }
-    };
     const SPW_Socket listening = sockets.openTcp();
     ASSERT_EQ(sockets.bind(listening, kPort + 1), 0);
     ASSERT_EQ(sockets.listen(listening, 5), 0);
@@ -117,6 +149,37 @@ TEST_F(TcpipListenerTest, ConnectionsAreServedFromTheLatestToTheOldest) {
     send(latest, probe(2));
     driven.receiveStep(listening);
     EXPECT_THAT(sink.take(), ElementsAre("received 1 5010 10.0.0.3 #2: n", "received 1 5010 10.0.0.2 #1: n"));
+}
+
+TEST_F(TcpipListenerTest, NewConnectionIsAcceptedAfterTheOthersHaveBeenServed) {
+    // Notes the calls in their order.
+    class Notes : public SocketForwarder {
+    public:
+        using SocketForwarder::SocketForwarder;
+        SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
+            calls.emplace_back("accept");
+            return SocketForwarder::accept(socket, peer);
+        }
+        int receive(SPW_Socket socket, void* buffer, int size) override {
+            calls.emplace_back("receive");
+            return SocketForwarder::receive(socket, buffer, size);
+        }
+        std::vector<std::string> calls;
+    };
+    listener.reset();
+    Notes notes(sockets);
+    const ScopedInstance<SPW_CSocket> noted(notes);
+    const SPW_Socket listening = sockets.openTcp();
+    ASSERT_EQ(sockets.bind(listening, kPort + 1), 0);
+    ASSERT_EQ(sockets.listen(listening, 5), 0);
+    Driven driven(&sink);
+    const SPW_Socket first = sockets.connectFrom(kPeer, kPort + 1);
+    driven.receiveStep(listening);
+    notes.calls.clear();
+    send(first, probe(1));
+    sockets.connectFrom(kOther, kPort + 1);
+    driven.receiveStep(listening);
+    EXPECT_THAT(notes.calls, ElementsAre("receive", "accept"));
 }
 
 // --- Connections that end
@@ -203,6 +266,9 @@ TEST_F(TcpipListenerTest, WatchesSixtyFourSocketsAndServesTheRestAsPlacesFallFre
     for (int i = 0; i < 65; ++i) {
         clients.push_back(connect(SPW_CIpAddress(10, 0, 1, static_cast<std::uint8_t>(i))));
     }
+    const std::string said =
+        "error 1 5009 10.0.1.63 10024: connection is not watched while 63 older ones last (said only once)";
+    EXPECT_THAT(waitForEvents(1), ElementsAre(said));
     // The listening socket and 63 connections are watched.
     send(clients[62], probe(62));
     EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.1.62 #62: n"));
@@ -214,6 +280,13 @@ TEST_F(TcpipListenerTest, WatchesSixtyFourSocketsAndServesTheRestAsPlacesFallFre
     send(clients[64], probe(64));
     sockets.close(clients[2]);
     EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.1.64 #64: n"));
+}
+
+TEST_F(TcpipListenerTest, SixtyThreeConnectionsAreAllWatchedAndNothingIsSaid) {
+    for (int i = 0; i < 63; ++i) {
+        connect(SPW_CIpAddress(10, 0, 1, static_cast<std::uint8_t>(i)));
+    }
+    EXPECT_THAT(sink.take(), IsEmpty());
 }
 
 TEST_F(TcpipListenerTest, QueuesFiveConnectionsAndWaitsWithoutALimit) {
@@ -331,36 +404,6 @@ TEST_F(TcpipListenerTest, DestructionClosesEveryConnection) {
 }
 
 TEST_F(TcpipListenerTest, ConnectionAcceptedDuringAStopIsClosed) {
-    // Returns from the accept only when a stop is under way.
-    class AcceptsDuringStop : public SocketForwarder {
-    public:
-        using SocketForwarder::SocketForwarder;
-        SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
-            const SPW_Socket accepted = SocketForwarder::accept(socket, peer);
-            std::unique_lock<std::mutex> lock(m_mutex);
-            m_accepted = true;
-            m_changed.notify_all();
-            m_changed.wait(lock, [this] { return m_closed; });
-            return accepted;
-        }
-        int close(SPW_Socket socket) override {
-            const int result = SocketForwarder::close(socket);
-            const std::lock_guard<std::mutex> guard(m_mutex);
-            m_closed = true;
-            m_changed.notify_all();
-            return result;
-        }
-        void waitUntilAccepted() {
-            std::unique_lock<std::mutex> lock(m_mutex);
-            m_changed.wait(lock, [this] { return m_accepted; });
-        }
-
-    private:
-        std::mutex m_mutex;
-        std::condition_variable m_changed;
-        bool m_accepted = false;
-        bool m_closed = false;
-    };
     listener.reset();
     AcceptsDuringStop slow(sockets);
     const ScopedInstance<SPW_CSocket> slowed(slow);
@@ -371,4 +414,39 @@ TEST_F(TcpipListenerTest, ConnectionAcceptedDuringAStopIsClosed) {
     ASSERT_EQ(listener->StopListening(), 0u);
     EXPECT_EQ(sockets.openSockets(), 0);
     listener.reset();
+}
+
+TEST_F(TcpipListenerTest, ConnectionAcceptedDuringTheDestructionIsClosed) {
+    listener.reset();
+    AcceptsDuringStop slow(sockets);
+    const ScopedInstance<SPW_CSocket> slowed(slow);
+    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
+    start();
+    sockets.connectFrom(kPeer, kPort);
+    slow.waitUntilAccepted();
+    listener.reset();
+    EXPECT_EQ(sockets.openSockets(), 0);
+}
+
+TEST_F(TcpipListenerTest, WhateverTheDestructionMakesOfTheWaitIsSilent) {
+    // Ends a select by closing with a code that is reported at any other time.
+    class EndsOddly : public SocketForwarder {
+    public:
+        using SocketForwarder::SocketForwarder;
+        int select(SPW_CSocketSet* readable, SPW_CSocketSet* exceptional, std::uint32_t timeoutMs) override {
+            const int ready = SocketForwarder::select(readable, exceptional, timeoutMs);
+            hasFailed = ready == -1;
+            return ready;
+        }
+        SPW_Result lastError() override { return hasFailed ? SPW_Result{kSockNetDown} : SocketForwarder::lastError(); }
+        std::atomic<bool> hasFailed{false};
+    };
+    listener.reset();
+    EndsOddly odd(sockets);
+    const ScopedInstance<SPW_CSocket> installedOdd(odd);
+    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
+    start();
+    listener.reset();
+    EXPECT_TRUE(odd.hasFailed);
+    EXPECT_THAT(sink.take(), IsEmpty());
 }
