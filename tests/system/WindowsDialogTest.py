@@ -167,6 +167,30 @@ class MainDialogTest(WindowsTest):
         dialog.key(windows.ESCAPE)
         self.assertEqual(self.program.exit_status(), 0)
 
+    def test_each_column_is_sized_by_the_list_to_its_header_before_it_may_be_made_wider(self):
+        path = os.path.join(windows.build_folder(), "tests", "system", "observed-linkometry.exe")
+        self.windows.start(program=path)
+        self.windows.window("10.77.0.1  (pocket1)")
+        asked = [tuple(map(int, line.split())) for line in self.windows.read("columns.txt").splitlines()]
+        to_header = 65534
+        self.assertEqual([column for column, width in asked if width == to_header], list(range(6)))
+        for column in range(6):
+            self.assertEqual(next(width for asked_column, width in asked if asked_column == column), to_header)
+
+    def test_the_window_has_the_programs_icon(self):
+        dialog = self.start()
+        left, top, _, _ = dialog.place()
+        green = "#00C000"
+        # Wine draws its own icon for a window that has none.
+        lab.eventually(lambda: green in self.windows.colours("icon", left, top, 24, 24), 60, "the icon in the caption")
+
+    def test_a_start_names_the_addresses_that_the_device_has_by_then(self):
+        dialog = self.start()
+        with self.windows.device.inside():
+            lab.ip("address delete 10.77.0.1/24 dev eth0", "address add 10.77.0.91/24 dev eth0")
+        self.switch_on(dialog)
+        self.assertEqual(dialog.caption(), "10.77.0.91  (pocket1)")
+
     def test_a_larger_window_has_a_larger_list_and_it_gets_no_smaller_than_at_first(self):
         dialog = self.start()
         _, _, width, height = dialog.place()
@@ -179,6 +203,73 @@ class MainDialogTest(WindowsTest):
 
     def wait_for_list(self, dialog, place):
         lab.eventually(lambda: dialog.place(PEERS) == place, 60, lambda: f"{place}, it is {dialog.place(PEERS)}")
+
+
+class KeyboardTest(WindowsTest):
+    """Nothing but keys, which are struck on the keyboard itself."""
+
+    settings = {"multicast selected": "no", "tcpip selected": "no", "udp selected": "no"}
+
+    def test_a_peer_is_added_and_measured_by_the_keyboard_alone(self):
+        dialog = self.start()
+        dialog.wait_for_focus(START)
+        dialog.strike(windows.SPACE)
+        dialog.wait_until_enabled(STOP)
+        # What was pressed cannot be pressed again; the keys go on where the next thing to press is.
+        dialog.wait_for_focus(STOP)
+        for control in (PEERS, ADD_IP):
+            dialog.strike(windows.TAB)
+            dialog.wait_for_focus(control)
+        dialog.strike(windows.SPACE)
+        form = self.windows.window()
+        form.wait_for_focus(OCTETS[0])
+        form.strike("127", windows.TAB, "0", windows.TAB, windows.TAB, "0255", windows.TAB, "DOOR", windows.RETURN)
+        form.wait_until_gone()
+        dialog.wait_for_row("127.0.0.255 (door)", lambda row: windows.received_and_total(row[5])[1] >= 1)
+        dialog.wait_for_focus(ADD_IP)
+        dialog.strike(windows.TAB, windows.TAB, windows.TAB, windows.TAB)
+        dialog.wait_for_focus(STOP)
+        dialog.strike(windows.SPACE)
+        dialog.wait_until_enabled(START)
+        dialog.wait_for_focus(START)
+        dialog.strike(windows.ESCAPE)
+        self.assertEqual(self.program.exit_status(), 0)
+
+
+class ClosingTest(WindowsTest):
+    """The window is closed, by the shell or another program, while something else stands over it."""
+
+    def close(self, dialog):
+        dialog.close()
+        self.assertEqual(self.program.exit_status(), 0)
+
+    def test_the_add_ip_dialog_goes_first(self):
+        dialog = self.start()
+        dialog.press(ADD_IP)
+        self.windows.window()
+        self.close(dialog)
+
+    def test_so_does_a_box_over_the_add_ip_dialog(self):
+        dialog = self.start()
+        dialog.press(ADD_IP)
+        form = self.windows.window()
+        form.type(OCTETS[0], "256")
+        form.press(OK)
+        self.windows.window("Linkometry")
+        self.close(dialog)
+
+    def test_so_does_the_information(self):
+        dialog = self.start()
+        dialog.press(INFO)
+        self.windows.window()
+        self.close(dialog)
+
+    def test_a_test_that_runs_is_ended_as_well(self):
+        dialog = self.start()
+        self.switch_on(dialog)
+        dialog.press(ADD_IP)
+        self.windows.window()
+        self.close(dialog)
 
 
 class AddPeerDialogTest(WindowsTest):
@@ -336,6 +427,117 @@ class BoxTest(WindowsTest):
         self.assertEqual(text, '-duration: "soon" is not a number of seconds\\n-help lists the options')
         self.assertEqual(status, 3)
         self.assertFalse(os.path.exists(self.windows.path("VantiroDiagnostics.txt")))
+
+
+class BrokenProgramTest(WindowsTest):
+    """A program from whose file the dialogs are missing, and one that finds a fault in itself."""
+
+    def start_broken(self, *arguments):
+        path = os.path.join(windows.build_folder(), "tests", "system", "broken-linkometry.exe")
+        return self.windows.start(*arguments, program=path)
+
+    def read(self, caption):
+        box = self.windows.window(caption)
+        text = self.windows.ask("label", box.handle)
+        box.key(windows.RETURN)
+        return text
+
+    def test_a_window_that_cannot_be_made_is_said_and_told_by_the_status(self):
+        program = self.start_broken()
+        self.assertIn("The window cannot be made", self.read("Linkometry"))
+        self.assertEqual(program.exit_status(), 4)
+
+    def test_an_assertion_that_fails_at_the_very_start_is_shown_and_ends_the_program(self):
+        program = self.start_broken("-fail")
+        self.assertIn("Error (0) in Broken::scanOrFail, Broken:1\\nassertion failed: all is well",
+                      self.read("Internal Fatal Error"))
+        self.assertEqual(program.exit_status(), 1)
+
+
+class NoInterfaceTest(WindowsTest):
+    """A device whose one interface is gone, which every multicast probe finds out anew."""
+
+    REPORT = "Internal Fatal Error"
+
+    def start(self, *arguments):
+        with self.windows.device.inside():
+            lab.ip("link set eth0 down", "address flush dev eth0")
+        self.program = self.windows.start(*arguments)
+        return self.windows.window("(pocket1)")
+
+    def read_box(self, caption):
+        box = self.windows.window(caption)
+        text = self.windows.ask("label", box.handle).strip()
+        box.key(windows.RETURN)
+        box.wait_until_gone()
+        return text
+
+    def test_the_boxes_about_it_keep_nothing_from_being_stopped_and_closed(self):
+        dialog = self.start()
+        self.switch_on(dialog)
+        self.assertIn("no network interface has an address", self.read_box("Linkometry"))
+        box = self.windows.window(self.REPORT)
+        self.windows.picture("no-interface")
+        self.switch_off(dialog)
+        self.windows.wait_for_log_text(" ---- Test 1 complete ---")
+        self.assertFalse(box.is_gone())
+        dialog.close()
+        self.assertEqual(self.program.exit_status(), 0)
+
+    def test_what_every_probe_reports_is_shown_once(self):
+        dialog = self.start()
+        self.switch_on(dialog)
+        self.read_box("Linkometry")
+        texts = [self.read_box(self.REPORT) for _ in range(3)]
+        self.assertEqual(len(set(texts)), 3, texts)
+        self.assertEqual(sum("no interfaces currently available" in text for text in texts), 1, texts)
+        windows.pause(4)
+        self.assertFalse(self.windows.has_window(self.REPORT))
+
+    def test_a_test_that_ends_by_itself_under_a_box_leaves_the_keyboard_usable(self):
+        dialog = self.start("-duration", "3")
+        dialog.wait_for_focus(START)
+        dialog.strike(windows.SPACE)
+        self.windows.window("Linkometry")
+        self.windows.wait_for_log_text(" ---- Test 1 complete ---")
+        dialog.wait_until_enabled(START)
+
+        def is_back():
+            for caption in ("Linkometry", self.REPORT):
+                for box in self.windows.windows(caption):
+                    box.key(windows.RETURN)
+            return dialog.focused() == START
+        lab.eventually(is_back, 60, lambda: f"the focus on Start; it is on {dialog.focused()}", every=0.3)
+        dialog.strike(windows.ESCAPE)
+        self.assertEqual(self.program.exit_status(), 0)
+
+
+class LogInUseTest(WindowsTest):
+    def test_no_test_starts_while_another_program_writes_to_the_log(self):
+        first = self.start()
+        first_program = self.program
+        second = self.windows.start()
+        self.assertIn("is in use by another linkometry", self.read_box())
+        dialogs = self.windows.windows("10.77.0.1  (pocket1)")
+        self.assertEqual(len(dialogs), 2)
+        dialog = next(each for each in dialogs if each.handle != first.handle)
+        dialog.press(START)
+        self.assertIn("is in use by another linkometry", self.read_box())
+        self.assertFalse(dialog.is_enabled(STOP))
+        self.assertEqual(self.windows.log_texts(), [])
+        first.close()
+        self.assertEqual(first_program.exit_status(), 0)
+        self.switch_on(dialog)
+        self.windows.wait_for_log_text(" ---- Test 1 starting ---")
+        dialog.close()
+        self.assertEqual(second.exit_status(), 0)
+
+    def read_box(self):
+        box = self.windows.window("Linkometry")
+        text = self.windows.ask("label", box.handle)
+        box.key(windows.RETURN)
+        box.wait_until_gone()
+        return text
 
 
 class ReportModeTest(WindowsTest):

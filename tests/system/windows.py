@@ -18,7 +18,7 @@ START, RESET, LOG, STOP, PEERS, ADD_IP, INFO = 1000, 1002, 1003, 1004, 1042, 104
 OCTETS, PEER_NAME = (1044, 1047, 1048, 1049), 1046
 LOCAL_INFO = 1049
 OK, CANCEL = 1, 2
-RETURN, ESCAPE = 0x0D, 0x1B
+TAB, RETURN, ESCAPE, SPACE = 0x09, 0x0D, 0x1B, 0x20
 
 # What run-wine answers where its Wine cannot be had.
 CANNOT_RUN = 77
@@ -159,10 +159,10 @@ class WindowsDevice:
         self._processes.append(process)
         return process
 
-    def start(self, *arguments, **variables):
-        """Starts linkometry.exe in the folder C:\\, with these variables for the handheld's host. Wine's server kills a
-        process that takes long to end after it has done so as a program of Windows; only other such programs hear what
-        it said."""
+    def start(self, *arguments, program=None, **variables):
+        """Starts linkometry.exe, or that program, in the folder C:\\, with these variables for the handheld's host. Wine's
+        server kills a process that takes long to end after it has done so as a program of Windows; only other such
+        programs hear what it said."""
         journal = None
         if self.build.is_handheld:
             journal = os.path.join(self.device.folder, f"journal-{len(self._programs)}")
@@ -170,7 +170,7 @@ class WindowsDevice:
             host.update(variables)
             for name, value in host.items():
                 self.ask("set", name, value)
-        path = "Z:" + self.build.program.replace("/", "\\")
+        path = "Z:" + (program or self.build.program).replace("/", "\\")
         program = Program(self, self.ask("start", subprocess.list2cmdline([path, *arguments])), journal)
         self._programs.append(program)
         return program
@@ -217,6 +217,14 @@ class WindowsDevice:
             raise AssertionError(f"no answer within 60 s to {words}")
         return self.driver.stdout.readline().rstrip("\n")
 
+    def colours(self, name, left, top, width, height):
+        """The colours in that part of the screen, such as "#00C000"; its picture is kept as well."""
+        self.picture(name)
+        place = os.path.join(build_folder(), "screenshots", name + ".png")
+        histogram = subprocess.run(["convert", place, "-crop", f"{width}x{height}+{left}+{top}", "-format", "%c",
+                                    "histogram:info:"], check=True, capture_output=True, text=True).stdout
+        return set(re.findall(r"#[0-9A-F]{6}", histogram))
+
     def picture(self, name):
         """What the screen shows, kept in the build folder."""
         time.sleep(0.5)  # what has changed is drawn a moment later; no test depends on the picture
@@ -233,6 +241,10 @@ class WindowsDevice:
             return f"a window {caption!r}; the programs: {[str(program) for program in self._programs]}"
         handle = lab.eventually(lambda: int(self.ask("find", caption)), within, explanation, every=0.1)
         return Window(self, handle)
+
+    def windows(self, caption):
+        """All dialogs whose captions hold that text."""
+        return [Window(self, int(handle)) for handle in self.ask("all", caption).split()]
 
     def has_window(self, caption=""):
         return self.ask("find", caption) != "0"
@@ -304,6 +316,21 @@ class Window:
 
     def key(self, code):
         self.ask("key", code)
+
+    def strike(self, *keys):
+        """Keys of the keyboard itself: numbers of keys, or texts of capital letters and digits. They go through the
+        system's queue and the window's own loop, to whichever of its controls has the focus."""
+        codes = [code for key in keys for code in ([key] if isinstance(key, int) else map(ord, key))]
+        for code in codes:
+            lab.eventually(lambda: self.ask("strike", code) == "1", 60, "the window is the one in front", every=0.1)
+
+    def focused(self):
+        """The control that has the focus; 0 when none has."""
+        return int(self.ask("focused"))
+
+    def wait_for_focus(self, control, within=60):
+        lab.eventually(lambda: self.focused() == control, within,
+                       lambda: f"the focus on control {control}; it is on {self.focused()}", every=0.1)
 
     def close(self):
         self.ask("close")

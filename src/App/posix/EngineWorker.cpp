@@ -2,24 +2,8 @@
 
 #include <utility>
 
-#include "Console.h"
+#include "ProblemText.h"
 #include "SPW_CError.h"
-
-namespace {
-
-// What the user can do about it, below the problem itself.
-SPW_CString adviceFor(StartProblem::Kind kind) {
-    switch (kind) {
-        case StartProblem::kLogInUse:
-            return u"\nA test can be started when it is free, or when the settings name another log.";
-        case StartProblem::kLogNotOpened:
-            return u"\nTests can be run all the same.";
-        default:
-            return u"";
-    }
-}
-
-}  // namespace
 
 EngineWorker::EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box)
     : m_options(options), m_wakeup(wakeup), m_box(box), m_board(*this) {
@@ -113,7 +97,7 @@ SPW_CArray<StartProblem> EngineWorker::problems() const {
 void EngineWorker::tellProblems() {
     const SPW_CArray<StartProblem> all = problems();
     for (int i = 0; i < all.numberOfElements(); ++i)
-        m_box.tell(all[i].text + adviceFor(all[i].kind), u"Linkometry");
+        m_box.tell(problemText(all[i]), u"Linkometry");
 }
 
 // Empty when there is none.

@@ -47,7 +47,6 @@ private:
     void setModes();
     void setColours();
     std::string leavingSequence() const;
-    void leaveScreen();
     void showCell(const Canvas::Cell& cell, int x, int y);
 
     screen* m_screen = nullptr;  // while it is open

@@ -1,7 +1,6 @@
 #include "AddPeerDialog.h"
 
 #include "Resource.h"
-#include "SPW_CWideW32.h"
 
 namespace {
 
@@ -41,7 +40,8 @@ void AddPeerDialog::accept() {
         end(IDOK);
         return;
     }
-    (void)MessageBoxW(window(), SPW_ToWide(message.text()), L"Linkometry", MB_OK | MB_ICONEXCLAMATION);
-    (void)SetFocus(control(kControls[wrong]));
-    (void)SendMessageW(control(kControls[wrong]), EM_SETSEL, 0, -1);
+    say(message, MB_ICONEXCLAMATION);
+    if (!isEnding()) {
+        setFocus(kControls[wrong]);
+    }
 }

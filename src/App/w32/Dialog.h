@@ -6,6 +6,12 @@
 
 // A modal dialog made from a template of the program's resources. Derive, and say what its controls do.
 //
+// A dialog may be told to end while another one, or a box, stands over it: by the shell, by another program, by a
+// timer. It then closes those first, and ends when they are gone and their calls have returned. Whoever opens one tests
+// after it whether isEnding().
+//
+// The focus never stays on a control that cannot be used: a dialog with its focus there hears no key any more.
+//
 // Threads: everything happens on the thread that calls runModal, which is the user interface's. The object may be used
 // for several runs, one after the other.
 class Dialog {
@@ -15,33 +21,61 @@ public:
     Dialog(const Dialog&) = delete;
     Dialog& operator=(const Dialog&) = delete;
 
-    // Shows the dialog and waits until it is closed: what end() was given, or -1 when it could not be made.
-    // parent may be null; else it cannot be used meanwhile.
-    INT_PTR runModal(HWND parent);
+    // What runModal answers when the dialog could not be made.
+    static constexpr INT_PTR kNotMade = -1;
+
+    // Shows the dialog and waits until it is closed. Answers what end() was given, or kNotMade after the user has read
+    // so.
+    INT_PTR runModal() { return runModal(nullptr); }
 
 protected:
     // The dialog's window is there, but not yet shown.
     virtual void onInitialise() {}
-    // A button was pressed, or Escape (IDCANCEL) or Enter (IDOK, or the default button).
+    // A button was pressed, or Escape (IDCANCEL) or Enter (IDOK, or the default button). Not while the dialog is
+    // ending.
     virtual void onCommand(int control) = 0;
     // Every other message. True when it was understood; `result` is then what its sender is answered.
     virtual bool onMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result);
+    // The dialog is about to end. Nothing stands over it any more, and its window is still there.
+    virtual void onEnd() {}
 
     HWND window() const { return m_window; }
     HWND control(int id) const { return GetDlgItem(m_window, id); }
-    void end(INT_PTR result) { (void)EndDialog(m_window, result); }
+    // At once, or when what stands over the dialog is gone. The first call decides the result.
+    void end(INT_PTR result);
+    bool isEnding() const { return m_isEnding; }
+
+    // These two keep this dialog from being used meanwhile.
+    // Shows another one over this one and waits until it is closed.
+    INT_PTR runInner(Dialog& inner);
+    // Shows a message and waits until it was read. icon: MB_ICON...
+    void say(const SPW_CString& text, UINT icon);
 
     SPW_CString textOf(int id) const;
     void setText(int id, const SPW_CString& text);
-    void enable(int id, bool on) { (void)EnableWindow(control(id), on ? TRUE : FALSE); }
+    void enable(int id) { (void)EnableWindow(control(id), TRUE); }
+    // If the control has the focus, that goes on to `next`, which must be usable.
+    void disable(int id, int next);
+    void setFocus(int id);
 
 private:
     static INT_PTR CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     INT_PTR handle(UINT message, WPARAM wParam, LPARAM lParam);
+    INT_PTR runModal(HWND parent);
+    INT_PTR runTemplate(HWND parent);
+    void endNow();
+    void leaveInner();
+    void mendFocus();
 
     const int m_resource;
     HWND m_window = nullptr;
+    int m_inner = 0;  // how many loops of dialogs and boxes over this one have not returned yet
+    bool m_isEnding = false;
+    INT_PTR m_result = 0;
 };
+
+// Shows a box with nothing but OK, under the program's name, and waits until it was read. owner may be null.
+void showBox(HWND owner, const SPW_CString& text, UINT icon);
 
 // The program's own file, as the platform wants to know it for resources.
 HINSTANCE programInstance();

@@ -15,10 +15,7 @@
 namespace {
 
 constexpr int kBadCommandLine = 3;
-
-void say(const SPW_CString& text, UINT icon) {
-    (void)MessageBoxW(nullptr, SPW_ToWide(text.text()), L"Linkometry", MB_OK | icon);
-}
+constexpr int kNoWindow = 4;
 
 // The program that asked for the report waits for this message.
 void tellOutcome(std::uintptr_t window, bool isWritten) {
@@ -38,34 +35,30 @@ int runReport(const CommandLine& options) {
 
 int runDialog(MainDialog& dialog) {
     InitCommonControls();
-    WindowMessageBox box;
-    SPW_CError::instance->setMessageBox(&box);
     // A cable that is out for a while must not end a program that runs for weeks.
     SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
-    (void)dialog.runModal(nullptr);
-    SPW_CError::instance->setMessageBox(nullptr);
-    return 0;
+    return dialog.runModal() == Dialog::kNotMade ? kNoWindow : 0;
 }
 
-int run(const CommandLine& options) {
+int run(const CommandLine& options, WindowMessageBox& box) {
     if (options.getInfoRequested) {
         return runReport(options);
     }
     if (!options.isUsable()) {
-        say(options.error + u"\n-help lists the options", MB_ICONERROR);
+        showBox(nullptr, options.error + u"\n-help lists the options", MB_ICONERROR);
         return kBadCommandLine;
     }
     if (options.help) {
-        say(windowUsageText(), MB_ICONINFORMATION);
+        showBox(nullptr, windowUsageText(), MB_ICONINFORMATION);
         return 0;
     }
     if (options.version) {
         SPW_CString program;
         SPW_CApp::getModulePath(program, true);
-        say(readVersion(program), MB_ICONINFORMATION);
+        showBox(nullptr, readVersion(program), MB_ICONINFORMATION);
         return 0;
     }
-    MainDialog dialog(options);
+    MainDialog dialog(options, box);
     return runDialog(dialog);
 }
 
@@ -73,7 +66,9 @@ int run(const CommandLine& options) {
 
 // commandLine: without the program's own path.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t* commandLine, int) {
+    // Before all else: whatever fails has no other place to be seen.
+    WindowMessageBox box;
     SPW_CArray<SPW_CString> tokens;
     splitCommandLine(SPW_FromWide(commandLine), tokens);
-    return run(scanArguments(tokens));
+    return run(scanArguments(tokens), box);
 }

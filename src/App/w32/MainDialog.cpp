@@ -7,6 +7,7 @@
 
 #include "AddPeerDialog.h"
 #include "LocalInfoDialog.h"
+#include "ProblemText.h"
 #include "Resource.h"
 #include "SPW_CSystemInfo.h"
 #include "SPW_CWideW32.h"
@@ -47,7 +48,8 @@ void widenColumn(HWND list, int column, const SPW_CString& text) {
 
 }  // namespace
 
-MainDialog::MainDialog(const CommandLine& options) : Dialog(IDD_MAIN), m_options(options), m_isHandheld(isHandheld()) {}
+MainDialog::MainDialog(const CommandLine& options, WindowMessageBox& box)
+    : Dialog(IDD_MAIN), m_options(options), m_box(box), m_isHandheld(isHandheld()) {}
 
 // The engine's last callbacks want the rest of the object.
 MainDialog::~MainDialog() {
@@ -60,7 +62,7 @@ void MainDialog::onInitialise() {
     makeColumns();
     const HICON icon = LoadIconW(programInstance(), resourceName(IDI_PROGRAM));
     (void)SendMessageW(window(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
-    enable(IDC_STOP, false);
+    disable(IDC_STOP, IDC_START);
     fitScreen();
     makeEngine();
     showTitle();
@@ -86,11 +88,20 @@ void MainDialog::makeEngine() {
     m_target = window();
     m_engine.reset(new (std::nothrow) TestEngine(this, true));
     if (m_engine == nullptr) {
-        close();
+        end(kNotMade);
         return;
     }
     for (int i = 0; i < m_options.peers.numberOfElements(); ++i) {
         m_engine->addPeer(m_options.peers[i]);
+    }
+    tellProblems();
+}
+
+void MainDialog::tellProblems() {
+    SPW_CArray<StartProblem> problems;
+    m_engine->startProblems(problems);
+    for (int i = 0; i < problems.numberOfElements(); ++i) {
+        m_box.tell(problemText(problems[i]));
     }
 }
 
@@ -169,9 +180,6 @@ bool MainDialog::onMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& 
 // --- Buttons
 
 void MainDialog::onCommand(int control) {
-    if (m_engine == nullptr) {
-        return;
-    }
     switch (control) {
         case IDC_START:
             startTest();
@@ -195,11 +203,11 @@ void MainDialog::onCommand(int control) {
             // On a handheld the OK button of the caption; elsewhere only the Enter key, which would end a measurement
             // by mistake.
             if (m_isHandheld) {
-                close();
+                end(IDCANCEL);
             }
             break;
         case IDCANCEL:
-            close();
+            end(IDCANCEL);
             break;
         default:
             break;
@@ -207,19 +215,31 @@ void MainDialog::onCommand(int control) {
 }
 
 void MainDialog::startTest() {
+    m_engine->retryLog();
+    if (isLogInUse()) {
+        tellProblems();
+        return;
+    }
     // Updates of the former test that are still on their way would bring its rows back.
     dropPendingUpdates();
     m_rows.empty();
     (void)SendMessageW(control(IDC_PEERS), LVM_DELETEALLITEMS, 0, 0);
     m_engine->start();
     showTitle();
-    enable(IDC_STOP, true);
-    enable(IDC_START, false);
+    tellProblems();
+    enable(IDC_STOP);
+    disable(IDC_START, IDC_STOP);
     if (m_options.hasDuration) {
         constexpr std::int64_t kLongestTimer = 0x7FFFFFFF;
         (void)SetTimer(window(), kDurationTimer,
                        static_cast<UINT>(std::clamp<std::int64_t>(m_options.durationMs, 1, kLongestTimer)), nullptr);
     }
+}
+
+bool MainDialog::isLogInUse() const {
+    SPW_CArray<StartProblem> problems;
+    m_engine->startProblems(problems);
+    return hasProblem(problems, StartProblem::kLogInUse);
 }
 
 void MainDialog::stopTest() {
@@ -228,27 +248,27 @@ void MainDialog::stopTest() {
         return;
     }
     m_engine->stop();
-    enable(IDC_STOP, false);
-    enable(IDC_START, true);
+    enable(IDC_START);
+    disable(IDC_STOP, IDC_START);
 }
 
 void MainDialog::addPeer() {
     AddPeerDialog dialog(*m_engine);
-    if (dialog.runModal(window()) == IDOK) {
+    if (runInner(dialog) == IDOK && !isEnding()) {
         m_engine->addPeer(dialog.peer());
     }
 }
 
 void MainDialog::showInfo() {
-    LocalInfoDialog(m_engine->localInfo()).runModal(window());
+    LocalInfoDialog dialog(m_engine->localInfo());
+    (void)runInner(dialog);
 }
 
 // The engine goes first: it may still have something to tell.
-void MainDialog::close() {
+void MainDialog::onEnd() {
     m_engine.reset();
     m_target = nullptr;
     dropPendingUpdates();
-    end(IDCANCEL);
 }
 
 // --- Rows

@@ -8,6 +8,7 @@
 #include "RowTable.h"
 #include "TestEngine.h"
 #include "UiSink.h"
+#include "WindowMessageBox.h"
 
 // The program's window: buttons that drive the test engine, and a list with one row per peer. It owns the engine while
 // it is shown: the engine is there from the window's first moment to its last.
@@ -16,14 +17,16 @@
 // thread at any time; it posts the update to the window and returns, so that nobody waits for the screen.
 class MainDialog final : public Dialog, private UiSink {
 public:
-    // options: the peers to add and how long a test may last; must outlive the dialog.
-    explicit MainDialog(const CommandLine& options);
+    // options: the peers to add and how long a test may last. box: shows what the user must know. Both must outlive the
+    // dialog.
+    MainDialog(const CommandLine& options, WindowMessageBox& box);
     ~MainDialog() override;
 
 protected:
     void onInitialise() override;
     void onCommand(int control) override;
     bool onMessage(UINT message, WPARAM wParam, LPARAM lParam, LRESULT& result) override;
+    void onEnd() override;
 
 private:
     void updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t received,
@@ -31,6 +34,8 @@ private:
 
     void makeColumns();
     void makeEngine();
+    void tellProblems();
+    bool isLogInUse() const;
     void showTitle();
     void fitScreen();
     void makeSizeable();
@@ -40,13 +45,13 @@ private:
     void stopTest();
     void addPeer();
     void showInfo();
-    void close();
 
     void applyUpdate(const RowUpdate& update);
     void showRow(const RowPlace& place, int column);
     void dropPendingUpdates();
 
     const CommandLine& m_options;
+    WindowMessageBox& m_box;
     const bool m_isHandheld;
     std::unique_ptr<TestEngine> m_engine;
     // Where updates are posted to; null before and after the window, when they are dropped.

@@ -1,8 +1,7 @@
 #include "WindowMessageBox.h"
 
-#include <windows.h>
-
 #include "SPW_CWideW32.h"
+#include "WindowsOver.h"
 
 namespace {
 
@@ -42,26 +41,136 @@ SPW_CMessageBox::Answer answerOf(int pressed) {
     }
 }
 
+SPW_CMessageBox::Answer showNow(HWND owner, const SPW_CString& text, const SPW_CString& caption,
+                                SPW_CMessageBox::Buttons buttons, SPW_CMessageBox::Icon icon) {
+    return answerOf(MessageBoxW(owner, SPW_ToWide(text.text()), SPW_ToWide(caption.text()), typeOf(buttons, icon)));
+}
+
+// The reporter calls a plain function.
+WindowMessageBox* theBox = nullptr;
+
 }  // namespace
+
+WindowMessageBox::WindowMessageBox() {
+    m_canStart = m_news.create(false, false, nullptr) == 0 && m_allRead.create(true, true, nullptr) == 0 &&
+                 m_ended.create(true, false, nullptr) == 0;
+    theBox = this;
+    SPW_CError::instance->setMessageBox(this);
+    SPW_CError::instance->setExit(exitAfterFatalError);
+}
+
+WindowMessageBox::~WindowMessageBox() {
+    SPW_CError::instance->setExit(nullptr);
+    SPW_CError::instance->setMessageBox(nullptr);
+    if (!m_isStarted) {
+        return;
+    }
+    {
+        const SPW_CGuard guard(m_lock);
+        m_unread.empty();
+    }
+    requestStop();
+    (void)m_news.set();
+    // A box may just be on its way to the screen, and is there the next time.
+    constexpr std::uint32_t kNextLookMs = 20;
+    do {
+        closeWindowsOfThread(m_threadId);
+    } while (m_ended.wait(kNextLookMs) == VTR_CEvent::kTimedOut);
+}
 
 SPW_CMessageBox::Answer WindowMessageBox::show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons,
                                                Icon icon) {
-    if (buttons == kOk && !remember(text)) {
-        return kAnswerOk;
+    if (buttons != kOk) {
+        return showNow(GetActiveWindow(), text, caption, buttons, icon);
     }
-    return answerOf(
-        MessageBoxW(GetActiveWindow(), SPW_ToWide(text.text()), SPW_ToWide(caption.text()), typeOf(buttons, icon)));
-}
-
-bool WindowMessageBox::remember(const SPW_CString& text) {
-    const SPW_CGuard guard(m_lock);
-    for (int i = 0; i < m_shown.numberOfElements(); ++i) {
-        if (m_shown[i] == text) {
-            return false;
+    {
+        const SPW_CGuard guard(m_lock);
+        if (!m_shown.isNew(text)) {
+            return kAnswerOk;
         }
     }
-    if (m_shown.numberOfElements() < kTextsRemembered) {
-        m_shown.append(text);
+    post({text, caption, icon});
+    return kAnswerOk;
+}
+
+void WindowMessageBox::tell(const SPW_CString& text) {
+    post({text, u"Linkometry", kIconError});
+}
+
+void WindowMessageBox::post(const Message& message) {
+    if (isOwnThread() || !canPost()) {
+        (void)showNow(nullptr, message.text, message.caption, kOk, message.icon);
+        return;
     }
+    const SPW_CGuard guard(m_lock);
+    if (m_unread.numberOfElements() == kMostUnread) {
+        m_unread.removeElementAt(1);  // the first one stands on the screen
+    }
+    m_unread.append(message);
+    (void)m_allRead.reset();
+    (void)m_news.set();
+}
+
+// The thread is made when there is something to show, which most programs never have. Where none can be made, whoever
+// has something to say shows it himself.
+bool WindowMessageBox::canPost() {
+    const SPW_CGuard guard(m_lock);
+    if (!m_isStarted && m_canStart) {
+        m_isStarted = start() == 0;
+        m_canStart = m_isStarted;
+    }
+    return m_isStarted;
+}
+
+// --- The thread of the boxes
+
+void WindowMessageBox::step() {
+    m_threadId = currentId();
+    Message message;
+    if (takeFirst(message)) {
+        (void)showNow(nullptr, message.text, message.caption, kOk, message.icon);
+        firstIsRead();
+    } else {
+        (void)m_news.wait(kSPWForever);
+    }
+}
+
+void WindowMessageBox::finish() {
+    (void)m_ended.set();
+}
+
+// It stays unread meanwhile.
+bool WindowMessageBox::takeFirst(Message& message) {
+    const SPW_CGuard guard(m_lock);
+    if (m_unread.numberOfElements() == 0) {
+        return false;
+    }
+    message = m_unread[0];
     return true;
+}
+
+void WindowMessageBox::firstIsRead() {
+    const SPW_CGuard guard(m_lock);
+    if (m_unread.numberOfElements() > 0) {  // the object's end empties it
+        m_unread.removeElementAt(0);
+    }
+    if (m_unread.numberOfElements() == 0) {
+        (void)m_allRead.set();
+    }
+}
+
+// --- The end
+
+void WindowMessageBox::waitUntilRead() {
+    if (!isOwnThread()) {
+        (void)m_allRead.wait(kSPWForever);
+    }
+}
+
+void WindowMessageBox::exitAfterFatalError(int code) {
+    theBox->waitUntilRead();
+    (void)TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
+    for (;;) {
+        Sleep(INFINITE);  // the call returns before it has done its work
+    }
 }

@@ -2,10 +2,13 @@
 // Reads one command a line from standard input and answers each with one line, fields separated by tabs:
 //
 //     find CAPTION         the handle of a visible top-level window whose caption holds the text, or 0
+//     all CAPTION          the handles of all such windows
 //     press HWND ID        clicks a button
 //     close HWND           asks the window to close
 //     key HWND CODE        a key, to the control that has the focus
 //     focus HWND ID        gives a control the focus
+//     focused HWND         the number of the control that has the focus, or 0
+//     strike HWND CODE ... strikes keys of the keyboard, one after another; the window must be the one in front
 //     exists HWND          1 or 0
 //     caption HWND         the window's caption
 //     label HWND           the texts of the window's labels
@@ -97,7 +100,7 @@ BOOL CALLBACK addLabel(HWND window, LPARAM parameter) {
 
 struct Search {
     std::wstring caption;
-    HWND found = nullptr;
+    std::vector<HWND> found;  // the one in front of all others first
 };
 
 BOOL CALLBACK visit(HWND window, LPARAM parameter) {
@@ -110,10 +113,17 @@ BOOL CALLBACK visit(HWND window, LPARAM parameter) {
     const bool isMeant =
         search.caption.empty() ? caption[0] == 0 : std::wstring(caption).find(search.caption) != std::wstring::npos;
     if (isDialog && IsWindowVisible(window) && isMeant) {
-        search.found = window;
-        return FALSE;
+        search.found.push_back(window);
     }
     return TRUE;
+}
+
+std::string list(const std::vector<HWND>& windows) {
+    std::string handles;
+    for (const HWND window : windows) {
+        handles += (handles.empty() ? "" : "\t") + std::to_string(reinterpret_cast<std::uintptr_t>(window));
+    }
+    return handles;
 }
 
 // Memory of the window's process, for messages that the system does not carry across.
@@ -262,6 +272,27 @@ void takeMessages() {
     }
 }
 
+// The control of the window that has the focus; null when none of it has.
+HWND focusOf(HWND window) {
+    GUITHREADINFO thread = {};
+    thread.cbSize = sizeof thread;
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &thread);
+    return thread.hwndActive == window ? thread.hwndFocus : nullptr;
+}
+
+// By way of the system's queue of the keyboard, as a user would. Answers how many were struck.
+int strike(HWND window, std::istringstream& codes) {
+    int count = 0;
+    for (int code = 0; GetForegroundWindow() == window && codes >> code; ++count) {
+        INPUT keys[2] = {};
+        keys[0].type = keys[1].type = INPUT_KEYBOARD;
+        keys[0].ki.wVk = keys[1].ki.wVk = static_cast<WORD>(code);
+        keys[1].ki.dwFlags = KEYEVENTF_KEYUP;
+        SendInput(2, keys, sizeof keys[0]);
+    }
+    return count;
+}
+
 std::string start(std::wstring commandLine) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
@@ -286,12 +317,12 @@ std::string answer(const std::string& line) {
     std::istringstream input(line);
     std::string command;
     input >> command;
-    if (command == "find") {
+    if (command == "find" || command == "all") {
         std::string caption;
         std::getline(input >> std::ws, caption);
-        Search search{wide(caption)};
+        Search search{wide(caption), {}};
         EnumWindows(visit, reinterpret_cast<LPARAM>(&search));
-        return std::to_string(reinterpret_cast<std::uintptr_t>(search.found));
+        return command == "all" ? list(search.found) : list({search.found.empty() ? nullptr : search.found.front()});
     }
     if (command == "set") {
         std::string name;
@@ -313,7 +344,11 @@ std::string answer(const std::string& line) {
     }
     std::uintptr_t handle = 0;
     int id = 0;
-    input >> handle >> id;
+    input >> handle;
+    if (command == "strike") {
+        return std::to_string(strike(reinterpret_cast<HWND>(handle), input));
+    }
+    input >> id;
     if (command == "status") {
         return statusOf(reinterpret_cast<HANDLE>(handle));
     }
@@ -326,10 +361,10 @@ std::string answer(const std::string& line) {
         return std::to_string(PostMessageW(window, WM_CLOSE, 0, 0));
     }
     if (command == "key") {
-        GUITHREADINFO thread = {};
-        thread.cbSize = sizeof thread;
-        GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &thread);
-        return std::to_string(PostMessageW(thread.hwndFocus, WM_KEYDOWN, static_cast<WPARAM>(id), 0));
+        return std::to_string(PostMessageW(focusOf(window), WM_KEYDOWN, static_cast<WPARAM>(id), 0));
+    }
+    if (command == "focused") {
+        return std::to_string(GetDlgCtrlID(focusOf(window)));
     }
     if (command == "focus") {
         return std::to_string(PostMessageW(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control), TRUE));

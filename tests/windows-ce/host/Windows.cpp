@@ -45,6 +45,21 @@ std::uint64_t dialogBox(Processor&, const Word* a) {
                                                      static_cast<LPARAM>(a[4])));
 }
 
+struct Visitor {
+    Word procedure;
+    Word parameter;
+};
+
+BOOL CALLBACK callVisitor(HWND window, LPARAM visitor) {
+    const Visitor& guest = *reinterpret_cast<const Visitor*>(visitor);
+    return static_cast<BOOL>(Threads::callBack(guest.procedure, addressOf(window), guest.parameter, 0, 0));
+}
+
+std::uint64_t enumWindows(Processor&, const Word* a) {
+    const Visitor guest = {a[0], a[1]};
+    return static_cast<Word>(EnumWindows(callVisitor, reinterpret_cast<LPARAM>(&guest)));
+}
+
 std::uint64_t messageBox(Processor&, const Word* a) {
     Journal::write("BOX \"%s\": \"%s\"", Journal::shown(a[2]).c_str(), Journal::shown(a[1]).c_str());
     return static_cast<Word>(MessageBoxW(pointerTo<HWND__>(a[0]), name(a[1]), name(a[2]), a[3]));
@@ -77,6 +92,7 @@ const SystemFunction table[] = {{"FindResourceW", findResource},
                                 {"LoadResource", loadResource},
                                 {"LoadIconW", loadIcon},
                                 {"DialogBoxIndirectParamW", dialogBox},
+                                {"EnumWindows", enumWindows},
                                 {"MessageBoxW", messageBox},
                                 {"SHInitDialog", initialiseDialog},
                                 {nullptr, nullptr}};

@@ -20,7 +20,6 @@
 
 #define WAIT_OBJECT_0 0
 #define WAIT_TIMEOUT 258
-#define TIME_ZONE_ID_INVALID 0xFFFFFFFF
 #define TLS_OUT_OF_INDEXES 0xFFFFFFFF
 
 #define GENERIC_READ 0x80000000
@@ -49,7 +48,10 @@
 #define FORMAT_MESSAGE_FROM_SYSTEM 0x1000
 
 #define CP_ACP 0
+#define LCMAP_LOWERCASE 0x0100
+#define LCMAP_UPPERCASE 0x0200
 #define LOCALE_USER_DEFAULT 0x0400
+#define LOCALE_SYSTEM_DEFAULT 0x0800
 #define DATE_SHORTDATE 1
 #define TIME_NOSECONDS 2
 
@@ -63,6 +65,7 @@
 #define ES_AUTOHSCROLL 0x0080
 #define ES_READONLY 0x0800
 #define ES_NUMBER 0x2000
+#define GW_OWNER 4
 #define GWL_STYLE (-16)
 #define GWL_EXSTYLE (-20)
 #define DWLP_MSGRESULT 0
@@ -90,8 +93,12 @@
 #define SWP_NOZORDER 0x04
 #define SWP_NOACTIVATE 0x10
 #define SWP_FRAMECHANGED 0x20
+#define WA_INACTIVE 0
 #define WM_SIZE 0x0005
+#define WM_ACTIVATE 0x0006
+#define WM_CLOSE 0x0010
 #define WM_GETMINMAXINFO 0x0024
+#define WM_NEXTDLGCTL 0x0028
 #define WM_NOTIFY 0x004E
 #define WM_SETICON 0x0080
 #define WM_INITDIALOG 0x0110
@@ -188,16 +195,6 @@ typedef struct {
     WORD wSecond;
     WORD wMilliseconds;
 } SYSTEMTIME;
-
-typedef struct {
-    LONG Bias;
-    wchar_t StandardName[32];
-    SYSTEMTIME StandardDate;
-    LONG StandardBias;
-    wchar_t DaylightName[32];
-    SYSTEMTIME DaylightDate;
-    LONG DaylightBias;
-} TIME_ZONE_INFORMATION;
 
 typedef struct {
     DWORD dwOSVersionInfoSize;
@@ -299,6 +296,7 @@ typedef struct {
 typedef struct DLGTEMPLATE DLGTEMPLATE;
 typedef INT_PTR(CALLBACK* DLGPROC)(HWND, UINT, WPARAM, LPARAM);
 typedef void(CALLBACK* TIMERPROC)(HWND, UINT, UINT, DWORD);
+typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(void*);
 typedef INT_PTR(WINAPI* FARPROC)();
 
@@ -373,10 +371,10 @@ BOOL FindClose(HANDLE search);
 
 void GetSystemTime(SYSTEMTIME* time);
 BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime);
-void GetLocalTime(SYSTEMTIME* time);
-DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone);
+BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local);
 int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, const wchar_t* format, wchar_t* text, int size);
 int GetTimeFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, const wchar_t* format, wchar_t* text, int size);
+int LCMapStringW(LCID locale, DWORD flags, const wchar_t* source, int sourceLength, wchar_t* target, int targetSize);
 int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* text, int length, char* buffer, int size,
                         const char* fallback, BOOL* usedFallback);
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* text, int length, wchar_t* buffer, int size);
@@ -403,14 +401,21 @@ INT_PTR DialogBoxIndirectParamW(HINSTANCE program, const DLGTEMPLATE* dialogTemp
 LRESULT DispatchMessageW(const MSG* message);
 BOOL EnableWindow(HWND window, BOOL on);
 BOOL EndDialog(HWND dialog, INT_PTR result);
+BOOL EnumWindows(WNDENUMPROC visit, LPARAM parameter);
 HWND GetActiveWindow();
 BOOL GetClientRect(HWND window, RECT* rectangle);
 HWND GetDlgItem(HWND dialog, int id);
+HWND GetFocus();
+HWND GetNextDlgTabItem(HWND dialog, HWND control, BOOL previous);
+HWND GetWindow(HWND window, UINT relation);
 LONG GetWindowLongW(HWND window, int index);
 BOOL GetWindowRect(HWND window, RECT* rectangle);
 int GetWindowTextLengthW(HWND window);
 int GetWindowTextW(HWND window, wchar_t* text, int size);
+DWORD GetWindowThreadProcessId(HWND window, DWORD* process);
 BOOL IsWindow(HWND window);
+BOOL IsWindowEnabled(HWND window);
+BOOL IsWindowVisible(HWND window);
 BOOL KillTimer(HWND window, UINT id);
 HICON LoadIconW(HINSTANCE program, const wchar_t* name);
 BOOL MapDialogRect(HWND dialog, RECT* rectangle);
@@ -421,7 +426,6 @@ BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT flags);
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 UINT RegisterWindowMessageW(const wchar_t* name);
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-HWND SetFocus(HWND window);
 UINT SetTimer(HWND window, UINT id, UINT milliseconds, TIMERPROC procedure);
 LONG SetWindowLongW(HWND window, int index, LONG value);
 BOOL SetWindowPos(HWND window, HWND after, int left, int top, int width, int height, UINT flags);

@@ -14,15 +14,11 @@ int protocolOfColumn(int column) {
     return protocol;
 }
 
-// Below 0, 0 or above 0. What begins with an address goes first and by its numbers: 10.0.0.9 before 10.0.0.10.
+// Below 0, 0 or above 0. What begins with an address goes by its numbers: 10.0.0.9 before 10.0.0.10.
 int compareLabels(const SPW_CString& left, const SPW_CString& right) {
     SPW_CIpAddress a;
     SPW_CIpAddress b;
-    const bool isLeftAddress = SPW_CIpAddress::parse(left.token(u" "), a);
-    const bool isRightAddress = SPW_CIpAddress::parse(right.token(u" "), b);
-    if (isLeftAddress != isRightAddress)
-        return isLeftAddress ? -1 : 1;
-    if (isLeftAddress) {
+    if (SPW_CIpAddress::parse(left.token(u" "), a) && SPW_CIpAddress::parse(right.token(u" "), b)) {
         for (int i = 0; i < 4; ++i) {
             if (a.octet(i) != b.octet(i))
                 return a.octet(i) - b.octet(i);
