@@ -65,17 +65,6 @@ TEST(StringSysContractTest, WhatCannotBeConvertedIsReplaced) {
     EXPECT_STREQ(narrow, "a?b");
 }
 
-TEST(StringSysContractTest, CaseMappingMapsLettersAndNothingElse) {
-    EXPECT_EQ(SPW_CStringSys::toLower(u'A'), u'a');
-    EXPECT_EQ(SPW_CStringSys::toUpper(u'z'), u'Z');
-    EXPECT_EQ(SPW_CStringSys::toLower(u'\u00C4'), u'\u00E4');
-    EXPECT_EQ(SPW_CStringSys::toUpper(u'\u00E4'), u'\u00C4');
-    for (const char16_t c : {u'\0', u'1', u'@', u'[', u'`', u'{', u'\u00D7', u'\u00F7', u'\uFFFF'}) {
-        EXPECT_EQ(SPW_CStringSys::toLower(c), c);
-        EXPECT_EQ(SPW_CStringSys::toUpper(c), c);
-    }
-}
-
 TEST(StringSysContractTest, TheLongestDoubleFits) {
     const double longest[] = {-std::numeric_limits<double>::denorm_min(), -std::numeric_limits<double>::max(),
                               -0.000123456789012345678, -1.0 / 3};

@@ -369,6 +369,20 @@ class LeavingTest(screen.ScreenTest):
         self.assert_terminal_is_as_before(window)
         self.assertNotIn("test", window.text())
 
+    def test_where_the_terminal_has_one_screen_only_the_status_line_is_cleared(self):
+        """A vt220 has no other screen to go back to: what was drawn stays, and the prompt comes below it."""
+        window = self.open(shell=f"exec sh -c 'cd {self.device.folder}; TERM=vt220 {lab.program_path()}; echo through; "
+                                 "exec cat'", width=130)
+        window.wait_until_ready()
+        self.assertEqual(window.state("alternate_on"), "0")
+        window.start_test()
+        window.wait_for_row("127.0.0.1 (self)", lambda cells: received(cells[4]) >= 2)
+        window.keys("C-z")  # the shell of this window knows no job control: the screen goes on
+        window.keys("q")
+        window.wait_for("result after", "through")
+        self.assertIn("Quality", window.text())  # of the screen
+        self.assertNotRegex(window.text(), "running  test|stopped  log")
+
     def test_signals_that_ask_for_the_end_restore_and_report(self):
         for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
             with self.subTest(number):
@@ -456,6 +470,19 @@ class WithoutScreenTest(screen.ScreenTest):
         window = self.open("-duration", "0.2", "-peer", "127.0.0.1", input_from="/dev/null", width=130)
         window.wait()
         window.wait_for("result after")
+
+    def test_a_printed_table_is_laid_out_to_the_width_of_its_terminal(self):
+        name = "fifteen letters"
+        for width, headers in ((130, r"^IP-Address \(name\) +Quality \(%\) "), (80, r"^IP-Address +Quality +Mcast "),
+                               (60, r"^IP-Address +Quality Mcast ")):
+            with self.subTest(width):
+                window = self.open("-headless", "-duration", "0.2", "-peer", f"127.0.0.1={name}", width=width)
+                window.wait()
+                lines = window.wait_for("1 of 1 peer reachable") and window.lines()
+                index = next(i for i, line in enumerate(lines) if re.search(headers, line))
+                row = next(line for line in lines[index:] if line.startswith("127.0.0.1"))
+                self.assertRegex(row, r" +100 +0/0 +\d+/\d+ +\d+/\d+ +\d+/\d+$")
+                self.assertEqual(name in row, width != 80)
 
     def test_headless_means_headless_on_a_terminal_too(self):
         window = self.open("-headless", "-duration", "0.2", "-peer", "127.0.0.1", width=130)

@@ -44,6 +44,19 @@ int displayWidth(const SPW_CString& text) {
     return width;
 }
 
+SPW_CString cutToWidth(const SPW_CString& text, int width) {
+    int used = 0;
+    int end = 0;  // of what fits before an ellipsis
+    for (int i = 0; i < text.length();) {
+        used += displayWidth(nextCharacter(text, i));
+        if (used < width)
+            end = i;
+        if (used > width)
+            return text.left(end) + u"\u2026";
+    }
+    return text;
+}
+
 char32_t nextCharacter(const SPW_CString& text, int& index) {
     const char32_t first = text.text()[index++];
     if (first < 0xD800 || first > 0xDFFF)

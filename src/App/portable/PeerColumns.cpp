@@ -8,6 +8,13 @@ const char16_t* peerColumnHeader(int column) {
     return kHeaders[column];
 }
 
+void splitPeerColumnHeader(int column, SPW_CString& upper, SPW_CString& lower) {
+    const SPW_CString header(peerColumnHeader(column));
+    const int blank = header.find(u' ');
+    upper = header.left(blank);
+    lower = header.mid(blank + 1, header.length());
+}
+
 PeerColumn columnOfProtocol(int protocol) {
     static constexpr PeerColumn kColumns[kProtocols] = {kMulticastColumn, kUdpColumn, kTcpipColumn, kPingColumn};
     return kColumns[protocol];

@@ -18,6 +18,8 @@ enum PeerColumn : int {
 
 // column: 0 to kPeerColumns - 1.
 const char16_t* peerColumnHeader(int column);
+// The header on two lines, for narrow screens: "Quality (%)" is "Quality" and "(%)".
+void splitPeerColumnHeader(int column, SPW_CString& upper, SPW_CString& lower);
 
 // protocol: 0 to kProtocols - 1.
 PeerColumn columnOfProtocol(int protocol);

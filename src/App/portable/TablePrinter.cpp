@@ -1,15 +1,31 @@
 #include "TablePrinter.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "DisplayWidth.h"
 #include "PeerColumns.h"
 
 namespace {
 
-const char16_t kColumnGap[] = u"  ";
+constexpr int kWidestLabel = 60;
+// "255.255.255.255" is the least that a label is cut to. A form of the table that leaves more, as that for 80 columns
+// does, is not given up for a narrower one, though it cuts names.
+constexpr int kNarrowestLabel = 15;
+constexpr int kUsefulLabel = 22;
 
-void fillCells(const PeerRowValues& row, SPW_CString (&cells)[kPeerColumns]) {
+typedef SPW_CString Cells[kPeerColumns];
+typedef int Widths[kPeerColumns];
+
+// How headers and gaps are laid out, the widest form first.
+struct Form {
+    enum Headers { kWhole, kOnTwoLines, kFirstWord };
+    Headers headers;
+    int gap;  // columns between two columns
+};
+constexpr Form kForms[] = {{Form::kWhole, 2}, {Form::kOnTwoLines, 2}, {Form::kOnTwoLines, 1}, {Form::kFirstWord, 1}};
+
+void fillCells(const PeerRowValues& row, Cells& cells) {
     cells[kLabelColumn] = row.label;
     cells[kQualityColumn] = qualityText(row.quality);
     for (int protocol = 0; protocol < kProtocols; ++protocol) {
@@ -18,51 +34,104 @@ void fillCells(const PeerRowValues& row, SPW_CString (&cells)[kPeerColumns]) {
     }
 }
 
-void fillHeaders(SPW_CString (&cells)[kPeerColumns]) {
-    for (int column = 0; column < kPeerColumns; ++column)
-        cells[column] = peerColumnHeader(column);
+// `lower` stays empty where the headers have one line.
+void fillHeaders(Form::Headers headers, Cells& upper, Cells& lower) {
+    for (int column = 0; column < kPeerColumns; ++column) {
+        upper[column] = peerColumnHeader(column);
+        lower[column].clear();
+        if (headers != Form::kWhole)
+            splitPeerColumnHeader(column, upper[column], lower[column]);
+        if (headers == Form::kFirstWord)
+            lower[column].clear();
+    }
 }
 
-void widen(int (&widths)[kPeerColumns], const SPW_CString (&cells)[kPeerColumns]) {
+void widen(Widths& widths, const Cells& cells) {
     for (int column = 0; column < kPeerColumns; ++column)
         widths[column] = std::max(widths[column], displayWidth(cells[column]));
 }
 
-// The label column is aligned left, the figures right.
-void appendCell(SPW_CString& line, const SPW_CString& text, int width, int column) {
-    SPW_CString padding;
-    padding.fill(u' ', width - displayWidth(text));
-    if (column == 0)
-        line += text + padding;
-    else
-        line += SPW_CString(kColumnGap) + padding + text;
-}
+// The table's columns, and its lines one by one.
+class Layout {
+public:
+    Layout(const Form& form, const SPW_CArray<PeerRowValues>& rows) : m_form(form) {
+        Cells cells;
+        for (int i = 0; i < rows.numberOfElements(); ++i) {
+            fillCells(rows[i], cells);
+            widen(m_widths, cells);
+        }
+        Cells upper;
+        Cells lower;
+        fillHeaders(form.headers, upper, lower);
+        widen(m_widths, upper);
+        widen(m_widths, lower);
+        m_widths[kLabelColumn] = std::min(m_widths[kLabelColumn], kWidestLabel);
+    }
 
-void appendLine(SPW_CString& table, const SPW_CString (&cells)[kPeerColumns], const int (&widths)[kPeerColumns]) {
-    for (int column = 0; column < kPeerColumns; ++column)
-        appendCell(table, cells[column], widths[column], column);
-    table.append(u'\n');
+    // Gives the label the room that a terminal of that width leaves. False when that is so little that a narrower form
+    // had better be taken.
+    bool fit(int width) {
+        int room = width;
+        for (int column = kLabelColumn + 1; column < kPeerColumns; ++column)
+            room -= m_form.gap + m_widths[column];
+        const int needed = m_widths[kLabelColumn];
+        m_widths[kLabelColumn] = std::min(needed, std::max(room, kNarrowestLabel));
+        return room >= std::min(needed, kUsefulLabel);
+    }
+
+    void appendHeaders(SPW_CString& table) const {
+        Cells upper;
+        Cells lower;
+        fillHeaders(m_form.headers, upper, lower);
+        appendLine(table, upper);
+        if (m_form.headers == Form::kOnTwoLines)
+            appendLine(table, lower);
+    }
+    void appendRow(SPW_CString& table, const PeerRowValues& row) const {
+        Cells cells;
+        fillCells(row, cells);
+        appendLine(table, cells);
+    }
+
+private:
+    // The label column is aligned left, the figures right.
+    void appendLine(SPW_CString& table, const Cells& cells) const {
+        const SPW_CString label = cutToWidth(cells[kLabelColumn], m_widths[kLabelColumn]);
+        table += label;
+        appendBlanks(table, m_widths[kLabelColumn] - displayWidth(label));
+        for (int column = kLabelColumn + 1; column < kPeerColumns; ++column) {
+            appendBlanks(table, m_form.gap + m_widths[column] - displayWidth(cells[column]));
+            table += cells[column];
+        }
+        table.append(u'\n');
+    }
+    static void appendBlanks(SPW_CString& table, int count) {
+        SPW_CString blanks;
+        blanks.fill(u' ', count);
+        table += blanks;
+    }
+
+    Form m_form;
+    Widths m_widths = {};
+};
+
+Layout layoutFor(int width, const SPW_CArray<PeerRowValues>& rows) {
+    Layout layout(kForms[0], rows);
+    for (std::size_t i = 1; width != kAnyWidth && !layout.fit(width) && i < std::size(kForms); ++i)
+        layout = Layout(kForms[i], rows);
+    return layout;
 }
 
 }  // namespace
 
-SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowValues>& rows) {
+SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowValues>& rows, int width) {
     SPW_CString table;
     table.format(u"%s  test %d, %s after %lu s\n", heading.localTime.text(), heading.testNumber,
                  heading.isFinal ? u"result" : u"running", static_cast<unsigned long>(heading.elapsedSeconds));
-    SPW_CString cells[kPeerColumns];
-    int widths[kPeerColumns] = {};
-    for (int i = 0; i < rows.numberOfElements(); ++i) {
-        fillCells(rows[i], cells);
-        widen(widths, cells);
-    }
-    fillHeaders(cells);
-    widen(widths, cells);
-    appendLine(table, cells, widths);
-    for (int i = 0; i < rows.numberOfElements(); ++i) {
-        fillCells(rows[i], cells);
-        appendLine(table, cells, widths);
-    }
+    const Layout layout = layoutFor(width, rows);
+    layout.appendHeaders(table);
+    for (int i = 0; i < rows.numberOfElements(); ++i)
+        layout.appendRow(table, rows[i]);
     if (rows.numberOfElements() == 0)
         table += u"(no peer heard so far)\n";
     return table;

@@ -1,5 +1,8 @@
 #include "Console.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 
@@ -13,4 +16,9 @@ int printText(const std::string& text) {
     errno = 0;
     const bool isPrinted = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     return isPrinted ? 0 : errno != 0 ? errno : EIO;
+}
+
+int outputWidth() {
+    winsize size = {};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }

@@ -1,5 +1,6 @@
 #include "SnapshotText.h"
 
+#include "Console.h"
 #include "JsonPrinter.h"
 #include "SPW_CClock.h"
 #include "TablePrinter.h"
@@ -14,7 +15,7 @@ std::string snapshotText(const CommandLine& options, const SnapshotOf& what, con
     heading.testNumber = what.testNumber;
     heading.elapsedSeconds = what.elapsedSeconds;
     heading.isFinal = what.isFinal;
-    std::string text = formatTable(heading, rows).toAnsi();
+    std::string text = formatTable(heading, rows, outputWidth()).toAnsi();
     if (what.isFinal)
         text = text + formatVerdict(rows, options.minimumQuality).toAnsi() + '\n';
     return text;

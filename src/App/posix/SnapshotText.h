@@ -15,5 +15,5 @@ struct SnapshotOf {
 };
 
 // All rows as they are now, for the standard output, in the format that the options ask for. A final table ends with
-// the verdict.
+// the verdict. Where the standard output is a terminal, a table is laid out to its width.
 std::string snapshotText(const CommandLine& options, const SnapshotOf& what, const SPW_CArray<PeerRowValues>& rows);

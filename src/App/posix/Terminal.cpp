@@ -222,11 +222,21 @@ std::string Terminal::leavingSequence() const {
     return sequence;
 }
 
+// On a terminal with one screen only, what was drawn stays, and the next prompt comes on its last line.
+void Terminal::leaveScreen() {
+    if (capability("rmcup") == nullptr) {
+        move(LINES - 1, 0);
+        clrtoeol();
+        refresh();
+    }
+    endwin();
+    tcsetattr(STDIN_FILENO, TCSADRAIN, &m_formerModes);
+}
+
 void Terminal::close() {
     if (m_screen == nullptr)
         return;
-    endwin();
-    tcsetattr(STDIN_FILENO, TCSADRAIN, &m_formerModes);
+    leaveScreen();
     delscreen(m_screen);
     m_screen = nullptr;
     TerminalRescue::disarm();
@@ -236,8 +246,7 @@ void Terminal::close() {
 void Terminal::suspend() {
     if (!m_canSuspend)
         return;
-    endwin();
-    tcsetattr(STDIN_FILENO, TCSADRAIN, &m_formerModes);
+    leaveScreen();
     struct sigaction stopping = {};
     stopping.sa_handler = SIG_DFL;
     struct sigaction former;

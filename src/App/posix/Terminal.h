@@ -47,6 +47,7 @@ private:
     void setModes();
     void setColours();
     std::string leavingSequence() const;
+    void leaveScreen();
     void showCell(const Canvas::Cell& cell, int x, int y);
 
     screen* m_screen = nullptr;  // while it is open

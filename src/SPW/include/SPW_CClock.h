@@ -28,8 +28,11 @@ public:
     virtual std::uint64_t now100ns() = 0;
     // The true wall clock in the same units.
     virtual std::uint64_t wall100ns() = 0;
-    // A wall-clock count as local calendar time.
+    // A wall-clock count as local calendar time, with the offset that the device's zone has on that date. A zone that
+    // is changed while the program runs counts within a minute.
     virtual SPW_CalendarTime toLocal(std::uint64_t wall100ns) = 0;
+    // The wall clock as local calendar time, for time stamps: cheaper than toLocal on some platforms.
+    virtual SPW_CalendarTime localNow() { return toLocal(wall100ns()); }
     // Blocks the calling thread for at least that time, whatever signals arrive. 0 gives up the processor for the
     // shortest time that pays; never spins.
     virtual void sleepMs(std::uint32_t milliseconds) = 0;
@@ -37,7 +40,6 @@ public:
     // Between the two epochs that systems count from, in seconds.
     static constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
 
-    SPW_CalendarTime localNow() { return toLocal(wall100ns()); }
     // Plain calendar arithmetic (proleptic Gregorian, no time zone), the two directions, for the years 1601 to 30827.
     // A later count gives the last millisecond of 30827.
     static SPW_CalendarTime toUtc(std::uint64_t count100ns);

@@ -85,9 +85,11 @@ public:
     // Data of more than 510 bytes give 540 with the code 234. An empty name is the key's default value.
     [[nodiscard]] SPW_Result getValue(const SPW_CString& name, SPW_CRegistryData& data);
     // The wide text that the value's bytes spell up to their first null, whatever its type: how values of other
-    // products are read, which may hold anything. A byte behind the last whole character counts as a character. Codes
-    // as getValue gives them, but for 545; `text` is unchanged then.
-    [[nodiscard]] SPW_Result getRawText(const SPW_CString& name, SPW_CString& text);
+    // products are read, which may hold anything. A byte behind the last whole character counts as a character. Data of
+    // more than `sizeLimit` bytes give 540 with the code 234. Other codes as getValue gives them, but for 545; `text`
+    // is unchanged then.
+    static constexpr std::uint32_t kAnySize = 0xFFFFFFFF;
+    [[nodiscard]] SPW_Result getRawText(const SPW_CString& name, SPW_CString& text, std::uint32_t sizeLimit = kAnySize);
     [[nodiscard]] SPW_Result setValue(const SPW_CString& name, const SPW_CRegistryData& data);
     SPW_Result getKeyName(SPW_CString& hive, SPW_CString& path) const;
     // The text of the latest failure, which is then forgotten; successes leave it alone. Always 0.

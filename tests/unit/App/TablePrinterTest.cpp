@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
+
+#include "DisplayWidth.h"
+#include "StringPrinting.h"
 
 namespace {
 
@@ -25,6 +29,16 @@ TableHeading heading(bool isFinal) {
     heading.elapsedSeconds = 17;
     heading.isFinal = isFinal;
     return heading;
+}
+
+std::vector<std::u16string> linesOf(const SPW_CString& table) {
+    std::vector<std::u16string> lines;
+    const std::u16string text(table.text());
+    for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+        end = text.find(u'\n', begin);
+        lines.push_back(text.substr(begin, end - begin));
+    }
+    return lines;
 }
 
 TEST(TablePrinterTest, ColumnsAreAsWideAsTheirLongestCell) {
@@ -53,6 +67,64 @@ TEST(TablePrinterTest, NamesOfAllScriptsLeaveTheColumnsStraight) {
     EXPECT_NE(std::u16string::npos, table.find(u"\n10.0.0.2 (cafe\u0301)            100  ")) << shown.toAnsi();
     EXPECT_NE(std::u16string::npos, table.find(u"\n10.0.0.3 (\u65e5\u672c\U0001F600)          100  "))
         << shown.toAnsi();
+}
+
+TEST(TablePrinterTest, ALongNameIsCutSoThatItPadsNobodyElsesRow) {
+    SPW_CString label(u"10.0.0.1 (");
+    SPW_CString name;
+    name.fill(u'x', 900);
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row((label + name + u")").text(), 100, 1, 1));
+    rows.append(row(u"10.0.0.2", 100, 1, 1));
+    const std::vector<std::u16string> lines = linesOf(formatTable(heading(false), rows));
+    EXPECT_EQ(lines[2].substr(0, 65), std::u16string(u"10.0.0.1 (") + std::u16string(49, u'x') + u"\u2026     ");
+    for (std::size_t i = 1; i < lines.size(); ++i)
+        EXPECT_EQ(lines[i].size(), 148u);
+}
+
+TEST(TablePrinterTest, ATableThatFitsTheTerminalIsAsWideAsItNeedsToBe) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
+    const SPW_CString whole = formatTable(heading(false), rows);
+    EXPECT_EQ(linesOf(whole)[1].size(), 105u);
+    EXPECT_EQ(formatTable(heading(false), rows, 105), whole);
+    EXPECT_NE(formatTable(heading(false), rows, 104), whole);
+}
+
+TEST(TablePrinterTest, OnEightyColumnsTheHeadersHaveTwoLines) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
+    rows.append(row(u"10.0.0.200 (device-b)", 100, 3599, 3600));
+    rows.append(row(u"10.0.0.201 (the printer in the hall)", 100, 3599, 3600));
+    EXPECT_STREQ(
+        "09:05:03  test 2, running after 17 s\n"
+        "IP-Address             Quality        Mcast        Tcpip          Udp       Ping\n"
+        "(name)                     (%) (Recv/Total) (Recv/Total) (Recv/Total) (Ack/Sent)\n"
+        "10.0.0.1 (a)                60          3/5          3/5          3/5        3/5\n"
+        "10.0.0.200 (device-b)      100    3599/3600    3599/3600    3599/3600  3599/3600\n"
+        "10.0.0.201 (the print\xE2\x80\xA6     100    3599/3600    3599/3600    3599/3600  3599/3600\n",
+        formatTable(heading(false), rows, 80).toAnsi());
+}
+
+TEST(TablePrinterTest, OnNarrowTerminalsTheHeadersHaveOneWordAndTheAddressIsWhole) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"255.255.255.255 (device-b)", 100, 3, 5));
+    EXPECT_STREQ(
+        "09:05:03  test 2, running after 17 s\n"
+        "IP-Address          Quality Mcast Tcpip Udp Ping\n"
+        "255.255.255.255 (d\xE2\x80\xA6     100   3/5   3/5 3/5  3/5\n",
+        formatTable(heading(false), rows, 48).toAnsi());
+    EXPECT_EQ(formatTable(heading(false), rows, 1), formatTable(heading(false), rows, 44));
+}
+
+TEST(TablePrinterTest, NoLineIsWiderThanATerminalOfFiftyColumnsOrMore) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"255.255.255.255 (\u65e5\u672c\u65e5\u672c\u65e5\u672c\u65e5\u672c)", 100, 10, 10));
+    rows.append(row(u"10.0.0.1", 0, 0, 10));
+    for (int width = 50; width < 140; ++width) {
+        for (const std::u16string& line : linesOf(formatTable(heading(true), rows, width)))
+            EXPECT_LE(displayWidth(line.c_str()), width);
+    }
 }
 
 TEST(TablePrinterTest, EachProtocolStandsInItsOwnColumn) {

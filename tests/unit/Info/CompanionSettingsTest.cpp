@@ -50,7 +50,7 @@ TEST_F(CompanionSettingsTest, AKorvPortThatIsANumberSpellsNoDigits) {
     EXPECT_EQ(readKorvUdpPort(), 61);
 }
 
-TEST_F(CompanionSettingsTest, AKorvPortOfMoreThan127CharactersIsNone) {
+TEST_F(CompanionSettingsTest, AKorvPortOfMoreThan257BytesIsNone) {
     SPW_CString text(u"6000");
     for (int i = text.length(); i < 127; ++i) {
         text += u'x';
@@ -59,6 +59,17 @@ TEST_F(CompanionSettingsTest, AKorvPortOfMoreThan127CharactersIsNone) {
     EXPECT_EQ(readKorvUdpPort(), 6000);
     m_registry.setText(kKorv, u"UDPPort", text + u'x');
     EXPECT_EQ(readKorvUdpPort(), kNoMulticastPortOverride);
+}
+
+// The value's size decides, not the length of the text in it.
+TEST_F(CompanionSettingsTest, AKorvPortWithMuchBehindItsEndIsNone) {
+    char bytes[1000] = "6\0\0";
+    SPW_CRegistryData data;
+    for (const auto& [size, port] : {std::pair(257, 6), {258, -1}, {510, -1}, {511, -1}, {1000, -1}}) {
+        (void)data.setBytes(bytes, static_cast<std::uint32_t>(size));
+        m_registry.set(kKorv, u"UDPPort", data);
+        EXPECT_EQ(readKorvUdpPort(), port) << size;
+    }
 }
 
 TEST_F(CompanionSettingsTest, OwnerAndFriendlyNameAreEmptyWhereMissing) {
@@ -73,6 +84,18 @@ TEST_F(CompanionSettingsTest, OwnerAndFriendlyNameAreTheFirstCharactersOfTheirVa
     m_registry.setText(kTlp, u"Friendly Name", longName);
     EXPECT_EQ(readOwnerName(), SPW_CString(u"Ada"));
     EXPECT_EQ(readFriendlyName(), longName.left(128));
+}
+
+TEST_F(CompanionSettingsTest, HoweverLongTheValueIsItsFirstCharactersAreTheName) {
+    for (const int length : {254, 255, 256, 5000}) {
+        SPW_CString name(u"Ada ");
+        SPW_CString rest;
+        rest.fill(u'x', length - name.length());
+        m_registry.setText(kOwner, u"Owner", name + rest);
+        m_registry.setText(kTlp, u"Friendly Name", name + rest);
+        EXPECT_EQ(readOwnerName(), (name + rest).left(128)) << length;
+        EXPECT_EQ(readFriendlyName(), (name + rest).left(128)) << length;
+    }
 }
 
 TEST_F(CompanionSettingsTest, TheOwnerIsReadFromTheFrontOfABlock) {

@@ -297,13 +297,28 @@ TEST_F(RegistryTest, RawTextIsWhatTheBytesSpellWhateverTheType) {
     EXPECT_EQ(rawText(u"none"), u"");
 }
 
+TEST_F(RegistryTest, RawTextMayBeLongerThanOtherData) {
+    for (const std::size_t length : {254, 255, 256, 70000}) {
+        const std::u16string stored(length, u'x');
+        EXPECT_EQ(setString(u"long", stored.c_str()), 0u);
+        SPW_CString text;
+        EXPECT_EQ(m_registry.getRawText(u"long", text), 0u) << errorOf(m_registry);
+        EXPECT_EQ(text, stored.c_str());
+        const auto size = static_cast<std::uint32_t>(2 * length + 2);
+        EXPECT_EQ(m_registry.getRawText(u"long", text, size), 0u);
+        EXPECT_EQ(m_registry.getRawText(u"long", text, size - 1), 540u);
+    }
+}
+
 TEST_F(RegistryTest, RawTextThatCannotBeReadLeavesTheTextAlone) {
     EXPECT_EQ(setString(u"long", std::u16string(255, u'x').c_str()), 0u);
     SPW_CString text(u"before");
     EXPECT_EQ(m_registry.getRawText(u"missing", text), 540u);
     EXPECT_EQ(errorOf(m_registry), "RegQueryValueEx failed2");
-    EXPECT_EQ(m_registry.getRawText(u"long", text), 540u);
-    EXPECT_EQ(errorOf(m_registry), "RegQueryValueEx failed234");
+    for (const std::uint32_t limit : {10u, 510u, 511u}) {
+        EXPECT_EQ(m_registry.getRawText(u"long", text, limit), 540u);
+        EXPECT_EQ(errorOf(m_registry), "RegQueryValueEx failed234");
+    }
     SPW_CRegistry elsewhere(u"HKEY_CURRENT_USER", u"Software\\Missing", SPW_CRegistry::kOnlyIfPresent);
     EXPECT_EQ(elsewhere.getRawText(u"x", text), 540u);
     EXPECT_EQ(errorOf(elsewhere), "RegOpenKeyEx failed2");

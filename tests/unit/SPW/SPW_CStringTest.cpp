@@ -485,6 +485,31 @@ TEST(StringCompareTest, CaseCanBeIgnored) {
     EXPECT_EQ(SPW_CString(u"\u00C4\u0416\u03A9").compareNoCase(u"\u00E4\u0436\u03C9"), 0);
 }
 
+TEST(StringCompareTest, CaseCanBeIgnoredInEveryScriptThatHasIt) {
+    const char16_t* const kPairs[][2] = {
+        {u"\u0141\u00D3D\u0179", u"\u0142\u00F3d\u017A"},                            // Polish
+        {u"NGUY\u1EC4N \u01A0 \u01AF \u0110", u"nguy\u1EC5n \u01A1 \u01B0 \u0111"},  // Vietnamese
+        {u"\u1EA0\u1EA4\u1EF6\u1EFE", u"\u1EA1\u1EA5\u1EF7\u1EFF"},
+        {u"\u0218\u021A", u"\u0219\u021B"},                          // Romanian
+        {u"\u018F\u0181\u0186\u0190", u"\u0259\u0253\u0254\u025B"},  // Azerbaijani, languages of West Africa
+        {u"\u01C4\u01CD\u01F4\u0243\u024E", u"\u01C6\u01CE\u01F5\u0180\u024F"},
+        {u"\u0386\u03A9\u1F08", u"\u03AC\u03C9\u1F00"},  // Greek
+        {u"\u0401\u0416\u04C0", u"\u0451\u0436\u04CF"},  // Cyrillic
+        {u"\u0531", u"\u0561"},                          // Armenian
+        {u"\u1C90", u"\u10D0"},                          // Georgian
+        {u"\uFF21", u"\uFF41"},
+    };
+    for (const auto& pair : kPairs) {
+        EXPECT_EQ(SPW_CString(pair[0]).compareNoCase(pair[1]), 0) << SPW_CString(pair[1]).toAnsi();
+        SPW_CString text(pair[0]);
+        text.toLower();
+        EXPECT_EQ(text, pair[1]);
+        text.toUpper();
+        EXPECT_EQ(text, pair[0]);
+    }
+    EXPECT_NE(SPW_CString(u"\u01A0").compareNoCase(u"o"), 0);
+}
+
 TEST(StringCompareTest, WithoutCaseTheOrderIsThatOfLowerCase) {
     // '_' lies between the upper-case and the lower-case letters.
     EXPECT_GT(SPW_CString(u"A").compareNoCase(u"_"), 0);
@@ -766,12 +791,13 @@ TEST(StringEditTest, ChangesCaseInPlace) {
     EXPECT_EQ(s, u"MIXED 123 \u00C4\u00D7\u0178 \u0416\u03A9");
 }
 
-TEST(StringEditTest, LettersWithoutAPairKeepTheirCase) {
-    SPW_CString s(u"\u00DF\u0130\u0131\u00F7\u4E2D\u05D0");
+TEST(StringEditTest, WhatHasNoOtherCaseStaysAsItIs) {
+    const SPW_CString text(u"1@[`{\u00DF\u0130\u0131\u00D7\u00F7\u4E2D\u05D0\uFFFF");
+    SPW_CString s(text);
     s.toUpper();
-    EXPECT_EQ(s, u"\u00DF\u0130\u0131\u00F7\u4E2D\u05D0");
+    EXPECT_EQ(s, text);
     s.toLower();
-    EXPECT_EQ(s, u"\u00DF\u0130\u0131\u00F7\u4E2D\u05D0");
+    EXPECT_EQ(s, text);
 }
 
 TEST(StringEditTest, LowerCaseOfUpperCaseIsTheLetterItself) {

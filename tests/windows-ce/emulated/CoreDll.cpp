@@ -38,26 +38,6 @@ wchar_t fromWestern(char byte) {
     return static_cast<wchar_t>(isMoved ? kWestern[value - 0x80] : value);
 }
 
-// Latin, Greek and Cyrillic letters, as far as their capitals stand a fixed distance before them.
-wchar_t mapCase(wchar_t unit, bool toLower) {
-    const struct {
-        wchar_t first, last, distance;
-    } kCapitals[] = {{'A', 'Z', 32},
-                     {0xC0, 0xD6, 32},
-                     {0xD8, 0xDE, 32},
-                     {0x391, 0x3A9, 32},
-                     {0x400, 0x40F, 80},
-                     {0x410, 0x42F, 32},
-                     {0x178, 0x178, static_cast<wchar_t>(0xFF - 0x178)}};
-    for (const auto& range : kCapitals) {
-        const wchar_t capital = static_cast<wchar_t>(toLower ? unit : unit - range.distance);
-        if (capital >= range.first && capital <= range.last) {
-            return static_cast<wchar_t>(toLower ? unit + range.distance : capital);
-        }
-    }
-    return unit;
-}
-
 }  // namespace
 
 extern "C" {
@@ -84,9 +64,12 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME*, FILETIME* fileTime) {
     *fileTime = {static_cast<DWORD>(kCount), static_cast<DWORD>(kCount >> 32)};
     return TRUE;
 }
-BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
-    *local = *utc;
-    return TRUE;
+void GetLocalTime(SYSTEMTIME* time) {
+    GetSystemTime(time);
+}
+DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone) {
+    *zone = {};
+    return 0;
 }
 DWORD GetTickCount() {
     return 0;
@@ -157,12 +140,6 @@ int WideCharToMultiByte(UINT, DWORD, const wchar_t* text, int length, char* buff
 int MultiByteToWideChar(UINT, DWORD, const char* text, int length, wchar_t* buffer, int size) {
     for (int i = 0; i < length && size != 0; ++i) {
         buffer[i] = fromWestern(text[i]);
-    }
-    return length;
-}
-int LCMapStringW(LCID, DWORD flags, const wchar_t* source, int length, wchar_t* target, int) {
-    for (int i = 0; i < length; ++i) {
-        target[i] = mapCase(source[i], flags == LCMAP_LOWERCASE);
     }
     return length;
 }

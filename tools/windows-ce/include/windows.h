@@ -20,6 +20,7 @@
 
 #define WAIT_OBJECT_0 0
 #define WAIT_TIMEOUT 258
+#define TIME_ZONE_ID_INVALID 0xFFFFFFFF
 #define TLS_OUT_OF_INDEXES 0xFFFFFFFF
 
 #define GENERIC_READ 0x80000000
@@ -48,10 +49,7 @@
 #define FORMAT_MESSAGE_FROM_SYSTEM 0x1000
 
 #define CP_ACP 0
-#define LCMAP_LOWERCASE 0x0100
-#define LCMAP_UPPERCASE 0x0200
 #define LOCALE_USER_DEFAULT 0x0400
-#define LOCALE_SYSTEM_DEFAULT 0x0800
 #define DATE_SHORTDATE 1
 #define TIME_NOSECONDS 2
 
@@ -195,6 +193,16 @@ typedef struct {
     WORD wSecond;
     WORD wMilliseconds;
 } SYSTEMTIME;
+
+typedef struct {
+    LONG Bias;
+    wchar_t StandardName[32];
+    SYSTEMTIME StandardDate;
+    LONG StandardBias;
+    wchar_t DaylightName[32];
+    SYSTEMTIME DaylightDate;
+    LONG DaylightBias;
+} TIME_ZONE_INFORMATION;
 
 typedef struct {
     DWORD dwOSVersionInfoSize;
@@ -371,10 +379,10 @@ BOOL FindClose(HANDLE search);
 
 void GetSystemTime(SYSTEMTIME* time);
 BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* fileTime);
-BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local);
+void GetLocalTime(SYSTEMTIME* time);
+DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone);
 int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, const wchar_t* format, wchar_t* text, int size);
 int GetTimeFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, const wchar_t* format, wchar_t* text, int size);
-int LCMapStringW(LCID locale, DWORD flags, const wchar_t* source, int sourceLength, wchar_t* target, int targetSize);
 int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* text, int length, char* buffer, int size,
                         const char* fallback, BOOL* usedFallback);
 int MultiByteToWideChar(UINT codePage, DWORD flags, const char* text, int length, wchar_t* buffer, int size);

@@ -14,11 +14,15 @@ int protocolOfColumn(int column) {
     return protocol;
 }
 
-// Below 0, 0 or above 0. What begins with an address goes by its numbers: 10.0.0.9 before 10.0.0.10.
+// Below 0, 0 or above 0. What begins with an address goes first and by its numbers: 10.0.0.9 before 10.0.0.10.
 int compareLabels(const SPW_CString& left, const SPW_CString& right) {
     SPW_CIpAddress a;
     SPW_CIpAddress b;
-    if (SPW_CIpAddress::parse(left.token(u" "), a) && SPW_CIpAddress::parse(right.token(u" "), b)) {
+    const bool isLeftAddress = SPW_CIpAddress::parse(left.token(u" "), a);
+    const bool isRightAddress = SPW_CIpAddress::parse(right.token(u" "), b);
+    if (isLeftAddress != isRightAddress)
+        return isLeftAddress ? -1 : 1;
+    if (isLeftAddress) {
         for (int i = 0; i < 4; ++i) {
             if (a.octet(i) != b.octet(i))
                 return a.octet(i) - b.octet(i);

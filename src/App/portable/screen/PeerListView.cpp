@@ -8,20 +8,12 @@ namespace {
 
 constexpr int kProtocolColumns = kPeerColumns - kMulticastColumn;
 
-// "Quality (%)" is "Quality" and "(%)".
-void splitHeader(int column, SPW_CString& upper, SPW_CString& lower) {
-    const SPW_CString header(peerColumnHeader(column));
-    const int blank = header.find(u' ');
-    upper = header.left(blank);
-    lower = header.mid(blank + 1, header.length());
-}
-
 int headerWidth(int column, int lines) {
     if (lines == 1)
         return displayWidth(peerColumnHeader(column));
     SPW_CString upper;
     SPW_CString lower;
-    splitHeader(column, upper, lower);
+    splitPeerColumnHeader(column, upper, lower);
     return std::max(displayWidth(upper), displayWidth(lower));
 }
 
@@ -96,7 +88,7 @@ void PeerListView::drawHeader(Canvas& canvas, const ListLayout& layout) {
         } else {
             SPW_CString upper;
             SPW_CString lower;
-            splitHeader(column, upper, lower);
+            splitPeerColumnHeader(column, upper, lower);
             canvas.putFitted(x, m_area.y, width, upper, style, alignment);
             canvas.putFitted(x, m_area.y + 1, width, lower, style, alignment);
         }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,20 @@ TEST_F(PeerListTest, LabelsAreSortedByTheNumbersOfTheirAddresses) {
         update(label);
     m_list.sortBy(kLabelColumn);
     EXPECT_EQ(labels(), (Texts{"9.0.0.1", "10.0.0.9 (a)", "10.0.0.9 (x)", "10.0.0.10", "printer"}));
+}
+
+// The text 10.0.0.5x stands between 10.0.0.10 and 10.0.0.9, whose numbers are in the other order: a circle, if texts
+// went among addresses.
+TEST_F(PeerListTest, LabelsWithoutAnAddressFollowThoseWithOneInWhateverOrderTheyCame) {
+    Texts texts = {"10.0.0.10", "10.0.0.9", "10.0.0.5x", "1", "printer", "9.0.0.1"};
+    std::sort(texts.begin(), texts.end());
+    do {
+        m_list.empty();
+        for (const std::string& text : texts)
+            update(SPW_CString(text.c_str()).text());
+        m_list.sortBy(kLabelColumn);
+        ASSERT_EQ(labels(), (Texts{"9.0.0.1", "10.0.0.9", "10.0.0.10", "1", "10.0.0.5x", "printer"}));
+    } while (std::next_permutation(texts.begin(), texts.end()));
 }
 
 TEST_F(PeerListTest, FiguresAreSortedByTheWorstFirst) {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sched.h>
 #include <stdlib.h>
+#include <sys/mount.h>
 #include <time.h>
 
 #include <atomic>
@@ -10,6 +12,7 @@
 #include <thread>
 
 #include "SPW_CClock.h"
+#include "TemporaryFolder.h"
 
 namespace {
 
@@ -64,6 +67,47 @@ TEST(ClockPosixTest, TheFirstMomentOfTheCountIsNotBeforeItselfInTheWest) {
     EXPECT_EQ(local.year, 1601);
     EXPECT_EQ(local.hour, 0);
     EXPECT_EQ(SPW_CClock::instance->toLocal(std::uint64_t{16} * 3600 * 10000000).minute, 30);
+}
+
+constexpr std::uint64_t kMinute = 600000000;
+
+// The file of a zone that has one offset only.
+std::string zoneFile(int hoursEast) {
+    const std::string header = std::string("TZif2") + std::string(15, '\0') +
+                               std::string("\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\4", 24);
+    std::string offset;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        offset += static_cast<char>(hoursEast * 3600 >> shift);
+    const std::string body = header + offset + std::string("\0\0", 2) + std::string("XXX\0", 4);
+    return body + body + "\nXXX" + std::to_string(-hoursEast) + "\n";
+}
+
+TEST(ClockPosixTest, AnotherZoneCountsFromTheNextMinuteOn) {
+    const TimeZone zone("UTC0");
+    EXPECT_EQ(SPW_CClock::instance->toLocal(kSummer).hour, 14);
+    setenv("TZ", "XXX-3", 1);
+    EXPECT_EQ(SPW_CClock::instance->toLocal(kSummer + kMinute).hour, 17);
+    setenv("TZ", "XXX-4", 1);
+    EXPECT_EQ(SPW_CClock::instance->toLocal(kSummer + 2 * kMinute).hour, 18);
+}
+
+// What a desktop's settings and timedatectl do.
+TEST(ClockPosixTest, AnotherZoneOfTheDeviceCountsFromTheNextMinuteOn) {
+    const TimeZone zone("UTC0");
+    unsetenv("TZ");
+    TemporaryFolder folder;
+    // The thread takes its view of the files with it when it ends.
+    std::thread([&folder] {
+        if (::unshare(CLONE_NEWNS) != 0)
+            GTEST_SKIP() << "no mount namespace may be made here";
+        ASSERT_EQ(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+        ASSERT_EQ(::mount(folder.native().c_str(), "/etc", nullptr, MS_BIND, nullptr), 0);
+        folder.write("localtime", zoneFile(3));
+        EXPECT_EQ(SPW_CClock::instance->toLocal(kSummer + 3 * kMinute).hour, 17);
+        folder.write("other", zoneFile(5));
+        std::filesystem::rename(folder.native() / "other", folder.native() / "localtime");
+        EXPECT_EQ(SPW_CClock::instance->toLocal(kSummer + 4 * kMinute).hour, 19);
+    }).join();
 }
 
 std::atomic<int> signalsHandled{0};

@@ -109,6 +109,23 @@ TEST_F(NetworkInfoPosixTest, BehindAStubStandTheServersOfTheService) {
     EXPECT_THAT(textsOf(&network().dnsServerList), ElementsAre("127.0.0.53", "10.0.0.1")) << "not only a stub";
 }
 
+TEST_F(NetworkInfoPosixTest, AServiceThatHasNoServerIsNotItsOwnServer) {
+    write("etc/resolv.conf", "nameserver 127.0.0.53\nsearch office.test\n");
+    write("run/NetworkManager/no-stub-resolv.conf", "nameserver 10.0.0.55\n");
+    write("run/systemd/resolve/resolv.conf", "# nobody to ask\nsearch lab.test\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), IsEmpty());
+    EXPECT_EQ(network().currentDnsServer, nullptr);
+    EXPECT_EQ(network().enableDns, 0u);
+    EXPECT_STREQ(network().domainName, "office.test");
+    write("run/systemd/resolve/resolv.conf", "nameserver 2001:db8::53\n");
+    EXPECT_THAT(textsOf(&network().dnsServerList), IsEmpty());
+    EXPECT_EQ(network().enableDns, 1u) << "one of the other family";
+    write("etc/resolv.conf", "nameserver 127.0.0.1\n");
+    write("run/NetworkManager/no-stub-resolv.conf", "");
+    EXPECT_THAT(textsOf(&network().dnsServerList), IsEmpty());
+    EXPECT_EQ(network().enableDns, 0u);
+}
+
 TEST_F(NetworkInfoPosixTest, OnlySystemdsStubAsksSystemdsServers) {
     write("etc/resolv.conf", "nameserver 127.0.0.1\n");
     write("run/systemd/resolve/resolv.conf", "nameserver 10.0.0.54\n");

@@ -27,6 +27,7 @@ public:
     SPW_CalendarTime toLocal(std::uint64_t wall100ns) override {
         return toUtc(SPW_CClockSys::localFromWall(wall100ns));
     }
+    SPW_CalendarTime localNow() override { return toUtc(SPW_CClockSys::localNow100ns()); }
     void sleepMs(std::uint32_t milliseconds) override { SPW_CClockSys::sleepMs(milliseconds); }
 
 private:

@@ -11,8 +11,10 @@ std::uint64_t wall100ns();
 // stands still while the device is suspended (not on desktop Windows, whose tick count runs on).
 std::uint64_t monotonic100ns();
 // Local civil time that belongs to a wall-clock count, in the same units: the count plus the offset of the
-// device's time zone at that moment, at least 0.
+// device's time zone at that moment, at least 0. A change of the zone counts within a minute.
 std::uint64_t localFromWall(std::uint64_t wall100ns);
+// The same for the wall clock as it is now, at no more than the cost of reading it.
+std::uint64_t localNow100ns();
 // Blocks the calling thread for that time on the monotonic clock; 0 for the shortest sleep that pays.
 void sleepMs(std::uint32_t milliseconds);
 

@@ -1,6 +1,8 @@
 #include <errno.h>
 #include <time.h>
 
+#include <atomic>
+
 #include "SPW_CClock.h"
 #include "SPW_CClockSys.h"
 
@@ -43,6 +45,17 @@ void sleepNs(std::uint64_t nanoseconds) {
     }
 }
 
+// The minute, counted from 1601, of the moment for which the zone was last looked at.
+std::atomic<std::uint32_t> minuteOfZone{0};
+
+// The C library reads the zone at its first use and again only when it is told to. A test may run for months, through
+// a move of the device and through new rules.
+void followZone(std::uint64_t wall100ns) {
+    const auto minute = static_cast<std::uint32_t>(wall100ns / (60 * kPerSecond));
+    if (minuteOfZone.exchange(minute, std::memory_order_relaxed) != minute)
+        tzset();
+}
+
 }  // namespace
 
 std::uint64_t SPW_CClockSys::wall100ns() {
@@ -57,6 +70,7 @@ std::uint64_t SPW_CClockSys::monotonic100ns() {
 }
 
 std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
+    followZone(wall100ns);
     const time_t seconds = static_cast<time_t>(wall100ns / kPerSecond) - time_t{SPW_CClock::kSecondsFrom1601To1970};
     tm local;
     if (localtime_r(&seconds, &local) == nullptr)
@@ -64,6 +78,10 @@ std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
     const std::uint64_t offset = static_cast<std::uint64_t>(local.tm_gmtoff) * kPerSecond;
     // West of Greenwich 1601 began later: nothing is before the first moment that the count can tell.
     return local.tm_gmtoff < 0 && wall100ns < 0 - offset ? 0 : wall100ns + offset;
+}
+
+std::uint64_t SPW_CClockSys::localNow100ns() {
+    return localFromWall(wall100ns());
 }
 
 void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {

@@ -2,6 +2,7 @@
 
 #include "SPW_CClockSys.h"
 #include "SPW_CTickExtender.h"
+#include "SPW_CZoneRule.h"
 
 namespace {
 
@@ -13,14 +14,32 @@ std::uint64_t toCount(const FILETIME& time) {
     return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
+std::uint64_t toCount(const SYSTEMTIME& time) {
+    FILETIME count = {};
+    (void)SystemTimeToFileTime(&time, &count);  // the system's own time is one that a calendar shows
+    return toCount(count);
+}
+
+SPW_CZoneRule::Season toSeason(const SYSTEMTIME& begin, LONG bias) {
+    SPW_CZoneRule::Season season;
+    season.begin.year = begin.wYear;
+    season.begin.month = begin.wMonth;
+    season.begin.dayOfWeek = begin.wDayOfWeek;
+    season.begin.day = begin.wDay;
+    season.begin.hour = begin.wHour;
+    season.begin.minute = begin.wMinute;
+    season.begin.second = begin.wSecond;
+    season.begin.millisecond = begin.wMilliseconds;
+    season.biasMinutes = static_cast<int>(bias);
+    return season;
+}
+
 }  // namespace
 
 std::uint64_t SPW_CClockSys::wall100ns() {
     SYSTEMTIME now;
     GetSystemTime(&now);
-    FILETIME time = {};
-    (void)SystemTimeToFileTime(&now, &time);  // the system's own time is one that a calendar shows
-    return toCount(time);
+    return toCount(now);
 }
 
 // On a handheld the tick count stands still while the device is suspended. On a desktop it runs on.
@@ -28,12 +47,23 @@ std::uint64_t SPW_CClockSys::monotonic100ns() {
     return ticks.now([] { return GetTickCount(); }) * kPerMillisecond;
 }
 
-// The one conversion that every Windows has. It knows only the offset of the season that it is now, so that a summer's
-// time stamp seen in winter is an hour off.
+// Reads the zone each time. FileTimeToLocalFileTime would give every moment the offset of today, which is an hour off
+// for those of the other season, and what converts better is missing on a handheld.
 std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
-    const FILETIME time = {static_cast<DWORD>(wall100ns), static_cast<DWORD>(wall100ns >> 32)};
-    FILETIME local;
-    return FileTimeToLocalFileTime(&time, &local) ? toCount(local) : wall100ns;
+    TIME_ZONE_INFORMATION zone = {};
+    if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID)
+        return wall100ns;
+    SPW_CZoneRule rule;
+    rule.biasMinutes = static_cast<int>(zone.Bias);
+    rule.standard = toSeason(zone.StandardDate, zone.StandardBias);
+    rule.daylight = toSeason(zone.DaylightDate, zone.DaylightBias);
+    return rule.localFromWall(wall100ns);
+}
+
+std::uint64_t SPW_CClockSys::localNow100ns() {
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    return toCount(now);
 }
 
 void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {

@@ -37,38 +37,36 @@ struct Network {
     bool isProxy = false;
 };
 
-Resolver readResolverFile(const std::string& path) {
+// False where there is no such file; the resolver is empty then.
+bool readResolverFile(const std::string& path, Resolver& resolver) {
     std::string text;
-    (void)SPW_CSmallFilePosix::read(path.c_str(), kLargestResolverFile, text);
+    const bool isThere = SPW_CSmallFilePosix::read(path.c_str(), kLargestResolverFile, text);
     // Where the limit cuts amid a line, the beginning of an address may look like one.
     if (text.size() == kLargestResolverFile)
         text.erase(text.rfind('\n') + 1);
-    return SPW_CResolverFilePosix::parse(text);
+    resolver = SPW_CResolverFilePosix::parse(text);
+    return isThere;
 }
 
-// The list of the service on this device behind a resolver that names nothing else. Who is asked by another service
-// than these two, such as a name server of the device's own, nobody but that one knows.
-Resolver readServiceList(const std::string& root, const Resolver& stub) {
-    Resolver list;
-    if (SPW_CResolverFilePosix::namesOnlyResolved(stub))
-        list = readResolverFile(root + "/run/systemd/resolve/resolv.conf");
-    if (list.servers.empty())
-        list = readResolverFile(root + "/run/NetworkManager/no-stub-resolv.conf");
-    return list;
+// The list of the service on this device behind a resolver that names nothing else. False where there is none: who is
+// asked by another service than these two, such as a name server of the device's own, nobody but that one knows.
+bool readServiceList(const std::string& root, const Resolver& stub, Resolver& list) {
+    return (SPW_CResolverFilePosix::namesOnlyResolved(stub) &&
+            readResolverFile(root + "/run/systemd/resolve/resolv.conf", list)) ||
+           readResolverFile(root + "/run/NetworkManager/no-stub-resolv.conf", list);
 }
 
-// Where the file only names a service on this device, that one's own list tells who is really asked.
+// Where the file only names a service on this device, that one's own list tells who is really asked, and that nobody
+// is where it names no server.
 Resolver readResolver(const std::string& root) {
-    Resolver resolver = readResolverFile(root + "/etc/resolv.conf");
-    if (!SPW_CResolverFilePosix::namesOnlyThisDevice(resolver))
+    Resolver resolver;
+    (void)readResolverFile(root + "/etc/resolv.conf", resolver);  // without a file there is no server and no domain
+    Resolver list;
+    if (!SPW_CResolverFilePosix::namesOnlyThisDevice(resolver) || !readServiceList(root, resolver, list))
         return resolver;
-    const Resolver list = readServiceList(root, resolver);
-    if (list.servers.empty())
-        return resolver;
-    resolver.servers = list.servers;
-    if (resolver.domain.empty())
-        resolver.domain = list.domain;
-    return resolver;
+    if (!resolver.domain.empty())
+        list.domain = resolver.domain;
+    return list;
 }
 
 std::string readHostName() {

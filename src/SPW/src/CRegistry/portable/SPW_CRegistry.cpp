@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "SPW_CRegistrySys.h"
 #include "SPW_CSysError.h"
@@ -39,6 +40,38 @@ struct RawValue {
     std::uint32_t size = kDataSize;
     char16_t units[kDataSize / 2 + 1] = {};
 };
+
+SPW_Result queryLongText(SPW_Handle key, const SPW_CString& name, std::uint32_t size, SPW_CString& text) {
+    const std::uint32_t units = size / 2 + 2;  // half a character is one; and a terminator
+    char16_t* const buffer = new (std::nothrow) char16_t[units]();
+    if (buffer == nullptr) {
+        return kSysNotEnoughMemory;
+    }
+    std::uint32_t type = SPW_CRegistrySys::kNone;
+    const SPW_Result code = sys().queryValue(key, name, type, buffer, size);
+    if (code == 0) {
+        text = buffer;
+    }
+    delete[] buffer;
+    return code;
+}
+
+// A value that has grown between the two looks gives the code 234, as one beyond the limit does.
+SPW_Result queryText(SPW_Handle key, const SPW_CString& name, std::uint32_t sizeLimit, SPW_CString& text) {
+    RawValue raw;
+    const SPW_Result code = sys().queryValue(key, name, raw.type, raw.units, raw.size);
+    if (code != 0 && code != kSysMoreData) {
+        return code;
+    }
+    if (raw.size > sizeLimit) {
+        return kSysMoreData;
+    }
+    if (code != 0) {
+        return queryLongText(key, name, raw.size, text);
+    }
+    text = raw.units;
+    return 0;
+}
 
 void listFromRaw(const char16_t* units, std::uint32_t size, SPW_CArray<SPW_CString>& list) {
     // What is written here ends at the last text's terminator. A list that ends with one terminator more, as others
@@ -175,16 +208,13 @@ SPW_Result SPW_CRegistry::getValue(const SPW_CString& name, SPW_CRegistryData& d
     return status;
 }
 
-SPW_Result SPW_CRegistry::getRawText(const SPW_CString& name, SPW_CString& text) {
+SPW_Result SPW_CRegistry::getRawText(const SPW_CString& name, SPW_CString& text, std::uint32_t sizeLimit) {
     SPW_Result status = open(SPW_CRegistrySys::kQueryValue);
     if (status != 0) {
         return status;
     }
-    RawValue raw;
-    const SPW_Result code = sys().queryValue(m_key, name, raw.type, raw.units, raw.size);
-    if (code == 0) {
-        text = raw.units;
-    } else {
+    const SPW_Result code = queryText(m_key, name, sizeLimit, text);
+    if (code != 0) {
         status = failCall(u"RegQueryValueEx failed", code);
     }
     (void)close();

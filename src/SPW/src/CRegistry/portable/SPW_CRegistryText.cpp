@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "SPW_CLetterCase.h"
 #include "SPW_CRegistryTextParser.h"
-#include "SPW_CStringSys.h"
 #include "SPW_CSysError.h"
 
 namespace {
@@ -17,14 +17,14 @@ std::u16string_view view(const SPW_CString& text) {
 std::uint32_t hashName(int owner, std::u16string_view name) {
     std::uint32_t hash = 2166136261u ^ static_cast<std::uint32_t>(owner) * 2654435761u;
     for (const char16_t unit : name) {
-        hash = (hash ^ SPW_CStringSys::toUpper(unit)) * 16777619u;
+        hash = (hash ^ SPW_CLetterCase::toUpper(unit)) * 16777619u;
     }
     return hash ^ hash >> 15;
 }
 
 bool sameName(std::u16string_view a, std::u16string_view b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char16_t x, char16_t y) {
-               return SPW_CStringSys::toUpper(x) == SPW_CStringSys::toUpper(y);
+               return SPW_CLetterCase::toUpper(x) == SPW_CLetterCase::toUpper(y);
            });
 }
 

@@ -1,6 +1,6 @@
 #include "SPW_CRegistryTextParser.h"
 
-#include "SPW_CStringSys.h"
+#include "SPW_CLetterCase.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ bool equalNoCase(std::u16string_view a, std::u16string_view b) {
         return false;
     }
     for (std::size_t i = 0; i < a.size(); ++i) {
-        if (SPW_CStringSys::toUpper(a[i]) != SPW_CStringSys::toUpper(b[i])) {
+        if (SPW_CLetterCase::toUpper(a[i]) != SPW_CLetterCase::toUpper(b[i])) {
             return false;
         }
     }

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "SPW_CFormat.h"
+#include "SPW_CLetterCase.h"
 #include "SPW_CStringSys.h"
 
 namespace {
@@ -69,20 +70,6 @@ bool convertAscii(const From* text, int length, To* buffer) {
     return bits < 0x80;
 }
 
-char16_t lowerOf(char16_t c) {
-    if (c < 0x80) {
-        return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
-    }
-    return SPW_CStringSys::toLower(c);
-}
-
-char16_t upperOf(char16_t c) {
-    if (c < 0x80) {
-        return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - (u'a' - u'A')) : c;
-    }
-    return SPW_CStringSys::toUpper(c);
-}
-
 constexpr int kWholeText = INT32_MAX;
 
 template <typename Mapping>
@@ -101,7 +88,7 @@ int compareExactly(const char16_t* a, const char16_t* b, int limit) {
 }
 
 int compareLowered(const char16_t* a, const char16_t* b, int limit) {
-    return compareMapped(a, b, limit, lowerOf);
+    return compareMapped(a, b, limit, SPW_CLetterCase::toLower);
 }
 
 bool isBlank(char16_t c) {
@@ -627,11 +614,11 @@ void SPW_CString::trim(const char16_t* set) {
 }
 
 void SPW_CString::toLower() {
-    std::transform(m_buffer, m_buffer + m_length, m_buffer, lowerOf);
+    std::transform(m_buffer, m_buffer + m_length, m_buffer, SPW_CLetterCase::toLower);
 }
 
 void SPW_CString::toUpper() {
-    std::transform(m_buffer, m_buffer + m_length, m_buffer, upperOf);
+    std::transform(m_buffer, m_buffer + m_length, m_buffer, SPW_CLetterCase::toUpper);
 }
 
 void SPW_CString::setAll(char16_t c) {

@@ -14,11 +14,6 @@ int wideToAnsi(const char16_t* text, int length, char* buffer, int size);
 // Returns the characters written, terminator included; 0, with an unspecified buffer, when they do not fit.
 int ansiToWide(const char* text, int length, char16_t* buffer, int size);
 
-// The character in lower or upper case, or the character itself when it has none of its own. The same
-// whatever language the user has chosen.
-char16_t toLower(char16_t c);
-char16_t toUpper(char16_t c);
-
 // Any double in any precision that doubleToText() accepts, with its terminator, is shorter.
 constexpr int kDoubleTextSize = 1200;
 // The digits that a double can have; further ones would all be 0.

@@ -83,46 +83,6 @@ char32_t nextOfUtf8(const char* text, int length, int& i) {
     return kReplacement;
 }
 
-// Upper-case letters from `first` to `last`, each `step`-th character, and how far behind each its lower-case letter
-// is.
-struct CaseRange {
-    char16_t first, last;
-    int step;
-    int distance;
-};
-
-constexpr CaseRange kCaseRanges[] = {
-    {0x0041, 0x005A, 1, 32},    // Basic Latin
-    {0x00C0, 0x00D6, 1, 32},    // Latin-1
-    {0x00D8, 0x00DE, 1, 32},    //
-    {0x0100, 0x012E, 2, 1},     // Latin Extended-A; the Turkish dotted and dotless i have no pair of their own
-    {0x0132, 0x0136, 2, 1},     //
-    {0x0139, 0x0147, 2, 1},     //
-    {0x014A, 0x0176, 2, 1},     //
-    {0x0178, 0x0178, 1, -121},  // Y with diaeresis, whose lower-case letter is in Latin-1
-    {0x0179, 0x017D, 2, 1},     //
-    {0x0386, 0x0386, 1, 38},    // Greek
-    {0x0388, 0x038A, 1, 37},    //
-    {0x038C, 0x038C, 1, 64},    //
-    {0x038E, 0x038F, 1, 63},    //
-    {0x0391, 0x03A1, 1, 32},    //
-    {0x03A3, 0x03AB, 1, 32},    //
-    {0x0400, 0x040F, 1, 80},    // Cyrillic
-    {0x0410, 0x042F, 1, 32},    //
-    {0x0460, 0x0480, 2, 1},     //
-    {0x048A, 0x04BE, 2, 1},     //
-    {0x04C1, 0x04CD, 2, 1},     //
-    {0x04D0, 0x052E, 2, 1},     //
-    {0x0531, 0x0556, 1, 48},    // Armenian
-    {0x1E00, 0x1E94, 2, 1},     // Latin Extended Additional
-    {0x1EA0, 0x1EFE, 2, 1},     //
-    {0xFF21, 0xFF3A, 1, 32},    // full-width Latin
-};
-
-bool isUpperOf(const CaseRange& range, int c) {
-    return c >= range.first && c <= range.last && (c - range.first) % range.step == 0;
-}
-
 // The point is a point whatever locale is set.
 locale_t numberLocale() {
     static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
@@ -173,24 +133,6 @@ int ansiToWide(const char* text, int length, char16_t* buffer, int size) {
     }
     buffer[count] = 0;
     return count + 1;
-}
-
-char16_t toLower(char16_t c) {
-    for (const CaseRange& range : kCaseRanges) {
-        if (isUpperOf(range, c)) {
-            return static_cast<char16_t>(c + range.distance);
-        }
-    }
-    return c;
-}
-
-char16_t toUpper(char16_t c) {
-    for (const CaseRange& range : kCaseRanges) {
-        if (isUpperOf(range, c - range.distance)) {
-            return static_cast<char16_t>(c - range.distance);
-        }
-    }
-    return c;
 }
 
 int doubleToText(double number, int precision, char* buffer) {

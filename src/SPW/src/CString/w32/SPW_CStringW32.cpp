@@ -9,17 +9,6 @@
 
 namespace {
 
-// In the system's language, so that no user's language has a say.
-char16_t mapCase(char16_t c, DWORD direction) {
-    char16_t mapped = c;
-    (void)LCMapStringW(LOCALE_SYSTEM_DEFAULT, direction, SPW_ToWide(&c), 1, SPW_ToWide(&mapped), 1);
-    return mapped;
-}
-
-bool isAscii(char16_t c) {
-    return c < 0x80;
-}
-
 // Some C libraries of this platform write at least three digits of exponent, where the rest of the world writes two.
 void shortenExponent(char* text) {
     char* const exponent = std::strchr(text, 'e');
@@ -59,20 +48,6 @@ int ansiToWide(const char* text, int length, char16_t* buffer, int size) {
     }
     buffer[needed] = 0;
     return needed + 1;
-}
-
-char16_t toLower(char16_t c) {
-    if (isAscii(c)) {
-        return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
-    }
-    return mapCase(c, LCMAP_LOWERCASE);
-}
-
-char16_t toUpper(char16_t c) {
-    if (isAscii(c)) {
-        return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c;
-    }
-    return mapCase(c, LCMAP_UPPERCASE);
 }
 
 int doubleToText(double number, int precision, char* buffer) {
