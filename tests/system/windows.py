@@ -132,12 +132,13 @@ class WindowsDevice:
         return ":" + display
 
     def _start_driver(self):
-        """On a very busy machine Wine now and then hangs while it comes up, and is then started once more."""
+        """On a very busy machine Wine now and then hangs while it comes up, or comes up without its desktop, on which no
+        program can make a window. It is then started once more."""
         for _ in range(2):
             driver = self._run(self.build.driver, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-            driver.stdin.write("heard\n")
+            driver.stdin.write("listen\n")
             driver.stdin.flush()
-            if select.select([driver.stdout], [], [], 60)[0] and driver.stdout.readline() == "nothing\n":
+            if select.select([driver.stdout], [], [], 60)[0] and driver.stdout.readline() not in ("", "0\n"):
                 return driver
             driver.kill()
             driver.wait()

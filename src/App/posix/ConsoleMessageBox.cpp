@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <iterator>
+#include <string>
 
 #include "ForeignText.h"
 #include "UnattendedAnswer.h"
@@ -32,7 +33,7 @@ SPW_CMessageBox::Answer ConsoleMessageBox::show(const SPW_CString& text, const S
     line += '\n';
 
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_shown.size() < kTextsRemembered && m_shown.insert(line).second)
+    if (m_shown.isNew(line.c_str()))
         std::fprintf(stderr, "linkometry: %s", line.c_str());
     return answerThatGoesOn(buttons);
 }

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <mutex>
-#include <set>
-#include <string>
 
 #include "SPW_CError.h"
+#include "ShownTexts.h"
 
 // The reporter's message boxes on a program without a screen: lines on standard error, answered with the button that
 // goes on. A text that was shown before is not shown again: a cable that is out, or a disk that is full, would repeat
@@ -14,9 +13,6 @@ public:
     Answer show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons, Icon icon) override;
 
 private:
-    // Enough for every text that the program's own places can report; further ones are dropped.
-    static constexpr std::size_t kTextsRemembered = 256;
-
     std::mutex m_lock;
-    std::set<std::string> m_shown;
+    ShownTexts m_shown;  // whole lines
 };

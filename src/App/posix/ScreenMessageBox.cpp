@@ -1,5 +1,7 @@
 #include "ScreenMessageBox.h"
 
+#include <algorithm>
+
 #include "UnattendedAnswer.h"
 
 SPW_CMessageBox::Answer ScreenMessageBox::show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons,
@@ -9,7 +11,7 @@ SPW_CMessageBox::Answer ScreenMessageBox::show(const SPW_CString& text, const SP
         guard.unlock();
         return m_console.show(text, caption, buttons, icon);
     }
-    if (buttons == kOk && !remember(text))
+    if (buttons == kOk && !m_shown.isNew(text))
         return kAnswerOk;
     const int number = post(text, caption, buttons);
     if (buttons == kOk || isScreenThread())
@@ -36,6 +38,8 @@ void ScreenMessageBox::tell(const SPW_CString& text, const SPW_CString& caption)
 
 // The message's number.
 int ScreenMessageBox::post(const SPW_CString& text, const SPW_CString& caption, Buttons buttons) {
+    if (m_untaken.size() == kMostUntaken)
+        dropOldestUntaken();
     const Message message = {++m_lastNumber, caption, text, buttons};
     m_unanswered[message.number] = message;
     m_untaken.push_back(message);
@@ -43,14 +47,23 @@ int ScreenMessageBox::post(const SPW_CString& text, const SPW_CString& caption, 
     return message.number;
 }
 
-bool ScreenMessageBox::remember(const SPW_CString& text) {
-    return m_shown.size() < kTextsRemembered && m_shown.insert(text.toAnsi()).second;
+// Somebody waits for the answer to a choice, so that stays.
+void ScreenMessageBox::dropOldestUntaken() {
+    const auto oldest =
+        std::find_if(m_untaken.begin(), m_untaken.end(), [](const Message& message) { return message.buttons == kOk; });
+    if (oldest != m_untaken.end()) {
+        m_unanswered.erase(oldest->number);
+        m_untaken.erase(oldest);
+    }
 }
 
 std::vector<ScreenMessageBox::Message> ScreenMessageBox::take() {
     const std::lock_guard<std::mutex> guard(m_lock);
-    std::vector<Message> messages;
-    messages.swap(m_untaken);
+    const std::size_t onScreen = m_unanswered.size() - m_untaken.size();
+    const std::size_t room = kMostOnScreen - std::min(onScreen, kMostOnScreen);
+    const auto end = m_untaken.begin() + static_cast<std::ptrdiff_t>(std::min(room, m_untaken.size()));
+    const std::vector<Message> messages(m_untaken.begin(), end);
+    m_untaken.erase(m_untaken.begin(), end);
     return messages;
 }
 
@@ -63,6 +76,7 @@ void ScreenMessageBox::answer(int number, Answer answer) {
         m_answers[number] = answer;
     m_unanswered.erase(message);
     m_changed.notify_all();
+    m_wakeup.wake();  // there is room for another one
 }
 
 void ScreenMessageBox::close() {

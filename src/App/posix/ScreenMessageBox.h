@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ConsoleMessageBox.h"
+#include "ShownTexts.h"
 #include "Wakeup.h"
 
 // The reporter's message boxes on the terminal's screen. They come to the user one after another.
@@ -34,7 +35,8 @@ public:
     // again has failed again. Any thread.
     void tell(const SPW_CString& text, const SPW_CString& caption);
 
-    // The messages that have come since the last call.
+    // The messages that have come since the last call, as long as not too many are unanswered. The wakeup comes again
+    // when there is room.
     std::vector<Message> take();
     void answer(int number, Answer answer);
     // There is no screen any more: nobody is kept waiting from here on, and what has not been read yet, and all that
@@ -45,12 +47,12 @@ public:
     void waitUntilRead();
 
 private:
-    // Enough for every text that the program's own places can report; more of them nobody would read, and boxes that
-    // nobody closes must not fill the memory.
-    static constexpr std::size_t kTextsRemembered = 256;
+    // Boxes that nobody closes must not fill the memory. A few go to the screen; of those behind them the oldest is
+    // dropped, since the latest may say why the program ends.
+    static constexpr std::size_t kMostOnScreen = 16;
+    static constexpr std::size_t kMostUntaken = 64;
 
-    // True when the text is to be shown.
-    bool remember(const SPW_CString& text);
+    void dropOldestUntaken();
     int post(const SPW_CString& text, const SPW_CString& caption, Buttons buttons);
     bool isScreenThread() const { return std::this_thread::get_id() == m_screenThread; }
 
@@ -63,7 +65,7 @@ private:
     std::map<int, Message> m_unanswered;
     std::map<int, Answer> m_answers;  // for those who wait
     std::vector<Message> m_untaken;
-    std::set<std::string> m_shown;
+    ShownTexts m_shown;
     int m_lastNumber = 0;
     bool m_isClosed = false;
 };
