@@ -16,8 +16,9 @@ void TestLog::open(const SPW_CString& path, const SPW_CString& description, cons
                    const SPW_CString& version) {
     // A device is written to and stays: where a superuser sends the log to /dev/null, that must not become a file.
     if (SPW_CDir::fileExists(path) == 0 && !SPW_CDir::isDevice(path)) {
-        // The directory class has reported a failure; the log then goes on in the old file.
-        (void)SPW_CDir::removeFile(path);
+        // The directory class has reported a failure; the log then goes on in the old file. One that is in use cannot
+        // be opened below.
+        (void)SPW_CDir::removeUnusedFile(path);
     }
     std::unique_ptr<TestLogWriter> writer(new (std::nothrow)
                                               TestLogWriter(path, description, application, version, kQueuedLines));

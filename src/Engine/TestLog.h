@@ -25,8 +25,9 @@ public:
     TestLog(const TestLog&) = delete;
     TestLog& operator=(const TestLog&) = delete;
 
-    // Deletes a file of that name (but no device) and begins a new log. Until then logging is off. What cannot be
-    // opened shows in the result, and lines then go nowhere; it may be tried again, until a log is open.
+    // Deletes a file of that name (but no device, and nothing that another log has open, which gives 32) and begins a
+    // new log. Until then logging is off. What cannot be opened shows in the result, and lines then go nowhere; it may
+    // be tried again, until a log is open.
     void open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
               const SPW_CString& version);
     // Writes the lines that still wait and closes the file.

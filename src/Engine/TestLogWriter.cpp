@@ -1,10 +1,18 @@
 #include "TestLogWriter.h"
 
+#include <algorithm>
 #include <memory>
+
+#include "SPW_CClock.h"
 
 namespace {
 
 constexpr std::uint32_t kTurnMs = 1000;
+constexpr std::uint64_t kMs = 10000;  // 100-ns units
+constexpr std::uint32_t kLongestUnflushedMs = 1000;
+// The queue counts as run empty when it has been empty for so long. Lines come in bursts, and a flush for each would
+// cost more than all else: the medium takes as long for one line as for a thousand.
+constexpr std::uint32_t kQuietMs = 100;
 constexpr std::uint32_t kNoRotation = 0;
 constexpr std::int32_t kBackups = 1;
 
@@ -51,18 +59,44 @@ SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
 
 void TestLogWriter::step() {
     std::uintptr_t taken;
-    (void)qGetMsg(taken, kTurnMs);
-    if (taken == kWakeUp)
+    (void)qGetMsg(taken, m_isFlushDue ? msUntilFlush() : kTurnMs);
+    if (taken == kWakeUp) {
+        flush();
         return;
+    }
     const std::unique_ptr<SPW_CMessage> message(reinterpret_cast<SPW_CMessage*>(taken));
     SPW_CString text;
-    if (message->popString(text))
-        (void)m_log.writeLine(text, true);  // a line that cannot be written is lost; the file classes report it
+    if (m_log.isOpen() && message->popString(text)) {
+        (void)m_log.writeLine(text, true);  // a line that cannot be written is lost; the log says so
+        noteWritten();
+    }
     m_room.set();
+    if (m_isFlushDue && msUntilFlush() == 0)
+        flush();
+}
+
+std::uint32_t TestLogWriter::msUntilFlush() const {
+    const std::uint64_t now = SPW_CClock::instance->now100ns();
+    const std::uint64_t left = m_flushBy100ns > now ? (m_flushBy100ns - now) / kMs : 0;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(left, kQuietMs));
+}
+
+void TestLogWriter::noteWritten() {
+    if (m_isFlushDue)
+        return;
+    m_isFlushDue = true;
+    m_flushBy100ns = SPW_CClock::instance->now100ns() + kLongestUnflushedMs * kMs;
+}
+
+void TestLogWriter::flush() {
+    if (m_isFlushDue && m_log.isFlushable())
+        (void)m_log.flush();  // reported by the file; the lines may still reach the medium
+    m_isFlushDue = false;
 }
 
 void TestLogWriter::finish() {
     while (!isEmpty())
         step();
+    flush();
     m_finished.set();
 }

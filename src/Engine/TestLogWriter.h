@@ -14,6 +14,9 @@
 //
 // Owner: constructs it, which opens the file and starts the thread, and destroys it, which writes all that was handed
 // over before and takes no more. Any thread may call log() in between; the rest is for the owner.
+//
+// What is written is on the medium, where a reset or a pulled battery cannot take it away, as soon as no more lines
+// come, and at the latest a second after it was written.
 class TestLogWriter : public SPW_CThreadMessageQueue {
 public:
     // Result of log() when there was no room in time.
@@ -36,10 +39,16 @@ public:
 
 private:
     void stopThread();
+    std::uint32_t msUntilFlush() const;
+    void noteWritten();
+    void flush();
 
     SPW_CLogFile m_log;
     VTR_CEvent m_room;      // set while a caller may hand a line over; lets one caller through at a time
     VTR_CEvent m_finished;  // set when the thread has written all
     SPW_Result m_openResult;
     SPW_Result m_startResult;
+    // The thread's own.
+    bool m_isFlushDue = false;
+    std::uint64_t m_flushBy100ns = 0;
 };

@@ -22,6 +22,7 @@ public:
     bool createDirectory(const SPW_CString& path) override { return m_next->createDirectory(path); }
     bool removeDirectory(const SPW_CString& path) override { return m_next->removeDirectory(path); }
     bool deleteFile(const SPW_CString& path) override { return m_next->deleteFile(path); }
+    bool deleteUnusedFile(const SPW_CString& path) override { return m_next->deleteUnusedFile(path); }
     bool move(const SPW_CString& from, const SPW_CString& to) override { return m_next->move(from, to); }
     bool copy(const SPW_CString& from, const SPW_CString& to, bool failIfExists) override {
         return m_next->copy(from, to, failIfExists);

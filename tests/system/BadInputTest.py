@@ -253,6 +253,8 @@ class HiveFileTest(lab.SystemTest):
 
 
 class FullDiskTest(lab.SystemTest):
+    TOLD = r"(?m)^linkometry: the log (\S+) cannot be written since \d\d:\d\d:\d\d: The disk is full; its lines are lost"
+
     def setUp(self):
         super().setUp()
         self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
@@ -268,20 +270,20 @@ class FullDiskTest(lab.SystemTest):
     def test_program_whose_log_is_full_says_so_and_goes_on_measuring(self):
         with traffic.UdpEnd(self.peer, traffic.PORT) as receiver, traffic.UdpEnd(self.peer) as sender:
             program = self.device.measure()
-            lab.eventually(lambda: os.statvfs(self.disk).f_bfree == 0, 60, lambda: f"the disk is full: {program}")
-            lab.eventually(lambda: re.search(r"log\.txt|[Dd]isk|space", program.errors()), 20, lambda: str(program))
+            lab.eventually(lambda: re.search(self.TOLD, program.errors()), 60, lambda: str(program))
+            self.assertEqual(re.findall(self.TOLD, program.errors()), [self.log])
             receiver.receive_for(0.5)
             self.assertEqual(len(receiver.receive_many(50, within=20)), 50)
             for number in (1, 2, 5):
                 sender.send(traffic.packet(number), self.device.address)
             program.wait_for_row(self.peer.address, lambda row: row["udp"]["total"] == 5)
-            self.assertLess(len(program.errors().splitlines()), 10, "the error is not repeated for each line")
+            self.assertEqual(len(program.errors().splitlines()), 2, f"told once after the start: {program}")
             self.assertEqual(program.stop(), 0)
 
     def test_log_that_reaches_the_limit_of_files_ends_no_program(self):
         self.device.configure("udp", period=5, peers={"peer": self.peer.address}, log_events="yes")
         program = self.device.measure(through=("sh", "-c", 'ulimit -f 16; exec "$0" "$@"'))
-        lab.eventually(lambda: "SPW_CFile" in program.errors(), 30, lambda: str(program))
+        lab.eventually(lambda: re.search(self.TOLD, program.errors()), 30, lambda: str(program))
         time.sleep(0.2)
         self.assertTrue(program.is_running())
         self.assertIn(program.stop(), (0, 1))
@@ -292,9 +294,25 @@ class FullDiskTest(lab.SystemTest):
         with open(filler, "wb") as file:
             file.write(bytes(48 << 10))
         program = self.device.measure()
-        lab.eventually(lambda: os.statvfs(self.disk).f_bfree == 0, 60, lambda: f"the disk is full: {program}")
+        lab.eventually(lambda: re.search(self.TOLD, program.errors()), 60, lambda: str(program))
         time.sleep(0.5)
         os.remove(filler)
         size = os.path.getsize(self.log)
         lab.eventually(lambda: os.path.getsize(self.log) > size + 1000, 20, "the log grows again")
+        # The next outage is told again, a full disk being as bad the second time.
+        time.sleep(1)
+        lab.eventually(lambda: len(re.findall(self.TOLD, program.errors())) == 2, 60, lambda: str(program))
         self.assertEqual(program.stop(), 1)
+        with open(self.log, "rb") as file:
+            log = file.read()
+        self.assertTrue(log.endswith(b"\r\n"))
+        self.assertEqual(log.count(b"\n"), log.count(b"\r\n"))
+        lines = log.decode().splitlines()[6:]
+        for line in lines:
+            self.assertRegex(line, r"^\d\d:\d\d:\d\d .")
+        for line in lines:
+            if "sent seq" in line:
+                self.assertRegex(line, r"^\d\d:\d\d:\d\d E :udp connector sent seq # \d+ to 10\.77\.0\.2$")
+        told = [line[9:] for line in lines if "LOG ERROR" in line]
+        self.assertEqual(len(told), 1)
+        self.assertRegex(told[0], r"^LOG ERROR: [1-9]\d+ lines could not be written: The disk is full$")

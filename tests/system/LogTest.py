@@ -71,6 +71,40 @@ class LogTest(lab.SystemTest):
         self.assertEqual(log.count("\nDescription: second\n"), 1)
         self.assertEqual(log.count("Test 1 starting"), 1)
 
+    def test_log_of_a_running_test_is_not_touched_by_a_second_program(self):
+        self.device.configure("udp", log_events="yes", peers={"peer": self.peer.address})
+        program = self.device.measure()
+        self.device.wait_for_log_line("sent seq # 1", within=20)
+        second = self.device.start("-headless", "-duration", "1")
+        self.assertEqual(second.wait(), 4)
+        self.assertEqual(second.errors(),
+                         f"linkometry: the log {os.path.basename(self.device.log_path)} is in use by another "
+                         "linkometry\n")
+        sent = len(self.lines_with("sent seq"))
+        lab.eventually(lambda: len(self.lines_with("sent seq")) > sent, 20, lambda: "the log goes on")
+        program.stop()
+        self.assertEqual(len(self.lines_with("Test 1 starting")), 1)
+        self.assertEqual(len(self.lines_with("Test 1 complete")), 1)
+
+    def test_log_of_a_program_that_was_killed_is_free(self):
+        self.device.configure("udp")
+        program = self.device.measure()
+        self.device.wait_for_log_line("Test 1 starting", within=20)
+        program.kill()
+        self.assertEqual(self.device.start("-headless", "-duration", "0.2").wait(), 2)
+
+    def test_log_that_is_emptied_by_hand_goes_on_without_a_hole(self):
+        self.device.configure("udp", period=50, log_events="yes", peers={"peer": self.peer.address})
+        program = self.device.measure()
+        self.device.wait_for_log_line("sent seq # 3", within=20)
+        os.truncate(self.device.log_path, 0)
+        self.device.wait_for_log_line("sent seq", within=20)
+        program.stop()
+        with open(self.device.log_path, "rb") as file:
+            log = file.read()
+        self.assertNotIn(b"\0", log)
+        self.assertRegex(log, rb"^\d\d:\d\d:\d\d ")
+
     def test_log_is_where_the_settings_say(self):
         self.device.configure("udp", log_filename=os.path.join(self.device.folder, "other name.log"))
         self.device.start("-headless", "-duration", "0.2").wait()

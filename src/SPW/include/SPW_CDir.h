@@ -71,6 +71,9 @@ public:
     [[nodiscard]] static SPW_Result removeDir(const SPW_CString& path, bool recursive);
     // 123, 137.
     [[nodiscard]] static SPW_Result removeFile(const SPW_CString& path);
+    // removeFile for a file that is to be begun anew. A link stays, and what it leads to is removed. 32, not reported,
+    // while an SPW_CFile of this program or another has it open for writing; 123, 137.
+    [[nodiscard]] static SPW_Result removeUnusedFile(const SPW_CString& path);
     // Overwrites the file with zeros, to the next multiple of 500 bytes beyond its length, and removes it, read-only
     // ones too. A failed write leaves the file in place. Of a link only the link goes. 123, 130 to 133, 142 or the
     // status of the removal.

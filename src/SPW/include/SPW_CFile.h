@@ -12,7 +12,8 @@
 // below. Every failure is reported to SPW_CError, once where nothing else is said, and leaves the file open or closed
 // as it was. Sizes and positions are in bytes; what lies beyond 4 GiB is shown as 0xFFFFFFFF.
 //
-// Others may read the file meanwhile. Windows keeps other writers away; Linux has no such lock and does not.
+// Others may read the file meanwhile. While it is open for writing, Windows keeps every other writer away, and Linux
+// those that open it by this class, in this program or another: they get 32 (sharing violation).
 //
 // Threads: an object belongs to one thread at a time, or its owner locks. Nothing is buffered in the process: when a
 // write has returned, every reader of the file sees it.
@@ -55,6 +56,9 @@ public:
     [[nodiscard]] virtual SPW_Result openReadWrite(const SPW_CString& path, bool append);
     // For reading and writing: a new file with a unique name that starts with "VTR". Nobody deletes it.
     [[nodiscard]] virtual SPW_Result openTemp(const SPW_CString& directory);
+    // As openReadWrite with append, of which it is a form in the reports too. Where the platform can, each write goes
+    // to the end that the file has at that moment: another program may have emptied it.
+    [[nodiscard]] SPW_Result openToAppend(const SPW_CString& path);
     // As openCreateNew, but shared with all: others may have the file open for writing, too, or open it so meanwhile.
     [[nodiscard]] SPW_Result openCreateShared(const SPW_CString& path);
 
@@ -93,12 +97,16 @@ public:
     virtual SPW_Result writeNewLine();
     // The text in the system code page, without a terminator, in one write.
     virtual SPW_Result writeText(const SPW_CString& text);
+    // As writeText at the end of the file, but whole or not at all: what a failure has left there is cut off again,
+    // unless isTorn. The one operation that reports nothing, for callers who have a better way to tell.
+    [[nodiscard]] SPW_Result writeWhole(const SPW_CString& text, bool& isTorn);
 
 private:
     enum OpenMode : int;
 
     // 0, or 163 after the report that names the operation.
     SPW_Result errorIfNotOpen(const char* operation);
+    SPW_Result openAtEnd(const SPW_CString& path, OpenMode mode);
     SPW_Result openNamed(const char* method, const SPW_CString& path, OpenMode mode);
     SPW_Result moveFrom(int origin, std::int64_t distance, const char* method, int line, const char16_t* message);
     // Reads up to `size` bytes. When the end character is among them, leaves the file position just behind it; `used`
@@ -106,6 +114,7 @@ private:
     SPW_Result readToEndChar(char* buffer, std::uint32_t size, char endCharacter, std::uint32_t& used, bool& found);
     template <typename T>
     SPW_Result readValue(T& value);
+    bool cutOff(std::uint32_t bytes);
     SPW_Result writeBytes(const char* method, const void* buffer, std::uint32_t size);
 
     SPW_CString m_name;

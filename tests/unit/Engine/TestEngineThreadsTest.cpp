@@ -11,6 +11,7 @@
 #include "EngineFixture.h"
 #include "Patience.h"
 #include "SPW_CClock.h"
+#include "StoppableClock.h"
 
 using testing::Contains;
 using testing::Not;
@@ -325,39 +326,6 @@ TEST_F(TestEngineThreadsTest, AResetLosesNothingThatIsCountedAfterIt) {
     EXPECT_EQ(row(0).counts[kUdp].total, expected);
 }
 
-// A clock that can be stopped: who asks for the local time, as the log's writer does for every line, then waits.
-class StoppableClock : public SPW_CClock {
-public:
-    explicit StoppableClock(SPW_CClock& clock) : m_clock(clock) {}
-    void stop(bool stopped) {
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        m_stopped = stopped;
-        m_changed.notify_all();
-    }
-    void waitUntilSomebodyWaits() {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_isHeldUp; });
-    }
-    std::uint64_t now100ns() override { return m_clock.now100ns(); }
-    std::uint64_t wall100ns() override { return m_clock.wall100ns(); }
-    SPW_CalendarTime toLocal(std::uint64_t wall100ns) override {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_isHeldUp = m_stopped;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return !m_stopped; });
-        m_isHeldUp = false;
-        return m_clock.toLocal(wall100ns);
-    }
-    void sleepMs(std::uint32_t milliseconds) override { m_clock.sleepMs(milliseconds); }
-
-private:
-    SPW_CClock& m_clock;
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_stopped = false;
-    bool m_isHeldUp = false;
-};
-
 TEST_F(TestEngineThreadsTest, AProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnotherThatWaits) {
     select(false, false, false, false);
     m_registry.setSetting(u"log events", u"yes");
@@ -384,6 +352,42 @@ TEST_F(TestEngineThreadsTest, AProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnoth
         }
     }
     EXPECT_EQ(last, "LOG ERROR: Failed to log " + line + " fast enough");
+}
+
+TEST_F(TestEngineThreadsTest, AProbesLineThatFindsRoomWithinItsPeriodIsLogged) {
+    select(false, false, false, false);
+    m_registry.setSetting(u"log events", u"yes");
+    m_registry.setSetting(u"frequency qty", u"30000");
+    StoppableClock clock(*SPW_CClock::instance);
+    const ScopedInstance<SPW_CClock> installed(clock);
+    engine().start();
+    clock.stop(true);
+    EXPECT_EQ(engine().logEvent(u"the line that the writer cannot finish", -1), 0u);
+    clock.waitUntilSomebodyWaits();
+    while (engine().logEvent(u"filler", 0) == 0) {
+    }
+    std::thread prober([this] { engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u""); });
+    // Long enough for a line that does not wait to be given up.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    clock.stop(false);
+    prober.join();
+    EXPECT_EQ(endAndReadLog().back(), "E :udp connector sent seq # 3 to 10.0.0.7");
+}
+
+TEST_F(TestEngineThreadsTest, AHundredLinesWaitForTheLogAndNotOneMore) {
+    StoppableClock clock(*SPW_CClock::instance);
+    const ScopedInstance<SPW_CClock> installed(clock);
+    engine();
+    clock.stop(true);
+    EXPECT_EQ(engine().logEvent(u"the line that the writer cannot finish", -1), 0u);
+    clock.waitUntilSomebodyWaits();
+    int waiting = 0;
+    while (engine().logEvent(u"filler", 0) == 0) {
+        ++waiting;
+    }
+    EXPECT_EQ(waiting, 100);
+    clock.stop(false);
+    EXPECT_EQ(endAndReadLog().size(), 101u);
 }
 
 TEST_F(TestEngineThreadsTest, ManyThreadsLogAtOnceAndNoLineIsLostOrMixed) {

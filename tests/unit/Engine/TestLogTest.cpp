@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "RecordingReporter.h"
 #include "StringPrinting.h"
 #include "TemporaryFolder.h"
 
@@ -87,6 +88,31 @@ TEST(TestLogTest, OpeningBeginsANewFile) {
     EXPECT_EQ(text.find("what an earlier run left"), std::string::npos);
     EXPECT_NE(text.find("a description"), std::string::npos);
     EXPECT_NE(text.find(" the only line\r\n"), std::string::npos);
+}
+
+TEST(TestLogTest, ALogThatIsInUseIsNotTouchedAndShowsInTheResult) {
+    const TemporaryFolder folder;
+    RecordingReporter reporter;
+    TestLog log;
+    log.open(folder.path("log.txt"), u"the first", u"a", u"v");
+    EXPECT_EQ(log.log(u"a line", TestLog::kNoLimit), 0u);
+    TestLog other;
+    other.open(folder.path("log.txt"), u"the second", u"a", u"v");
+    EXPECT_EQ(other.openResult(), 32u);
+    EXPECT_FALSE(other.isOn());
+    EXPECT_EQ(other.log(u"nowhere", TestLog::kNoLimit), 0u);
+    EXPECT_EQ(log.log(u"another line", TestLog::kNoLimit), 0u);
+    log.close();
+    const std::string text = folder.read("log.txt");
+    EXPECT_NE(text.find("the first"), std::string::npos);
+    EXPECT_EQ(text.find("the second"), std::string::npos);
+    EXPECT_NE(text.find(" a line\r\n"), std::string::npos);
+    EXPECT_NE(text.find(" another line\r\n"), std::string::npos);
+
+    other.open(folder.path("log.txt"), u"the second", u"a", u"v");
+    EXPECT_EQ(other.openResult(), 0u);
+    other.close();
+    EXPECT_EQ(folder.read("log.txt").find("the first"), std::string::npos);
 }
 
 TEST(TestLogTest, AFolderThatDoesNotExistShowsInTheResult) {

@@ -197,12 +197,15 @@ TEST_F(TestLogWriterTest, LongAndForeignTextsPassWhole) {
     EXPECT_THAT(lines(), ElementsAre(std::string(text.toAnsi())));
 }
 
-TEST_F(TestLogWriterTest, FileThatCannotBeOpenedIsToldAndLinesGoNowhere) {
+TEST_F(TestLogWriterTest, FileThatCannotBeOpenedIsToldOnceAndLinesGoNowhere) {
     RecordingReporter reporter;
-    TestLogWriter writer(m_folder.path("no/such/folder/log.txt"), u"d", u"a", u"v", 2);
-    EXPECT_NE(writer.openResult(), 0u);
+    auto writer = std::make_unique<TestLogWriter>(m_folder.path("no/such/folder/log.txt"), u"d", u"a", u"v", 2);
+    EXPECT_NE(writer->openResult(), 0u);
+    EXPECT_EQ(reporter.takeReports().size(), 1u);
     for (int i = 1; i <= 10; ++i)
-        EXPECT_EQ(writer.log(u"line", kNoLimit), 0u);
+        EXPECT_EQ(writer->log(u"line", kNoLimit), 0u);
+    writer.reset();
+    EXPECT_EQ(reporter.takeReports().size(), 0u);
 }
 
 }  // namespace

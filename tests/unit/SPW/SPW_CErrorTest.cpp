@@ -282,6 +282,19 @@ TEST_F(ErrorTest, FatalErrorIsInTheErrorLogBeforeTheProgramEnds) {
                 "ROOT_ERROR 12 .* Class::method in module Module:12 -> last words");
 }
 
+TEST_F(ErrorTest, RecordIsInTheErrorLogBeforeTheBoxIsShown) {
+    openLog();
+    int recordsAtTheBox = 0;
+    box.inside = [&] { recordsAtTheBox = static_cast<int>(records().size()); };
+    report(12, 0, u"fatal", SPW_CError::kOkCancel);
+    EXPECT_EQ(recordsAtTheBox, 1);
+    error.setShowErrors(true);
+    report(12, 0, u"ordinary", SPW_CError::kOrdinary);
+    EXPECT_EQ(recordsAtTheBox, 2);
+    error.userInfo(kModule, 12, "Class", "function", u"information");
+    EXPECT_EQ(recordsAtTheBox, 3);
+}
+
 TEST_F(ErrorTest, FatalErrorWithTheSurvivedCodeReturnsTheAnswerToItsBox) {
     error.setSurvivedCode(111);
     box.answer = SPW_CMessageBox::kAnswerCancel;

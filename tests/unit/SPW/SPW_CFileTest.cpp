@@ -122,6 +122,56 @@ TEST_F(FileTest, TemporaryFileIsNewAndItsNameStartsWithVtr) {
     EXPECT_EQ(folder.read(file.getName().getFileName().toAnsi()), "kept");
 }
 
+TEST_F(FileTest, WhileItIsOpenForWritingNobodyElseMayWriteItOrBeginItAnew) {
+    folder.write("a.txt", "kept");
+    ASSERT_EQ(file.openReadWrite(folder.path("a.txt"), true), 0u);
+    SPW_CFile other;
+    EXPECT_EQ(other.openReadWrite(folder.path("a.txt"), true), 32u);
+    EXPECT_EQ(other.openReadWrite(folder.path("a.txt"), false), 32u);
+    EXPECT_EQ(other.openToAppend(folder.path("a.txt")), 32u);
+    EXPECT_EQ(other.openCreateNew(folder.path("a.txt")), 32u);
+    EXPECT_FALSE(other.isOpen());
+    EXPECT_EQ(folder.read("a.txt"), "kept");
+    ASSERT_EQ(file.close(), 0u);
+    EXPECT_EQ(other.openReadWrite(folder.path("a.txt"), true), 0u);
+}
+
+TEST_F(FileTest, WhatIsOpenToAppendNobodyElseMayWriteOrBeginAnew) {
+    ASSERT_EQ(file.openToAppend(folder.path("a.txt")), 0u);
+    EXPECT_EQ(file.writeText(u"kept"), 0u);
+    SPW_CFile other;
+    EXPECT_EQ(other.openToAppend(folder.path("a.txt")), 32u);
+    EXPECT_EQ(other.openCreateNew(folder.path("a.txt")), 32u);
+    EXPECT_EQ(folder.read("a.txt"), "kept");
+}
+
+TEST_F(FileTest, OpenToAppendContinuesAnExistingFileOrCreatesAMissingOne) {
+    folder.write("a.txt", "old");
+    ASSERT_EQ(file.openToAppend(folder.path("a.txt")), 0u);
+    EXPECT_EQ(position(), 3u);
+    EXPECT_EQ(file.writeText(u"new"), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "oldnew");
+    ASSERT_EQ(file.close(), 0u);
+    ASSERT_EQ(file.openToAppend(folder.path("b.txt")), 0u);
+    EXPECT_TRUE(folder.exists("b.txt"));
+}
+
+TEST_F(FileTest, TextThatIsWrittenWholeFollowsWhatIsThere) {
+    ASSERT_EQ(file.openToAppend(folder.path("a.txt")), 0u);
+    bool isTorn = true;
+    EXPECT_EQ(file.writeWhole(u"one", isTorn), 0u);
+    EXPECT_FALSE(isTorn);
+    EXPECT_EQ(file.writeWhole(u"two", isTorn), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "onetwo");
+}
+
+TEST_F(FileTest, NothingIsWrittenWholeToAClosedFileAndNothingReported) {
+    bool isTorn = true;
+    EXPECT_EQ(file.writeWhole(u"lost", isTorn), 163u);
+    EXPECT_FALSE(isTorn);
+    EXPECT_THAT(reporter.reports(), IsEmpty());
+}
+
 TEST_F(FileTest, OthersMayReadAnOpenFile) {
     create("a.txt");
     EXPECT_EQ(file.writeText(u"seen"), 0u);

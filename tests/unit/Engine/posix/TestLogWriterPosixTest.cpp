@@ -1,11 +1,16 @@
-// The log writer of a machine that has no thread left.
+// The log writer on its way to the medium, and on a machine that has no thread left.
 
 #include <gmock/gmock.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <memory>
+#include <thread>
 
+#include "Patience.h"
 #include "RecordingReporter.h"
 #include "SPW_CSysError.h"
 #include "TemporaryFolder.h"
@@ -13,7 +18,11 @@
 
 namespace {
 
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
 std::atomic<bool> threadsAreUsedUp{false};
+std::atomic<int> flushes{0};
 
 }  // namespace
 
@@ -24,7 +33,71 @@ extern "C" int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* at
     return threadsAreUsedUp ? EAGAIN : __real_pthread_create(thread, attributes, entry, argument);
 }
 
+// The same for fdatasync, by which what is written reaches the medium.
+extern "C" int __real_fdatasync(int file);
+extern "C" int __wrap_fdatasync(int file);
+extern "C" int __wrap_fdatasync(int file) {
+    ++flushes;
+    return __real_fdatasync(file);
+}
+
 namespace {
+
+class FlushTest : public testing::Test {
+protected:
+    FlushTest() : m_writer(std::make_unique<TestLogWriter>(m_folder.path("log.txt"), u"d", u"a", u"v", 100)) {
+        flushes = 0;  // the header has been flushed
+    }
+    void log() { EXPECT_EQ(m_writer->log(u"a line", -1), 0u); }
+    static void waitForFlushes(int count) {
+        const auto end = steady_clock::now() + kPatience;
+        while (flushes < count && steady_clock::now() < end)
+            std::this_thread::sleep_for(milliseconds(1));
+        EXPECT_GE(flushes, count);
+    }
+
+    TemporaryFolder m_folder;
+    std::unique_ptr<TestLogWriter> m_writer;
+};
+
+TEST_F(FlushTest, ALineIsOnTheMediumWhenNoOtherFollows) {
+    const auto begin = steady_clock::now();
+    log();
+    waitForFlushes(1);
+    // Not only at the end of the writer's turn of a second. A busy machine may be late, but not each time.
+    auto shortest = steady_clock::now() - begin;
+    for (int attempt = 2; attempt < 10 && shortest >= milliseconds(700); ++attempt) {
+        const auto again = steady_clock::now();
+        log();
+        waitForFlushes(attempt);
+        shortest = std::min(shortest, steady_clock::now() - again);
+    }
+    EXPECT_LT(shortest, milliseconds(700));
+}
+
+TEST_F(FlushTest, LinesThatFollowOneAnotherAreFlushedOnceASecondNotOneByOne) {
+    const auto begin = steady_clock::now();
+    int lines = 0;
+    while (steady_clock::now() - begin < milliseconds(2500)) {
+        log();
+        ++lines;
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    EXPECT_GE(flushes, 1);
+    // Some more when the machine was busy and the queue ran empty meanwhile.
+    EXPECT_LT(flushes, lines / 4);
+}
+
+TEST_F(FlushTest, TheLastLinesAreOnTheMediumWhenTheLogIsClosed) {
+    log();
+    m_writer.reset();
+    EXPECT_GE(flushes, 1);
+}
+
+TEST_F(FlushTest, WithoutALineNothingIsFlushed) {
+    m_writer.reset();
+    EXPECT_EQ(flushes, 0);
+}
 
 TEST(TestLogWriterPosixTest, WriterWithoutAThreadTakesNoLineAndKeepsNobodyWaiting) {
     TemporaryFolder folder;

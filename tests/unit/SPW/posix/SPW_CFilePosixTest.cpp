@@ -6,15 +6,17 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <functional>
 #include <string>
 #include <thread>
 
+#include "CallFaults.h"
 #include "DescriptorOf.h"
+#include "FileSizeLimit.h"
 #include "RecordingReporter.h"
 #include "SPW_CClock.h"
 #include "SPW_CFile.h"
-#include "SPW_CLogFile.h"
 #include "TemporaryFolder.h"
 
 // Failures that need devices of Linux: a disk that is always full, a file without a position, memory that nobody
@@ -190,14 +192,107 @@ TEST_F(FilePosixTest, FileIsNotHandedOnToOtherPrograms) {
     EXPECT_NE(flags & FD_CLOEXEC, 0);
 }
 
-TEST_F(FilePosixTest, LogOnAFullDiskReportsEachLineAndGoesOn) {
-    SPW_CLogFile log;
-    ASSERT_EQ(log.open(u"/dev/full", u"", u"", u"", 1, 1, false), 0u);
-    EXPECT_EQ(log.writeLine(u"lost", true), 0u);
-    EXPECT_EQ(log.writeLine(u"lost as well", false), 0u);
-    EXPECT_THAT(reporter.takeReports(), ElementsAre(IsReport("SPW_CFile", "writeText", 112, "write failed."),
-                                                    IsReport("SPW_CFile", "writeText", 112, "write failed.")));
-    EXPECT_TRUE(log.isOpen());
+// What has been written goes on behind it; a pipe takes no more than 64 KiB at once.
+TEST_F(FilePosixTest, WriteThatTheSystemTakesInPiecesAndSignalsInterruptIsWholeInTheFile) {
+    static std::atomic<int> handled;
+    handled = 0;
+    struct sigaction counting = {};
+    counting.sa_handler = [](int) { ++handled; };
+    struct sigaction before;
+    ASSERT_EQ(::sigaction(SIGUSR1, &counting, &before), 0);
+    openPipe();
+    std::string sent(300000, ' ');
+    for (std::size_t i = 0; i < sent.size(); ++i)
+        sent[i] = static_cast<char>('a' + i % 23);
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        EXPECT_EQ(file.write(sent.data(), static_cast<std::uint32_t>(sent.size())), 0u);
+        done = true;
+    });
+    const int reader = ::open((folder.native() / "pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_NE(reader, -1);
+    std::string received;
+    while (!done || handled < 20) {
+        const int interrupted = handled;
+        // In the middle of a write that has written a part, and of one that has written nothing yet.
+        while (!done && handled < interrupted + 2) {
+            ::pthread_kill(writer.native_handle(), SIGUSR1);
+            std::this_thread::yield();
+        }
+        char piece[20000];
+        const ssize_t count = ::read(reader, piece, sizeof piece);
+        if (count > 0)
+            received.append(piece, static_cast<std::size_t>(count));
+        if (done)
+            break;
+    }
+    writer.join();
+    char rest[65536];
+    for (ssize_t count; (count = ::read(reader, rest, sizeof rest)) > 0;)
+        received.append(rest, static_cast<std::size_t>(count));
+    EXPECT_TRUE(received == sent) << received.size();
+    EXPECT_GE(handled, 20);
+    ::close(reader);
+    ::sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST_F(FilePosixTest, InterruptedCloseHasClosedAndIsNotRepeated) {
+    ASSERT_EQ(file.openCreateNew(folder.path("a.txt")), 0u);
+    const ScopedFault interruption(closeFault, descriptorOf(folder.native() / "a.txt"), EINTR);
+    EXPECT_EQ(file.close(), 0u);
+    EXPECT_EQ(closeFault.calls, 1);
+    EXPECT_EQ(descriptorOf(folder.native() / "a.txt"), -1);
+    EXPECT_THAT(reporter.reports(), IsEmpty());
+}
+
+// --- Writers and the end of the file ---
+
+TEST_F(FilePosixTest, FileThatAnotherProgramEmptiesGoesOnFromItsBegin) {
+    ASSERT_EQ(file.openToAppend(folder.path("a.txt")), 0u);
+    EXPECT_EQ(file.writeText(u"before"), 0u);
+    ASSERT_EQ(::truncate((folder.native() / "a.txt").c_str(), 0), 0);
+    EXPECT_EQ(file.writeText(u"after"), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "after");
+}
+
+TEST_F(FilePosixTest, TextThatDoesNotFitIsTakenBackToTheLastByte) {
+    ASSERT_EQ(file.openToAppend(folder.path("a.txt")), 0u);
+    bool isTorn = true;
+    ASSERT_EQ(file.writeWhole(u"whole|", isTorn), 0u);
+    {
+        const FileSizeLimit limit(10);
+        EXPECT_EQ(file.writeWhole(u"too long", isTorn), 112u);
+    }
+    EXPECT_FALSE(isTorn);
+    EXPECT_EQ(folder.read("a.txt"), "whole|");
+    EXPECT_EQ(file.writeWhole(u"next", isTorn), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "whole|next");
+    EXPECT_THAT(reporter.reports(), IsEmpty());
+}
+
+TEST_F(FilePosixTest, TextThatCannotBeTakenBackIsTorn) {
+    ASSERT_EQ(file.openToAppend(folder.path("a.txt")), 0u);
+    bool isTorn = false;
+    const FileSizeLimit limit(4);
+    const ScopedFault refusal(truncateFault, descriptorOf(folder.native() / "a.txt"), EIO);
+    EXPECT_EQ(file.writeWhole(u"too long", isTorn), 112u);
+    EXPECT_TRUE(isTorn);
+    EXPECT_EQ(folder.read("a.txt"), "too ");
+}
+
+TEST_F(FilePosixTest, LockFollowsTheFileAtThePathNotOneThatWasDeletedMeanwhile) {
+    ASSERT_EQ(file.openToAppend(folder.path("a.txt")), 0u);
+    ASSERT_EQ(::unlink((folder.native() / "a.txt").c_str()), 0);
+    SPW_CFile other;
+    ASSERT_EQ(other.openToAppend(folder.path("a.txt")), 0u);
+    SPW_CFile third;
+    EXPECT_EQ(third.openToAppend(folder.path("a.txt")), 32u);
+}
+
+TEST_F(FilePosixTest, DevicesAreSharedByAllWhoWriteToThem) {
+    ASSERT_EQ(file.openToAppend(u"/dev/null"), 0u);
+    SPW_CFile other;
+    EXPECT_EQ(other.openToAppend(u"/dev/null"), 0u);
 }
 
 }  // namespace

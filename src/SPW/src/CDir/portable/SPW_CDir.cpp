@@ -251,6 +251,18 @@ SPW_Result SPW_CDir::removeFile(const SPW_CString& path) {
     return 0;
 }
 
+SPW_Result SPW_CDir::removeUnusedFile(const SPW_CString& path) {
+    if (fileExists(path) != 0) {
+        return reportFileNotFound(__LINE__, "removeUnusedFile", path);
+    }
+    if (sys().deleteUnusedFile(path)) {
+        return 0;
+    }
+    const bool isInUse = SPW_CSysError::instance->last() == kSysSharingViolation;
+    return isInUse ? SPW_Result{kSysSharingViolation}
+                   : reportSystem(__LINE__, "removeUnusedFile", kRemoveFileFailed, u"remove file", path);
+}
+
 SPW_Result SPW_CDir::wipeFile(const SPW_CString& path) {
     if (fileExists(path) != 0) {
         return reportFileNotFound(__LINE__, "wipeFile", path);

@@ -48,6 +48,9 @@ public:
     // An empty directory, or a link to a directory.
     virtual bool removeDirectory(const SPW_CString& path) = 0;
     virtual bool deleteFile(const SPW_CString& path) = 0;
+    // Deletes what SPW_CFile could open for writing, but nothing that it has open for writing in this program or
+    // another: code 32. Of a link, deletes the file that it leads to.
+    virtual bool deleteUnusedFile(const SPW_CString& path) = 0;
     // Fails when the target exists, and between file systems.
     virtual bool move(const SPW_CString& from, const SPW_CString& to) = 0;
     // A copy that fails leaves no target that it made.

@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "../../CFile/posix/SPW_CFileLockPosix.h"
 #include "../../CSysError/posix/SPW_CSysErrorPosix.h"
 #include "SPW_CClock.h"
 #include "SPW_CDirSys.h"
@@ -105,6 +107,16 @@ void fillInfo(SPW_CDirSys::Info& info, const struct statx& status, const char* n
     info.creationTime = toTicks(birth.tv_sec, birth.tv_nsec);
     info.lastAccessTime = toTicks(status.stx_atime.tv_sec, status.stx_atime.tv_nsec);
     info.lastWriteTime = toTicks(status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec);
+}
+
+bool deleteUnused(const char* path) {
+    const int file = SPW_CFileLockPosix::openLocked(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, /*mode=*/0);
+    if (file < 0) {
+        return failAt(path);
+    }
+    const bool isDeleted = succeededAt(path, unlink(path));
+    ::close(file);
+    return isDeleted;
 }
 
 struct OpenFile {
@@ -280,6 +292,13 @@ public:
     bool deleteFile(const SPW_CString& path) override {
         const char* name = path.toAnsi();
         return succeededAt(name, unlink(name));
+    }
+
+    bool deleteUnusedFile(const SPW_CString& path) override {
+        char* const file = realpath(path.toAnsi(), nullptr);
+        const bool isDeleted = file != nullptr ? deleteUnused(file) : errno == ENOENT || failAt(path.toAnsi());
+        free(file);
+        return isDeleted;
     }
 
     bool move(const SPW_CString& from, const SPW_CString& to) override {

@@ -89,6 +89,9 @@ public:
 
     bool deleteFile(const SPW_CString& path) override { return succeeded(DeleteFileW(SPW_ToWide(path.text()))); }
 
+    // The sharing mode of whoever has it open sees to that.
+    bool deleteUnusedFile(const SPW_CString& path) override { return deleteFile(path); }
+
     bool move(const SPW_CString& from, const SPW_CString& to) override {
         return succeeded(MoveFileW(SPW_ToWide(from.text()), SPW_ToWide(to.text())));
     }

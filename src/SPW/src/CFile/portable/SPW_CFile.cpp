@@ -36,9 +36,35 @@ std::uint32_t clamped(std::uint64_t bytes) {
     return bytes < kLargest ? static_cast<std::uint32_t>(bytes) : kLargest;
 }
 
+// A text in the system code page, without a terminator.
+class AnsiBytes {
+public:
+    explicit AnsiBytes(const SPW_CString& text) : m_bytes(m_small), m_size(text.copyToAnsi(m_small, kTextBuffer)) {
+        if (m_size == 0) {
+            m_size = text.copyToAnsi(nullptr, 0);
+            m_large.resize(static_cast<std::size_t>(m_size));
+            (void)text.copyToAnsi(m_large.data(), m_size);  // fits
+            m_bytes = m_large.data();
+        }
+    }
+    AnsiBytes(const AnsiBytes&) = delete;
+    AnsiBytes& operator=(const AnsiBytes&) = delete;
+
+    const char* bytes() const { return m_bytes; }
+    // What the code page makes of the text counts, not its characters: in UTF-8 there may be more bytes. The last
+    // one that copyToAnsi counts is the terminator.
+    std::uint32_t size() const { return static_cast<std::uint32_t>(m_size - 1); }
+
+private:
+    char m_small[kTextBuffer];
+    std::vector<char> m_large;
+    const char* m_bytes;
+    int m_size;
+};
+
 }  // namespace
 
-enum SPW_CFile::OpenMode : int { kReadOnly, kAppend, kTruncate, kTruncateShared };
+enum SPW_CFile::OpenMode : int { kReadOnly, kContinue, kAppend, kTruncate, kTruncateShared };
 
 SPW_CFile::SPW_CFile() : m_handle(SPW_CFileSys::invalidHandle()) {}
 
@@ -70,8 +96,16 @@ SPW_Result SPW_CFile::openReadOnly(const SPW_CString& path) {
 }
 
 SPW_Result SPW_CFile::openReadWrite(const SPW_CString& path, bool append) {
-    const SPW_Result result = openNamed("openReadWrite", path, append ? kAppend : kTruncate);
-    if (result != 0 || !append) {
+    return append ? openAtEnd(path, kContinue) : openNamed("openReadWrite", path, kTruncate);
+}
+
+SPW_Result SPW_CFile::openToAppend(const SPW_CString& path) {
+    return openAtEnd(path, kAppend);
+}
+
+SPW_Result SPW_CFile::openAtEnd(const SPW_CString& path, OpenMode mode) {
+    const SPW_Result result = openNamed("openReadWrite", path, mode);
+    if (result != 0) {
         return result;
     }
     const SPW_Result moved = moveToEnd();
@@ -87,10 +121,12 @@ SPW_Result SPW_CFile::openNamed(const char* method, const SPW_CString& path, Ope
         return checked(kAlreadyOpen, method, __LINE__, message.text());
     }
     const SPW_CFileSys::Access access = mode == kReadOnly         ? SPW_CFileSys::kRead
+                                        : mode == kAppend         ? SPW_CFileSys::kAppend
                                         : mode == kTruncateShared ? SPW_CFileSys::kReadWriteShared
                                                                   : SPW_CFileSys::kReadWrite;
+    const bool keepsContent = mode == kContinue || mode == kAppend;
     const SPW_CFileSys::Creation creation = mode == kReadOnly ? SPW_CFileSys::kMustExist
-                                            : mode == kAppend ? SPW_CFileSys::kOpenOrCreate
+                                            : keepsContent    ? SPW_CFileSys::kOpenOrCreate
                                                               : SPW_CFileSys::kCreateOrTruncate;
     const SPW_Result result = SPW_CFileSys::open(path, access, creation, m_handle);
     if (result == 0) {
@@ -312,8 +348,10 @@ SPW_Result SPW_CFile::write(const void* buffer, std::uint32_t size) {
 
 SPW_Result SPW_CFile::writeBytes(const char* method, const void* buffer, std::uint32_t size) {
     const SPW_Result notOpen = errorIfNotOpen(method);
-    return notOpen != 0 ? notOpen
-                        : checked(SPW_CFileSys::write(m_handle, buffer, size), method, __LINE__, u"write failed.");
+    std::uint32_t written = 0;
+    return notOpen != 0
+               ? notOpen
+               : checked(SPW_CFileSys::write(m_handle, buffer, size, written), method, __LINE__, u"write failed.");
 }
 
 SPW_Result SPW_CFile::writeBool(bool value) {
@@ -351,17 +389,24 @@ SPW_Result SPW_CFile::writeNewLine() {
 }
 
 SPW_Result SPW_CFile::writeText(const SPW_CString& text) {
-    char small[kTextBuffer];
-    std::vector<char> large;
-    const char* bytes = small;
-    int size = text.copyToAnsi(small, kTextBuffer);
-    if (size == 0) {
-        size = text.copyToAnsi(nullptr, 0);
-        large.resize(static_cast<std::size_t>(size));
-        (void)text.copyToAnsi(large.data(), size);  // fits
-        bytes = large.data();
+    const AnsiBytes ansi(text);
+    return writeBytes("writeText", ansi.bytes(), ansi.size());
+}
+
+SPW_Result SPW_CFile::writeWhole(const SPW_CString& text, bool& isTorn) {
+    isTorn = false;
+    if (!isOpen()) {
+        return kNotOpen;
     }
-    // What the code page makes of the text counts, not its characters: in UTF-8 there may be more bytes. The last
-    // one is the terminator.
-    return writeBytes("writeText", bytes, static_cast<std::uint32_t>(size - 1));
+    const AnsiBytes ansi(text);
+    std::uint32_t written = 0;
+    const SPW_Result result = SPW_CFileSys::write(m_handle, ansi.bytes(), ansi.size(), written);
+    isTorn = result != 0 && written != 0 && !cutOff(written);
+    return result;
+}
+
+bool SPW_CFile::cutOff(std::uint32_t bytes) {
+    std::uint64_t size = 0;
+    return SPW_CFileSys::getSize(m_handle, size) == 0 && size >= bytes &&
+           SPW_CFileSys::setSize(m_handle, size - bytes) == 0;
 }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "SPW_CFileLockPosix.h"
 #include "SPW_CFileSys.h"
 #include "SPW_CSysErrorPosix.h"
 
@@ -21,16 +22,34 @@ SPW_Handle handleOf(int fd) {
     return reinterpret_cast<SPW_Handle>(std::intptr_t{fd});
 }
 
-int flagsFor(SPW_CFileSys::Creation creation) {
-    switch (creation) {
-        case SPW_CFileSys::kOpenOrCreate:
-            return O_CREAT;
-        case SPW_CFileSys::kCreateOrTruncate:
-            return O_CREAT | O_TRUNC;
-        case SPW_CFileSys::kMustExist:
-            break;
+// Repeats a system call that a signal has cut short.
+template <typename Call>
+auto uninterrupted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) {
+        result = call();
     }
-    return 0;
+    return result;
+}
+
+int flagsFor(SPW_CFileSys::Access access, SPW_CFileSys::Creation creation) {
+    const int rights = access == SPW_CFileSys::kRead ? O_RDONLY : O_RDWR;
+    const int position = access == SPW_CFileSys::kAppend ? O_APPEND : 0;
+    const int existence = creation == SPW_CFileSys::kMustExist ? 0 : O_CREAT;
+    return rights | position | existence | O_CLOEXEC;
+}
+
+int openFor(const char* path, SPW_CFileSys::Access access, int flags) {
+    const bool sharesWriting = access == SPW_CFileSys::kRead || access == SPW_CFileSys::kReadWriteShared;
+    return sharesWriting ? uninterrupted([&] { return ::open(path, flags, kNormalAttributes); })
+                         : SPW_CFileLockPosix::openLocked(path, flags, kNormalAttributes);
+}
+
+// What has no size, such as a pipe, is not to be emptied.
+int emptied(int fd) {
+    struct stat status;
+    const bool hasSize = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+    return hasSize ? uninterrupted([fd] { return ::ftruncate(fd, 0); }) : 0;
 }
 
 int whenceFor(SPW_CFileSys::Origin origin) {
@@ -45,16 +64,6 @@ int whenceFor(SPW_CFileSys::Origin origin) {
     return SEEK_SET;
 }
 
-// Repeats a system call that a signal has cut short.
-template <typename Call>
-auto uninterrupted(Call call) {
-    auto result = call();
-    while (result == -1 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
 // Linux opens a directory for reading like a file.
 bool isDirectory(int fd) {
     struct stat status;
@@ -65,8 +74,7 @@ bool isDirectory(int fd) {
 
 SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle) {
     const SPW_CString own(path);  // toAnsi changes its string, and the caller's may be shared
-    const int flags = (access == kRead ? O_RDONLY : O_RDWR) | flagsFor(creation) | O_CLOEXEC;
-    const int fd = uninterrupted([&] { return ::open(own.toAnsi(), flags, kNormalAttributes); });
+    const int fd = openFor(own.toAnsi(), access, flagsFor(access, creation));
     if (fd == -1) {
         return SPW_CSysErrorPosix::failAtPath(own.toAnsi());
     }
@@ -74,6 +82,12 @@ SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation c
         (void)::close(fd);
         errno = EISDIR;  // what opening it for writing answers
         return SPW_CSysErrorPosix::fail();
+    }
+    // Not before it is ours: another one's file must not be emptied.
+    if (creation == kCreateOrTruncate && emptied(fd) == -1) {
+        const SPW_Result result = SPW_CSysErrorPosix::fail();
+        (void)::close(fd);  // nothing has been written
+        return result;
     }
     handle = handleOf(fd);
     return 0;
@@ -102,16 +116,16 @@ SPW_Result SPW_CFileSys::read(SPW_Handle handle, void* buffer, std::uint32_t siz
     return count == -1 ? SPW_CSysErrorPosix::fail() : 0;
 }
 
-SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint32_t size) {
-    const char* rest = static_cast<const char*>(buffer);
-    std::size_t left = size;
-    while (left > 0) {
-        const ssize_t count = uninterrupted([&] { return ::write(descriptor(handle), rest, left); });
+SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint32_t size, std::uint32_t& written) {
+    const char* const bytes = static_cast<const char*>(buffer);
+    written = 0;
+    while (written < size) {
+        const ssize_t count =
+            uninterrupted([&] { return ::write(descriptor(handle), bytes + written, size - written); });
         if (count == -1) {
             return SPW_CSysErrorPosix::fail();
         }
-        rest += count;
-        left -= static_cast<std::size_t>(count);
+        written += static_cast<std::uint32_t>(count);
     }
     return 0;
 }
@@ -127,6 +141,13 @@ SPW_Result SPW_CFileSys::getSize(SPW_Handle handle, std::uint64_t& bytes) {
     }
     bytes = static_cast<std::uint64_t>(status.st_size);
     return 0;
+}
+
+SPW_Result SPW_CFileSys::setSize(SPW_Handle handle, std::uint64_t bytes) {
+    const off_t size = static_cast<off_t>(bytes);
+    const bool isCut = uninterrupted([&] { return ::ftruncate(descriptor(handle), size); }) == 0 &&
+                       ::lseek(descriptor(handle), size, SEEK_SET) != -1;
+    return isCut ? 0 : SPW_CSysErrorPosix::fail();
 }
 
 SPW_Result SPW_CFileSys::move(SPW_Handle handle, Origin origin, std::int64_t distance, std::uint64_t& position) {

@@ -44,7 +44,8 @@ std::uint64_t joined(DWORD high, DWORD low) {
 SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle) {
     const DWORD rights = access == kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
     // Whoever only reads lets the writer go on.
-    const DWORD share = access == kReadWrite ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const bool keepsWritersAway = access == kReadWrite || access == kAppend;
+    const DWORD share = keepsWritersAway ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE;
     const HANDLE file = CreateFileW(SPW_ToWide(path.text()), rights, share, nullptr, dispositionFor(creation),
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
@@ -74,11 +75,14 @@ SPW_Result SPW_CFileSys::read(SPW_Handle handle, void* buffer, std::uint32_t siz
     return resultOf(succeeded);
 }
 
-SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint32_t size) {
-    const char* rest = static_cast<const char*>(buffer);
-    while (size > 0) {
+SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint32_t size, std::uint32_t& written) {
+    const char* const bytes = static_cast<const char*>(buffer);
+    written = 0;
+    while (written < size) {
         DWORD count = 0;
-        if (!WriteFile(handle, rest, size, &count, nullptr)) {
+        const BOOL succeeded = WriteFile(handle, bytes + written, size - written, &count, nullptr);
+        written += count;
+        if (!succeeded) {
             return SPW_CSysErrorW32::fail();
         }
         if (count == 0) {
@@ -86,8 +90,6 @@ SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint3
             SPW_CSysErrorW32::setLast(kSysGeneralFailure);
             return kSysGeneralFailure;
         }
-        rest += count;
-        size -= count;
     }
     return 0;
 }
@@ -106,6 +108,12 @@ SPW_Result SPW_CFileSys::getSize(SPW_Handle handle, std::uint64_t& bytes) {
     }
     bytes = joined(high, low);
     return 0;
+}
+
+SPW_Result SPW_CFileSys::setSize(SPW_Handle handle, std::uint64_t bytes) {
+    std::uint64_t position = 0;
+    const SPW_Result moved = move(handle, kFromBegin, static_cast<std::int64_t>(bytes), position);
+    return moved != 0 ? moved : resultOf(SetEndOfFile(handle));
 }
 
 SPW_Result SPW_CFileSys::move(SPW_Handle handle, Origin origin, std::int64_t distance, std::uint64_t& position) {

@@ -2,9 +2,12 @@
 
 #include "SPW_CClock.h"
 #include "SPW_CDir.h"
+#include "SPW_CError.h"
+#include "SPW_CSysError.h"
 
 namespace {
 
+constexpr const char* kModule = "src\\SPW\\src\\CLogFile\\portable\\SPW_CLogFile";
 constexpr std::uint32_t kBytesPerKilobyte = 1024;
 constexpr const char16_t* kRule = u"--------------------------------------------------------------------------------";
 
@@ -22,6 +25,12 @@ SPW_CLogFile::~SPW_CLogFile() {
 }
 
 SPW_Result SPW_CLogFile::close() {
+    if (m_lostLines != 0 && isOpen()) {
+        (void)put(lossLine(m_isStamped));  // there is nothing left to try
+    }
+    m_lostLines = 0;
+    m_isFailing = false;
+    m_isTorn = false;
     return m_file->close();
 }
 
@@ -46,7 +55,7 @@ SPW_Result SPW_CLogFile::open(const SPW_CString& path, const SPW_CString& descri
     m_maximumKilobytes = maximumKilobytes;
     m_backups = backups;
     m_headerWanted = headerWanted;
-    const SPW_Result result = m_file->openReadWrite(path, true);
+    const SPW_Result result = m_file->openToAppend(path);
     if (result == 0 && headerWanted) {
         writeHeader(description, application, version);
     }
@@ -65,23 +74,77 @@ void SPW_CLogFile::writeHeader(const SPW_CString& description, const SPW_CString
     appendLine(header, u"Version    : " + version);
     appendLine(header, u"Opened     : " + opened);
     appendLine(header, kRule);
-    (void)m_file->writeText(header);  // what fails is reported by the file; the log goes on without its header
-    (void)m_file->flush();
+    m_isHeaderDue = !put(header);
+    if (!m_isHeaderDue) {
+        m_isFlushable = m_file->flush() == 0;
+    }
 }
 
 SPW_Result SPW_CLogFile::writeLine(const SPW_CString& text, bool withTime) {
     const SPW_CGuard guard(m_lock);
+    if (!isOpen()) {
+        (void)m_file->writeText(text);  // which reports it
+        return 0;
+    }
+    m_isStamped = withTime;
+    if (m_isHeaderDue) {
+        writeHeader(m_description, m_application, m_version);
+    }
+    // Time, text and line end go out in one write: hundreds of thousands of lines a second pass here, and whoever reads
+    // the log meanwhile sees whole lines. The file buffers nothing, so the line needs no flush to be seen. When it is
+    // worth waiting for the medium, which takes longer than a thousand lines, is for the log's owner to know.
+    const SPW_CString line = stamped(text, withTime);
+    if (!m_isHeaderDue && put(m_lostLines != 0 ? lossLine(withTime) + line : line)) {
+        m_lostLines = 0;
+    } else {
+        ++m_lostLines;
+    }
+    return isFull() ? rotate() : 0;
+}
+
+SPW_CString SPW_CLogFile::stamped(const SPW_CString& text, bool withTime) {
     SPW_CString line;
     if (withTime) {
         const SPW_CalendarTime now = SPW_CClock::instance->localNow();
         line.format(u"%02d:%02d:%02d ", now.hour, now.minute, now.second);
     }
     appendLine(line, text);
-    // Time, text and line end go out in one write: hundreds of thousands of lines a second pass here, and whoever reads
-    // the log meanwhile sees whole lines. The file buffers nothing, so the line needs no flush to be seen; flush would
-    // wait for the medium, which takes longer than a thousand lines.
-    (void)m_file->writeText(line);  // reported there; the log goes on with the next line
-    return isFull() ? rotate() : 0;
+    return line;
+}
+
+SPW_CString SPW_CLogFile::lossLine(bool withTime) const {
+    SPW_CString text(u"LOG ERROR: ");
+    text.append(static_cast<unsigned long>(m_lostLines));
+    text += m_lostLines == 1 ? u" line" : u" lines";
+    return stamped(text + u" could not be written: " + SPW_CSysError::instance->text(m_lossCode), withTime);
+}
+
+// Whole lines. False when none of it stays in the file as a line.
+bool SPW_CLogFile::put(const SPW_CString& block) {
+    bool isTorn = false;
+    const SPW_Result code = m_file->writeWhole(m_isTorn ? SPW_CFile::kNewLine + block : block, isTorn);
+    if (code == 0) {
+        m_isTorn = false;
+        m_isFailing = false;
+        return true;
+    }
+    m_isTorn = m_isTorn || isTorn;
+    if (!m_isFailing) {
+        m_isFailing = true;
+        m_lossCode = code;
+        tellLoss(code);
+    }
+    return false;
+}
+
+// The time makes each outage a message of its own: front ends show the same text once.
+void SPW_CLogFile::tellLoss(SPW_Result code) const {
+    const SPW_CalendarTime now = SPW_CClock::instance->localNow();
+    SPW_CString since;
+    since.format(u" cannot be written since %02d:%02d:%02d: ", now.hour, now.minute, now.second);
+    SPW_CError::instance->userInfo(
+        kModule, __LINE__, "SPW_CLogFile", "writeLine",
+        u"the log " + m_path + since + SPW_CSysError::instance->text(code) + u"; its lines are lost until it can be");
 }
 
 bool SPW_CLogFile::isFull() {
@@ -96,6 +159,7 @@ SPW_Result SPW_CLogFile::rotate() {
     } else {
         (void)SPW_CDir::removeFile(m_path);  // reported there; what is left is emptied below
     }
+    m_isTorn = false;
     const SPW_Result result = m_file->openCreateNew(m_path);
     if (result == 0 && m_headerWanted) {
         writeHeader(m_description, m_application, m_version);
