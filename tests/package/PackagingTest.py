@@ -207,13 +207,34 @@ class ExampleSettingsTest(TemporaryTest):
 
 
 class InstallationTest(TemporaryTest):
-    def test_cmake_installs_each_file_where_others_look_for_it(self):
+    DOCUMENTS = "share/doc/linkometry/"
+
+    def install(self):
+        """The paths of all files that are installed."""
         self.needs("cmake")
         result = run("cmake", "--install", os.path.dirname(program), "--prefix", self.folder)
         self.assertEqual(result.returncode, 0, result.stderr)
-        installed = {os.path.relpath(os.path.join(folder, name), self.folder)
-                     for folder, _, files in os.walk(self.folder) for name in files}
-        self.assertEqual(installed, {
+        return {os.path.relpath(os.path.join(folder, name), self.folder)
+                for folder, _, files in os.walk(self.folder) for name in files}
+
+    def test_the_documents_are_installed_and_what_they_refer_to_is_there(self):
+        documents = {path[len(self.DOCUMENTS):] for path in self.install() if path.startswith(self.DOCUMENTS)}
+        sources = {os.path.relpath(os.path.join(folder, name), SOURCES)
+                   for folder, _, files in os.walk(os.path.join(SOURCES, "docs")) for name in files}
+        self.assertGreaterEqual(len(sources), 10)
+        self.assertEqual(documents - {"examples/HKEY_CURRENT_USER.reg"}, sources | {"README.md", "CONTRIBUTING.md"})
+        references = 0
+        for document in sorted(name for name in documents if name.endswith(".md")):
+            with open(os.path.join(self.folder, self.DOCUMENTS, document), encoding="utf-8") as file:
+                targets = re.findall(r"\]\((?!https?:|#)([^)#]+)", file.read())
+            for target in targets:
+                self.assertIn(os.path.normpath(os.path.join(os.path.dirname(document), target)), documents, document)
+                references += 1
+        self.assertGreaterEqual(references, 20)
+
+    def test_cmake_installs_each_file_where_others_look_for_it(self):
+        programs = {path for path in self.install() if not path.endswith((".md", ".svg", ".png"))}
+        self.assertEqual(programs, {
             "bin/linkometry", "lib/systemd/system/linkometry.service", "share/man/man1/linkometry.1.gz",
             "share/bash-completion/completions/linkometry", "share/fish/vendor_completions.d/linkometry.fish",
             "share/zsh/site-functions/_linkometry", "share/doc/linkometry/examples/HKEY_CURRENT_USER.reg"})

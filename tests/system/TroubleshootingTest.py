@@ -2,6 +2,7 @@
 
 import os
 import re
+import threading
 
 import lab
 import traffic
@@ -39,6 +40,8 @@ class TroubleshootingTest(lab.SystemTest):
         "A peer that does not answer": "test_silent_peer",
         "Linkometry does not run there": "test_refusing_peer",
         "More connections than are watched": "test_more_connections_than_are_watched",
+        "Pings without data": "test_pings_without_data",
+        "A connection that a stop ended": "test_connection_that_a_stop_ended",
         "The port is in use": "test_port_in_use",
         "The log cannot be written": "test_log_cannot_be_written",
         "A mistake in the settings": "test_mistake_in_settings",
@@ -125,6 +128,80 @@ class TroubleshootingTest(lab.SystemTest):
         for _ in range(64):
             self.addCleanup(traffic.TcpEnd.connect(self.peer, self.device.address).close)
         self.expect_what_is_shown(program)
+
+    def test_pings_without_data(self):
+        self.device.configure("ping", peers={"workshop": self.peer.address}, overhead_bytes="0")
+        program = self.device.measure()
+        self.expect_what_is_shown(program)
+        self.assertEqual(program.wait_for_row(self.peer.address)["ping"]["total"], 0)
+
+    def test_connection_that_a_stop_ended(self):
+        with self.peer.inside():
+            lab.ip(f"route add blackhole {self.device.address}/32")
+        self.device.configure("tcpip", peers={"workshop": self.peer.address})
+        program = self.device.measure()
+        syn_sent = " 02 "
+        lab.eventually(lambda: syn_sent in self.device.run("cat", "/proc/net/tcp").stdout, lab.PATIENCE, "a connection begun")
+        program.stop()
+        self.expect_what_is_shown(program)
+        lines = [line[9:] for line in self.device.log_lines()]
+        said = next(i for i, line in enumerate(lines) if line.endswith("connect failed 10038"))
+        rest = lines[said + 1:lines.index(" ---- Test 1 complete ---")]
+        self.assertTrue(all(line.startswith("S Name: ") for line in rest), rest)
+
+    def test_tcp_after_an_outage(self):
+        """The direction from the device to its peer is interrupted; only what comes from the peer is counted here."""
+        self.device.configure("tcpip", "udp", peers={"workshop": self.peer.address})
+        self.peer.configure("tcpip", "udp", peers={"office": self.device.address})
+        here, there = self.device.measure(), self.peer.measure()
+        here.wait_for_row(self.peer.address, lambda row: row["tcpip"]["received"] >= 5 and row["udp"]["received"] >= 5)
+        there.wait_for_row(self.device.address, lambda row: row["tcpip"]["received"] >= 5)
+        with self.device.inside():
+            lab.ip(f"neigh replace {self.peer.address} lladdr 02:00:00:00:99:99 dev eth0 nud permanent")
+        before = here.row(self.peer.address)
+        during = here.wait_for_row(self.peer.address,
+                                   lambda row: row["udp"]["received"] >= before["udp"]["received"] + 30, within=30)
+        self.assertLess(during["tcpip"]["received"] - before["tcpip"]["received"], 10)
+        self.assertEqual(during["tcpip"]["lost"], before["tcpip"]["lost"])
+        with self.device.inside():
+            lab.ip(f"neigh del {self.peer.address} dev eth0")
+        after = here.wait_for_row(self.peer.address, lambda row: row["tcpip"]["lost"] >= 10, within=30)
+        self.assertEqual(after["udp"]["lost"], before["udp"]["lost"])
+
+    def test_a_peer_that_is_switched_off(self):
+        self.device.configure("udp", "ping", peers={"workshop": self.peer.address})
+        self.peer.configure("udp", peers={"office": self.device.address})
+        here, there = self.device.measure(), self.peer.measure()
+        here.wait_for_row(self.peer.address, lambda row: row["udp"]["received"] >= 5 and row["ping"]["received"] >= 5)
+        there.kill()
+        self.peer.unplug()
+        off = here.wait_for_row(self.peer.address, lambda row: row["quality"] == 100)
+        self.device.wait_for_log_line("IcmpSendEcho failed 11010")
+        self.peer.plug()
+        self.peer.measure()
+        back = here.wait_for_row(self.peer.address, lambda row: row["udp"]["received"] >= off["udp"]["received"] + 5 and
+                                 row["ping"]["lost"] >= 1)
+        self.assertEqual(back["udp"]["lost"], off["udp"]["lost"])
+
+    def test_strangers_at_the_multicast_port(self):
+        for device in (self.device, self.peer):
+            device.configure("multicast")
+        with traffic.UdpEnd(self.peer) as stranger:
+            silenced = threading.Event()
+
+            def disturb():
+                while not silenced.wait(0.5):
+                    stranger.send(b"junk", self.device.address, 7550)
+            disturber = threading.Thread(target=disturb)
+            disturber.start()
+            try:
+                here, there = self.device.measure(), self.peer.measure()
+                there.wait_for_row(self.device.address, lambda row: row["multicast"]["received"] >= 20, within=30)
+                self.assertEqual(here.rows(), [])
+            finally:
+                silenced.set()
+                disturber.join()
+        here.wait_for_row(self.peer.address, lambda row: row["multicast"]["received"] >= 1, within=30)
 
     def test_port_in_use(self):
         self.device.configure("udp", "tcpip")
