@@ -3,16 +3,32 @@
 _linkometry() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} words
     COMPREPLY=()
-    # Options are compared without regard to case.
-    case ${previous,,} in
+    # Bash takes --option=value for three words.
+    if [[ $current == "=" ]]; then
+        current=
+    elif [[ $previous == "=" ]]; then
+        previous=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    # Options may have two dashes, and are compared without regard to case.
+    previous=${previous,,}
+    case ${previous/#--/-} in
         -getinfo)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             return
             ;;
         -format) words="table json" ;;
-        -duration | -interval | -minquality | -peer | -reportwnd) return ;;
+        -peer)
+            mapfile -t COMPREPLY < <(compgen -A hostname -- "$current")
+            return
+            ;;
+        -duration | -interval | -minquality | -reportwnd) return ;;
         *) words="-headless -duration -peer -interval -format -minquality -getinfo -reportwnd -help -version" ;;
+    esac
+    case $current in
+        --*) words=${words//-/--} ;;
+        -* | "") ;;
+        *) [[ $words == -* ]] && words=$(compgen -A hostname -- "$current") ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }

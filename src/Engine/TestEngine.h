@@ -86,6 +86,11 @@ public:
     // Tries again to open a log that could not be opened, by the name that the settings give now; nothing otherwise.
     // For the time before a start, when the cause may be gone. startProblems() tells what came of it.
     void retryLog();
+    // How far the log has come; all zero when logging is off.
+    LogProgress logProgress() const { return m_log.progress(); }
+    // For the end of a program whose log takes no more lines: whoever waits for the log goes on, and what is logged
+    // from here on is lost. The engine must not be destroyed any more.
+    void giveUpLog() { m_log.giveUp(); }
 
     void onSocketError(std::uint32_t kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
                        const SPW_CString& message) override;

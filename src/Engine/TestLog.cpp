@@ -50,6 +50,18 @@ SPW_Result TestLog::log(const SPW_CString& line, std::int32_t waitMs) {
     return writer != nullptr ? writer->log(line, waitMs) : 0;
 }
 
+LogProgress TestLog::progress() const {
+    const TestLogWriter* const writer = m_writer;
+    return writer != nullptr ? writer->progress() : LogProgress();
+}
+
+void TestLog::giveUp() {
+    TestLogWriter* const writer = m_writer;
+    if (writer != nullptr) {
+        writer->giveUp();
+    }
+}
+
 namespace {
 
 SPW_CString probeLine(std::uint32_t kind, const char16_t* verb, std::int32_t sequence, const char16_t* preposition,

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "LogProgress.h"
 #include "ProbeEventSink.h"
 #include "SPW_CArray.h"
 #include "SPW_CCriticalSection.h"
@@ -40,6 +41,10 @@ public:
 
     // 0 when the line was taken or there is no log, 700 when no room came up within waitMs.
     SPW_Result log(const SPW_CString& line, std::int32_t waitMs);
+
+    // See TestLogWriter; nothing while logging is off.
+    LogProgress progress() const;
+    void giveUp();
 
     // The lines about probes. data: what the probe carried, or null to leave it out.
     static SPW_CString sentLine(std::uint32_t kind, std::int32_t sequence, const SPW_CString& target,

@@ -48,6 +48,11 @@ SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
     // Nothing leaves the queue without the thread: whoever came to a full one without limit would wait for ever.
     if (m_startResult != 0 || m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0)
         return kLogNotTaken;
+    if (m_isGivenUp) {
+        m_room.set();  // one that was woken wakes the next
+        return kLogNotTaken;
+    }
+    ++m_linesTaken;
     SPW_CMessage* const message = new SPW_CMessage;
     message->pushString(text);
     qAddMsg(reinterpret_cast<std::uintptr_t>(message));
@@ -55,6 +60,19 @@ SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
     if (!isFull())
         m_room.set();
     return 0;
+}
+
+LogProgress TestLogWriter::progress() const {
+    // In this order: a line that is written meanwhile must not look like one that was never taken.
+    LogProgress progress;
+    progress.written = m_linesWritten;
+    progress.taken = m_linesTaken;
+    return progress;
+}
+
+void TestLogWriter::giveUp() {
+    m_isGivenUp = true;
+    m_room.set();
 }
 
 void TestLogWriter::step() {
@@ -70,6 +88,7 @@ void TestLogWriter::step() {
         (void)m_log.writeLine(text, true);  // a line that cannot be written is lost; the log says so
         noteWritten();
     }
+    ++m_linesWritten;
     m_room.set();
     if (m_isFlushDue && msUntilFlush() == 0)
         flush();

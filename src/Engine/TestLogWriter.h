@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
+#include "LogProgress.h"
 #include "SPW_CLogFile.h"
 #include "SPW_CThreadMessageQueue.h"
 #include "VTR_CEvent.h"
@@ -36,6 +38,11 @@ public:
     // Hands a line over. Waits for room at most waitMs (-1: no limit). 0 or kLogNotTaken; the latter at once and always
     // when there is no thread.
     SPW_Result log(const SPW_CString& text, std::int32_t waitMs);
+    // Any thread.
+    LogProgress progress() const;
+    // For a file that takes no more: whoever waits for room, and whoever comes later, gets kLogNotTaken. The writer may
+    // hang for ever then; an owner who must not hang as well cannot destroy it. Any thread.
+    void giveUp();
 
 private:
     void stopThread();
@@ -48,6 +55,9 @@ private:
     VTR_CEvent m_finished;  // set when the thread has written all
     SPW_Result m_openResult;
     SPW_Result m_startResult;
+    std::atomic<std::uint32_t> m_linesTaken{0};
+    std::atomic<std::uint32_t> m_linesWritten{0};
+    std::atomic<bool> m_isGivenUp{false};
     // The thread's own.
     bool m_isFlushDue = false;
     std::uint64_t m_flushBy100ns = 0;

@@ -63,9 +63,7 @@ class ManPageTest(TemporaryTest):
     def test_it_has_the_options_that_help_lists_and_no_others(self):
         self.assertGreaterEqual(len(listed_options()), 10)
         described = {option for tag in self.tags("OPTIONS") for option in re.findall(r"(?<![\w-])-{1,2}\w+", tag)}
-        with_one_dash = {option for option in described if not option.startswith("--")}
-        self.assertEqual(with_one_dash, listed_options())
-        self.assertEqual({option[1:] for option in described - with_one_dash}, {"-help", "-version"})
+        self.assertEqual(described, listed_options())
 
     def test_it_has_the_signals_and_exit_statuses_that_help_names_and_no_others(self):
         signals = set(re.findall(r"SIG\w+", " ".join(self.tags("SIGNALS"))))
@@ -107,10 +105,15 @@ class CompletionTest(TemporaryTest):
     def test_bash_offers_the_options_that_help_lists_and_no_others(self):
         self.assertEqual(self.bash("-"), listed_options())
         self.assertEqual(self.bash("-headless", "-format", "json", "-dur"), {"-duration"})
+        self.assertEqual(self.bash("--"), {f"-{option}" for option in listed_options()})
+        self.assertEqual(self.bash("--min"), {"--minquality"})
 
     def test_bash_offers_what_an_option_takes(self):
         self.assertEqual(self.bash("-format", ""), {"table", "json"})
         self.assertEqual(self.bash("-FORMAT", "j"), {"json"})
+        # As bash splits --format=j.
+        self.assertEqual(self.bash("--format", "=", "j"), {"json"})
+        self.assertEqual(self.bash("--format", "="), {"table", "json"})
         self.assertEqual(self.bash("-duration", "-"), set())
         for name in ("report.txt", "other"):
             with open(os.path.join(self.folder, name), "w", encoding="ascii"):
@@ -122,9 +125,11 @@ class CompletionTest(TemporaryTest):
         result = run("sh", "-c", '_arguments() { printf "%s\\n" "$@"; }; . "$0"',
                      os.path.join(PACKAGING, "completions", "_linkometry"))
         self.assertEqual(result.stderr, "")
-        told = [re.match(r"(?:\(.*?\))?\*?(-\w+)\[[^][]+\](:.*)?$", line) for line in result.stdout.splitlines()]
-        self.assertEqual({match[1] for match in told}, listed_options())
-        with_argument = {match[1] for match in told if match[2]}
+        *lines, peer = result.stdout.splitlines()
+        self.assertRegex(peer, r"^\*:peer")
+        told = [re.match(r"(?:\(.*?\))?\*?(--?\w+)\[[^][]+\](:.*)?$", line) for line in lines]
+        self.assertEqual({match[1] for match in told}, listed_options() | {f"-{option}" for option in listed_options()})
+        with_argument = {match[1] for match in told if match[2] and not match[1].startswith("--")}
         self.assertEqual(with_argument, set(re.findall(r"^  (-\w+) [A-Za-z]", usage(), re.MULTILINE)))
 
     def test_zsh_understands_its_file(self):
@@ -133,7 +138,7 @@ class CompletionTest(TemporaryTest):
         self.assertEqual((result.returncode, result.stderr), (0, ""))
 
     def test_fish_names_the_options_that_help_lists_and_no_others(self):
-        named = re.findall(r"^complete -c linkometry -o (\w+) ", read("packaging", "completions", "linkometry.fish"),
+        named = re.findall(r"^complete -c linkometry -o (\w+) -l \1 ", read("packaging", "completions", "linkometry.fish"),
                            re.MULTILINE)
         self.assertEqual({f"-{option}" for option in named}, listed_options())
 
@@ -146,7 +151,8 @@ class CompletionTest(TemporaryTest):
             result = run("fish", "-c", f"source {file}; complete -C '{line}'", env=environment)
             self.assertEqual(result.stderr, "")
             return {line.partition("\t")[0] for line in result.stdout.splitlines()}
-        self.assertEqual(offered("linkometry -"), listed_options())
+        self.assertEqual({option.replace("--", "-") for option in offered("linkometry -")}, listed_options())
+        self.assertEqual(offered("linkometry --form"), {"--format"})
         self.assertEqual(offered("linkometry -format "), {"table", "json"})
 
 

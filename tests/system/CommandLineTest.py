@@ -29,11 +29,17 @@ UNUSABLE = {
     ("-minquality", "50.5"): '-minquality: "50.5" is not a whole number from 0 to 100',
     ("-minquality", "all"): '-minquality: "all" is not a whole number from 0 to 100',
     ("-peer",): "-peer: the argument is missing",
-    ("-peer", "printer"): '-peer: "printer" is not an IPv4 address such as 10.0.0.7',
-    ("-peer", "300.1.1.1"): '-peer: "300.1.1.1" is not an IPv4 address such as 10.0.0.7',
-    ("-peer", "=name"): '-peer: "" is not an IPv4 address such as 10.0.0.7',
-    ("-peer", "::1"): '-peer: "::1" is not an IPv4 address such as 10.0.0.7',
-    ("-peer", "10.0.0.\x1b[7m"): '-peer: "10.0.0.?[7m" is not an IPv4 address such as 10.0.0.7',
+    ("-peer", "300.1.1.1"): '-peer: "300.1.1.1" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
+    ("-peer", "=name"): '-peer: "" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
+    ("-peer", "::1"): '-peer: "::1" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
+    ("-peer", "10.0.0.\x1b[7m"): '-peer: "10.0.0.?[7m" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
+    ("10.0.0.256",): '"10.0.0.256" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
+    ("-getinfo",): "-getinfo: the argument is missing",
+    ("--duration=soon",): '-duration: "soon" is not a number of seconds',
+    ("--headless=yes",): "-headless: it takes no argument",
+    ("-durations", "5"): "-durations: there is no such option; did you mean -duration?",
+    ("--intervall=5",): "-intervall: there is no such option; did you mean -interval?",
+    ("-verb\x1bose",): "-verb?ose: there is no such option",
 }
 
 
@@ -67,24 +73,46 @@ class OptionsTest(lab.SystemTest):
 
     def test_help_and_version_go_to_standard_output_and_touch_nothing(self):
         os.remove(self.device.hive_path)
-        for option in ("-help", "--help", "-HELP"):
+        for option in ("-help", "--help", "-HELP", "-h"):
             program = self.device.start(option)
             self.assertEqual(program.wait(), 0)
-            self.assertIn("\nusage: linkometry [options]\n", program.output())
+            self.assertIn("\nusage: linkometry [options] [peers]\n", program.output())
             for named in ("-headless", "-duration", "-peer", "-interval", "-format", "-minquality", "-getinfo"):
                 self.assertIn(f"\n  {named}", program.output())
             self.assertEqual(program.errors(), "")
-        for option in ("-version", "--version"):
+        for option in ("-version", "--version", "-V"):
             program = self.device.start(option, "-headless")
             self.assertEqual(program.wait(), 0)
             self.assertRegex(program.output(), r"\Alinkometry Version \d+\.\d+\.\d+\.\d+\n\Z")
         self.assertEqual(os.listdir(self.device.registry_folder), [])
         self.assertFalse(os.path.exists(self.device.log_path))
 
-    def test_unknown_words_are_ignored_with_one_line_on_standard_error(self):
-        program = self.device.start("-headless", "nonsense", "-duration", "0", "-verbose", "a\x1bb")
-        self.assertEqual(program.wait(), 2)
-        self.assertEqual(program.errors().split("\n")[0], "linkometry: ignored: nonsense -verbose a?b")
+    def test_options_may_have_two_dashes_and_an_equals_sign(self):
+        program = self.device.start("--headless", "--duration=0", f"--peer={NOWHERE}=nobody", "--format", "json")
+        self.assertEqual(program.wait(), 1)
+        self.assertEqual(program.final_rows()[NOWHERE]["name"], "nobody")
+
+    def test_words_without_a_dash_are_peers_by_address_or_by_the_name_of_a_host(self):
+        program = self.device.start("localhost", f"{NOWHERE}=nobody", "-duration", "0", "-format", "json")
+        self.assertEqual(program.wait(), 1)
+        self.assertEqual([row["label"] for row in program.final_rows().values()],
+                         ["127.0.0.1 (localhost)", "10.77.0.99 (nobody)"])
+
+    def test_host_that_nobody_knows_is_told_in_words_and_ends_with_status_4(self):
+        program = self.device.start("-headless", "no-such-host.invalid")
+        self.assertEqual(program.wait(), 4)
+        self.assertRegex(program.errors(), r"\Alinkometry: cannot find the peer no-such-host\.invalid: \w.*\n\Z")
+        self.assertEqual(program.output(), "")
+
+    def test_peer_that_is_given_twice_or_named_in_the_settings_is_taken_once_and_this_is_said(self):
+        self.device.configure("udp", peers={"the printer": self.peer.address})
+        program = self.device.start("-headless", "-format", "json", "-duration", "0", "-peer", self.peer.address, NOWHERE,
+                                    f"{NOWHERE}=again")
+        self.assertEqual(program.wait(), 1)
+        self.assertEqual([row["label"] for row in program.rows()],
+                         ["10.77.0.99 (manually added)", "10.77.0.2 (the printer)"])
+        for address in (self.peer.address, NOWHERE):
+            self.assertIn(f"linkometry: {address} is a peer already; it is taken once\n", program.errors())
 
     def test_options_are_compared_without_regard_to_case(self):
         program = self.device.start("-HEADLESS", "-Duration", "0", "-Peer", NOWHERE, "-FORMAT", "JSON")
@@ -270,6 +298,43 @@ class OutputTest(lab.SystemTest):
         self.assertEqual(program.wait(), 1)
         self.assertEqual(program.errors().count("cannot write to the standard output: No space left on device\n"), 1)
         self.assertTrue(self.device.log_lines()[-1].endswith(" ---- Test 1 complete ---"))
+
+    def into(self, device, *arguments):
+        """Standard output is that device."""
+        return self.device.start(*arguments, through=("sh", "-c", f'exec "$0" "$@" >{device}'))
+
+    def test_lost_result_is_a_failure_though_every_peer_is_reached(self):
+        self.device.configure("ping")
+        program = self.into("/dev/full", "-headless", "-duration", "2", "127.0.0.1")
+        self.assertEqual(program.wait(), 1)
+        self.assertIn("linkometry: cannot write to the standard output: No space left on device\n", program.errors())
+        self.assertEqual(self.into("/dev/null", "-headless", "-duration", "2", "127.0.0.1").wait(), 0)
+
+    def test_help_and_version_that_are_lost_are_a_failure(self):
+        for option in ("-help", "-version", "-h", "--version"):
+            with self.subTest(option):
+                program = self.into("/dev/full", option)
+                self.assertEqual(program.wait(), 1)
+                self.assertEqual(program.errors(),
+                                 "linkometry: cannot write to the standard output: No space left on device\n")
+
+    def test_reader_of_the_help_that_leaves_is_not_told_anything(self):
+        program = self.device.start("-help", through=("bash", "-c", '"$0" "$@" | true'))
+        self.assertEqual((program.wait(), program.errors()), (0, ""))
+
+    def test_output_that_does_not_block_is_waited_for(self):
+        self.device.configure("udp", peers={f"peer {number}": f"10.77.0.{number}" for number in range(100, 250)})
+        # The reader makes the pipe one that does not block, and begins to read when it is long full.
+        reader = ("import fcntl, os, sys, time\n"
+                  "fcntl.fcntl(1, 1031, 4096)\n"
+                  "fcntl.fcntl(1, fcntl.F_SETFL, os.O_WRONLY | os.O_NONBLOCK)\n"
+                  "os.execvp(sys.argv[1], sys.argv[1:])\n")
+        script = 'set -o pipefail; python3 -c "$READER" "$0" "$@" | (sleep 2; cat)'
+        program = self.device.start("-headless", "-format", "json", "-duration", "0.5",
+                                    through=("env", f"READER={reader}", "bash", "-c", script))
+        self.assertEqual(program.wait(), 1)
+        self.assertEqual(len(program.final_rows()), 150)
+        self.assertNotIn("cannot write", program.errors())
 
     def test_program_that_is_started_without_standard_descriptors_prints_into_nothing_else(self):
         for closed in (">&-", "2>&-", "<&- >&- 2>&-"):

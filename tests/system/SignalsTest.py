@@ -1,12 +1,18 @@
 """What each signal does to a running headless test."""
 
 import os
+import pty
 import signal
 import subprocess
 import time
 
 import lab
 import traffic
+
+
+def children(process):
+    with open(f"/proc/{process}/task/{process}/children", encoding="ascii") as file:
+        return [int(number) for number in file.read().split()]
 
 
 class SignalsTest(lab.SystemTest):
@@ -55,6 +61,69 @@ class SignalsTest(lab.SystemTest):
         row = program.wait_for_row(self.peer.address, lambda row: row["udp"]["total"] == 0)
         self.assertEqual((row["quality"], row["test"]), (0, 1))
         self.assertEqual(self.count(program, (20, 21))["udp"], {"received": 2, "total": 2, "lost": 0})
+
+    def test_quit_prints_a_snapshot_that_is_not_final_and_the_test_goes_on(self):
+        program = self.listening(self.device.start("-headless", "-format", "json"))
+        for times in (1, 2):
+            program.signal(signal.SIGQUIT)
+            lab.eventually(lambda: len(program.rows()) == times, 10, lambda: program.output())
+        self.assertEqual([row.get("final") for row in program.rows()], [None, None])
+        self.assertFalse(any("S Name" in line for line in self.device.log_lines()))
+        self.assertEqual(program.stop(), 1)
+
+    def test_interrupt_that_is_ignored_at_the_start_stays_ignored(self):
+        for number in (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP):
+            with self.subTest(number):
+                name = signal.Signals(number).name[3:]
+                program = self.listening(self.device.measure(through=("env", f"--ignore-signal={name}")))
+                program.signal(number)
+                time.sleep(0.5)
+                self.assertEqual(program.stop(), 1)
+                self.assertEqual({row["test"] for row in program.rows()}, {1})
+
+    def test_background_job_of_a_script_is_spared_by_the_interrupt_for_the_script(self):
+        program = self.listening(self.device.measure(through=("sh", "-c", '"$0" "$@" & wait $!; wait $!')))
+        os.killpg(program.process.pid, signal.SIGINT)
+        time.sleep(0.5)
+        self.assertIn(":5009 ", self.device.run("ss", "-Hluna").stdout)
+        os.killpg(program.process.pid, signal.SIGTERM)
+        lab.eventually(lambda: program.final_rows(), 20, str(program))
+        program.kill_was_sent()
+        program.wait()
+
+    def test_request_that_timeout_sends_twice_is_one(self):
+        program = self.device.measure(through=("timeout", "2"))
+        self.assertEqual(program.wait(), 124)
+        self.assertIn(self.peer.address, program.final_rows())
+        self.assertTrue(self.device.log_lines()[-1].endswith(" ---- Test 1 complete ---"))
+
+    def on_terminal(self, *through):
+        """A headless test on a terminal of its own, with its rows in a file; and the terminal's other end."""
+        master, slave = pty.openpty()
+        script = 'exec setsid --ctty --wait "$0" "$@" <"$TERMINAL"'
+        program = self.device.measure(through=("env", f"TERMINAL={os.ttyname(slave)}", "sh", "-c", script, *through))
+        self.listening(program)
+        os.close(slave)
+        return program, master
+
+    def test_terminal_that_hangs_up_ends_the_test_as_a_request_to_stop_does(self):
+        program, terminal = self.on_terminal()
+        self.count(program, (1, 2))
+        os.close(terminal)
+        self.assertEqual(program.wait(), 0)
+        self.assertEqual(program.final_rows()[self.peer.address]["test"], 1)
+        self.assertTrue(self.device.log_lines()[-1].endswith(" ---- Test 1 complete ---"))
+
+    def test_terminal_that_hangs_up_changes_nothing_under_nohup(self):
+        program, terminal = self.on_terminal("nohup")
+        self.count(program, (1, 2))
+        os.close(terminal)
+        time.sleep(0.5)
+        self.assertTrue(program.is_running())
+        self.assertIn(":5009 ", self.device.run("ss", "-Hluna").stdout)
+        for process in children(program.process.pid):
+            os.kill(process, signal.SIGTERM)
+        self.assertEqual(program.wait(), 0)
 
     def test_hangup_starts_over_with_the_settings_as_they_are_now(self):
         program = self.listening(self.device.measure())

@@ -355,13 +355,15 @@ class Program:
         self.error_path = os.path.join(device.folder, f"error-{number}")
         environment = {name: value for name, value in os.environ.items() if not name.startswith("XDG_")}
         environment.update(VANTIRO_REGISTRY_DIR=device.registry_folder, HOME=device.folder, TZ="UTC", LANG="C.UTF-8")
-        # A host name of its own for each device, and SIGHUP obeyed though the tests may run under nohup; the shell and
-        # the rest become the program, they do not stay.
+        # A host name of its own for each device; all signals obeyed, though the tests may run under nohup or in a
+        # script's background; no terminal, though the tests may have one. The shell and the rest become the program,
+        # they do not stay.
         launcher = ["unshare", "--uts", "sh", "-c",
-                    'hostname "$0" && exec setpriv --pdeathsig KILL env --default-signal=HUP "$@"', device.name]
+                    'hostname "$0" && exec setpriv --pdeathsig KILL env --default-signal "$@"', device.name]
         with open(self.output_path, "wb") as output, open(self.error_path, "wb") as error, device.inside():
             self.process = subprocess.Popen([*launcher, *through, program_path(), *arguments], cwd=device.folder,
-                                            env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=error)
+                                            env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=error,
+                                            start_new_session=True)
 
     # --- Its life
 
@@ -386,6 +388,10 @@ class Program:
             self._killed = True
             self.process.kill()
             self.process.wait()
+
+    def kill_was_sent(self):
+        """The test has ended it by a signal; so its end by one is no defect."""
+        self._killed = True
 
     def is_running(self):
         return self.process.poll() is None

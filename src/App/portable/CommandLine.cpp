@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include <algorithm>
+
 #include "AddPeerForm.h"
 #include "ForeignText.h"
 #include "SPW_CIpAddress.h"
@@ -95,18 +97,18 @@ SPW_CString takeSeconds(const SPW_CString& argument, std::int64_t& milliseconds)
     return parseSeconds(argument, milliseconds) ? SPW_CString() : quoted(argument) + u" is not a number of seconds";
 }
 
-SPW_CString takeDuration(CommandLine& line, const SPW_CString& argument) {
+SPW_CString takeDuration(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
     line.hasDuration = true;
     return takeSeconds(argument, line.durationMs);
 }
 
-SPW_CString takeInterval(CommandLine& line, const SPW_CString& argument) {
+SPW_CString takeInterval(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
     line.hasInterval = true;
     const SPW_CString error = takeSeconds(argument, line.intervalMs);
     return error.isEmpty() && line.intervalMs == 0 ? SPW_CString(u"the interval must be longer than 0 seconds") : error;
 }
 
-SPW_CString takeFormat(CommandLine& line, const SPW_CString& argument) {
+SPW_CString takeFormat(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
     if (argument.compareNoCase(u"table") == 0) {
         line.format = CommandLine::kTable;
     } else if (argument.compareNoCase(u"json") == 0) {
@@ -117,21 +119,56 @@ SPW_CString takeFormat(CommandLine& line, const SPW_CString& argument) {
     return SPW_CString();
 }
 
-SPW_CString takeMinimumQuality(CommandLine& line, const SPW_CString& argument) {
+SPW_CString takeMinimumQuality(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
     return parsePercent(argument, line.minimumQuality) ? SPW_CString()
                                                        : quoted(argument) + u" is not a whole number from 0 to 100";
 }
 
-SPW_CString takePeer(CommandLine& line, const SPW_CString& argument) {
-    const int equals = argument.find(u'=');
-    const SPW_CString addressText = equals < 0 ? argument : argument.left(equals);
-    SPW_CIpAddress address;
-    if (!SPW_CIpAddress::parse(addressText, address)) {
-        return quoted(addressText) + u" is not an IPv4 address such as 10.0.0.7";
+bool isLetter(char16_t c) {
+    const char16_t lower = static_cast<char16_t>(c | 0x20);
+    return lower >= u'a' && lower <= u'z';
+}
+
+// Whether it can be a host's name at all; whether there is such a host is another question. One that ends in a number
+// is a mistyped address: the resolver would take "10.0.7" for 10.0.0.7.
+bool isHostName(const SPW_CString& text) {
+    constexpr int kLongestName = 253;
+    for (int i = 0; i < text.length(); ++i) {
+        const char16_t c = text.at(i);
+        if (!isLetter(c) && !isDigit(c) && c != u'.' && c != u'-' && c != u'_') {
+            return false;
+        }
     }
+    const SPW_CString last = text.right(text.length() - 1 - text.findLast(u'.'));
+    const bool endsInNumber = !last.isEmpty() && last.leadingRun(u"0123456789") == last.length();
+    return !text.isEmpty() && text.length() <= kLongestName && text.first() != u'.' && !endsInNumber;
+}
+
+// A host is called what the user calls it, as far as there is room.
+SPW_CString nameOfHost(const SPW_CString& host) {
+    const int dot = host.find(u'.');
+    const bool isWhole = host.length() <= kPeerNameLimit || dot <= 0;
+    return (isWhole ? host : host.left(dot)).left(kPeerNameLimit);
+}
+
+// ADDRESS[=NAME]. In kUnixStyle the address may be a host's name.
+SPW_CString takePeer(CommandLine& line, const SPW_CString& argument, CommandLine::Style style) {
+    const int equals = argument.find(u'=');
     PeerRecord peer;
-    peer.address = address.toText();
-    peer.name = equals < 0 ? SPW_CString(kAddedPeerName) : argument.right(argument.length() - equals - 1);
+    peer.address = equals < 0 ? argument : argument.left(equals);
+    peer.name = kAddedPeerName;
+    SPW_CIpAddress address;
+    if (SPW_CIpAddress::parse(peer.address, address)) {
+        peer.address = address.toText();
+    } else if (style == CommandLine::kUnixStyle && isHostName(peer.address)) {
+        peer.name = nameOfHost(peer.address);
+    } else {
+        return quoted(peer.address) + u" is not an IPv4 address such as 10.0.0.7" +
+               (style == CommandLine::kUnixStyle ? u", nor a host's name" : u"");
+    }
+    if (equals >= 0) {
+        peer.name = argument.right(argument.length() - equals - 1);
+    }
     if (peer.name.length() > kPeerNameLimit) {
         return SPW_CString(u"the name ") + quoted(peer.name) + u" is longer than " + kPeerNameLimit + u" characters";
     }
@@ -139,87 +176,194 @@ SPW_CString takePeer(CommandLine& line, const SPW_CString& argument) {
     return SPW_CString();
 }
 
-struct OptionWithArgument {
+struct Option {
     const char16_t* name;
-    SPW_CString (*take)(CommandLine& line, const SPW_CString& argument);
-};
-
-constexpr OptionWithArgument kOptionsWithArgument[] = {
-    {u"-duration", takeDuration},         {u"-interval", takeInterval}, {u"-format", takeFormat},
-    {u"-minquality", takeMinimumQuality}, {u"-peer", takePeer},
-};
-
-struct Switch {
-    const char16_t* name;
+    // One of the two. With neither it belongs to the report, which is looked for first.
     bool CommandLine::*flag;
+    SPW_CString (*take)(CommandLine& line, const SPW_CString& argument, CommandLine::Style style);
+
+    bool isOfReport() const { return flag == nullptr && take == nullptr; }
 };
 
-constexpr Switch kSwitches[] = {
-    {u"-headless", &CommandLine::headless}, {u"-help", &CommandLine::help},        {u"--help", &CommandLine::help},
-    {u"-version", &CommandLine::version},   {u"--version", &CommandLine::version},
+constexpr Option kOptions[] = {
+    {u"-headless", &CommandLine::headless, nullptr},
+    {u"-duration", nullptr, takeDuration},
+    {u"-peer", nullptr, takePeer},
+    {u"-interval", nullptr, takeInterval},
+    {u"-format", nullptr, takeFormat},
+    {u"-minquality", nullptr, takeMinimumQuality},
+    {kGetInfo, nullptr, nullptr},
+    {kReportWindow, nullptr, nullptr},
+    {u"-help", &CommandLine::help, nullptr},
+    {u"-version", &CommandLine::version, nullptr},
 };
 
-bool scanSwitch(const SPW_CString& token, CommandLine& line) {
-    for (const Switch& known : kSwitches) {
-        if (token.compareNoCase(known.name) == 0) {
-            line.*known.flag = true;
-            return true;
-        }
-    }
-    return false;
-}
-
-const OptionWithArgument* findOptionWithArgument(const SPW_CString& token) {
-    for (const OptionWithArgument& known : kOptionsWithArgument) {
-        if (token.compareNoCase(known.name) == 0) {
+const Option* findOption(const SPW_CString& name) {
+    for (const Option& known : kOptions) {
+        if (name.compareNoCase(known.name) == 0) {
             return &known;
         }
     }
     return nullptr;
 }
 
-bool isReportOption(const SPW_CArray<SPW_CString>& tokens, int index) {
-    const SPW_CString& token = tokens[index];
-    return index + 1 < tokens.numberOfElements() &&
-           (token.compareNoCase(kGetInfo) == 0 || token.compareNoCase(kReportWindow) == 0);
+// One token, taken apart.
+struct Word {
+    SPW_CString name;      // with one dash
+    SPW_CString argument;  // what follows "="
+    bool hasArgument = false;
+};
+
+// kWindowsStyle knows two dashes with these two alone, and no "=".
+Word wordOf(const SPW_CString& token, CommandLine::Style style) {
+    Word word;
+    word.name = token;
+    if (style == CommandLine::kWindowsStyle) {
+        if (token.compareNoCase(u"--help") == 0 || token.compareNoCase(u"--version") == 0) {
+            word.name.removeLeft(1);
+        }
+        return word;
+    }
+    const int equals = token.find(u'=');
+    if (equals >= 0) {
+        word.name = token.left(equals);
+        word.argument = token.right(token.length() - equals - 1);
+        word.hasArgument = true;
+    }
+    if (word.name.length() > 2 && word.name.at(0) == u'-' && word.name.at(1) == u'-') {
+        word.name.removeLeft(1);
+    }
+    if (word.name.compareNoCase(u"-h") == 0) {
+        word.name = u"-help";
+    } else if (word.name.compareNoCase(u"-v") == 0) {
+        word.name = u"-version";
+    }
+    return word;
 }
 
-void scanReportOptions(const SPW_CArray<SPW_CString>& tokens, CommandLine& line) {
-    for (int i = 0; i < tokens.numberOfElements(); ++i) {
-        if (!isReportOption(tokens, i)) {
-            continue;
-        }
-        if (tokens[i].compareNoCase(kGetInfo) == 0) {
-            line.getInfoRequested = true;
-            line.reportFile = tokens[i + 1];
-        } else {
-            parseHex(tokens[i + 1], line.reportWindow);
-        }
-        ++i;
+// How many letters must be changed, added or left out to make one of the other; letters are compared without regard to
+// case. `limit` + 1 and above: too many.
+int distance(const SPW_CString& one, const char16_t* other) {
+    constexpr int kLongest = 16;
+    const SPW_CString second(other);
+    if (one.length() > kLongest || second.length() > kLongest) {
+        return kLongest;
     }
+    int row[kLongest + 1];
+    for (int j = 0; j <= second.length(); ++j) {
+        row[j] = j;
+    }
+    for (int i = 1; i <= one.length(); ++i) {
+        int diagonal = row[0];
+        row[0] = i;
+        for (int j = 1; j <= second.length(); ++j) {
+            const bool isSame = (one.at(i - 1) | 0x20) == (second.at(j - 1) | 0x20);
+            const int changed = diagonal + (isSame ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row[second.length()];
 }
 
-// Takes in the option at index and answers how many tokens it used; 0 when it could not be used (line.error says why).
-int scanOption(const SPW_CArray<SPW_CString>& tokens, int index, CommandLine& line) {
-    const SPW_CString& token = tokens[index];
-    const bool isLast = index + 1 == tokens.numberOfElements();
-    if (isReportOption(tokens, index)) {
-        return 2;
+// ", did you mean -duration?", or nothing when no option is like it. One that it is the beginning of goes first.
+SPW_CString suggestionFor(const SPW_CString& name) {
+    constexpr int kMostChanges = 2;
+    constexpr int kFewestLetters = 3;
+    const char16_t* nearest = nullptr;
+    int least = kMostChanges + 1;
+    for (const Option& known : kOptions) {
+        const bool isBeginning =
+            name.length() >= kFewestLetters && SPW_CString(known.name).compareNoCase(name.text(), name.length()) == 0;
+        const int changes = isBeginning ? 0 : distance(name, known.name);
+        if (changes < least) {
+            nearest = known.name;
+            least = changes;
+        }
     }
-    if (scanSwitch(token, line)) {
-        return 1;
-    }
-    const OptionWithArgument* option = findOptionWithArgument(token);
-    if (option == nullptr) {
-        line.unknown.append(token);
-        return 1;
-    }
-    const SPW_CString error = isLast ? SPW_CString(u"the argument is missing") : option->take(line, tokens[index + 1]);
-    if (!error.isEmpty()) {
-        line.error = SPW_CString(option->name) + u": " + error;
+    return nearest == nullptr ? SPW_CString() : SPW_CString(u"; did you mean ") + nearest + u"?";
+}
+
+typedef SPW_CArray<SPW_CString> Tokens;
+
+// How many tokens the report's option at index takes; 0 when there is none, or its argument is missing.
+int reportLength(const Tokens& tokens, int index, CommandLine::Style style) {
+    const Word word = wordOf(tokens[index], style);
+    const Option* option = findOption(word.name);
+    if (option == nullptr || !option->isOfReport()) {
         return 0;
     }
+    if (word.hasArgument) {
+        return 1;
+    }
+    return index + 1 < tokens.numberOfElements() ? 2 : 0;
+}
+
+void takeReportOption(const Tokens& tokens, int index, CommandLine::Style style, CommandLine& line) {
+    const Word word = wordOf(tokens[index], style);
+    const SPW_CString& argument = word.hasArgument ? word.argument : tokens[index + 1];
+    if (word.name.compareNoCase(kGetInfo) == 0) {
+        line.getInfoRequested = true;
+        line.reportFile = argument;
+    } else {
+        parseHex(argument, line.reportWindow);
+    }
+}
+
+void scanReportOptions(const Tokens& tokens, CommandLine::Style style, CommandLine& line) {
+    for (int i = 0; i < tokens.numberOfElements();) {
+        const int used = reportLength(tokens, i, style);
+        if (used > 0) {
+            takeReportOption(tokens, i, style, line);
+        }
+        i += std::max(used, 1);
+    }
+}
+
+// Takes in the option of the word at index and answers how many tokens it used.
+int takeOption(const Tokens& tokens, int index, const Option& option, const Word& word, CommandLine::Style style,
+               CommandLine& line, SPW_CString& error) {
+    if (option.flag != nullptr) {
+        line.*option.flag = true;
+        error = word.hasArgument ? u"it takes no argument" : u"";
+        return 1;
+    }
+    if (word.hasArgument) {
+        error = option.take(line, word.argument, style);
+        return 1;
+    }
+    if (index + 1 == tokens.numberOfElements()) {
+        error = u"the argument is missing";
+        return 1;
+    }
+    error = option.take(line, tokens[index + 1], style);
     return 2;
+}
+
+// Takes in the token at index, with what belongs to it, and answers how many tokens that are; 0 when the line cannot be
+// used (line.error says why).
+int scanToken(const Tokens& tokens, int index, CommandLine::Style style, CommandLine& line) {
+    int used = reportLength(tokens, index, style);
+    if (used > 0) {
+        return used;
+    }
+    const SPW_CString& token = tokens[index];
+    const Word word = wordOf(token, style);
+    const Option* option = findOption(word.name);
+    const bool isUnix = style == CommandLine::kUnixStyle;
+    if (option != nullptr && (isUnix || !option->isOfReport())) {
+        SPW_CString error;
+        used = takeOption(tokens, index, *option, word, style, line, error);
+        line.error = error.isEmpty() ? error : SPW_CString(option->name) + u": " + error;
+    } else {
+        used = 1;
+        if (isUnix && token.compare(u"--") != 0) {
+            const bool isPeer = token.isEmpty() || token.first() != u'-';
+            line.error = isPeer ? takePeer(line, token, style)
+                                : showableText(word.name) + u": there is no such option" + suggestionFor(word.name);
+        }
+    }
+    return line.isUsable() ? used : 0;
 }
 
 }  // namespace
@@ -246,11 +390,11 @@ void splitCommandLine(const SPW_CString& commandLine, SPW_CArray<SPW_CString>& t
     }
 }
 
-CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens) {
+CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens, CommandLine::Style style) {
     CommandLine line;
-    scanReportOptions(tokens, line);
+    scanReportOptions(tokens, style, line);
     for (int i = 0; i < tokens.numberOfElements();) {
-        const int used = scanOption(tokens, i, line);
+        const int used = scanToken(tokens, i, style, line);
         if (used == 0) {
             break;
         }
@@ -259,38 +403,32 @@ CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens) {
     return line;
 }
 
-SPW_CString CommandLine::unknownText() const {
-    if (unknown.numberOfElements() == 0) {
-        return SPW_CString();
-    }
-    SPW_CString text(u"ignored:");
-    for (int i = 0; i < unknown.numberOfElements(); ++i) {
-        text += u" ";
-        text += showableText(unknown[i]);
-    }
-    return text;
-}
-
 SPW_CString usageText() {
     return u"Linkometry measures which devices on the network can be reached by TCP, UDP, multicast and ping.\n"
            u"\n"
-           u"usage: linkometry [options]\n"
+           u"usage: linkometry [options] [peers]\n"
+           u"A peer is an address or a host's name, or either with =NAME behind it.\n"
            u"  -headless             start a test at once, without a screen; SIGINT or SIGTERM ends it\n"
            u"  -duration SECONDS     end the test after that time\n"
-           u"  -peer ADDRESS[=NAME]  probe that device too; may be repeated\n"
+           u"  -peer ADDRESS[=NAME]  probe that device too, as with the address alone; may be repeated\n"
            u"  -interval SECONDS     print all rows that often\n"
            u"  -format table|json    how rows are printed (default table)\n"
            u"  -minquality PERCENT   the lowest quality that counts as reachable (default 1)\n"
            u"  -getinfo FILE         write this device's configuration report to a file, silently, and end\n"
            u"  -reportwnd HANDLE     with -getinfo: the window to be told, in hexadecimal (Windows)\n"
            u"  -help, -version       print and end\n"
+           u"Options may have two dashes, and = before what they take. -h is -help, -V is -version.\n"
            u"\n"
            u"On a terminal it shows a screen, whose keys are explained there by ?. Without one, a headless test is "
            u"run.\n"
            u"Exit status of a headless test: 0 every device reached, 1 some device not reached, 2 no device found,\n"
-           u"3 command line not usable, 4 test could not run. With -getinfo: 0 written, 1 not written.\n"
-           u"SIGUSR1 prints all rows and writes them to the log, SIGUSR2 sets all counts to zero, SIGHUP starts over\n"
-           u"with the settings as they are now.\n";
+           u"3 command line not usable, 4 test could not run; 1 also when output was lost. With -getinfo: 0 written,\n"
+           u"1 not written.\n"
+           u"A second SIGINT or SIGTERM ends the program at once. SIGQUIT prints all rows, SIGUSR1 also writes them "
+           u"to\n"
+           u"the log, SIGUSR2 sets all counts to zero, SIGHUP starts over with the settings as they are now, unless "
+           u"the\n"
+           u"program has a terminal: then it ends the test.\n";
 }
 
 SPW_CString windowUsageText() {

@@ -15,6 +15,15 @@ void splitCommandLine(const SPW_CString& commandLine, SPW_CArray<SPW_CString>& t
 // except -peer, which adds up.
 struct CommandLine {
     enum Format { kTable, kJson };
+    // What users of the platform expect of a command line.
+    enum Style {
+        // Words that mean nothing are ignored, since a program's shortcut may bear some of other programs. An option is
+        // written in one way.
+        kWindowsStyle,
+        // A mistake is a mistake. Options may have two dashes, and "=" before their argument; -h and -V are short for
+        // -help and -version; words without a dash are peers, and a peer may be a host's name.
+        kUnixStyle,
+    };
 
     // -getinfo FILE: write the configuration report to a file and end. Nothing else on the line counts then, however
     // unusable, but -reportwnd.
@@ -31,25 +40,22 @@ struct CommandLine {
     bool hasDuration = false;
     std::int64_t intervalMs = 0;
     bool hasInterval = false;
+    // In kUnixStyle the address may be a host's name.
     SPW_CArray<PeerRecord> peers;
     Format format = kTable;
     int minimumQuality = 1;  // percent
 
-    // Tokens that mean nothing, in order, for one line of warning.
-    SPW_CArray<SPW_CString> unknown;
     // Why the command line cannot be used, for the user to read; empty when it can. The other members then hold what
     // was understood before.
     SPW_CString error;
 
     bool isUsable() const { return error.isEmpty(); }
-    // "ignored: -foo bar", safe to show; empty when every token had a meaning.
-    SPW_CString unknownText() const;
 };
 
-// Finds out what the tokens ask for. An option without its argument makes the line unusable, except -getinfo
-// and -reportwnd, which are ignored as the last token. A report is found out first, among tokens that mean nothing
-// to it, since whoever asks for one may know of no other option: "-peer -getinfo FILE" asks for a report.
-CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens);
+// Finds out what the tokens ask for. An option without its argument makes the line unusable; in kWindowsStyle
+// -getinfo and -reportwnd do not, they are ignored as the last token. A report is found out first, among tokens that
+// mean nothing to it, since whoever asks for one may know of no other option: "-peer -getinfo FILE" asks for a report.
+CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens, CommandLine::Style style);
 
 // Lines for the standard output, each ending with a line feed, that explain the options.
 SPW_CString usageText();

@@ -1,21 +1,75 @@
 #include "Console.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "ForeignText.h"
 
-void complain(const SPW_CString& text) {
-    std::fprintf(stderr, "linkometry: %s\n", showableText(text).toAnsi());
+namespace {
+
+constexpr int kErrorPatienceMs = 2000;
+
+std::atomic<bool> isErrorStalled{false};
+
+// Waits until the descriptor takes something. False when it does not in that time (-1: without limit).
+bool waitForRoom(int descriptor, int timeoutMs) {
+    pollfd source = {descriptor, POLLOUT, 0};
+    int result;
+    do {
+        result = poll(&source, 1, timeoutMs);
+    } while (result < 0 && errno == EINTR);
+    return result > 0;
 }
 
-int printText(const std::string& text) {
-    errno = 0;
-    const bool isPrinted = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    return isPrinted ? 0 : errno != 0 ? errno : EIO;
+}  // namespace
+
+void complain(const SPW_CString& text) {
+    sayOnStandardError(std::string("linkometry: ") + showableText(text).toAnsi() + '\n');
+}
+
+void sayOnStandardError(const std::string& text) {
+    isErrorStalled = !waitForRoom(STDERR_FILENO, isErrorStalled ? 0 : kErrorPatienceMs);
+    if (isErrorStalled)
+        return;
+    // Who does not hear this cannot be told.
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+}
+
+int writeAll(int descriptor, const std::string& text, const std::function<void(std::size_t)>& progress) {
+    const char* bytes = text.data();
+    std::size_t left = text.size();
+    while (left > 0) {
+        const ssize_t written = write(descriptor, bytes, left);
+        if (written > 0) {
+            bytes += written;
+            left -= static_cast<std::size_t>(written);
+            progress(static_cast<std::size_t>(written));
+        } else if (written < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            (void)waitForRoom(descriptor, -1);
+        } else if (written == 0 || errno != EINTR) {
+            return written == 0 ? EIO : errno;
+        }
+    }
+    return 0;
+}
+
+int printAndTell(const std::string& text) {
+    const int failure = writeAll(STDOUT_FILENO, text, [](std::size_t) {});
+    if (failure == 0)
+        return EXIT_SUCCESS;
+    tellOutputFailure(failure);
+    return EXIT_FAILURE;
+}
+
+void tellOutputFailure(int failure) {
+    if (failure != EPIPE)
+        complain(SPW_CString(u"cannot write to the standard output: ") + std::strerror(failure));
 }
 
 int outputWidth() {

@@ -1,9 +1,9 @@
 #include "ConsoleMessageBox.h"
 
-#include <cstdio>
 #include <iterator>
 #include <string>
 
+#include "Console.h"
 #include "ForeignText.h"
 #include "UnattendedAnswer.h"
 
@@ -34,6 +34,6 @@ SPW_CMessageBox::Answer ConsoleMessageBox::show(const SPW_CString& text, const S
 
     const std::lock_guard<std::mutex> guard(m_lock);
     if (m_shown.isNew(line.c_str()))
-        std::fprintf(stderr, "linkometry: %s", line.c_str());
+        sayOnStandardError("linkometry: " + line);
     return answerThatGoesOn(buttons);
 }

@@ -2,11 +2,13 @@
 
 #include <utility>
 
+#include "Console.h"
+#include "PeerArguments.h"
 #include "ProblemText.h"
 #include "SPW_CError.h"
 
-EngineWorker::EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box)
-    : m_options(options), m_wakeup(wakeup), m_box(box), m_board(*this) {
+EngineWorker::EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box, EndWatch& endWatch)
+    : m_options(options), m_wakeup(wakeup), m_box(box), m_endWatch(endWatch), m_board(*this) {
     ask([this] { makeEngine(); });
     m_thread = std::thread([this] { work(); });
 }
@@ -61,16 +63,36 @@ void EngineWorker::answerMessage(int message, SPW_CMessageBox::Answer answer) {
 // --- Done on the worker's thread
 
 void EngineWorker::makeEngine() {
+    m_endWatch.startBegins();
     m_engine = std::make_unique<TestEngine>(&m_board, true);
+    m_endWatch.lookAtLogOf(*m_engine);
     tellProblems();
     // Not before: what keeps the engine from opening its log has just been said in plainer words.
     SPW_CError::instance->setShowErrors(true);
-    for (int i = 0; i < m_options.peers.numberOfElements(); ++i)
-        m_engine->addPeer(m_options.peers[i]);
+    addPeers();
+    m_endWatch.startEnds();
     tell([title = m_engine->title(), log = openLog()](Screen& screen) { screen.ready(title, log); });
 }
 
+// One that is known already is worth no box: the test is the one that was asked for.
+void EngineWorker::addPeers() {
+    for (int i = 0; i < m_options.peers.numberOfElements(); ++i) {
+        SPW_CString why;
+        const PeerAdded added = ::addPeer(*m_engine, m_options.peers[i], why);
+        if (added == PeerAdded::kKnown)
+            complain(why);
+        if (added == PeerAdded::kNotFound)
+            m_box.tell(why, u"Linkometry");
+    }
+}
+
 void EngineWorker::start() {
+    m_endWatch.startBegins();
+    begin();
+    m_endWatch.startEnds();
+}
+
+void EngineWorker::begin() {
     m_engine->retryLog();
     if (hasProblem(problems(), StartProblem::kLogInUse)) {
         tell([](Screen& screen) { screen.testRefused(); });

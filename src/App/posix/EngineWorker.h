@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CommandLine.h"
+#include "EndWatch.h"
 #include "RowBoard.h"
 #include "Screen.h"
 #include "ScreenCommands.h"
@@ -24,9 +25,9 @@ class EngineWorker final : public ScreenCommands, private RowBoard::Listener {
 public:
     using News = std::function<void(Screen&)>;
 
-    // Makes the engine, with the peers of the options. `wakeup` is woken when there is something to take; all three
+    // Makes the engine, with the peers of the options. `wakeup` is woken when there is something to take; all four
     // must outlive the worker.
-    EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box);
+    EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box, EndWatch& endWatch);
     ~EngineWorker() override;
 
     void startTest() override;
@@ -58,7 +59,9 @@ private:
     void tell(News news);
     void tellEvent(const SPW_CString& event);
     void makeEngine();
+    void addPeers();
     void start();
+    void begin();
     void stop();
     SPW_CArray<StartProblem> problems() const;
     void tellProblems();
@@ -67,6 +70,7 @@ private:
     const CommandLine& m_options;
     Wakeup& m_wakeup;
     ScreenMessageBox& m_box;
+    EndWatch& m_endWatch;
     RowBoard m_board;
     std::unique_ptr<TestEngine> m_engine;  // made by the thread
     std::int32_t m_lastTest = 0;           // the thread's

@@ -1,19 +1,23 @@
 #include "Headless.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <string>
 
 #include "Console.h"
+#include "PeerArguments.h"
 #include "SPW_CClock.h"
+#include "SPW_CError.h"
 #include "SnapshotText.h"
 #include "TablePrinter.h"
 
 namespace {
 
 constexpr std::uint64_t kMs = 10000;  // 100-ns units
+constexpr std::uint32_t kOutputPatienceMs = 2000;
 
 // Where a file really is, whatever folder the program was started in; the path itself when that cannot be told.
 SPW_CString wholePath(const SPW_CString& path) {
@@ -25,33 +29,69 @@ SPW_CString wholePath(const SPW_CString& path) {
 
 }  // namespace
 
-Headless::Headless(const CommandLine& options, TestEngine& engine) : m_options(options), m_engine(engine) {}
+Headless::Headless(const CommandLine& options, Signals& signals, StandardOutput& output, Wakeup& wakeup)
+    : m_options(options), m_signals(signals), m_output(output), m_wakeup(wakeup), m_endWatch(signals) {}
 
 int Headless::run() {
-    if (!tellProblems())
-        return kTestFailed;
-    for (int i = 0; i < m_options.peers.numberOfElements(); ++i)
-        m_engine.addPeer(m_options.peers[i]);
-
-    m_started100ns = SPW_CClock::instance->now100ns();
-    m_nextSnapshotMs = m_options.intervalMs;
+    if (!prepareTest())
+        return end(kTestFailed, true);
     if (startTest()) {
-        complain(m_engine.title() + u" measures its peers; the log is " + wholePath(m_engine.logFilePath()) +
+        complain(m_engine->title() + u" measures its peers; the log is " + wholePath(m_engine->logFilePath()) +
                  u"; Ctrl-C stops");
         obeyRequests();
     }
-    m_engine.stop();
-    if (!m_canRun)
-        return kTestFailed;
-    printSnapshot(true);
-    return verdict();
+    return endTest();
+}
+
+// The result is printed before the report lines go to the log: a log that stalls keeps nobody from it.
+int Headless::endTest() {
+    m_signals.endBegins();
+    m_engine->stopProbing();
+    if (m_canRun) {
+        printSnapshot(true);
+        (void)m_output.waitUntilWritten(kOutputPatienceMs);
+    }
+    m_engine->completeTest();
+    const bool isOutputDone = waitForOutput();
+    return end(verdict(), isOutputDone);
+}
+
+int Headless::end(int status, bool isOutputDone) {
+    const bool isLogDone = m_endWatch.waitForLog();
+    if (!isOutputDone || !isLogDone)
+        _exit(status);
+    m_engine.reset();
+    return status;
+}
+
+// False when there can be no test.
+bool Headless::prepareTest() {
+    m_endWatch.startBegins();
+    m_engine.emplace(&m_sink, true);
+    m_endWatch.lookAtLogOf(*m_engine);
+    // Not before: what keeps the engine from opening its log is said in plainer words.
+    SPW_CError::instance->setShowErrors(true);
+    m_canRun = tellProblems();
+    for (int i = 0; m_canRun && i < m_options.peers.numberOfElements(); ++i) {
+        SPW_CString why;
+        const PeerAdded added = addPeer(*m_engine, m_options.peers[i], why);
+        if (added != PeerAdded::kYes)
+            complain(why);
+        m_canRun = added != PeerAdded::kNotFound;
+    }
+    m_endWatch.startEnds();
+    m_started100ns = SPW_CClock::instance->now100ns();
+    m_nextSnapshotMs = m_options.intervalMs;
+    return m_canRun;
 }
 
 bool Headless::startTest() {
-    m_testNumber = m_engine.testNumber();
+    m_endWatch.startBegins();
+    m_testNumber = m_engine->testNumber();
     m_testStartedMs = elapsedMs();
-    m_engine.start();
+    m_engine->start();
     m_canRun = tellProblems();
+    m_endWatch.startEnds();
     return m_canRun;
 }
 
@@ -59,63 +99,101 @@ bool Headless::startTest() {
 // opened would make this device look dead to all others: each is the end of the run, though the engine would go on.
 bool Headless::tellProblems() const {
     SPW_CArray<StartProblem> problems;
-    m_engine.startProblems(problems);
+    m_engine->startProblems(problems);
     for (int i = 0; i < problems.numberOfElements(); ++i)
         complain(problems[i].text);
     return !hasProblem(problems, StartProblem::kLogInUse) && !hasProblem(problems, StartProblem::kLogNotOpened) &&
            !hasProblem(problems, StartProblem::kListenerNotStarted);
 }
 
-// 1. Sleep until a signal comes or the next duty is due.
+// 1. Sleep until a signal comes, a text is printed or the next duty is due.
 // 2. A signal goes first: whoever sent it waits.
 // 3. The end goes before an interval that falls on it: the final snapshot shows the same.
+// 4. A snapshot waits until the one before it is printed. Those that fall due meanwhile are one.
 void Headless::obeyRequests() {
     while (!m_stopping && m_canRun) {
-        obey(waitForRequest(msUntilNextDuty()));
+        waitForSomething();
+        for (int number = m_signals.next(); number != 0 && !m_stopping && m_canRun; number = m_signals.next())
+            obey(number);
+        lookAtOutput();
         if (m_options.hasDuration && elapsedMs() >= m_options.durationMs)
             return;
         if (m_options.hasInterval && elapsedMs() >= m_nextSnapshotMs) {
-            printSnapshot(false);
+            m_isSnapshotDue = true;
             // Intervals that a suspended machine has slept through are left out.
             m_nextSnapshotMs = std::max(m_nextSnapshotMs, elapsedMs() - m_options.intervalMs) + m_options.intervalMs;
         }
+        printDueSnapshot();
     }
 }
 
-void Headless::obey(Request request) {
-    switch (request) {
-        case Request::kNone:
+void Headless::waitForSomething() {
+    pollfd source = {m_wakeup.descriptor(), POLLIN, 0};
+    if (poll(&source, 1, static_cast<int>(msUntilNextDuty())) > 0)
+        m_wakeup.clear();
+}
+
+void Headless::obey(int signalNumber) {
+    switch (signalNumber) {
+        case SIGQUIT:
+            m_isSnapshotDue = true;
             return;
-        case Request::kStop:
-            m_stopping = true;
+        case SIGUSR1:
+            m_isSnapshotDue = true;
+            printDueSnapshot();
+            m_engine->logReport();
             return;
-        case Request::kSnapshot:
-            printSnapshot(false);
-            m_engine.logReport();
+        case SIGUSR2:
+            m_engine->resetStatistics();
             return;
-        case Request::kReset:
-            m_engine.resetStatistics();
-            return;
-        case Request::kRestart:
-            m_engine.stop();
-            (void)startTest();  // the loop looks at m_canRun
-            return;
+        case SIGHUP:
+            if (!m_signals.isStop(SIGHUP)) {
+                m_engine->stop();
+                (void)startTest();  // the loop looks at m_canRun
+                return;
+            }
+            break;
+        default:
+            break;
     }
+    m_stopping = true;
+}
+
+void Headless::printDueSnapshot() {
+    if (m_isSnapshotDue && !m_stopping && !m_output.isBusy())
+        printSnapshot(false);
 }
 
 void Headless::printSnapshot(bool isFinal) {
-    m_engine.snapshot(m_rows);
+    m_isSnapshotDue = false;
+    m_engine->snapshot(m_rows);
     const auto elapsedSeconds = static_cast<std::uint32_t>((elapsedMs() - m_testStartedMs + 500) / 1000);
-    const std::string text = snapshotText(m_options, {m_testNumber, elapsedSeconds, isFinal}, m_rows);
-    const int failure = printText(text);
+    m_output.print(snapshotText(m_options, {m_testNumber, elapsedSeconds, isFinal}, m_rows));
+}
+
+// A reader that leaves, as `head` does, has what it wanted; anything else loses what somebody waits for.
+void Headless::lookAtOutput() {
+    const int failure = m_output.failure();
     if (failure == 0)
         return;
-    // A reader that leaves, as `head` does, has what it wanted; anything else loses what somebody waits for. It is told
-    // once: the snapshot that the end brings fails as well.
-    if (failure != EPIPE && m_canPrint)
-        complain(SPW_CString(u"cannot write to the standard output: ") + std::strerror(failure));
-    m_canPrint = false;
     m_stopping = true;
+    if (failure != EPIPE && !m_isOutputLost) {
+        tellOutputFailure(failure);
+        m_isOutputLost = true;
+    }
+}
+
+// A reader may take all the time it wants until somebody asks for the end. False when it does not take everything.
+bool Headless::waitForOutput() {
+    bool isDone = m_output.waitUntilWritten(kOutputPatienceMs);
+    while (!isDone && !m_signals.isStopRequested())
+        isDone = m_output.waitUntilWritten(kOutputPatienceMs);
+    lookAtOutput();
+    if (!isDone) {
+        complain(u"the standard output takes nothing; the result is lost");
+        m_isOutputLost = true;
+    }
+    return isDone;
 }
 
 std::int64_t Headless::elapsedMs() const {
@@ -134,6 +212,10 @@ std::uint32_t Headless::msUntilNextDuty() const {
 }
 
 int Headless::verdict() const {
+    if (!m_canRun)
+        return kTestFailed;
+    if (m_isOutputLost)
+        return kSomeUnreachable;
     const int peers = m_rows.numberOfElements();
     if (peers == 0)
         return kNoPeer;

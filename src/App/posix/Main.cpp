@@ -2,10 +2,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "CommandLine.h"
+#include "Console.h"
 #include "ConsoleMessageBox.h"
 #include "Headless.h"
 #include "MulticastInterfaces.h"
@@ -15,9 +16,9 @@
 #include "ScreenProgram.h"
 #include "SettingsStorage.h"
 #include "Signals.h"
-#include "SilentSink.h"
+#include "StandardOutput.h"
 #include "Terminal.h"
-#include "TestEngine.h"
+#include "Wakeup.h"
 
 namespace {
 
@@ -40,6 +41,12 @@ void occupyStandardDescriptors() {
         close(descriptor);
 }
 
+std::string versionLine() {
+    SPW_CString program;
+    SPW_CApp::getModulePath(program, true);
+    return std::string("linkometry ") + readVersion(program).toAnsi() + '\n';
+}
+
 SPW_CArray<SPW_CString> tokensOf(int argc, char** argv) {
     SPW_CArray<SPW_CString> tokens;
     for (int i = 1; i < argc; ++i)
@@ -47,28 +54,34 @@ SPW_CArray<SPW_CString> tokensOf(int argc, char** argv) {
     return tokens;
 }
 
-// Status 0: what the user saw is what there is to say.
-int runScreen(const CommandLine& options, Terminal& terminal) {
-    // A cable that is out for a while must not end a program that runs for weeks.
-    SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
-    return ScreenProgram(options, terminal).run();
-}
-
-int runHeadless(const CommandLine& options) {
+int runHeadless(const CommandLine& options, Signals& signals, StandardOutput& output, Wakeup& wakeup) {
     ConsoleMessageBox box;
     SPW_CError::instance->setMessageBox(&box);
-    SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);  // as with a screen
-
-    int status;
-    {
-        SilentSink sink;
-        TestEngine engine(&sink, true);
-        // Not before: what keeps the engine from opening its log is said in plainer words below.
-        SPW_CError::instance->setShowErrors(true);
-        status = Headless(options, engine).run();
-    }
+    const int status = Headless(options, signals, output, wakeup).run();
     SPW_CError::instance->setMessageBox(nullptr);
     return status;
+}
+
+// The signals come before the screen, which none of them may leave standing, and before every other thread.
+int runTests(const CommandLine& options) {
+    raiseDescriptorLimit();
+    // A cable that is out for a while must not end a program that runs for weeks.
+    SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
+    Wakeup wakeup;
+    const bool wantsScreen = canShowScreen(options);
+    Signals signals(wakeup, wantsScreen || hasControllingTerminal());
+    StandardOutput output(wakeup);
+    if (!signals.isReady() || !output.isReady()) {
+        complain(u"cannot start: the system refuses a thread");
+        return kTestFailed;
+    }
+    Terminal terminal;
+    if (wantsScreen && terminal.open()) {
+        signals.alsoReceive({SIGTSTP, SIGCONT, SIGWINCH});
+        return ScreenProgram(options, terminal, signals, output, wakeup).run();
+    }
+    signals.alsoReceive({SIGQUIT});
+    return runHeadless(options, signals, output, wakeup);
 }
 
 // Says nothing to anybody but by its exit status: it was another program that wanted the report.
@@ -85,29 +98,17 @@ int runReport(const CommandLine& options) {
 int main(int argc, char** argv) {
     occupyStandardDescriptors();
 
-    const CommandLine options = scanArguments(tokensOf(argc, argv));
+    const CommandLine options = scanArguments(tokensOf(argc, argv), CommandLine::kUnixStyle);
     if (options.getInfoRequested)
         return runReport(options);
     if (!options.isUsable()) {
-        std::fprintf(stderr, "linkometry: %s\nlinkometry: -help lists the options\n", options.error.toAnsi());
+        complain(options.error);
+        complain(u"-help lists the options");
         return kBadCommandLine;
     }
-    if (options.help) {
-        std::fputs(usageText().toAnsi(), stdout);
-        return 0;
-    }
-    if (options.version) {
-        SPW_CString program;
-        SPW_CApp::getModulePath(program, true);
-        std::printf("linkometry %s\n", readVersion(program).toAnsi());
-        return 0;
-    }
-    const SPW_CString unknown = options.unknownText();
-    if (!unknown.isEmpty())
-        std::fprintf(stderr, "linkometry: %s\n", unknown.toAnsi());
-    raiseDescriptorLimit();
-    // Before there is a screen, which none of them may leave standing, and before the first thread.
-    blockRequestSignals();
-    Terminal terminal;
-    return canShowScreen(options) && terminal.open() ? runScreen(options, terminal) : runHeadless(options);
+    if (options.help)
+        return printAndTell(usageText().toAnsi());
+    if (options.version)
+        return printAndTell(versionLine());
+    return runTests(options);
 }

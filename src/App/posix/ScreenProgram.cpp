@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <vector>
 
@@ -30,12 +31,17 @@ bool canShowScreen(const CommandLine& options) {
     return false;
 }
 
-ScreenProgram::ScreenProgram(const CommandLine& options, Terminal& terminal)
+ScreenProgram::ScreenProgram(const CommandLine& options, Terminal& terminal, Signals& signals, StandardOutput& output,
+                             Wakeup& wakeup)
     : m_options(options),
       m_terminal(terminal),
-      m_worker(options, m_wakeup, m_box),
+      m_signals(signals),
+      m_output(output),
+      m_wakeup(wakeup),
+      m_worker(options, m_wakeup, m_box, m_endWatch),
       m_screen(m_worker, options.hasDuration ? options.durationMs : Screen::kEndless) {}
 
+// Status 0: what the user saw is what there is to say.
 int ScreenProgram::run() {
     m_pace.request();
     while (!isOver()) {
@@ -44,9 +50,13 @@ int ScreenProgram::run() {
     }
     m_terminal.close();
     m_fatalExit.screenIsGone();
+    m_signals.endBegins();
     m_worker.finish();
-    printLastTable();
-    return 0;
+    const bool isPrinted = printLastTable();
+    const bool isLogDone = m_endWatch.waitForLog();
+    if (!isPrinted || !isLogDone)
+        _exit(EXIT_SUCCESS);
+    return EXIT_SUCCESS;
 }
 
 // 1. The time, since what follows happens now: a test that was told to run began only now, however long the wait was.
@@ -54,15 +64,15 @@ int ScreenProgram::run() {
 // 3. What the engine has told, so that a key finds the state that it was pressed in, or a later one.
 // 4. The keys.
 void ScreenProgram::waitForSomething() {
-    pollfd sources[] = {
-        {STDIN_FILENO, POLLIN, 0}, {m_signals.descriptor(), POLLIN, 0}, {m_wakeup.descriptor(), POLLIN, 0}};
+    pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {m_wakeup.descriptor(), POLLIN, 0}};
     if (poll(sources, std::size(sources), msUntilSomethingIsDue()) < 0)
         return;
     passTime();
-    if (sources[1].revents != 0)
+    if (sources[1].revents != 0) {
+        m_wakeup.clear();
         obeySignals();
-    if (sources[2].revents != 0)
         takeNews();
+    }
     if (sources[0].revents != 0)
         readInput();
     if ((sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
@@ -87,9 +97,10 @@ int ScreenProgram::msUntilSomethingIsDue() const {
 }
 
 void ScreenProgram::obeySignals() {
-    for (int number = m_signals.next(); number != 0; number = m_signals.next())
+    for (int number = m_signals.next(); number != 0; number = m_signals.next()) {
         obeySignal(number);
-    m_pace.request();
+        m_pace.request();
+    }
 }
 
 void ScreenProgram::obeySignal(int number) {
@@ -116,7 +127,6 @@ void ScreenProgram::obeySignal(int number) {
 }
 
 void ScreenProgram::takeNews() {
-    m_wakeup.clear();
     const std::vector<EngineWorker::News> news = m_worker.takeNews();
     // The rows go first: those that a test begins with are there before it is told to run.
     if (!news.empty())
@@ -148,11 +158,18 @@ void ScreenProgram::drawIfDue() {
     m_pace.drawn(now);
 }
 
-// Nothing when no test was ever run. That nobody reads it does not matter any more.
-void ScreenProgram::printLastTable() {
+// Nothing when no test was ever run. A terminal that is stopped may stay so until somebody asks for the end once more:
+// then the answer is false.
+bool ScreenProgram::printLastTable() {
+    constexpr std::uint32_t kPatienceMs = 2000;
     if (m_worker.lastTest() == 0)
-        return;
+        return true;
     SPW_CArray<PeerRowValues> rows;
     m_worker.engine().snapshot(rows);
-    (void)printText(snapshotText(m_options, {m_worker.lastTest(), m_screen.status().elapsedSeconds, true}, rows));
+    m_output.print(snapshotText(m_options, {m_worker.lastTest(), m_screen.status().elapsedSeconds, true}, rows));
+    while (!m_output.waitUntilWritten(kPatienceMs)) {
+        if (m_signals.isStopRequested())
+            return false;
+    }
+    return true;
 }

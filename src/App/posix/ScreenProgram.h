@@ -3,25 +3,30 @@
 #include <cstdint>
 
 #include "CommandLine.h"
+#include "EndWatch.h"
 #include "EngineWorker.h"
 #include "FatalExit.h"
 #include "RedrawPace.h"
 #include "Screen.h"
 #include "ScreenMessageBox.h"
-#include "ScreenSignals.h"
+#include "Signals.h"
+#include "StandardOutput.h"
 #include "Terminal.h"
 #include "Wakeup.h"
 
 // The program with its screen on a terminal: waits for keys, signals and the engine's news, and draws. SIGINT, SIGTERM
 // and SIGHUP quit, SIGUSR1 presses Log and SIGUSR2 Reset. When the screen is gone, the last table is printed.
 //
-// Lives on the main thread, and is made before any other thread is.
+// Lives on the main thread, and is made before any thread but those of the signals and the output.
 class ScreenProgram {
 public:
-    // terminal: open; closed at the end of run(). Both must outlive the program.
-    ScreenProgram(const CommandLine& options, Terminal& terminal);
+    // terminal: open; closed at the end of run(). signals: receive SIGTSTP, SIGCONT and SIGWINCH, too. wakeup: the one
+    // that `signals` and `output` wake. All must outlive the program.
+    ScreenProgram(const CommandLine& options, Terminal& terminal, Signals& signals, StandardOutput& output,
+                  Wakeup& wakeup);
 
-    // Runs the program's life and returns its exit status.
+    // Runs the program's life and returns its exit status. When something that blocks would keep it from returning, it
+    // ends the process with that status.
     int run();
 
 private:
@@ -34,12 +39,14 @@ private:
     void takeNews();
     void readInput();
     void drawIfDue();
-    void printLastTable();
+    bool printLastTable();
 
     const CommandLine& m_options;
     Terminal& m_terminal;
-    ScreenSignals m_signals;
-    Wakeup m_wakeup;
+    Signals& m_signals;
+    StandardOutput& m_output;
+    Wakeup& m_wakeup;
+    EndWatch m_endWatch{m_signals};
     ScreenMessageBox m_box{m_wakeup};
     FatalExit m_fatalExit{m_box, m_wakeup};
     EngineWorker m_worker;

@@ -1,20 +1,23 @@
 #include "Signals.h"
 
-#include <signal.h>
-#include <time.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
-#include <initializer_list>
+#include <iterator>
+#include <utility>
 
-#include "SPW_Types.h"
+#include "SPW_CClock.h"
+#include "TerminalRescue.h"
 
 namespace {
 
-sigset_t setOf(std::initializer_list<int> numbers) {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int number : numbers)
-        sigaddset(&set, number);
-    return set;
+constexpr int kExitOfSignal = 128;  // what a shell adds to a signal's number
+
+std::int64_t nowMs() {
+    constexpr std::uint64_t kMs = 10000;  // 100-ns units
+    return static_cast<std::int64_t>(SPW_CClock::instance->now100ns() / kMs);
 }
 
 bool isIgnored(int number) {
@@ -22,58 +25,149 @@ bool isIgnored(int number) {
     return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
-// Without a SIGHUP that is ignored already: `nohup` has promised the user that the terminal's end changes nothing, and
-// a blocked signal would come all the same.
-sigset_t requestSignals() {
-    sigset_t set = setOf({SIGINT, SIGTERM, SIGUSR1, SIGUSR2});
-    if (!isIgnored(SIGHUP))
-        sigaddset(&set, SIGHUP);
+// A blocked signal would come though it is ignored, so the ignored ones are left out.
+void add(std::initializer_list<int> numbers, sigset_t& set) {
+    for (const int number : numbers) {
+        if (!isIgnored(number))
+            sigaddset(&set, number);
+    }
+}
+
+sigset_t setOf(std::initializer_list<int> numbers) {
+    sigset_t set;
+    sigemptyset(&set);
+    add(numbers, set);
     return set;
 }
 
-// Of several pending signals the kernel delivers the one with the smallest number; SIGHUP's is 1, and whoever sent it
-// faster than the program starts over could not end the program with SIGTERM.
-bool isStopPending() {
-    const sigset_t set = setOf({SIGINT, SIGTERM});
-    const timespec atOnce = {0, 0};
-    return sigtimedwait(&set, nullptr, &atOnce) > 0;
+int openSource(const sigset_t& set) {
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    return signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
-Request requestOf(int signalNumber) {
-    switch (signalNumber) {
-        case SIGINT:
-        case SIGTERM:
-            return Request::kStop;
-        case SIGUSR1:
-            return Request::kSnapshot;
-        case SIGUSR2:
-            return Request::kReset;
-        case SIGHUP:
-            return Request::kRestart;
-        default:
-            return Request::kNone;
-    }
+// The number of a signal that waits there, or 0.
+int take(int source) {
+    signalfd_siginfo information;
+    return read(source, &information, sizeof information) == sizeof information
+               ? static_cast<int>(information.ssi_signo)
+               : 0;
+}
+
+// As the signal does when nobody handles it, so that whoever started the program sees what ended it.
+[[noreturn]] void endBySignal(int number) {
+    TerminalRescue::restore();
+    signal(number, SIG_DFL);
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, number);
+    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    raise(number);
+    // Still here: the first process of a container is spared by the kernel.
+    _exit(kExitOfSignal + number);
 }
 
 }  // namespace
 
-void blockRequestSignals() {
-    const sigset_t set = requestSignals();
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+Signals::Signals(Wakeup& wakeup, bool doesHangupStop)
+    : m_wakeup(wakeup),
+      m_stops(doesHangupStop ? setOf({SIGINT, SIGTERM, SIGHUP}) : setOf({SIGINT, SIGTERM})),
+      m_others(doesHangupStop ? setOf({SIGUSR1, SIGUSR2}) : setOf({SIGUSR1, SIGUSR2, SIGHUP})),
+      m_stopSource(openSource(m_stops)),
+      m_otherSource(openSource(m_others)),
+      m_thread([this] { work(); }) {
     ignoreWriteSignals();
+}
+
+Signals::~Signals() {
+    m_finish.wake();
+    m_thread.join();
+    close(m_stopSource);
+    close(m_otherSource);
+}
+
+void Signals::alsoReceive(std::initializer_list<int> numbers) {
+    add(numbers, m_others);
+    pthread_sigmask(SIG_BLOCK, &m_others, nullptr);
+    (void)signalfd(m_otherSource, &m_others, 0);
+}
+
+int Signals::next() {
+    std::uint64_t pending = m_pending;
+    while (pending != 0) {
+        int number = 0;
+        for (int each = 1; each < 64; ++each) {
+            const bool isPending = (pending >> each & 1) != 0;
+            if (isPending && (number == 0 || (isStop(each) && !isStop(number))))
+                number = each;
+        }
+        const std::uint64_t bit = std::uint64_t{1} << number;
+        if ((m_pending.fetch_and(~bit) & bit) != 0)
+            return number;
+        pending = m_pending;  // another thread has taken it
+    }
+    return 0;
+}
+
+void Signals::setWatcher(std::function<void()> watcher) {
+    const std::lock_guard<std::mutex> guard(m_watcherLock);
+    m_watcher = std::move(watcher);
+}
+
+// The requests to stop have a source of their own. From one source the kernel gives the signal with the smallest number
+// first, which is SIGHUP, and somebody who sends that faster than it is read could not end the program with SIGTERM.
+void Signals::work() {
+    bool isEnding = false;
+    for (;;) {
+        pollfd sources[] = {{m_finish.descriptor(), POLLIN, 0},
+                            {m_stopSource, POLLIN, 0},
+                            {m_otherSource, POLLIN, 0},
+                            {m_end.descriptor(), POLLIN, 0}};
+        // Once the end has begun there is nothing more to hear of it.
+        const nfds_t count = std::size(sources) - (isEnding ? 1 : 0);
+        (void)poll(sources, count, isEnding ? kWatchMs : -1);
+        if (sources[0].revents != 0)
+            return;
+        isEnding = isEnding || sources[3].revents != 0;
+        const int stop = take(m_stopSource);
+        if (stop != 0) {
+            takeStop(stop);
+            isEnding = true;
+        }
+        const int other = stop != 0 ? 0 : take(m_otherSource);
+        if (stop != 0 || other != 0) {
+            m_pending |= std::uint64_t{1} << (stop != 0 ? stop : other);
+            m_wakeup.wake();
+        }
+        if (isEnding)
+            watch();
+    }
+}
+
+void Signals::takeStop(int number) {
+    const std::int64_t now = nowMs();
+    if (!m_isStopRequested) {
+        m_stopRequestedMs = now;
+        m_isStopRequested = true;
+    } else if (now - m_stopRequestedMs >= kSameRequestMs) {
+        endBySignal(number);
+    }
+}
+
+void Signals::watch() {
+    const std::lock_guard<std::mutex> guard(m_watcherLock);
+    if (m_watcher)
+        m_watcher();
+}
+
+bool hasControllingTerminal() {
+    const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0)
+        return false;
+    close(terminal);
+    return true;
 }
 
 void ignoreWriteSignals() {
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
-}
-
-Request waitForRequest(std::uint32_t timeoutMs) {
-    if (isStopPending())
-        return Request::kStop;
-    const sigset_t set = requestSignals();
-    if (timeoutMs == kSPWForever)
-        return requestOf(sigwaitinfo(&set, nullptr));
-    const timespec limit = {static_cast<time_t>(timeoutMs / 1000), static_cast<long>(timeoutMs % 1000) * 1000000};
-    return requestOf(sigtimedwait(&set, nullptr, &limit));
 }

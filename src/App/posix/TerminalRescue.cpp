@@ -1,5 +1,6 @@
 #include "TerminalRescue.h"
 
+#include <poll.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -27,8 +28,15 @@ char handlerStack[64 * 1024];
 int keptText = -1;
 int realError = -1;
 
+// A terminal that is stopped takes nothing and must not keep the program from ending.
+bool takesSomething(int descriptor) {
+    constexpr int kPatienceMs = 500;
+    pollfd source = {descriptor, POLLOUT, 0};
+    return poll(&source, 1, kPatienceMs) > 0;
+}
+
 void writeAll(int descriptor, const char* bytes, std::size_t length) {
-    while (length > 0) {
+    while (length > 0 && takesSomething(descriptor)) {
         const ssize_t written = write(descriptor, bytes, length);
         if (written <= 0)
             return;

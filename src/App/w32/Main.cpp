@@ -70,5 +70,5 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t* commandLine, int) {
     WindowMessageBox box;
     SPW_CArray<SPW_CString> tokens;
     splitCommandLine(SPW_FromWide(commandLine), tokens);
-    return run(scanArguments(tokens), box);
+    return run(scanArguments(tokens, CommandLine::kWindowsStyle), box);
 }

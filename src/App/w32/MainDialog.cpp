@@ -7,6 +7,7 @@
 
 #include "AddPeerDialog.h"
 #include "LocalInfoDialog.h"
+#include "PeerArguments.h"
 #include "ProblemText.h"
 #include "Resource.h"
 #include "SPW_CSystemInfo.h"
@@ -92,7 +93,10 @@ void MainDialog::makeEngine() {
         return;
     }
     for (int i = 0; i < m_options.peers.numberOfElements(); ++i) {
-        m_engine->addPeer(m_options.peers[i]);
+        SPW_CString why;
+        if (::addPeer(*m_engine, m_options.peers[i], why) != PeerAdded::kYes) {
+            m_box.tell(why);
+        }
     }
     tellProblems();
 }

@@ -23,18 +23,30 @@ std::vector<std::string> split(const char16_t* commandLine) {
     return result;
 }
 
-CommandLine scan(const std::vector<const char16_t*>& arguments) {
+CommandLine scan(const std::vector<const char16_t*>& arguments, CommandLine::Style style = CommandLine::kWindowsStyle) {
     SPW_CArray<SPW_CString> tokens;
     for (const char16_t* argument : arguments) {
         tokens.append(argument);
     }
-    return scanArguments(tokens);
+    return scanArguments(tokens, style);
+}
+
+CommandLine scanUnix(const std::vector<const char16_t*>& arguments) {
+    return scan(arguments, CommandLine::kUnixStyle);
 }
 
 CommandLine scanLine(const char16_t* commandLine) {
     SPW_CArray<SPW_CString> tokens;
     splitCommandLine(commandLine, tokens);
-    return scanArguments(tokens);
+    return scanArguments(tokens, CommandLine::kWindowsStyle);
+}
+
+std::vector<std::string> peersOf(const CommandLine& line) {
+    std::vector<std::string> result;
+    for (int i = 0; i < line.peers.numberOfElements(); ++i) {
+        result.emplace_back((line.peers[i].address + u" " + line.peers[i].name).toAnsi());
+    }
+    return result;
 }
 
 TEST(SplitCommandLineTest, SpacesSeparate) {
@@ -78,7 +90,6 @@ TEST(ArgumentScanTest, ReportFileAndWindow) {
     EXPECT_EQ(line.reportFile, SPW_CString(u"\\My Documents\\info file.txt"));
     EXPECT_EQ(line.reportWindow, 0x1A2Bu);
     EXPECT_TRUE(line.isUsable());
-    EXPECT_EQ(line.unknown.numberOfElements(), 0);
 }
 
 TEST(ArgumentScanTest, OptionsAreComparedWithoutRegardToCase) {
@@ -151,7 +162,6 @@ TEST(ArgumentScanTest, WithoutArgumentsEverythingHasItsDefault) {
     EXPECT_EQ(line.format, CommandLine::kTable);
     EXPECT_EQ(line.minimumQuality, 1);
     EXPECT_EQ(line.peers.numberOfElements(), 0);
-    EXPECT_TRUE(line.unknownText().isEmpty());
 }
 
 TEST(ArgumentScanTest, HelpAndVersionTakeOneDashOrTwo) {
@@ -255,21 +265,115 @@ TEST(ArgumentScanTest, APeersAddressIsADottedQuad) {
     EXPECT_EQ(scan({u"-peer", u"=name"}).error, SPW_CString(u"-peer: \"\" is not an IPv4 address such as 10.0.0.7"));
 }
 
-TEST(ArgumentScanTest, UnknownTokensAreCollectedForOneWarning) {
-    const CommandLine line = scan({u"foo", u"-headless", u"-bar", u"--headless"});
+TEST(ArgumentScanTest, OnWindowsTokensThatMeanNothingAreIgnored) {
+    const CommandLine line = scan({u"foo", u"-headless", u"-bar", u"--duration", u"-peer=10.0.0.7", u"-h", u""});
     EXPECT_TRUE(line.isUsable());
     EXPECT_TRUE(line.headless);
-    EXPECT_EQ(line.unknownText(), SPW_CString(u"ignored: foo -bar --headless"));
+    EXPECT_FALSE(line.help || line.hasDuration);
+    EXPECT_THAT(peersOf(line), IsEmpty());
 }
 
-TEST(ArgumentScanTest, TheWarningAndTheErrorAreShowable) {
-    EXPECT_EQ(scan({u"a\x1B[2J"}).unknownText(), SPW_CString(u"ignored: a?[2J"));
+TEST(ArgumentScanTest, TheErrorIsShowable) {
     EXPECT_EQ(scan({u"-format", u"\n"}).error, SPW_CString(u"-format: \"?\" is neither table nor json"));
+    EXPECT_EQ(scanUnix({u"-a\x1B[2J"}).error, SPW_CString(u"-a?[2J: there is no such option"));
 }
 
 TEST(ArgumentScanTest, TheFirstErrorIsTheOneThatIsTold) {
     const CommandLine line = scan({u"-minquality", u"x", u"-format", u"y"});
     EXPECT_EQ(line.error, SPW_CString(u"-minquality: \"x\" is not a whole number from 0 to 100"));
+}
+
+TEST(UnixArgumentScanTest, EveryOptionMayHaveTwoDashes) {
+    const CommandLine line =
+        scanUnix({u"--headless", u"--Duration", u"60", u"--format", u"json", u"--peer", u"10.0.0.7", u"--interval",
+                  u"2", u"--minquality", u"50", u"--help", u"--version"});
+    EXPECT_TRUE(line.isUsable()) << line.error.toAnsi();
+    EXPECT_TRUE(line.headless && line.help && line.version);
+    EXPECT_EQ(line.durationMs, 60000);
+    EXPECT_EQ(line.intervalMs, 2000);
+    EXPECT_EQ(line.format, CommandLine::kJson);
+    EXPECT_EQ(line.minimumQuality, 50);
+    EXPECT_THAT(peersOf(line), ElementsAre("10.0.0.7 manually added"));
+    const CommandLine report = scanUnix({u"--getinfo", u"a", u"--reportwnd", u"1f"});
+    EXPECT_EQ(report.reportFile, SPW_CString(u"a"));
+    EXPECT_EQ(report.reportWindow, 0x1Fu);
+}
+
+TEST(UnixArgumentScanTest, AnArgumentMayFollowAnEqualsSign) {
+    const CommandLine line = scanUnix({u"--duration=60", u"-interval=0.5", u"--FORMAT=json", u"--peer=10.0.0.7=a=b"});
+    EXPECT_TRUE(line.isUsable()) << line.error.toAnsi();
+    EXPECT_EQ(line.durationMs, 60000);
+    EXPECT_EQ(line.intervalMs, 500);
+    EXPECT_EQ(line.format, CommandLine::kJson);
+    EXPECT_THAT(peersOf(line), ElementsAre("10.0.0.7 a=b"));
+    const CommandLine report = scanUnix({u"--getinfo=the=file", u"-reportwnd=1f"});
+    EXPECT_TRUE(report.getInfoRequested);
+    EXPECT_EQ(report.reportFile, SPW_CString(u"the=file"));
+    EXPECT_EQ(report.reportWindow, 0x1Fu);
+    EXPECT_EQ(scanUnix({u"--duration="}).error, SPW_CString(u"-duration: \"\" is not a number of seconds"));
+    EXPECT_EQ(scanUnix({u"--headless=yes"}).error, SPW_CString(u"-headless: it takes no argument"));
+}
+
+TEST(UnixArgumentScanTest, HelpAndVersionHaveShortNames) {
+    EXPECT_TRUE(scanUnix({u"-h"}).help);
+    EXPECT_TRUE(scanUnix({u"-V"}).version);
+}
+
+TEST(UnixArgumentScanTest, AnUnknownOptionIsAnErrorWithTheOneThatWasMeant) {
+    const struct {
+        const char16_t* token;
+        const char16_t* meant;
+    } cases[] = {{u"-durations", u"-duration"}, {u"--duraton=5", u"-duration"}, {u"-heedless", u"-headless"},
+                 {u"-Formt", u"-format"},       {u"-int", u"-interval"},        {u"--min", u"-minquality"},
+                 {u"-verison", u"-version"},    {u"-peers", u"-peer"},          {u"--hel", u"-help"},
+                 {u"-getinfos", u"-getinfo"}};
+    for (const auto& c : cases) {
+        const SPW_CString error = scanUnix({c.token}).error;
+        EXPECT_GE(error.findText(u": there is no such option; did you mean "), 0) << error.toAnsi();
+        EXPECT_GE(error.findText((SPW_CString(u" ") + c.meant + u"?").text()), 0) << error.toAnsi();
+    }
+}
+
+TEST(UnixArgumentScanTest, WhatIsLikeNoOptionIsAnErrorWithoutASuggestion) {
+    for (const char16_t* token : {u"-x", u"-", u"--frobnicate", u"-7", u"---", u"-wholly-different-and-very-long"}) {
+        const SPW_CString error = scanUnix({u"-headless", token}).error;
+        EXPECT_GE(error.findText(u": there is no such option"), 0) << error.toAnsi();
+        EXPECT_LT(error.findText(u"did you mean"), 0) << error.toAnsi();
+    }
+}
+
+TEST(UnixArgumentScanTest, AMissingArgumentIsAnErrorForEveryOptionThatTakesOne) {
+    for (const char16_t* option :
+         {u"-duration", u"-interval", u"-peer", u"-format", u"-minquality", u"-getinfo", u"-reportwnd"}) {
+        EXPECT_EQ(scanUnix({u"-headless", option}).error, SPW_CString(option) + u": the argument is missing");
+        EXPECT_EQ(scanUnix({(SPW_CString(u"-") + option).text()}).error,
+                  SPW_CString(option) + u": the argument is missing");
+    }
+}
+
+TEST(UnixArgumentScanTest, WordsWithoutADashArePeers) {
+    const CommandLine line = scanUnix({u"printer.local", u"-headless", u"10.0.0.7", u"10.0.0.8=scanner", u"--",
+                                       u"gateway=the gateway", u"-peer", u"printer.local=printer"});
+    EXPECT_TRUE(line.isUsable()) << line.error.toAnsi();
+    EXPECT_THAT(peersOf(line), ElementsAre("printer.local printer.local", "10.0.0.7 manually added", "10.0.0.8 scanner",
+                                           "gateway the gateway", "printer.local printer"));
+}
+
+TEST(UnixArgumentScanTest, AHostWithALongNameIsCalledByItsBeginning) {
+    EXPECT_THAT(
+        peersOf(scanUnix({u"printer.example.org", u"extraordinarily-long.example.org", u"abcdefghijklmnopqrst"})),
+        ElementsAre("printer.example.org printer", "extraordinarily-long.example.org extraordinarily",
+                    "abcdefghijklmnopqrst abcdefghijklmno"));
+}
+
+TEST(UnixArgumentScanTest, WhatCanBeNeitherAnAddressNorAHostIsAnError) {
+    for (const char16_t* word :
+         {u"", u"300.1.1.1", u"10.0.7", u"7", u"::1", u"a b", u"a/b", u"host.7", u".local", u"=x", u"h\u00F6st"}) {
+        for (const CommandLine& line : {scanUnix({word}), scanUnix({u"-peer", word})}) {
+            EXPECT_GE(line.error.findText(u"\" is not an IPv4 address such as 10.0.0.7, nor a host's name"), 0)
+                << SPW_CString(word).toAnsi() << ": " << line.error.toAnsi();
+        }
+    }
 }
 
 TEST(UsageTest, EveryOptionIsExplained) {

@@ -137,6 +137,43 @@ TEST_F(TestLogWriterTest, LineWithoutLimitWaitsUntilTheWriterHasTakenOne) {
     EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 3)));
 }
 
+TEST_F(TestLogWriterTest, ALogThatIsGivenUpLetsEverybodyGoWhoWaitsForIt) {
+    open(2);
+    block();
+    EXPECT_EQ(log(1, 0), 0u);
+    EXPECT_EQ(log(2, 0), 0u);
+    std::atomic<int> refused{0};
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 5; ++i)
+        waiters.emplace_back([this, &refused] { refused += log(3, kNoLimit) == 700u ? 1 : 0; });
+    std::this_thread::sleep_for(milliseconds(50));
+    EXPECT_EQ(refused, 0);
+    m_writer->giveUp();
+    for (std::thread& waiter : waiters)
+        waiter.join();
+    EXPECT_EQ(refused, 5);
+    EXPECT_EQ(log(4, kNoLimit), 700u);
+    m_writer->unlock();
+    close();
+    EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 2)));
+}
+
+TEST_F(TestLogWriterTest, ItTellsHowManyLinesWereTakenAndHowManyAreWritten) {
+    open(100);
+    block();
+    LogProgress before = m_writer->progress();
+    while (before.written != before.taken)
+        before = m_writer->progress();
+    for (int i = 1; i <= 3; ++i)
+        EXPECT_EQ(log(i, 0), 0u);
+    EXPECT_EQ(m_writer->progress().taken, before.taken + 3);
+    EXPECT_EQ(m_writer->progress().written, before.written);
+    m_writer->unlock();
+    while (m_writer->progress().written != before.taken + 3)
+        std::this_thread::yield();
+    EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 3)));
+}
+
 TEST_F(TestLogWriterTest, RoomComesBackAfterARefusedLine) {
     open(1);
     block();

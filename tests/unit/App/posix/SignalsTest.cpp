@@ -1,9 +1,13 @@
 #include "Signals.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -13,78 +17,139 @@ class SignalsTest : public testing::Test {
 protected:
     SignalsTest() {
         pthread_sigmask(SIG_SETMASK, nullptr, &m_before);
-        m_hangup = signal(SIGHUP, SIG_DFL);  // the tests may run under nohup
-        blockRequestSignals();
+        for (const int number : kNumbers)
+            m_actions[number] = signal(number, SIG_DFL);  // the tests may run under nohup
     }
     ~SignalsTest() override {
-        while (waitForRequest(0) != Request::kNone) {
-        }
-        signal(SIGHUP, m_hangup);
+        m_signals.reset();
+        for (const int number : kNumbers)
+            signal(number, m_actions[number]);
         pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
     }
-    // As if the program had been started with this answer to SIGHUP.
-    void beginAgainWithHangup(void (*action)(int)) {
-        pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
-        signal(SIGHUP, action);
-        blockRequestSignals();
+    Signals& signals(bool doesHangupStop = false) {
+        if (m_signals == nullptr)
+            m_signals = std::make_unique<Signals>(m_wakeup, doesHangupStop);
+        return *m_signals;
     }
-    static Request after(int number) {
+    // The next signal, which is waited for; 0 when none comes.
+    int awaited(int timeoutMs = 10000) {
+        pollfd source = {m_wakeup.descriptor(), POLLIN, 0};
+        (void)poll(&source, 1, timeoutMs);
+        m_wakeup.clear();
+        return m_signals->next();
+    }
+    int after(int number) {
         kill(getpid(), number);
-        return waitForRequest(10000);
+        return awaited();
     }
+    Wakeup m_wakeup;
+    std::unique_ptr<Signals> m_signals;
 
 private:
+    static constexpr int kNumbers[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, SIGWINCH};
     sigset_t m_before;
-    void (*m_hangup)(int);
+    void (*m_actions[64])(int) = {};
 };
 
-TEST_F(SignalsTest, EverySignalIsItsRequest) {
-    EXPECT_EQ(Request::kStop, after(SIGINT));
-    EXPECT_EQ(Request::kStop, after(SIGTERM));
-    EXPECT_EQ(Request::kSnapshot, after(SIGUSR1));
-    EXPECT_EQ(Request::kReset, after(SIGUSR2));
-    EXPECT_EQ(Request::kRestart, after(SIGHUP));
+TEST_F(SignalsTest, EverySignalIsHandedOn) {
+    signals().alsoReceive({SIGQUIT, SIGWINCH});
+    for (const int number : {SIGUSR1, SIGUSR2, SIGHUP, SIGQUIT, SIGWINCH, SIGTERM})
+        EXPECT_EQ(number, after(number));
+    EXPECT_EQ(0, m_signals->next());
 }
 
-TEST_F(SignalsTest, WithoutASignalTheTimeGoesByAndThereIsNoRequest) {
-    EXPECT_EQ(Request::kNone, waitForRequest(0));
-    EXPECT_EQ(Request::kNone, waitForRequest(20));
+TEST_F(SignalsTest, OnlyARequestToStopIsOne) {
+    signals();
+    EXPECT_EQ(SIGUSR1, after(SIGUSR1));
+    EXPECT_EQ(SIGHUP, after(SIGHUP));
+    EXPECT_FALSE(m_signals->isStopRequested());
+    EXPECT_EQ(SIGINT, after(SIGINT));
+    EXPECT_TRUE(m_signals->isStopRequested());
+    EXPECT_TRUE(m_signals->isStop(SIGINT) && m_signals->isStop(SIGTERM));
+    EXPECT_FALSE(m_signals->isStop(SIGHUP));
+}
+
+TEST_F(SignalsTest, AHangupStopsWhereItIsToldTo) {
+    signals(true);
+    EXPECT_EQ(SIGHUP, after(SIGHUP));
+    EXPECT_TRUE(m_signals->isStopRequested() && m_signals->isStop(SIGHUP));
 }
 
 TEST_F(SignalsTest, AStopGoesBeforeEverythingElse) {
-    for (const int stop : {SIGINT, SIGTERM}) {
-        for (const int number : {SIGHUP, SIGUSR1, SIGUSR2, stop})
-            kill(getpid(), number);
-        EXPECT_EQ(Request::kStop, waitForRequest(10000));
-        EXPECT_EQ(Request::kRestart, waitForRequest(10000));
-        EXPECT_EQ(Request::kSnapshot, waitForRequest(10000));
-        EXPECT_EQ(Request::kReset, waitForRequest(10000));
-        EXPECT_EQ(Request::kNone, waitForRequest(0));
-    }
+    signals();
+    for (const int number : {SIGHUP, SIGUSR1, SIGUSR2, SIGTERM})
+        kill(getpid(), number);
+    while (!m_signals->isStopRequested())
+        std::this_thread::yield();
+    EXPECT_EQ(SIGTERM, m_signals->next());
 }
 
-TEST_F(SignalsTest, TheSameRequestTwiceIsOneWhileItIsPending) {
-    kill(getpid(), SIGHUP);
-    EXPECT_EQ(Request::kRestart, after(SIGHUP));
-    EXPECT_EQ(Request::kNone, waitForRequest(0));
+TEST_F(SignalsTest, WithoutASignalThereIsNothing) {
+    signals();
+    EXPECT_EQ(0, awaited(20));
 }
 
-TEST_F(SignalsTest, ASignalEndsAWaitWhicheverThreadTheKernelOffersItTo) {
-    Request request = Request::kNone;
-    std::thread waiter([&request] { request = waitForRequest(10000); });
-    kill(getpid(), SIGUSR2);
-    waiter.join();
-    EXPECT_EQ(Request::kReset, request);
+TEST_F(SignalsTest, ASignalThatIsIgnoredStaysIgnored) {
+    for (const int number : {SIGINT, SIGHUP, SIGQUIT})
+        signal(number, SIG_IGN);
+    signals().alsoReceive({SIGQUIT});
+    for (const int number : {SIGINT, SIGHUP, SIGQUIT})
+        kill(getpid(), number);
+    EXPECT_EQ(SIGUSR2, after(SIGUSR2));
+    EXPECT_EQ(0, awaited(20));
+    EXPECT_FALSE(m_signals->isStopRequested());
 }
 
-TEST_F(SignalsTest, AHangupThatIsIgnoredStaysIgnored) {
-    beginAgainWithHangup(SIG_IGN);
-    kill(getpid(), SIGHUP);
-    EXPECT_EQ(Request::kNone, waitForRequest(20));
-    EXPECT_EQ(Request::kReset, after(SIGUSR2));
+TEST_F(SignalsTest, ASecondRequestEndsTheProgramAtOnceWhateverItIsDoing) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            signals();
+            kill(getpid(), SIGTERM);
+            std::this_thread::sleep_for(std::chrono::milliseconds(2 * Signals::kSameRequestMs));
+            kill(getpid(), SIGINT);
+            pause();  // what never comes back
+        },
+        testing::KilledBySignal(SIGINT), "");
+}
+
+TEST_F(SignalsTest, ARequestThatComesTwiceAtOnceIsOne) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            signals();
+            EXPECT_EQ(SIGTERM, after(SIGTERM));
+            EXPECT_EQ(SIGTERM, after(SIGTERM));
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(SignalsTest, TheWatcherIsCalledAgainAndAgainFromTheEndsBeginningOn) {
+    std::atomic<int> calls{0};
+    signals().setWatcher([&calls] { ++calls; });
+    EXPECT_EQ(SIGUSR1, after(SIGUSR1));
+    EXPECT_EQ(0, calls);
+    m_signals->endBegins();
+    while (calls < 3)
+        std::this_thread::yield();
+    m_signals->setWatcher({});
+    const int last = calls;
+    std::this_thread::sleep_for(std::chrono::milliseconds(3 * Signals::kWatchMs));
+    EXPECT_EQ(last, calls);
+}
+
+TEST_F(SignalsTest, ARequestToStopBeginsTheEnd) {
+    std::atomic<int> calls{0};
+    signals().setWatcher([&calls] { ++calls; });
+    EXPECT_EQ(SIGTERM, after(SIGTERM));
+    while (calls < 2)
+        std::this_thread::yield();
+    m_signals->setWatcher({});
 }
 
 TEST_F(SignalsTest, WritesThatFailRaiseNoSignal) {
+    signals();
     EXPECT_EQ(SIG_IGN, signal(SIGPIPE, SIG_IGN));
     EXPECT_EQ(SIG_IGN, signal(SIGXFSZ, SIG_IGN));
 }

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <pthread.h>
+#include <signal.h>
+
+#include <functional>
+#include <utility>
+
+// A thread for one job, which its owner waits for. No signal is delivered to it. It does without exceptions:
+// std::thread has no other way to say that there is none to be had.
+class HelperThread {
+public:
+    explicit HelperThread(std::function<void()> job) : m_job(std::move(job)) {
+        // The thread inherits what is blocked here.
+        sigset_t all;
+        sigset_t former;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &former);
+        m_isRunning = pthread_create(&m_thread, nullptr, run, this) == 0;
+        pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    }
+    ~HelperThread() { join(); }
+    HelperThread(const HelperThread&) = delete;
+    HelperThread& operator=(const HelperThread&) = delete;
+
+    // False when the system has refused the thread; the job is never done then.
+    bool isRunning() const { return m_isRunning; }
+    // Waits for the end of the job. May be called twice.
+    void join() {
+        if (m_isRunning)
+            pthread_join(m_thread, nullptr);
+        m_isRunning = false;
+    }
+
+private:
+    static void* run(void* self) {
+        static_cast<HelperThread*>(self)->m_job();
+        return nullptr;
+    }
+
+    const std::function<void()> m_job;
+    pthread_t m_thread{};
+    bool m_isRunning = false;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+#include "HelperThread.h"
+#include "Wakeup.h"
+
+// The program's standard output, written by a thread of its own: a reader that stalls holds up its own text and nothing
+// else.
+//
+// Threads: the one that made the object, but for isBusy() and failure(), which any may call.
+class StandardOutput {
+public:
+    // wakeup: woken when a text is written or lost; must outlive the object.
+    explicit StandardOutput(Wakeup& wakeup);
+    // Nothing may be on its way: the thread could wait for the reader for ever.
+    ~StandardOutput();
+    StandardOutput(const StandardOutput&) = delete;
+    StandardOutput& operator=(const StandardOutput&) = delete;
+
+    // False when there was no thread to be had: nothing is written then.
+    bool isReady() const { return m_thread.isRunning(); }
+    // Hands a text over. After a failure it goes nowhere.
+    void print(const std::string& text);
+    // Whether some text is still on its way.
+    bool isBusy() const;
+    // The error number with which the first text was lost, or 0.
+    int failure() const;
+    // Waits until everything is written or lost. False when nothing is taken for that long.
+    bool waitUntilWritten(std::uint32_t patienceMs);
+
+private:
+    void work();
+    void count(std::size_t bytes);
+
+    Wakeup& m_wakeup;
+    mutable std::mutex m_lock;  // guards all below but the thread
+    std::condition_variable m_changed;
+    std::string m_text;        // what the thread has not begun with
+    bool m_isWriting = false;  // something else
+    std::uint64_t m_progress = 0;
+    int m_failure = 0;
+    bool m_isFinished = false;
+    HelperThread m_thread;  // the last: it uses all the others
+};
