@@ -449,7 +449,7 @@ class BrokenProgramTest(WindowsTest):
 
     def test_an_assertion_that_fails_at_the_very_start_is_shown_and_ends_the_program(self):
         program = self.start_broken("-fail")
-        self.assertIn("Error (0) in Broken::scanOrFail, Broken:1\\nassertion failed: all is well",
+        self.assertIn("Error (0) in Broken::splitOrFail, Broken:1\\nassertion failed: all is well",
                       self.read("Internal Fatal Error"))
         self.assertEqual(program.exit_status(), 1)
 
