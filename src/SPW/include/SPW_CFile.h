@@ -13,7 +13,8 @@
 // as it was. Sizes and positions are in bytes; what lies beyond 4 GiB is shown as 0xFFFFFFFF.
 //
 // Others may read the file meanwhile. While it is open for writing, Windows keeps every other writer away, and Linux
-// those that open it by this class, in this program or another: they get 32 (sharing violation).
+// those that open it by this class, in this program or another: they get 32 (sharing violation). While it is open for
+// reading alone, Windows keeps writers away as well; so openReadOnly answers 32 there for a file that somebody writes.
 //
 // Threads: an object belongs to one thread at a time, or its owner locks. Nothing is buffered in the process: when a
 // write has returned, every reader of the file sees it.

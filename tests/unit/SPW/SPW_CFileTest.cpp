@@ -175,6 +175,9 @@ TEST_F(FileTest, NothingIsWrittenWholeToAClosedFileAndNothingReported) {
 TEST_F(FileTest, OthersMayReadAnOpenFile) {
     create("a.txt");
     EXPECT_EQ(file.writeText(u"seen"), 0u);
+    EXPECT_EQ(folder.read("a.txt"), "seen");
+    ASSERT_EQ(file.close(), 0u);
+    ASSERT_EQ(file.openReadOnly(folder.path("a.txt")), 0u);
     SPW_CFile reader;
     ASSERT_EQ(reader.openReadOnly(folder.path("a.txt")), 0u);
     SPW_CString text;

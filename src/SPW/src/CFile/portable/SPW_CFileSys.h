@@ -23,7 +23,8 @@ inline SPW_Handle invalidHandle() {
 
 // Opens a file with normal attributes, shared with readers, and not handed on to programs that this one starts. Who
 // writes keeps other writers away where the platform can, and those who open the file by this function everywhere: they
-// get 32 (sharing violation), and the file stays as it is. The handle is set on success only.
+// get 32 (sharing violation), and the file stays as it is. Who reads keeps writers away where the platform can, and
+// gets 32 there while somebody writes. The handle is set on success only.
 [[nodiscard]] SPW_Result open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle);
 
 // Creates an empty file with a new name that starts with the prefix, and answers its path.

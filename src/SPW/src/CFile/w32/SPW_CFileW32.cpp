@@ -43,9 +43,7 @@ std::uint64_t joined(DWORD high, DWORD low) {
 
 SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle) {
     const DWORD rights = access == kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
-    // Whoever only reads lets the writer go on.
-    const bool keepsWritersAway = access == kReadWrite || access == kAppend;
-    const DWORD share = keepsWritersAway ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const DWORD share = access == kReadWriteShared ? FILE_SHARE_READ | FILE_SHARE_WRITE : FILE_SHARE_READ;
     const HANDLE file = CreateFileW(SPW_ToWide(path.text()), rights, share, nullptr, dispositionFor(creation),
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
