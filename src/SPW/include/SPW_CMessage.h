@@ -19,7 +19,7 @@
 class SPW_CMessage : public SPW_CObject {
 public:
     static constexpr SPW_Result kEmpty = 240;       // the body does not hold the value that was asked for
-    static constexpr SPW_Result kNoRoom = 241;      // a block is larger than the caller's buffer
+    static constexpr SPW_Result kNoRoom = 241;      // a block is larger than the caller's buffer, a body than a packet
     static constexpr SPW_Result kWrongType = 244;   // the last value is of another type
     static constexpr SPW_Result kNotStarted = 245;  // feed() before start()
     static constexpr std::uint32_t kMaximumPacketBody = 65535;
@@ -60,7 +60,8 @@ public:
     // The body as hexadecimal numbers, "[0x1b][0x1]...", for traces.
     SPW_CString dump() const;
 
-    // The packet that carries the body. False, and nothing in `packet`, when the body is above kMaximumPacketBody.
+    // The packet that carries the body. False, and nothing in `packet`, when the body is above kMaximumPacketBody,
+    // which is reported and not kept: the message is as good as before.
     [[nodiscard]] bool toPacket(std::vector<std::uint8_t>& packet) const;
 
     // Begins to receive one packet into this message, which is cleared.

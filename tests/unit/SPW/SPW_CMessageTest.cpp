@@ -317,8 +317,12 @@ TEST(MessagePacketTest, BodyMayHold65535BytesAndNoMore) {
     EXPECT_EQ(packet.size(), 4u + 65535u);
     message.clear();
     message.pushBlock(bytes.data(), 65530);
+    RecordingReporter reporter;
     EXPECT_FALSE(message.toPacket(packet));
     EXPECT_THAT(packet, IsEmpty());
+    EXPECT_THAT(reporter.takeReports(),
+                ElementsAre(IsReport("SPW_CMessage", "toPacket", 241, "The message is too long for a packet")));
+    EXPECT_EQ(message.error(), 0u) << "the message itself is whole";
 }
 
 class ReceiverTest : public testing::Test {

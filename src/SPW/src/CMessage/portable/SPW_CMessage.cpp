@@ -15,6 +15,10 @@ constexpr std::uint8_t kFormatVersion = 1;
 constexpr std::uint8_t kNarrow = 1;
 constexpr std::uint8_t kWide = 2;
 
+void report(SPW_Result code, int line, const char* method, const SPW_CString& text) {
+    SPW_CError::instance->report(kModule, line, kClass, method, code, 0, text, SPW_CError::kOrdinary);
+}
+
 SPW_CString typeText(char typeId) {
     return SPW_CString(static_cast<char16_t>(static_cast<unsigned char>(typeId)));
 }
@@ -176,8 +180,10 @@ SPW_CString SPW_CMessage::dump() const {
 
 bool SPW_CMessage::toPacket(std::vector<std::uint8_t>& packet) const {
     packet.clear();
-    if (m_body.size() > kMaximumPacketBody)
+    if (m_body.size() > kMaximumPacketBody) {
+        report(kNoRoom, __LINE__, "toPacket", u"The message is too long for a packet");
         return false;
+    }
     packet.reserve(kHeaderBytes + m_body.size());
     packet.push_back(kEscape);
     packet.push_back(kFormatVersion);
@@ -277,6 +283,6 @@ bool SPW_CMessage::popSize(std::uint64_t unit, std::uint64_t& bytes) {
 
 bool SPW_CMessage::fail(SPW_Result code, int line, const char* method, const SPW_CString& text) {
     m_error = code;
-    SPW_CError::instance->report(kModule, line, kClass, method, code, 0, text, SPW_CError::kOrdinary);
+    report(code, line, method, text);
     return false;
 }
