@@ -102,6 +102,8 @@ public:
 
     // What joins the parts of a path: a back-slash on Windows, a slash on Linux.
     static char16_t separator();
+    // Every character that ends a directory's name inside a path.
+    static const char16_t* separators();
 
 private:
     struct Search;

@@ -50,6 +50,7 @@ private:
     SPW_CString lossLine(bool withTime) const;
     bool put(const SPW_CString& block);
     void tellLoss(SPW_Result code) const;
+    void splitPath();
     bool isFull();
     SPW_Result rotate();
     void shiftBackups();

@@ -148,4 +148,22 @@ TEST_F(FullLogTest, ADeviceWithoutAMediumIsNotAskedToFlush) {
     EXPECT_TRUE(headed.isFlushable());
 }
 
+TEST(LogFilePosixTest, ColonsAndBackSlashesArePartOfTheNameAndRotateWithIt) {
+    for (const char* name : {"a:b", "a\\b", "x.y:z"}) {
+        const TemporaryFolder folder;
+        RecordingReporter reporter;
+        folder.makeFolder("d:e");
+        SPW_CLogFile log;
+        ASSERT_EQ(log.open(folder.path(std::string("d:e/") + name + ".txt"), u"", u"", u"", 1, 2, false), 0u);
+        SPW_CString line;
+        line.fill(u'x', 1024);
+        EXPECT_EQ(log.writeLine(line, false), 0u);
+        EXPECT_EQ(log.writeLine(line, false), 0u);
+        EXPECT_EQ(folder.read(std::string("d:e/") + name + ".txt"), "");
+        EXPECT_EQ(folder.read(std::string("d:e/") + name + "-1.txt").size(), 1026u) << name;
+        EXPECT_EQ(folder.read(std::string("d:e/") + name + "-2.txt").size(), 1026u) << name;
+        EXPECT_THAT(reporter.reports(), testing::IsEmpty());
+    }
+}
+
 }  // namespace

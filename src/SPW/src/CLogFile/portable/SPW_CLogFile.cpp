@@ -46,9 +46,7 @@ SPW_Result SPW_CLogFile::open(const SPW_CString& path, const SPW_CString& descri
                               const SPW_CString& version, std::uint32_t maximumKilobytes, std::int32_t backups,
                               bool headerWanted) {
     m_path = path;
-    m_directory = path.getDirectory();
-    m_baseName = path.getBaseName();
-    m_extension = path.getExtension();
+    splitPath();
     m_description = description;
     m_application = application;
     m_version = version;
@@ -60,6 +58,17 @@ SPW_Result SPW_CLogFile::open(const SPW_CString& path, const SPW_CString& descri
         writeHeader(description, application, version);
     }
     return result;
+}
+
+// As the operations of the text do it, but by the platform's own separators: the others are characters of a name where
+// it allows them.
+void SPW_CLogFile::splitPath() {
+    const int separator = m_path.lastIndexOfAny(SPW_CDir::separators());
+    const int dot = m_path.lastIndexOfAny(u".");
+    m_directory = m_path.left(separator);
+    m_baseName = m_path.mid(separator + 1, m_path.length());
+    m_baseName.truncate(m_baseName.lastIndexOfAny(u"."));
+    m_extension = dot > separator ? m_path.mid(dot + 1, m_path.length()) : SPW_CString();
 }
 
 void SPW_CLogFile::writeHeader(const SPW_CString& description, const SPW_CString& application,
