@@ -19,6 +19,7 @@ public:
     bool setAttributes(const SPW_CString& path, std::uint32_t attributes) override {
         return m_next->setAttributes(path, attributes);
     }
+    bool isSameEntry(const SPW_CString& a, const SPW_CString& b) override { return m_next->isSameEntry(a, b); }
     bool createDirectory(const SPW_CString& path) override { return m_next->createDirectory(path); }
     bool removeDirectory(const SPW_CString& path) override { return m_next->removeDirectory(path); }
     bool deleteFile(const SPW_CString& path) override { return m_next->deleteFile(path); }
@@ -33,6 +34,7 @@ public:
     bool write(SPW_Handle file, const void* bytes, std::uint32_t size) override {
         return m_next->write(file, bytes, size);
     }
+    bool flush(SPW_Handle file) override { return m_next->flush(file); }
     bool getInfo(SPW_Handle file, Info& info) override { return m_next->getInfo(file, info); }
     bool setTimes(SPW_Handle file, std::uint64_t creation, std::uint64_t lastAccess, std::uint64_t lastWrite) override {
         return m_next->setTimes(file, creation, lastAccess, lastWrite);

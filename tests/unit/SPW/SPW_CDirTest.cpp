@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -194,9 +195,18 @@ protected:
             written.append(begin, begin + size);
             return ++writes != refuseWrite && DirSysForwarder::write(file, bytes, size);
         }
+        bool flush(SPW_Handle file) override {
+            steps += "flush after " + std::to_string(written.size()) + " bytes, ";
+            return !refuseFlush && DirSysForwarder::flush(file);
+        }
         bool close(SPW_Handle file) override { return DirSysForwarder::close(file) && !refuseClose; }
-        bool deleteFile(const SPW_CString& path) override { return !refuseDelete && DirSysForwarder::deleteFile(path); }
+        bool deleteFile(const SPW_CString& path) override {
+            steps += "delete";
+            return !refuseDelete && DirSysForwarder::deleteFile(path);
+        }
         std::string written;
+        std::string steps;
+        bool refuseFlush = false;
         int writes = 0;
         int refuseWrite = 0;  // which write, 1 for the first
         bool refuseAttributes = false;
@@ -226,6 +236,20 @@ TEST_F(WipeTest, OverwritesFromTheStartOfTheFile) {
     EXPECT_EQ(m_folder.read("f"), std::string(1000, '\0'));
     EXPECT_THAT(m_reporter.takeReports(), ElementsAre(testing::Field(&RecordedReport::method, "removeFile"),
                                                       IsReport("SPW_CDir", "wipeFile", 137, "removeFile failed")));
+}
+
+TEST_F(WipeTest, ZerosAreOnTheMediumBeforeTheFileGoes) {
+    m_folder.write("f", std::string(600, 'x'));
+    EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 0u);
+    EXPECT_EQ(m_disk.steps, "flush after 1000 bytes, delete");
+}
+
+TEST_F(WipeTest, ZerosThatTheMediumDoesNotTakeAreReportedAndTheFileStays) {
+    m_folder.write("f", "x");
+    m_disk.refuseFlush = true;
+    EXPECT_EQ(SPW_CDir::wipeFile(path("f")), 132u);
+    EXPECT_TRUE(m_folder.exists("f"));
+    EXPECT_THAT(m_reporter.takeReports(), ElementsAre(IsReport("SPW_CDir", "wipeFile", 132, "write file failed ")));
 }
 
 TEST_F(WipeTest, ReadOnlyFileIsWiped) {
@@ -429,6 +453,18 @@ TEST_F(MoveTest, ExistingTargetStaysUnlessOverwritingIsAllowed) {
     EXPECT_FALSE(m_folder.exists("f"));
 }
 
+TEST_F(MoveTest, FileThatIsMovedOntoItselfStays) {
+    m_folder.makeFolder("d");
+    m_folder.write("f", "x");
+    EXPECT_EQ(SPW_CDir::moveFile(path("f"), path("f"), true, false), 0u);
+    EXPECT_EQ(SPW_CDir::moveFile(path("f"), path("d/../f"), true, true), 0u);
+    EXPECT_EQ(m_folder.read("f"), "x");
+    m_folder.write("d/f", "y");
+    EXPECT_EQ(SPW_CDir::moveFile(path("f"), path("d/f"), true, false), 0u);
+    EXPECT_EQ(m_folder.read("d/f"), "x");
+    EXPECT_FALSE(m_folder.exists("f"));
+}
+
 TEST_F(MoveTest, TargetThatCannotBeRemovedEndsIt) {
     OtherDisk disk;
     disk.refuseDelete = u'g';
@@ -470,6 +506,59 @@ TEST_F(MoveTest, CopyIsRemovedAgainWhenTheSourceCannotBe) {
     EXPECT_EQ(SPW_CDir::moveFile(path("f"), path("g"), false, false), 137u);
     EXPECT_TRUE(m_folder.exists("f"));
     EXPECT_FALSE(m_folder.exists("g"));
+}
+
+// --- What the platform's own move and copy promise ---
+
+TEST_F(DirTest, PlatformsMoveNeverReplacesAndMovesDirectoriesAsWell) {
+    SPW_CDirSys& sys = *SPW_CDirSys::instance;
+    m_folder.write("f", "1");
+    m_folder.write("g", "2");
+    m_folder.makeFolder("d/e");
+    EXPECT_FALSE(sys.move(path("f"), path("g")));
+    EXPECT_EQ(m_folder.read("f"), "1");
+    EXPECT_EQ(m_folder.read("g"), "2");
+    EXPECT_FALSE(sys.move(path("f"), path("d")));
+    EXPECT_FALSE(sys.move(path("missing"), path("h")));
+    EXPECT_TRUE(sys.move(path("f"), path("h")));
+    EXPECT_EQ(m_folder.read("h"), "1");
+    EXPECT_FALSE(m_folder.exists("f"));
+    EXPECT_TRUE(sys.move(path("d"), path("moved")));
+    EXPECT_TRUE(m_folder.exists("moved/e"));
+}
+
+TEST_F(DirTest, PlatformsCopyKeepsBytesAndTimeAndReplacesOnlyWhenItMay) {
+    SPW_CDirSys& sys = *SPW_CDirSys::instance;
+    const std::string bytes(40000, 'x');
+    m_folder.write("f", bytes);
+    m_folder.write("g", std::string(50000, 'y'));
+    const auto longAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(100);
+    std::filesystem::last_write_time(m_folder.native() / "f", longAgo);
+    EXPECT_FALSE(sys.copy(path("f"), path("g"), true));
+    EXPECT_EQ(m_folder.read("g"), std::string(50000, 'y'));
+    EXPECT_TRUE(sys.copy(path("f"), path("g"), false));
+    EXPECT_EQ(m_folder.read("g"), bytes);
+    EXPECT_TRUE(sys.copy(path("f"), path("h"), true));
+    EXPECT_EQ(m_folder.read("h"), bytes);
+    EXPECT_EQ(m_folder.read("f"), bytes);
+    for (const char* name : {"g", "h"}) {
+        const auto difference = std::filesystem::last_write_time(m_folder.native() / name) - longAgo;
+        EXPECT_LT(std::chrono::abs(difference), std::chrono::seconds(3)) << name;
+    }
+    EXPECT_FALSE(sys.copy(path("missing"), path("i"), true));
+    EXPECT_FALSE(m_folder.exists("i"));
+}
+
+TEST_F(DirTest, PlatformsCopyOfADirectoryOrOntoItselfFailsAndHarmsNothing) {
+    SPW_CDirSys& sys = *SPW_CDirSys::instance;
+    m_folder.makeFolder("d");
+    m_folder.write("f", "x");
+    EXPECT_FALSE(sys.copy(path("d"), path("e"), false));
+    EXPECT_FALSE(m_folder.exists("e"));
+    EXPECT_FALSE(sys.copy(path("f"), path("f"), false));
+    EXPECT_EQ(m_folder.read("f"), "x");
+    EXPECT_FALSE(sys.copy(path("f"), path("d"), false));
+    EXPECT_TRUE(m_folder.exists("d"));
 }
 
 // --- Searches ---

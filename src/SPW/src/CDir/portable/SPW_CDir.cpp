@@ -122,6 +122,10 @@ SPW_Result writeZeros(SPW_Handle file, std::uint64_t size) {
             status = report(__LINE__, "wipeFile", SPW_CDir::kWriteFailed, u"write file failed ");
         }
     }
+    // A file that is removed with its zeros still in memory leaves the old bytes on the medium.
+    if (status == 0 && !sys().flush(file)) {
+        status = report(__LINE__, "wipeFile", SPW_CDir::kWriteFailed, u"write file failed ");
+    }
     return status;
 }
 
@@ -331,6 +335,9 @@ SPW_Result SPW_CDir::moveFile(const SPW_CString& from, const SPW_CString& to, bo
         if (!overwrite) {
             return report(__LINE__, "moveFile", kTargetExists, SPW_CString());
         }
+        if (sys().isSameEntry(from, to)) {
+            return 0;  // removing the target would remove what is to be moved
+        }
         const SPW_Result status = removeFile(to);
         if (status != 0) {
             return status;
@@ -418,6 +425,10 @@ SPW_Result SPW_CDir::findClose() {
 
 char16_t SPW_CDir::separator() {
     return sys().separator();
+}
+
+const char16_t* SPW_CDir::separators() {
+    return sys().separators();
 }
 
 void SPW_CDir::closeSearch() {

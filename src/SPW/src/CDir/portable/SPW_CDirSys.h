@@ -6,7 +6,8 @@
 #include "SPW_Types.h"
 
 // What SPW_CDir needs of a platform's file system. Any thread may call every operation; none keeps a reference to an
-// argument. An operation that answers false or null leaves its reason in SPW_CSysError::last() of the calling thread.
+// argument. A name that a search has found names its file in a path, whatever bytes the platform keeps for it.
+// An operation that answers false or null leaves its reason in SPW_CSysError::last() of the calling thread.
 //
 // Attributes are the Windows bits below. Times are counts of 100-ns units since 1 January 1601 (UTC).
 class SPW_CDirSys : public SPW_CObject {
@@ -44,6 +45,8 @@ public:
     virtual bool getAttributes(const SPW_CString& path, std::uint32_t& attributes) = 0;
     virtual bool setAttributes(const SPW_CString& path, std::uint32_t attributes) = 0;
     // One directory; its parent must exist.
+    // Whether both are one name of one file in one directory, however they are written. False where either is missing.
+    virtual bool isSameEntry(const SPW_CString& a, const SPW_CString& b) = 0;
     virtual bool createDirectory(const SPW_CString& path) = 0;
     // An empty directory, or a link to a directory.
     virtual bool removeDirectory(const SPW_CString& path) = 0;
@@ -62,6 +65,8 @@ public:
     virtual bool getSize(SPW_Handle file, std::uint64_t& bytes) = 0;
     // All of the bytes or false.
     virtual bool write(SPW_Handle file, const void* bytes, std::uint32_t size) = 0;
+    // What was written is on the medium.
+    virtual bool flush(SPW_Handle file) = 0;
     virtual bool getInfo(SPW_Handle file, Info& info) = 0;
     virtual bool setTimes(SPW_Handle file, std::uint64_t creation, std::uint64_t lastAccess,
                           std::uint64_t lastWrite) = 0;

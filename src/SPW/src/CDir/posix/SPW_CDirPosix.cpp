@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "../../CFile/posix/SPW_CFileLockPosix.h"
+#include "../../CFile/posix/SPW_CFileRightsPosix.h"
 #include "../../CSysError/posix/SPW_CSysErrorPosix.h"
 #include "SPW_CClock.h"
 #include "SPW_CDirSys.h"
@@ -74,9 +75,64 @@ std::uint32_t attributesOf(mode_t mode, const char* name) {
     return attributes == 0 ? std::uint32_t(SPW_CDirSys::kNormal) : attributes;
 }
 
+// Names are bytes here, and those that are not UTF-8 have to be found, opened and removed like any other. In our texts
+// such a byte stands as a lone half of a surrogate pair, which no name that is UTF-8 brings forth.
+constexpr char16_t kFirstByte = 0xDC80;
+constexpr char16_t kLastByte = 0xDCFF;
+
+bool isHigh(char16_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+
+bool standsForByte(const SPW_CString& text, int index) {
+    const char16_t unit = text.text()[index];
+    return unit >= kFirstByte && unit <= kLastByte && (index == 0 || !isHigh(text.text()[index - 1]));
+}
+
+std::string bytesOf(const SPW_CString& text, int begin, int end) {
+    SPW_CString piece = text.mid(begin, end - begin);
+    return piece.toAnsi();
+}
+
+std::string pathOf(const SPW_CString& text) {
+    std::string path;
+    int begin = 0;
+    for (int i = 0; i < text.length(); ++i) {
+        if (standsForByte(text, i)) {
+            path += bytesOf(text, begin, i);
+            path += static_cast<char>(text.text()[i] & 0xFF);
+            begin = i + 1;
+        }
+    }
+    return path + bytesOf(text, begin, text.length());
+}
+
+// The longest start of the bytes that is UTF-8 goes over as it is, then one byte for itself.
+SPW_CString nameOf(const std::string& bytes) {
+    SPW_CString name;
+    std::size_t begin = 0;
+    while (begin < bytes.size()) {
+        std::size_t size = bytes.size() - begin;
+        while (size > 0 && pathOf(SPW_CString(bytes.substr(begin, size).c_str())) != bytes.substr(begin, size)) {
+            --size;
+        }
+        name += SPW_CString(bytes.substr(begin, size).c_str());
+        begin += size;
+        if (begin < bytes.size()) {
+            name += static_cast<char16_t>(0xDC00 | static_cast<unsigned char>(bytes[begin++]));
+        }
+    }
+    return name;
+}
+
 const char* lastPart(const char* path) {
     const char* slash = strrchr(path, '/');
     return slash == nullptr ? path : slash + 1;
+}
+
+std::string folderOf(const std::string& path) {
+    const std::string folder = SPW_CFileRightsPosix::folderOf(path);
+    return folder.empty() ? "." : folder;
 }
 
 // What a link points at, marked as a link; the link itself where it points at nothing, so that it can be removed.
@@ -125,10 +181,10 @@ struct OpenFile {
 };
 
 SPW_Handle openFile(const SPW_CString& path, int flags) {
-    const char* name = path.toAnsi();
-    const int descriptor = open(name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const std::string name = pathOf(path);
+    const int descriptor = open(name.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) {
-        (void)failAt(name);
+        (void)failAt(name.c_str());
         return nullptr;
     }
     struct stat status;
@@ -137,7 +193,7 @@ SPW_Handle openFile(const SPW_CString& path, int flags) {
         (void)fail(EACCES);
         return nullptr;
     }
-    return new OpenFile{descriptor, lastPart(name)};
+    return new OpenFile{descriptor, lastPart(name.c_str())};
 }
 
 bool writeAll(int descriptor, const char* bytes, size_t size) {
@@ -218,7 +274,7 @@ bool readNames(const SPW_CString& pattern, Search& search) {
         return failAt(path.c_str());
     }
     while (const dirent* entry = readdir(directory)) {
-        if (SPW_MatchesFindPattern(SPW_CString(entry->d_name), pattern)) {
+        if (SPW_MatchesFindPattern(nameOf(entry->d_name), pattern)) {
             search.names.emplace_back(entry->d_name);
         }
     }
@@ -236,7 +292,7 @@ bool nextFound(Search& search, SPW_CDirSys::Found& found, SPW_Result codeAtEnd) 
         if (statFollowing((search.directory + "/" + name).c_str(), status, link)) {
             fillInfo(found, status, name.c_str());
             found.attributes |= link;
-            found.name = SPW_CString(name.c_str());
+            found.name = nameOf(name);
             return true;
         }
     }
@@ -252,59 +308,71 @@ public:
     bool getAttributes(const SPW_CString& path, std::uint32_t& attributes) override {
         struct statx status;
         std::uint32_t link = 0;
-        if (!statFollowing(path.toAnsi(), status, link)) {
+        const std::string name = pathOf(path);
+        if (!statFollowing(name.c_str(), status, link)) {
             return false;
         }
-        attributes = attributesOf(status.stx_mode, lastPart(path.toAnsi())) | link;
+        attributes = attributesOf(status.stx_mode, lastPart(name.c_str())) | link;
         return true;
     }
 
     // Read-only is all that Linux can keep of the attributes.
     bool setAttributes(const SPW_CString& path, std::uint32_t attributes) override {
-        const char* name = path.toAnsi();
+        const std::string name = pathOf(path);
         struct stat status;
-        if (stat(name, &status) != 0) {
-            return failAt(name);
+        if (stat(name.c_str(), &status) != 0) {
+            return failAt(name.c_str());
         }
         const mode_t writers = S_IWUSR | S_IWGRP | S_IWOTH;
         const mode_t old = status.st_mode & 07777;
         const mode_t wanted = (attributes & kReadOnly) != 0 ? old & ~writers : old | S_IWUSR;
-        return wanted == old || succeeded(chmod(name, wanted));
+        return wanted == old || succeeded(chmod(name.c_str(), wanted));
+    }
+
+    bool isSameEntry(const SPW_CString& a, const SPW_CString& b) override {
+        const std::string first = pathOf(a);
+        const std::string second = pathOf(b);
+        struct stat one;
+        struct stat other;
+        return strcmp(lastPart(first.c_str()), lastPart(second.c_str())) == 0 && lstat(first.c_str(), &one) == 0 &&
+               lstat(second.c_str(), &other) == 0 && one.st_ino == other.st_ino &&
+               stat(folderOf(first).c_str(), &one) == 0 && stat(folderOf(second).c_str(), &other) == 0 &&
+               one.st_dev == other.st_dev && one.st_ino == other.st_ino;
     }
 
     bool createDirectory(const SPW_CString& path) override {
-        const char* name = path.toAnsi();
-        return succeededAt(name, mkdir(name, 0777));
+        const std::string name = pathOf(path);
+        return SPW_CFileRightsPosix::makeFolder(name, 0777) || failAt(name.c_str());
     }
 
     bool removeDirectory(const SPW_CString& path) override {
-        const char* name = path.toAnsi();
-        if (rmdir(name) == 0) {
+        const std::string name = pathOf(path);
+        if (rmdir(name.c_str()) == 0) {
             return true;
         }
         struct stat status;
-        if (errno == ENOTDIR && lstat(name, &status) == 0 && S_ISLNK(status.st_mode)) {
-            return succeeded(unlink(name));
+        if (errno == ENOTDIR && lstat(name.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
+            return succeeded(unlink(name.c_str()));
         }
-        return failAt(name);
+        return failAt(name.c_str());
     }
 
     bool deleteFile(const SPW_CString& path) override {
-        const char* name = path.toAnsi();
-        return succeededAt(name, unlink(name));
+        const std::string name = pathOf(path);
+        return succeededAt(name.c_str(), unlink(name.c_str()));
     }
 
     bool deleteUnusedFile(const SPW_CString& path) override {
-        char* const file = realpath(path.toAnsi(), nullptr);
-        const bool isDeleted = file != nullptr ? deleteUnused(file) : errno == ENOENT || failAt(path.toAnsi());
+        const std::string name = pathOf(path);
+        char* const file = realpath(name.c_str(), nullptr);
+        const bool isDeleted = file != nullptr ? deleteUnused(file) : errno == ENOENT || failAt(name.c_str());
         free(file);
         return isDeleted;
     }
 
     bool move(const SPW_CString& from, const SPW_CString& to) override {
-        // Copies: both may be the same string, whose next toAnsi() takes the first one's result away.
-        const std::string source = from.toAnsi();
-        const std::string target = to.toAnsi();
+        const std::string source = pathOf(from);
+        const std::string target = pathOf(to);
         if (renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
             return true;
         }
@@ -320,10 +388,11 @@ public:
     }
 
     bool copy(const SPW_CString& from, const SPW_CString& to, bool failIfExists) override {
-        const char* name = from.toAnsi();
-        const int source = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        const std::string name = pathOf(from);
+        const std::string copied = pathOf(to);
+        const int source = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
         if (source < 0) {
-            return failAt(name);
+            return failAt(name.c_str());
         }
         struct stat status;
         struct stat target;
@@ -332,11 +401,11 @@ public:
             done = fail(errno);
         } else if (!S_ISREG(status.st_mode)) {
             done = fail(EACCES);
-        } else if (stat(to.toAnsi(), &target) == 0 && target.st_dev == status.st_dev &&
+        } else if (stat(copied.c_str(), &target) == 0 && target.st_dev == status.st_dev &&
                    target.st_ino == status.st_ino) {
             done = fail(EBUSY);  // opening the target would empty the source
         } else {
-            done = copyOpened(source, status, to.toAnsi(), failIfExists);
+            done = copyOpened(source, status, copied.c_str(), failIfExists);
         }
         ::close(source);
         return done;
@@ -357,6 +426,8 @@ public:
     bool write(SPW_Handle file, const void* bytes, std::uint32_t size) override {
         return writeAll(static_cast<OpenFile*>(file)->descriptor, static_cast<const char*>(bytes), size);
     }
+
+    bool flush(SPW_Handle file) override { return succeeded(fsync(static_cast<OpenFile*>(file)->descriptor)); }
 
     bool getInfo(SPW_Handle file, Info& info) override {
         const OpenFile& opened = *static_cast<OpenFile*>(file);
@@ -384,7 +455,7 @@ public:
     SPW_Handle findFirst(const SPW_CString& pattern, Found& found) override {
         const int slash = pattern.findLast(u'/');
         Search* search = new Search;
-        search->directory = slash < 0 ? "." : slash == 0 ? "/" : pattern.left(slash).toAnsi();
+        search->directory = slash < 0 ? "." : slash == 0 ? "/" : pathOf(pattern.left(slash));
         if (readNames(pattern.mid(slash + 1, pattern.length() - slash - 1), *search) &&
             nextFound(*search, found, kSysFileNotFound)) {
             return search;

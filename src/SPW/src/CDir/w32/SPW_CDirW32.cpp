@@ -59,6 +59,12 @@ SPW_Handle orFailed(SPW_Handle file) {
     return file != nullptr || succeeded(false) ? file : nullptr;
 }
 
+bool getIdentity(const SPW_CString& path, BY_HANDLE_FILE_INFORMATION& data) {
+    const SPW_Handle file = openExisting(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    const bool known = file != nullptr && GetFileInformationByHandle(file, &data);
+    return (file == nullptr || CloseHandle(file)) && known;
+}
+
 class DirSysW32 : public SPW_CDirSys {
 public:
     constexpr DirSysW32() = default;
@@ -77,6 +83,16 @@ public:
 
     bool setAttributes(const SPW_CString& path, std::uint32_t attributes) override {
         return succeeded(SetFileAttributesW(SPW_ToWide(path.text()), attributes));
+    }
+
+    // A handheld's files have one name each; elsewhere a second name of a file counts as the same one, which loses
+    // nothing.
+    bool isSameEntry(const SPW_CString& a, const SPW_CString& b) override {
+        BY_HANDLE_FILE_INFORMATION first;
+        BY_HANDLE_FILE_INFORMATION second;
+        return getIdentity(a, first) && getIdentity(b, second) &&
+               first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
+               first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
     }
 
     bool createDirectory(const SPW_CString& path) override {
@@ -126,6 +142,8 @@ public:
         DWORD written = 0;
         return succeeded(WriteFile(file, bytes, size, &written, nullptr)) && written == size;
     }
+
+    bool flush(SPW_Handle file) override { return succeeded(FlushFileBuffers(file)); }
 
     bool getInfo(SPW_Handle file, Info& info) override {
         BY_HANDLE_FILE_INFORMATION data;
