@@ -41,6 +41,14 @@ std::vector<char> serialised(const SPW_CRegistryText& text) {
     return bytes;
 }
 
+bool isUtf16(const std::vector<char>& bytes) {
+    return bytes.size() >= 2 && bytes[0] == '\xFF' && bytes[1] == '\xFE';
+}
+
+bool sameEncoding(const std::vector<char>& a, const std::vector<char>& b) {
+    return isUtf16(a) == isUtf16(b);
+}
+
 void requireReadBackSame(const SPW_CRegistryText& text) {
     const std::vector<char> bytes = serialised(text);
     SPW_CRegistryText again(kHive);
@@ -104,9 +112,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         requireReadBackSame(fresh);
         // And the same edits on the text as it came, comments and all.
         SPW_CRegistryText edited(text);
-        require(edited.createKey(u"new] key\\below") == 0, "a key can be added");
-        require(edited.setValue(u"new] key", u"v", SPW_CRegistryText::kSz, u"x", 4) == 0, "a value can be added");
+        require(edited.createKey(u"new] key") != 0, "no key's name holds what ends it");
+        require(edited.createKey(u"new [key\\below") == 0, "a key can be added");
+        require(edited.setValue(u"new [key", u"v", SPW_CRegistryText::kSz, u"x", 4) == 0, "a value can be added");
+        require(edited.setValue(u"new [key", u"two\r\nlines", SPW_CRegistryText::kSz, u"x", 4) == 0,
+                "a name may go over two lines");
+        for (const std::uint32_t type : {SPW_CRegistryText::kExpandSz, SPW_CRegistryText::kMultiSz}) {
+            // In a file of the older kind these are of 8-bit characters, whatever the text.
+            require(edited.setValue(u"new [key", SPW_CString(static_cast<int>(type)), type, u"\xE4\xD83D\xDE00\xD800\0",
+                                    10) == 0,
+                    "a text of 16-bit characters can be added");
+        }
         requireReadBackSame(edited);
+        require(sameEncoding(serialised(edited), bytes), "a text stays in its encoding");
         removeBelow(edited, SPW_CString());
         requireReadBackSame(edited);
     }

@@ -162,9 +162,73 @@ TEST_F(RegistryTextTest, KeyThatStandsTwiceIsOneAndTheLastOfTwoValuesCounts) {
     EXPECT_EQ(units(value(u"a", u"x")), "3|");
 }
 
-TEST_F(RegistryTextTest, KeyNamesMayHoldBracketsAndSemicolons) {
-    parse("[HKEY_CURRENT_USER\\a[1]]\n[HKEY_CURRENT_USER\\b;c]\n[HKEY_CURRENT_USER\\d] ; [e]\n");
-    EXPECT_THAT(subKeys(SPW_CRegistryText::kRoot), ElementsAre("a[1]", "b;c", "d"));
+TEST_F(RegistryTextTest, KeyNamesMayHoldOpeningBracketsAndSemicolonsAndEndAtTheFirstClosingBracket) {
+    parse("[HKEY_CURRENT_USER\\a[1]\n[HKEY_CURRENT_USER\\b;c]\n[HKEY_CURRENT_USER\\d] ; [e]\n");
+    EXPECT_THAT(subKeys(SPW_CRegistryText::kRoot), ElementsAre("a[1", "b;c", "d"));
+    EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\a[1]]\n"), "1: a key's name cannot hold a closing bracket");
+    EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\a]b]\n"), "1: a key's name cannot hold a closing bracket");
+}
+
+// As registry editors export: two bytes a character, the low one first, behind a mark.
+std::string utf16(std::u16string_view text) {
+    std::string bytes = "\xFF\xFE";
+    for (const char16_t unit : text) {
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return bytes;
+}
+
+TEST_F(RegistryTextTest, ExportedFileIsReadAndWrittenInItsOwnEncoding) {
+    const std::u16string head = u"Windows Registry Editor Version 5.00\r\n\r\n; \xE4\xD83D\xDE00\xDC00\r\n";
+    parse(utf16(head + u"[HKEY_CURRENT_USER\\\xE4]\r\n\"\xD800\"=\"\xD83D\xDE00\"\r\n"));
+    EXPECT_EQ(written(), utf16(head + u"[HKEY_CURRENT_USER\\\xE4]\r\n\"\xD800\"=\"\xD83D\xDE00\"\r\n"));
+    EXPECT_THAT(bytes(m_text.value(key(u"\xE4"), 0)), ElementsAre(0x3D, 0xD8, 0x00, 0xDE, 0, 0));
+    EXPECT_EQ(setText(u"\xE4", u"new", u"\x20AC"), 0u);
+    EXPECT_EQ(written(),
+              utf16(head + u"[HKEY_CURRENT_USER\\\xE4]\r\n\"\xD800\"=\"\xD83D\xDE00\"\r\n\"new\"=\"\x20AC\"\r\n"));
+    EXPECT_EQ(problemOf(utf16(u"[HKEY_CURRENT_USER\\a]\r\nx\r\n")), "2: neither a key, a value nor a comment");
+}
+
+TEST_F(RegistryTextTest, ExportedFileThatIsCutOffInsideACharacterIsRefused) {
+    const std::string whole = utf16(u"[HKEY_CURRENT_USER\\a]\n\"x\"=\"1\"\n");
+    EXPECT_EQ(problemOf(whole), "accepted");
+    EXPECT_EQ(problemOf(whole.substr(0, whole.size() - 1)), "2: the file ends inside a character");
+    EXPECT_EQ(problemOf("\xFF\xFE"), "accepted");
+}
+
+TEST_F(RegistryTextTest, TextsOfTheOlderKindAreOfEightBitCharacters) {
+    parse("REGEDIT4\n[HKEY_CURRENT_USER\\a]\n\"l\"=hex(7):61,00,c3,a4,00,00\n\"e\"=hex(2):25,00\n\"b\"=hex:61,00\n");
+    EXPECT_EQ(units(value(u"a", u"l")), "a|\xC3\xA4||");
+    EXPECT_THAT(bytes(value(u"a", u"e")), ElementsAre(0x25, 0, 0, 0));
+    EXPECT_THAT(bytes(value(u"a", u"b")), ElementsAre(0x61, 0));
+    EXPECT_EQ(m_text.setValue(u"a", u"n", SPW_CRegistryText::kMultiSz, u"\xE4", 4), 0u);
+    EXPECT_EQ(m_text.setValue(u"a", u"l", SPW_CRegistryText::kMultiSz, u"b", 4), 0u);
+    EXPECT_EQ(m_text.setValue(u"a", u"b", SPW_CRegistryText::kBinary, u"b", 4), 0u);
+    EXPECT_EQ(written(),
+              "REGEDIT4\n[HKEY_CURRENT_USER\\a]\n\"l\"=hex(7):62,00\n\"e\"=hex(2):25,00\n\"b\"=hex:62,00,00,00\n"
+              "\"n\"=hex(7):c3,a4,00\n");
+    EXPECT_EQ(m_text.setValue(u"a", u"n", SPW_CRegistryText::kMultiSz, u"\xE4", 3), 87u);
+    parse("Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\a]\n\"l\"=hex(7):61,00,00,00\n");
+    EXPECT_EQ(units(value(u"a", u"l")), "a|");
+}
+
+TEST_F(RegistryTextTest, TextsMayGoOverSeveralLines) {
+    const std::string text = "[HKEY_CURRENT_USER\\a]\r\n\"two\r\nlines\"=\"1\n\r\n2\" ; tail\r\n\"x\"=\"3\"\r\n";
+    parse(text);
+    EXPECT_EQ(units(value(u"a", u"two\r\nlines")), "1\n\r\n2|");
+    EXPECT_EQ(units(value(u"a", u"x")), "3|");
+    EXPECT_EQ(written(), text);
+    EXPECT_EQ(setText(u"a", u"two\r\nlines", u"4"), 0u);
+    EXPECT_EQ(written(), "[HKEY_CURRENT_USER\\a]\r\n\"two\r\nlines\"=\"4\" ; tail\r\n\"x\"=\"3\"\r\n");
+    EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\a]\n\"x\"=\"1\n\n2\"\n?\n"), "5: neither a key, a value nor a comment");
+}
+
+TEST_F(RegistryTextTest, TextThatHasLostItsEndIsNamedWhereItBegins) {
+    const std::string key = "[HKEY_CURRENT_USER\\a]\n";
+    EXPECT_EQ(problemOf(key + "\"x\"=\"1\n\"y\"=\"2\"\n"), "2: the closing quotation mark is missing");
+    EXPECT_EQ(problemOf(key + "\"x\"=\"1\"\n\"y\"=\"2\n\n"), "3: the closing quotation mark is missing");
+    EXPECT_EQ(problemOf(key + "\"x=\"1\"\n\"y\"=\"2\"\n"), "2: the value's \"=\" is missing");
 }
 
 TEST_F(RegistryTextTest, CharactersBeyondTheBasicPlaneSurvive) {
@@ -192,7 +256,7 @@ TEST_F(RegistryTextTest, ExampleOfTheManualIsUnderstood) {
 
 TEST_F(RegistryTextTest, EveryMistakeIsNamedWithItsLine) {
     const std::string key = "[HKEY_CURRENT_USER\\a]\n";
-    EXPECT_EQ(problemOf("\xFF\xFEW"), "1: the file is UTF-16; save it as UTF-8");
+    EXPECT_EQ(problemOf("\xFE\xFFW"), "1: the file is UTF-16 with the high byte first; save it as UTF-8");
     EXPECT_EQ(problemOf("\n\nhello\n"), "3: neither a key, a value nor a comment");
     EXPECT_EQ(problemOf(key + "REGEDIT4\n"), "2: neither a key, a value nor a comment");
     EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\a\n"), "1: the key's closing bracket is missing");
@@ -200,7 +264,7 @@ TEST_F(RegistryTextTest, EveryMistakeIsNamedWithItsLine) {
     EXPECT_EQ(problemOf("[HKEY_LOCAL_MACHINE\\a]\n"), "1: the key is not one of this hive");
     EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\]\n"), "1: a part of the key's path is empty");
     EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\a\\\\b]\n"), "1: a part of the key's path is empty");
-    EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\a] b\n"), "1: the key's closing bracket is missing");
+    EXPECT_EQ(problemOf("[HKEY_CURRENT_USER\\a] b\n"), "1: a key's name cannot hold a closing bracket");
     EXPECT_EQ(problemOf("\"x\"=\"1\"\n"), "1: a value before the first key");
     EXPECT_EQ(problemOf(key + "\"x\n"), "2: the closing quotation mark is missing");
     EXPECT_EQ(problemOf(key + "\"x\" \"1\"\n"), "2: the value's \"=\" is missing");
@@ -222,6 +286,9 @@ TEST_F(RegistryTextTest, EveryMistakeIsNamedWithItsLine) {
     EXPECT_EQ(problemOf(key + "\"\xC0\x80\"=\"1\"\n"), "2: the line is not UTF-8");
     EXPECT_EQ(problemOf(key + "\"\xE0\x80\x80\"=\"1\"\n"), "2: the line is not UTF-8");
     EXPECT_EQ(problemOf(key + "\"\xF4\x90\x80\x80\"=\"1\"\n"), "2: the line is not UTF-8");
+    EXPECT_EQ(problemOf("REGEDIT4\n" + key + "\"x\"=hex(2):e4\n"),
+              "3: under \"REGEDIT4\" the bytes of a text must be UTF-8");
+    EXPECT_EQ(problemOf(key + "\"x\r\"=\"1\"\n"), "2: a control character inside a name or a text");
     EXPECT_EQ(problemOf(key + std::string("\"x\0\"=\"1\"\n", 9)), "2: a control character inside a name or a text");
 }
 
@@ -274,6 +341,13 @@ TEST_F(RegistryTextTest, EqualValueChangesNothing) {
     parse("[HKEY_CURRENT_USER\\a]\n\"x\" = \"1\"\n");
     EXPECT_EQ(setText(u"a", u"X", u"1"), 0u);
     EXPECT_FALSE(m_text.isChanged());
+}
+
+TEST_F(RegistryTextTest, EqualBytesOfAnotherTypeAreAnotherValue) {
+    parse("[HKEY_CURRENT_USER\\a]\n\"x\"=\"1\"\n");
+    EXPECT_EQ(m_text.setValue(u"a", u"x", SPW_CRegistryText::kBinary, u"1", 4), 0u);
+    EXPECT_TRUE(m_text.isChanged());
+    EXPECT_EQ(written(), "[HKEY_CURRENT_USER\\a]\n\"x\"=hex:31,00,00,00\n");
 }
 
 TEST_F(RegistryTextTest, NewValueGoesBehindTheLastOfItsKey) {
@@ -390,10 +464,11 @@ TEST_F(RegistryTextTest, HalfOfASurrogatePairSurvives) {
 
 TEST_F(RegistryTextTest, NamesThatTheFormatCannotHoldAreRefused) {
     EXPECT_EQ(m_text.createKey(u"a\nb"), kSysInvalidParameter);
-    EXPECT_EQ(m_text.createKey(u"a] ;b"), kSysInvalidParameter);
+    EXPECT_EQ(m_text.createKey(u"a]b"), kSysInvalidParameter);
     EXPECT_EQ(m_text.createKey(SPW_CString(std::u16string(256, u'k').c_str())), kSysInvalidParameter);
     EXPECT_EQ(m_text.createKey(u"a"), 0u);
-    EXPECT_EQ(setText(u"a", u"x\ny", u"1"), kSysInvalidParameter);
+    EXPECT_EQ(setText(u"a", u"x\ry", u"1"), kSysInvalidParameter);
+    EXPECT_EQ(setText(u"a", u"x\r", u"1"), kSysInvalidParameter);
     EXPECT_EQ(setText(u"b", u"x", u"1"), kSysFileNotFound);
     EXPECT_EQ(written(), std::string(kHeader) + "[HKEY_CURRENT_USER\\a]\n");
 }

@@ -4,10 +4,13 @@
 #include <utility>
 
 #include "SPW_CLetterCase.h"
+#include "SPW_CRegistryEncoding.h"
 #include "SPW_CRegistryTextParser.h"
 #include "SPW_CSysError.h"
 
 namespace {
+
+constexpr std::string_view kUtf16Mark = "\xFF\xFE";
 
 std::u16string_view view(const SPW_CString& text) {
     return {text.text(), static_cast<std::size_t>(text.length())};
@@ -39,19 +42,15 @@ std::u16string_view takePart(std::u16string_view& path) {
     return part;
 }
 
-bool hasLineBreak(std::u16string_view text) {
-    return text.find_first_of(std::u16string_view(u"\r\n\0", 3)) != std::u16string_view::npos;
+bool canBeKeyName(std::u16string_view name) {
+    return name.size() <= static_cast<std::size_t>(SPW_CRegistryText::kKeyNameLimit) &&
+           name.find_first_of(std::u16string_view(u"]\r\n\0", 4)) == std::u16string_view::npos;
 }
 
-// Whether the name would be read back as it is: see how the parser finds the end of a key.
-bool canBeKeyName(std::u16string_view name) {
-    if (name.size() > static_cast<std::size_t>(SPW_CRegistryText::kKeyNameLimit) || hasLineBreak(name)) {
-        return false;
-    }
-    std::size_t comment = name.find(u';');
-    for (; comment != std::u16string_view::npos; comment = name.find(u';', comment + 1)) {
-        const std::size_t before = name.substr(0, comment).find_last_not_of(u" \t");
-        if (before != std::u16string_view::npos && name[before] == u']') {
+// Line breaks may stand between quotation marks, but not half of one.
+bool canBeQuoted(std::u16string_view name) {
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name[i] == 0 || (name[i] == u'\r' && (i + 1 == name.size() || name[i + 1] != u'\n'))) {
             return false;
         }
     }
@@ -107,8 +106,21 @@ bool SPW_CRegistryText::parse(const char* bytes, std::size_t size, Problem& prob
         problem = {0, u"the file is too large"};
         return false;
     }
-    m_bytes.assign(bytes, bytes + size);
-    if (!Parser(*this, std::string_view(bytes, size), problem).run()) {
+    m_isUtf16 = std::string_view(bytes, size).substr(0, kUtf16Mark.size()) == kUtf16Mark;
+    if (m_isUtf16) {
+        std::vector<char16_t> units;
+        SPW_CRegistryEncoding::appendUnitsOfBytes(units, bytes + kUtf16Mark.size(), size - kUtf16Mark.size());
+        SPW_CRegistryEncoding::appendUtf8(m_bytes, {units.data(), units.size()});
+    } else {
+        m_bytes.assign(bytes, bytes + size);
+    }
+    bool good = Parser(*this, std::string_view(m_bytes.data(), m_bytes.size()), problem).run();
+    if (good && m_isUtf16 && size % 2 != 0) {
+        problem = {static_cast<std::uint32_t>(std::count(m_bytes.begin(), m_bytes.end(), '\n')) + 1,
+                   u"the file ends inside a character"};
+        good = false;
+    }
+    if (!good) {
         clear();
         return false;
     }
@@ -122,6 +134,12 @@ void SPW_CRegistryText::serialise(std::vector<char>& result) const {
         const std::string_view raw = bytes(item.raw);
         result.insert(result.end(), raw.begin(), raw.end());
     }
+    if (m_isUtf16) {
+        std::vector<char16_t> units;
+        (void)SPW_CRegistryEncoding::appendUnits(units, std::string_view(result.data(), result.size()));  // is UTF-8
+        result.assign(kUtf16Mark.begin(), kUtf16Mark.end());
+        SPW_CRegistryEncoding::appendBytesOfUnits(result, {units.data(), units.size()});
+    }
 }
 
 void SPW_CRegistryText::clear() {
@@ -130,6 +148,8 @@ void SPW_CRegistryText::clear() {
     m_data.clear();
     m_items.clear();
     m_crLf = false;
+    m_isUtf16 = false;
+    m_isOldFormat = false;
     m_changed = false;
     buildIndex();
 }
@@ -363,7 +383,7 @@ SPW_Result SPW_CRegistryText::setValue(const SPW_CString& path, const SPW_CStrin
     if (key == kNotFound) {
         return kSysFileNotFound;
     }
-    if (hasLineBreak(view(name))) {
+    if (!canBeQuoted(view(name)) || (isNarrow(type) && size % 2 != 0)) {
         return kSysInvalidParameter;
     }
     const int index = findValue(key, name);

@@ -8,7 +8,8 @@
 #include "SPW_CString.h"
 #include "SPW_Types.h"
 
-// One registry hive as a text in the format that registry editors export, in UTF-8.
+// One registry hive as a text in the format that registry editors export: in UTF-8, or in UTF-16LE with a byte order
+// mark, in which a text that was read so is written again.
 //
 // The text is kept line by line as it was written: comments, blank lines, the order and the spelling of everything that
 // an edit does not touch survive in serialise(). docs/hive-files.md describes the format for those who write it.
@@ -68,7 +69,8 @@ public:
     SPW_Result createKey(const SPW_CString& path);
     // Code 2 for a key that does not exist, 5 for one that has subkeys and for the hive itself.
     SPW_Result deleteKey(const SPW_CString& path);
-    // Codes 2 for a key that does not exist and 87 as above.
+    // Codes 2 for a key that does not exist and 87 as above, also for data that a text of the older format ("REGEDIT4")
+    // cannot hold.
     SPW_Result setValue(const SPW_CString& path, const SPW_CString& name, std::uint32_t type, const void* data,
                         std::uint32_t size);
     // Code 2 when there is no such key or value.
@@ -113,6 +115,8 @@ private:
         std::vector<int> m_slots;
     };
 
+    // Whether hex data of the type are a text of 8-bit characters in this file.
+    bool isNarrow(std::uint32_t type) const { return m_isOldFormat && (type == kExpandSz || type == kMultiSz); }
     static std::size_t at(int number) { return static_cast<std::size_t>(number); }
     std::u16string_view units(Range range) const { return {m_units.data() + range.begin, range.size}; }
     std::string_view bytes(Range range) const { return {m_bytes.data() + range.begin, range.size}; }
@@ -137,11 +141,13 @@ private:
     const char16_t* newLine() const { return m_crLf ? u"\r\n" : u"\n"; }
 
     SPW_CString m_hive;
-    std::vector<char> m_bytes;
+    std::vector<char> m_bytes;  // UTF-8
     std::vector<char16_t> m_units;
     std::vector<std::uint8_t> m_data;
     std::vector<Item> m_items;
     bool m_crLf = false;
+    bool m_isUtf16 = false;
+    bool m_isOldFormat = false;
     bool m_changed = false;
 
     std::vector<Node> m_nodes;

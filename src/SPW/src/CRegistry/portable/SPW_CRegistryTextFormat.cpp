@@ -1,43 +1,14 @@
+#include "SPW_CRegistryEncoding.h"
 #include "SPW_CRegistryText.h"
 
 // How values are written: as registry editors export them.
 
 namespace {
 
+using SPW_CRegistryEncoding::appendUtf8;
+
 // Hex values are broken so that no line is longer.
 constexpr std::size_t kLineWidth = 80;
-
-// Half of a surrogate pair that stands alone is written like any other character, so that it is read back as it was.
-void appendUtf8(std::vector<char>& bytes, std::uint32_t character) {
-    const auto add = [&bytes](std::uint32_t byte) { bytes.push_back(static_cast<char>(byte)); };
-    if (character < 0x80) {
-        add(character);
-    } else if (character < 0x800) {
-        add(0xC0 | character >> 6);
-        add(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        add(0xE0 | character >> 12);
-        add(0x80 | (character >> 6 & 0x3F));
-        add(0x80 | (character & 0x3F));
-    } else {
-        add(0xF0 | character >> 18);
-        add(0x80 | (character >> 12 & 0x3F));
-        add(0x80 | (character >> 6 & 0x3F));
-        add(0x80 | (character & 0x3F));
-    }
-}
-
-void appendUtf8(std::vector<char>& bytes, std::u16string_view text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t character = text[i];
-        const bool pair = character >= 0xD800 && character < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-                          text[i + 1] < 0xE000;
-        if (pair) {
-            character = 0x10000 + ((character - 0xD800) << 10) + (text[++i] - 0xDC00u);
-        }
-        appendUtf8(bytes, character);
-    }
-}
 
 void appendAscii(std::vector<char>& bytes, std::string_view text) {
     bytes.insert(bytes.end(), text.begin(), text.end());
@@ -84,9 +55,7 @@ bool isPlainText(const SPW_CRegistryText::Value& value) {
 
 void appendTextData(std::vector<char>& bytes, const SPW_CRegistryText::Value& value) {
     std::vector<char16_t> text;
-    for (std::uint32_t i = 0; i + 1 < value.size / 2; ++i) {
-        text.push_back(unitAt(value, i));
-    }
+    SPW_CRegistryEncoding::appendUnitsOfBytes(text, value.data, value.size - 2);
     appendQuoted(bytes, {text.data(), text.size()});
 }
 
@@ -132,6 +101,14 @@ void SPW_CRegistryText::writeValue(Item& item) {
     value.type = item.type;
     value.data = m_data.data() + item.data.begin;
     value.size = item.data.size;
+    std::vector<char> narrow;
+    if (isNarrow(item.type)) {
+        std::vector<char16_t> wide;
+        SPW_CRegistryEncoding::appendUnitsOfBytes(wide, value.data, value.size);
+        appendUtf8(narrow, {wide.data(), wide.size()});
+        value.data = reinterpret_cast<const std::uint8_t*>(narrow.data());
+        value.size = static_cast<std::uint32_t>(narrow.size());
+    }
 
     const std::vector<char> tail(m_bytes.begin() + item.tail.begin, m_bytes.begin() + item.tail.begin + item.tail.size);
     const std::size_t begin = m_bytes.size();

@@ -1,9 +1,11 @@
 #include "SPW_CRegistryTextParser.h"
 
 #include "SPW_CLetterCase.h"
+#include "SPW_CRegistryEncoding.h"
 
 namespace {
 
+constexpr const char16_t* kNoClosingMark = u"the closing quotation mark is missing";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 int hexDigit(char c) {
@@ -26,35 +28,11 @@ bool equalNoCase(std::u16string_view a, std::u16string_view b) {
     return true;
 }
 
-// Number of bytes of the UTF-8 sequence that starts so, 0 for a byte that starts none.
-std::size_t sequenceLength(unsigned char lead) {
-    return lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
-}
-
-// Takes one character off the text. Halves of a surrogate pair are let through, because a registry text
-// may hold one; anything else that is not UTF-8 answers false.
-bool decode(std::string_view text, std::size_t& length, std::uint32_t& character) {
-    const unsigned char lead = static_cast<unsigned char>(text[0]);
-    length = sequenceLength(lead);
-    if (length == 0 || length > text.size()) {
-        return false;
-    }
-    character = length == 1 ? lead : lead & (0xFFu >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
-        const unsigned char next = static_cast<unsigned char>(text[i]);
-        if ((next & 0xC0u) != 0x80u) {
-            return false;
-        }
-        character = character << 6 | (next & 0x3Fu);
-    }
-    return (length != 3 || character >= 0x800) && (length != 4 || (character >= 0x10000 && character <= 0x10FFFF));
-}
-
 }  // namespace
 
 bool SPW_CRegistryText::Parser::run() {
-    if (m_bytes.substr(0, 2) == "\xFF\xFE" || m_bytes.substr(0, 2) == "\xFE\xFF") {
-        return fail(u"the file is UTF-16; save it as UTF-8");
+    if (m_bytes.substr(0, 2) == "\xFE\xFF") {
+        return fail(u"the file is UTF-16 with the high byte first; save it as UTF-8");
     }
     const std::size_t firstBreak = m_bytes.find('\n');
     m_text.m_crLf = firstBreak != std::string_view::npos && firstBreak > 0 && m_bytes[firstBreak - 1] == '\r';
@@ -74,6 +52,11 @@ bool SPW_CRegistryText::Parser::run() {
 bool SPW_CRegistryText::Parser::fail(const char16_t* what) {
     m_problem.line = m_line;
     m_problem.what = what;
+    if (m_openLine != 0) {
+        // A text that goes on in the next lines and makes no sense there has most likely lost its end.
+        m_problem.line = m_openLine;
+        m_problem.what = kNoClosingMark;
+    }
     return false;
 }
 
@@ -121,6 +104,7 @@ bool SPW_CRegistryText::Parser::takeWord(std::string_view word) {
 // `begin` is where the raw bytes of the line start; the position may stand behind a byte order mark.
 bool SPW_CRegistryText::Parser::parseLine(std::size_t begin) {
     Item item;
+    m_openLine = 0;
     skipBlanks();
     bool good = true;
     if (!atEndOfStatement()) {
@@ -150,7 +134,11 @@ bool SPW_CRegistryText::Parser::parseLine(std::size_t begin) {
 }
 
 bool SPW_CRegistryText::Parser::parseHeader() {
-    if (m_headerAllowed && (takeWord("windows registry editor version 5.00") || takeWord("regedit4"))) {
+    if (m_headerAllowed && takeWord("windows registry editor version 5.00")) {
+        return true;
+    }
+    if (m_headerAllowed && takeWord("regedit4")) {
+        m_text.m_isOldFormat = true;
         return true;
     }
     return fail(u"neither a key, a value nor a comment");
@@ -161,18 +149,20 @@ bool SPW_CRegistryText::Parser::parseKey(Item& item) {
     if (take('-')) {
         return fail(u"a hive file holds keys, it does not delete them");
     }
-    const std::size_t end = findEndOfKey();
-    if (end == std::string_view::npos) {
-        return fail(u"the key's closing bracket is missing");
-    }
     Range path;
     path.begin = static_cast<std::uint32_t>(m_text.m_units.size());
-    while (m_position < end) {
+    while (!take(']')) {
+        if (atEndOfLine()) {
+            return fail(u"the key's closing bracket is missing");
+        }
         if (!takeCharacter()) {
             return false;
         }
     }
-    (void)take(']');
+    skipBlanks();
+    if (!atEndOfStatement()) {
+        return fail(u"a key's name cannot hold a closing bracket");
+    }
     path.size = static_cast<std::uint32_t>(m_text.m_units.size()) - path.begin;
 
     const std::u16string_view whole = m_text.units(path);
@@ -188,22 +178,6 @@ bool SPW_CRegistryText::Parser::parseKey(Item& item) {
     item.name = {path.begin + static_cast<std::uint32_t>(skipped), path.size - static_cast<std::uint32_t>(skipped)};
     m_insideKey = true;
     return true;
-}
-
-// A key's name may hold brackets: the one that ends it is the first with nothing but blanks or a comment after it.
-std::size_t SPW_CRegistryText::Parser::findEndOfKey() const {
-    std::size_t candidate = std::string_view::npos;
-    for (std::size_t i = m_position; i < m_bytes.size() && m_bytes[i] != '\n'; ++i) {
-        const char c = m_bytes[i];
-        if (c == ']') {
-            candidate = i;
-        } else if (c == ';' && candidate != std::string_view::npos) {
-            return candidate;
-        } else if (c != ' ' && c != '\t' && c != '\r') {
-            candidate = std::string_view::npos;
-        }
-    }
-    return candidate;
 }
 
 bool SPW_CRegistryText::Parser::checkPath(std::u16string_view path) {
@@ -241,13 +215,20 @@ bool SPW_CRegistryText::Parser::parseValue(Item& item) {
     return parseData(item);
 }
 
-// A text in quotation marks, into the units of the document.
+// A text in quotation marks, which may go over several lines, into the units of the document.
 bool SPW_CRegistryText::Parser::parseQuoted(Range& units) {
+    const std::uint32_t firstLine = m_line;
     (void)take('"');
     units.begin = static_cast<std::uint32_t>(m_text.m_units.size());
     while (!take('"')) {
+        if (m_position >= m_bytes.size()) {
+            m_openLine = m_openLine == 0 ? firstLine : m_openLine;
+            return fail(kNoClosingMark);
+        }
         if (atEndOfLine()) {
-            return fail(u"the closing quotation mark is missing");
+            m_openLine = m_openLine == 0 ? firstLine : m_openLine;
+            takeLineBreak();
+            continue;
         }
         if (take('\\') &&
             (m_position >= m_bytes.size() || (m_bytes[m_position] != '\\' && m_bytes[m_position] != '"'))) {
@@ -261,21 +242,26 @@ bool SPW_CRegistryText::Parser::parseQuoted(Range& units) {
     return true;
 }
 
+// As it stands in the file.
+void SPW_CRegistryText::Parser::takeLineBreak() {
+    if (take('\r')) {
+        m_text.m_units.push_back(u'\r');
+    }
+    m_text.m_units.push_back(u'\n');
+    skipToNextLine();
+}
+
 bool SPW_CRegistryText::Parser::takeCharacter() {
     std::size_t length = 0;
     std::uint32_t character = 0;
-    if (!decode(m_bytes.substr(m_position), length, character)) {
+    if (!SPW_CRegistryEncoding::takeUtf8(m_bytes.substr(m_position), length, character)) {
         return fail(u"the line is not UTF-8");
     }
     if (character == 0 || character == '\r') {
         return fail(u"a control character inside a name or a text");
     }
     m_position += length;
-    if (character >= 0x10000) {
-        m_text.m_units.push_back(static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10)));
-        character = 0xDC00 + ((character - 0x10000) & 0x3FF);
-    }
-    m_text.m_units.push_back(static_cast<char16_t>(character));
+    SPW_CRegistryEncoding::appendUnits(m_text.m_units, character);
     return true;
 }
 
@@ -303,10 +289,7 @@ bool SPW_CRegistryText::Parser::parseString(Item& item) {
         return false;
     }
     item.type = kSz;
-    for (const char16_t unit : m_text.units(text)) {
-        m_text.m_data.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-        m_text.m_data.push_back(static_cast<std::uint8_t>(unit >> 8));
-    }
+    SPW_CRegistryEncoding::appendBytesOfUnits(m_text.m_data, m_text.units(text));
     m_text.m_data.insert(m_text.m_data.end(), 2, 0);
     m_text.m_units.resize(text.begin);  // only the bytes are needed
     return true;
@@ -332,7 +315,20 @@ bool SPW_CRegistryText::Parser::parseHex(Item& item) {
     if (!take(':')) {
         return fail(u"the colon after \"hex\" is missing");
     }
-    return parseHexBytes();
+    return parseHexBytes() && (!m_text.isNarrow(item.type) || widen(item.data.begin));
+}
+
+// The data from there on, which are a text in the encoding of the file.
+bool SPW_CRegistryText::Parser::widen(std::size_t begin) {
+    std::vector<std::uint8_t>& data = m_text.m_data;
+    const auto* const narrow = reinterpret_cast<const char*>(data.data()) + begin;
+    std::vector<char16_t> wide;
+    if (!SPW_CRegistryEncoding::appendUnits(wide, std::string_view(narrow, data.size() - begin))) {
+        return fail(u"under \"REGEDIT4\" the bytes of a text must be UTF-8");
+    }
+    data.resize(begin);
+    SPW_CRegistryEncoding::appendBytesOfUnits(data, {wide.data(), wide.size()});
+    return true;
 }
 
 bool SPW_CRegistryText::Parser::parseHexType(std::uint32_t& type) {

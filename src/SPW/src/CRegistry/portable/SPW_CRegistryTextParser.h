@@ -22,16 +22,17 @@ private:
     bool parseLine(std::size_t begin);
     bool parseHeader();
     bool parseKey(Item& item);
-    std::size_t findEndOfKey() const;
     bool checkPath(std::u16string_view path);
     bool parseValue(Item& item);
     bool parseQuoted(Range& units);
+    void takeLineBreak();
     bool parseData(Item& item);
     bool parseString(Item& item);
     bool parseDword(Item& item);
     bool parseHex(Item& item);
     bool parseHexType(std::uint32_t& type);
     bool parseHexBytes();
+    bool widen(std::size_t begin);
     bool continueLine();
     int takeHexDigits(int most, std::uint32_t& number);
     bool takeCharacter();
@@ -41,6 +42,7 @@ private:
     Problem& m_problem;
     std::size_t m_position = 0;
     std::uint32_t m_line = 1;
+    std::uint32_t m_openLine = 0;  // where a text of the present statement began that goes over several lines
     bool m_headerAllowed = true;
     bool m_insideKey = false;
 };
