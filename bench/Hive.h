@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utime.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -23,5 +25,8 @@ inline void useSettings(const std::string& folder, const std::vector<std::string
     for (std::size_t i = 0; i < peers.size(); ++i)
         std::fprintf(file, "\"peer %zu\"=\"%s\"\n", i, peers[i].c_str());
     std::fclose(file);
+    // A program waits before it replaces what has been written this moment.
+    const utimbuf longAgo = {1000000000, 1000000000};
+    utime((folder + "/HKEY_CURRENT_USER.reg").c_str(), &longAgo);
     setenv("VANTIRO_REGISTRY_DIR", folder.c_str(), 1);
 }

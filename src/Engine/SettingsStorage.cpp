@@ -1,11 +1,13 @@
 #include "SettingsStorage.h"
 
 #include "SPW_CApp.h"
+#include "SPW_CError.h"
 #include "SPW_CRegistry.h"
 #include "SPW_CSystemInfo.h"
 
 namespace {
 
+constexpr char kModule[] = "src\\Engine\\SettingsStorage";
 constexpr char16_t kHive[] = u"HKEY_CURRENT_USER";
 constexpr char16_t kMainKey[] = u"Software\\Vantiro Networks\\Vantiro Diagnostic";
 constexpr char16_t kNamedPeersKey[] = u"Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses";
@@ -16,10 +18,13 @@ SPW_CString withoutBlanks(SPW_CString address) {
     return address;
 }
 
+// How often a load begins anew because somebody has changed the settings meanwhile.
+constexpr int kLoads = 3;
+
 // The registry keys behind the settings; making one makes sure that the keys exist. Lives for one load.
 class SettingsStore {
 public:
-    SettingsStore() : m_main(kHive, kMainKey), m_namedPeers(kHive, kNamedPeersKey) {}
+    SettingsStore() : m_edits(kHive), m_main(m_edits, kMainKey), m_namedPeers(m_edits, kNamedPeersKey) {}
 
     // The setting's text; a missing or unreadable one is created with its default.
     SPW_CString readSetting(const char16_t* name, const SPW_CString& defaultText) {
@@ -28,12 +33,25 @@ public:
         if (m_main.getValue(name, data) == 0 && data.toText(text)) {
             return text;
         }
+        const bool wasMissing = m_main.isMissing();
         SPW_CRegistryData created;
-        if (created.setString(defaultText) == 0) {
-            // A registry that cannot be written costs only the user's chance to see the default there.
-            (void)m_main.setValue(name, created);
+        // A registry that cannot be written costs only the user's chance to see the default there.
+        if (created.setString(defaultText) == 0 && m_main.setValue(name, created) == 0 && !wasMissing) {
+            m_overwritten += SPW_CString(u"\n\"") + name + u"\" is now \"" + defaultText + u"\"";
         }
         return defaultText;
+    }
+
+    // Writes what was created. False when somebody else has changed the settings meanwhile, and may have set them.
+    bool finish() {
+        const SPW_Result code = m_edits.write();
+        if (code == 0 && !m_overwritten.isEmpty()) {
+            SPW_CError::instance->userInfo(kModule, __LINE__, "SettingsStore", "readSetting",
+                                           u"Settings that were no texts, or longer than 254 characters, have been "
+                                           u"replaced by their defaults:" +
+                                               m_overwritten);
+        }
+        return code != SPW_CRegistryEdits::kOvertaken;
     }
 
     bool readFlag(const char16_t* name, const char16_t* defaultText) {
@@ -67,18 +85,18 @@ public:
     }
 
 private:
+    SPW_CRegistryEdits m_edits;
     SPW_CRegistry m_main;
     SPW_CRegistry m_namedPeers;
+    SPW_CString m_overwritten;  // a line for each setting that had something else than a text
 };
 
 SPW_CString defaultMulticastPort(std::int32_t override) {
     return override == kNoMulticastPortOverride ? SPW_CString(u"7550") : SPW_CString(static_cast<int>(override));
 }
 
-}  // namespace
-
 // The order of reading is also the order in which missing values are created.
-void loadSettings(Settings& settings, std::int32_t multicastPortOverride) {
+bool tryLoad(Settings& settings, std::int32_t multicastPortOverride) {
     SettingsStore store;
     SPW_CApp::getModulePath(settings.applicationPath, true);
     settings.version = readVersion(settings.applicationPath);
@@ -101,6 +119,14 @@ void loadSettings(Settings& settings, std::int32_t multicastPortOverride) {
     settings.port = store.readNumber(u"port", u"5009");
     settings.tcpipSelected = store.readFlag(u"tcpip selected", u"yes");
     settings.udpSelected = store.readFlag(u"udp selected", u"yes");
+    return store.finish();
+}
+
+}  // namespace
+
+void loadSettings(Settings& settings, std::int32_t multicastPortOverride) {
+    for (int loads = 0; loads < kLoads && !tryLoad(settings, multicastPortOverride); ++loads) {
+    }
 }
 
 std::uint32_t unitToMilliseconds(const SPW_CString& unit) {

@@ -12,6 +12,8 @@ public:
     RegistrySysForwarder& operator=(const RegistrySysForwarder&) = delete;
 
     SPW_Handle rootKey(Hive hive) override { return m_next->rootKey(hive); }
+    SPW_Handle beginEdits(Hive hive) override { return m_next->beginEdits(hive); }
+    SPW_Result endEdits(SPW_Handle root, bool write) override { return m_next->endEdits(root, write); }
     SPW_Result createKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access, SPW_Handle& key) override {
         return m_next->createKey(parent, path, access, key);
     }

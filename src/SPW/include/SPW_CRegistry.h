@@ -44,6 +44,33 @@ private:
     SPW_CArray<std::uint8_t>* m_bytes;
 };
 
+// Changes to one hive that belong together, made through the SPW_CRegistry objects that were given this one: each reads
+// what the others have set, and where the hive is a file all is written at once. Where the registry is the system's own
+// each change counts at once.
+//
+// Ends behind its SPW_CRegistry objects. Threads: as they.
+class SPW_CRegistryEdits {
+public:
+    // From write(): somebody else has changed the hive since it was first read here, and nothing has been written.
+    static constexpr SPW_Result kOvertaken = 1237;
+
+    explicit SPW_CRegistryEdits(const SPW_CString& hive);
+    // What write() was not called for is not written.
+    ~SPW_CRegistryEdits();
+    SPW_CRegistryEdits(const SPW_CRegistryEdits&) = delete;
+    SPW_CRegistryEdits& operator=(const SPW_CRegistryEdits&) = delete;
+
+    // Once, at the end: the keys are of no more use afterwards. 0, kOvertaken or the registry's code.
+    [[nodiscard]] SPW_Result write();
+
+private:
+    friend class SPW_CRegistry;
+    SPW_Result end(bool write);
+
+    const SPW_CString m_hive;
+    SPW_Handle m_root;  // null for a hive that is not supported, and at the end
+};
+
 // One registry key, opened and closed around every operation, so that none stays open between calls.
 //
 // The key is named by its hive ("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER" or "HKEY_LOCAL_MACHINE", spelled so) and its
@@ -67,6 +94,8 @@ public:
     // without planting empty keys there.
     enum Presence { kCreateKey, kOnlyIfPresent };
     SPW_CRegistry(const SPW_CString& hive, const SPW_CString& path, Presence presence = kCreateKey);
+    // One key of several that are changed together; made where it is missing.
+    SPW_CRegistry(const SPW_CRegistryEdits& edits, const SPW_CString& path);
     virtual ~SPW_CRegistry();
     SPW_CRegistry(const SPW_CRegistry&) = delete;
     SPW_CRegistry& operator=(const SPW_CRegistry&) = delete;
@@ -92,6 +121,8 @@ public:
     [[nodiscard]] SPW_Result getRawText(const SPW_CString& name, SPW_CString& text, std::uint32_t sizeLimit = kAnySize);
     [[nodiscard]] SPW_Result setValue(const SPW_CString& name, const SPW_CRegistryData& data);
     SPW_Result getKeyName(SPW_CString& hive, SPW_CString& path) const;
+    // Whether the latest failure was that there is no such key or value, and not that there is one that cannot be had.
+    bool isMissing() const { return m_isMissing; }
     // The text of the latest failure, which is then forgotten; successes leave it alone. Always 0.
     SPW_Result getLastError(SPW_CString& text);
 
@@ -99,6 +130,7 @@ private:
     SPW_Result fail(SPW_Result status, const SPW_CString& text);
     SPW_Result failCall(const char16_t* what, SPW_Result code);
     SPW_Result failHive();
+    void makeSure();
     SPW_Result open(std::uint32_t access);
     SPW_Result close();
     SPW_Result queryCounts();
@@ -114,6 +146,7 @@ private:
     std::uint32_t m_subKeyCount;
     std::uint32_t m_valueCount;
     SPW_CString m_lastError;
+    bool m_isMissing = false;
     SPW_Handle m_key;
     std::uint32_t m_isOpen;  // 1 while the key is open
 };

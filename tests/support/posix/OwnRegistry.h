@@ -17,7 +17,7 @@ public:
     bool isEmpty(const std::string& hive) const { return !m_folder.exists(hive + ".reg"); }
 
     // Where the hive files stand.
-    const TemporaryFolder& folder() const { return m_folder; }
+    const RegistryFolder& folder() const { return m_folder; }
 
 private:
     RegistryFolder m_folder;

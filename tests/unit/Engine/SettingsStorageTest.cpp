@@ -1,6 +1,6 @@
 #include "SettingsStorage.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <initializer_list>
@@ -297,6 +297,26 @@ TEST_F(SettingsStorageTest, AValueOfATypeThatIsNoTextIsOverwrittenByItsDefault) 
     m_registry.load(kHive, std::string(kMainSection) + "\"port\"=hex(2):37,00,00,00\n");
     EXPECT_EQ(load().port, 5009);
     EXPECT_EQ(m_registry.setting(u"port"), SPW_CString(u"5009"));
+}
+
+TEST_F(SettingsStorageTest, WhatIsOverwrittenByItsDefaultIsToldOnce) {
+    m_registry.load(kHive, std::string(kMainSection) + "\"port\"=hex(2):37,00,00,00\n\"description\"=\"" +
+                               std::string(255, 'x') + "\"\n\"multicast ttl\"=\"4\"\n");
+    RecordingReporter reporter;
+    EXPECT_EQ(load().port, 5009);
+    ASSERT_EQ(reporter.boxes().size(), 1u);
+    EXPECT_THAT(
+        reporter.boxes()[0].text,
+        testing::HasSubstr("\n\"description\" is now \"This is a linkometry test logfile\"\n\"port\" is now \"5009\""));
+    EXPECT_EQ(reporter.boxes()[0].icon, SPW_CMessageBox::kIconInformation);
+    load();
+    EXPECT_EQ(reporter.boxes().size(), 1u);
+}
+
+TEST_F(SettingsStorageTest, SettingsThatWereMissingAreNotTold) {
+    RecordingReporter reporter;
+    load();
+    EXPECT_TRUE(reporter.boxes().empty());
 }
 
 TEST_F(SettingsStorageTest, ANamedPeerThatCannotBeReadIsSkippedAndTheOthersStayPaired) {

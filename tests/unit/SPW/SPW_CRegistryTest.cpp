@@ -508,6 +508,64 @@ TEST_F(RegistryTest, WhatCreatesAKeyClosesIt) {
     EXPECT_EQ(counter.open, 0) << "destruction closes nothing twice";
 }
 
+TEST_F(RegistryTest, KeysAreMadeWithAllAccess) {
+    struct Recorder : RegistrySysForwarder {
+        SPW_Result createKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access,
+                             SPW_Handle& key) override {
+            accesses.push_back(access);
+            return RegistrySysForwarder::createKey(parent, path, access, key);
+        }
+        std::vector<std::uint32_t> accesses;
+    } recorder;
+    SPW_CRegistry registry(u"HKEY_CURRENT_USER", u"Software\\L");
+    EXPECT_EQ(registry.createKey(u"x"), 0u);
+    const SPW_CRegistryEdits edits(u"HKEY_CURRENT_USER");
+    const SPW_CRegistry together(edits, u"Software\\M");
+    EXPECT_THAT(recorder.accesses, ElementsAre(0xF003F, 0xF003F, 0xF003F));
+}
+
+// --- Edits that belong together ---
+
+TEST_F(RegistryTest, EditsThatBelongTogetherSeeOneAnotherAndAreWritten) {
+    SPW_CRegistryData data;
+    ASSERT_EQ(data.setString(u"1"), 0u);
+    SPW_CRegistryEdits edits(u"HKEY_CURRENT_USER");
+    {
+        SPW_CRegistry one(edits, u"Software\\L");
+        SPW_CRegistry other(edits, u"Software\\L");
+        EXPECT_EQ(one.setValue(u"x", data), 0u);
+        EXPECT_EQ(stringAt(other, u"x"), u"1");
+        EXPECT_EQ(one.createKey(u"below"), 0u);
+        EXPECT_EQ(one.deleteKey(u"below"), 0u);
+        EXPECT_EQ(one.setValue(u"y", data), 0u);
+        EXPECT_EQ(other.deleteValue(u"y"), 0u);
+    }
+    EXPECT_EQ(edits.write(), 0u);
+    SPW_CRegistry after(u"HKEY_CURRENT_USER", u"Software\\L", SPW_CRegistry::kOnlyIfPresent);
+    EXPECT_EQ(stringAt(after, u"x"), u"1");
+    std::uint32_t count = 0;
+    EXPECT_EQ(after.getNumberOfValues(count), 0u);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(after.getNumberOfSubKeys(count), 0u);
+    EXPECT_EQ(count, 0u);
+}
+
+TEST_F(RegistryTest, EditsOfAnUnknownHiveFailAsItsKeysDo) {
+    SPW_CRegistryEdits edits(u"HKEY_USERS");
+    SPW_CRegistry registry(edits, u"K");
+    EXPECT_EQ(registry.createKey(u"x"), 541u);
+    EXPECT_EQ(edits.write(), 0u);
+}
+
+TEST_F(RegistryTest, WhatIsMissingIsToldFromWhatCannotBeHad) {
+    writeHive("\"expand\"=hex(2):25,00,00,00\n");
+    SPW_CRegistryData data;
+    EXPECT_NE(m_registry.getValue(u"none", data), 0u);
+    EXPECT_TRUE(m_registry.isMissing());
+    EXPECT_NE(m_registry.getValue(u"expand", data), 0u);
+    EXPECT_FALSE(m_registry.isMissing());
+}
+
 TEST_F(RegistryTest, DestructionClosesAKeyThatCouldNotBeClosed) {
     struct Refusing : RegistrySysForwarder {
         SPW_Result closeKey(SPW_Handle key) override {

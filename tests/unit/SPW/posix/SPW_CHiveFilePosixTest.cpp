@@ -151,7 +151,7 @@ TEST_F(HiveFilePosixTest, HandEditsCountAtTheNextOperation) {
     SPW_CRegistry registry(kHive, u"k");
     for (int i = 0; i < 50; ++i) {
         const std::string number = std::to_string(10 + i);
-        m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\K]\n\"x\"=\"" + number + "\"\n");  // same length, same file
+        m_folder.writeNow(kHiveFile, "[HKEY_CURRENT_USER\\K]\n\"x\"=\"" + number + "\"\n");  // same length, same file
         EXPECT_EQ(stringAt(registry, u"x"), number);
         EXPECT_EQ(stringAt(registry, u"x"), number);
     }
@@ -292,9 +292,9 @@ TEST_F(HiveFilePosixTest, FileThatAppearsDuringAWriteIsNotLost) {
 
 // Writes as editors do that keep the file: empties it, or writes half of it, and then the rest.
 void writeInTwoSteps(const RegistryFolder& folder, const std::string& half, const std::string& whole) {
-    folder.write(kHiveFile, half);
+    folder.writeNow(kHiveFile, half);
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    folder.write(kHiveFile, whole);
+    folder.writeNow(kHiveFile, whole);
 }
 
 TEST_F(HiveFilePosixTest, FileThatIsBeingWrittenIsWaitedFor) {
@@ -303,7 +303,7 @@ TEST_F(HiveFilePosixTest, FileThatIsBeingWrittenIsWaitedFor) {
         bool waited = false;
         // A machine that is busy elsewhere may take longer over the second step than a reader waits.
         for (int attempt = 0; attempt < 20 && !waited; ++attempt) {
-            m_folder.write(kHiveFile, half);
+            m_folder.writeNow(kHiveFile, half);
             std::thread editor([&] { writeInTwoSteps(m_folder, half, whole); });
             SPW_CRegistry registry(kHive, u"k", SPW_CRegistry::kOnlyIfPresent);
             const std::size_t boxesBefore = m_reporter.boxes().size();

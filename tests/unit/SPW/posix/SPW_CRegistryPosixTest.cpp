@@ -56,6 +56,40 @@ TEST(RegistryPosixTest, ValuesStandInTheFileAsRegistryEditorsExportThem) {
               std::string::npos);
 }
 
+TEST(RegistryPosixTest, EditsThatBelongTogetherReachTheFileAtTheEndOrNotAtAll) {
+    RegistryFolder folder;
+    SPW_CRegistryData data;
+    ASSERT_EQ(data.setString(u"1"), 0u);
+    {
+        const SPW_CRegistryEdits dropped(u"HKEY_CURRENT_USER");
+        SPW_CRegistry registry(dropped, u"k");
+        EXPECT_EQ(registry.setValue(u"x", data), 0u);
+    }
+    EXPECT_EQ(folder.numberOfEntries(), 0);
+    SPW_CRegistryEdits edits(u"HKEY_CURRENT_USER");
+    SPW_CRegistry registry(edits, u"k");
+    EXPECT_EQ(registry.setValue(u"x", data), 0u);
+    EXPECT_EQ(folder.numberOfEntries(), 0);
+    EXPECT_EQ(edits.write(), 0u);
+    EXPECT_EQ(folder.read("HKEY_CURRENT_USER.reg"),
+              "Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
+}
+
+TEST(RegistryPosixTest, EditsOfAHiveThatSomebodyHasChangedMeanwhileAreNotWritten) {
+    RegistryFolder folder;
+    const std::string byHand = "[HKEY_CURRENT_USER\\k]\n\"x\"=\"mine\"\n";
+    folder.write("HKEY_CURRENT_USER.reg", "[HKEY_CURRENT_USER\\k]\n");
+    SPW_CRegistryData data;
+    ASSERT_EQ(data.setString(u"1"), 0u);
+    SPW_CRegistryEdits edits(u"HKEY_CURRENT_USER");
+    SPW_CRegistry registry(edits, u"k");
+    EXPECT_NE(registry.getValue(u"x", data), 0u);
+    folder.write("HKEY_CURRENT_USER.reg", byHand);
+    EXPECT_EQ(registry.setValue(u"x", data), 0u);
+    EXPECT_EQ(edits.write(), SPW_CRegistryEdits::kOvertaken);
+    EXPECT_EQ(folder.read("HKEY_CURRENT_USER.reg"), byHand);
+}
+
 TEST(RegistryPosixTest, ListThatFindsNoMemoryWritesNothing) {
     RegistryFolder folder;
     SPW_CRegistry registry(u"HKEY_CURRENT_USER", u"k");

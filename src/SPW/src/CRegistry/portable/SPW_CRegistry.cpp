@@ -7,6 +7,8 @@
 #include "SPW_CRegistrySys.h"
 #include "SPW_CSysError.h"
 
+static_assert(SPW_CRegistryEdits::kOvertaken == SPW_CRegistrySys::kOvertaken, "what the platform answers");
+
 namespace {
 
 constexpr std::uint32_t kDataSize = 510;         // bytes of a value's data, terminators included
@@ -17,17 +19,30 @@ SPW_CRegistrySys& sys() {
     return *SPW_CRegistrySys::instance;
 }
 
-SPW_Handle rootOf(const SPW_CString& hive) {
-    if (hive == u"HKEY_CLASSES_ROOT") {
-        return sys().rootKey(SPW_CRegistrySys::kClassesRoot);
+bool hiveOf(const SPW_CString& name, SPW_CRegistrySys::Hive& hive) {
+    static constexpr struct {
+        const char16_t* name;
+        SPW_CRegistrySys::Hive hive;
+    } kHives[] = {{u"HKEY_CLASSES_ROOT", SPW_CRegistrySys::kClassesRoot},
+                  {u"HKEY_CURRENT_USER", SPW_CRegistrySys::kCurrentUser},
+                  {u"HKEY_LOCAL_MACHINE", SPW_CRegistrySys::kLocalMachine}};
+    for (const auto& known : kHives) {
+        if (name == known.name) {
+            hive = known.hive;
+            return true;
+        }
     }
-    if (hive == u"HKEY_CURRENT_USER") {
-        return sys().rootKey(SPW_CRegistrySys::kCurrentUser);
-    }
-    if (hive == u"HKEY_LOCAL_MACHINE") {
-        return sys().rootKey(SPW_CRegistrySys::kLocalMachine);
-    }
-    return nullptr;
+    return false;
+}
+
+SPW_Handle rootOf(const SPW_CString& name) {
+    SPW_CRegistrySys::Hive hive;
+    return hiveOf(name, hive) ? sys().rootKey(hive) : nullptr;
+}
+
+SPW_Handle editedRootOf(const SPW_CString& name) {
+    SPW_CRegistrySys::Hive hive;
+    return hiveOf(name, hive) ? sys().beginEdits(hive) : nullptr;
 }
 
 std::uint32_t bytesWithTerminator(const SPW_CString& text) {
@@ -86,12 +101,42 @@ void listFromRaw(const char16_t* units, std::uint32_t size, SPW_CArray<SPW_CStri
 
 }  // namespace
 
+SPW_CRegistryEdits::SPW_CRegistryEdits(const SPW_CString& hive) : m_hive(hive), m_root(editedRootOf(hive)) {}
+
+SPW_CRegistryEdits::~SPW_CRegistryEdits() {
+    (void)end(false);
+}
+
+SPW_Result SPW_CRegistryEdits::write() {
+    return end(true);
+}
+
+SPW_Result SPW_CRegistryEdits::end(bool write) {
+    const SPW_Handle root = m_root;
+    m_root = nullptr;
+    return root != nullptr ? sys().endEdits(root, write) : 0;
+}
+
 SPW_CRegistry::SPW_CRegistry(const SPW_CString& hive, const SPW_CString& path, Presence presence)
     : m_path(path), m_hive(hive), m_root(rootOf(hive)), m_subKeyCount(0), m_valueCount(0), m_key(nullptr), m_isOpen(0) {
-    if (presence == kOnlyIfPresent) {
-        return;
+    if (presence == kCreateKey) {
+        makeSure();
     }
-    // Unchecked: an operation that misses the key will say so.
+}
+
+SPW_CRegistry::SPW_CRegistry(const SPW_CRegistryEdits& edits, const SPW_CString& path)
+    : m_path(path),
+      m_hive(edits.m_hive),
+      m_root(edits.m_root),
+      m_subKeyCount(0),
+      m_valueCount(0),
+      m_key(nullptr),
+      m_isOpen(0) {
+    makeSure();
+}
+
+// Unchecked: an operation that misses the key will say so.
+void SPW_CRegistry::makeSure() {
     SPW_Handle key = nullptr;
     if (sys().createKey(m_root, m_path, SPW_CRegistrySys::kAllAccess, key) == 0) {
         (void)sys().closeKey(key);
@@ -245,6 +290,7 @@ SPW_Result SPW_CRegistry::getLastError(SPW_CString& text) {
 
 SPW_Result SPW_CRegistry::fail(SPW_Result status, const SPW_CString& text) {
     m_lastError = text;
+    m_isMissing = false;
     return status;
 }
 
@@ -252,7 +298,9 @@ SPW_Result SPW_CRegistry::fail(SPW_Result status, const SPW_CString& text) {
 SPW_Result SPW_CRegistry::failCall(const char16_t* what, SPW_Result code) {
     SPW_CString text(what);
     text += static_cast<unsigned long>(code);
-    return fail(kCallFailed, text);
+    (void)fail(kCallFailed, text);
+    m_isMissing = code == kSysFileNotFound;
+    return kCallFailed;
 }
 
 SPW_Result SPW_CRegistry::failHive() {

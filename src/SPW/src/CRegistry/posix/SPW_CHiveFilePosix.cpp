@@ -2,22 +2,23 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <map>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "../../CApp/posix/SPW_CUserDirPosix.h"
+#include "../../CFile/posix/SPW_CFileRightsPosix.h"
 #include "../../CSysError/posix/SPW_CSysErrorPosix.h"
 #include "SPW_CClockSys.h"
 #include "SPW_CError.h"
+#include "SPW_CHiveLockPosix.h"
 #include "SPW_CSysError.h"
 
 namespace {
@@ -26,30 +27,26 @@ constexpr char kModule[] = "src\\SPW\\src\\CRegistry\\posix\\SPW_CHiveFilePosix"
 using Hive = SPW_CRegistrySys::Hive;
 using Text = std::shared_ptr<const SPW_CRegistryText>;
 
+constexpr std::int64_t kNsPerMs = 1000000;
+constexpr std::uint64_t kTicksPerMs = 10000;  // of the monotonic clock
+
 // The clock of file times ticks every few milliseconds: a file that is younger than this when it is read may
 // change once more without showing it, and may be half of what an editor is about to write.
-constexpr std::int64_t kUnsettledNs = 100000000;
+constexpr std::int64_t kUnsettledNs = 100 * kNsPerMs;
+// As coarse as the times are that any file system keeps, where it keeps no fractions of a second.
+constexpr std::int64_t kCoarsestTickNs = 2000 * kNsPerMs;
 constexpr std::uint32_t kLookAgainMs = 10;
 constexpr int kLooks = 10;
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            ::close(m_number);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return m_number; }
-    bool isOpen() const { return m_number >= 0; }
-    // Some file systems tell only now that the disk is full.
-    bool close() { return ::close(std::exchange(m_number, -1)) == 0; }
-
-private:
-    int m_number;
-};
+// What is replaced must have rested for so long: a copy over a slow line makes pauses.
+constexpr std::uint32_t kRestMs = 3000;
+// How often somebody else may be the faster one within one edit.
+constexpr int kTries = 10;
+// Between two writes of one process, for those who wait for the lock.
+constexpr std::uint32_t kPauseMs = 2;
+// No hive comes near it; all the memory that parsing takes is a few times as much.
+constexpr std::size_t kLargestFile = 16 * 1024 * 1024;
+// By how much a file may grow between the look at its size and the reading, and still be read as a whole.
+constexpr std::size_t kGrowth = 4096;
 
 SPW_Result lastCode() {
     return SPW_CSysErrorPosix::systemCode(errno);
@@ -67,10 +64,12 @@ const char* hiveName(Hive hive) {
     return "HKEY_LOCAL_MACHINE";
 }
 
+// Without a slash at its end.
 std::string folderOf(Hive hive) {
     const char* chosen = std::getenv("VANTIRO_REGISTRY_DIR");
     if (chosen != nullptr && chosen[0] != 0) {
-        return chosen;
+        const std::string folder = chosen;
+        return folder.substr(0, std::max(folder.find_last_not_of('/') + 1, std::size_t{1}));
     }
     const std::string base =
         hive == SPW_CRegistrySys::kCurrentUser ? SPW_UserDir("XDG_CONFIG_HOME", ".config") : std::string("/etc");
@@ -82,11 +81,22 @@ std::string pathOf(Hive hive) {
 }
 
 // The file itself where the path is a link, so that all who come to it by links of their own share one lock and one
-// temporary file, beside it.
+// temporary file, beside it, and nothing takes the place of the link. The file need not exist.
 std::string fileOf(Hive hive) {
-    const std::string path = pathOf(hive);
-    char* const resolved = realpath(path.c_str(), nullptr);
-    std::string file = resolved != nullptr ? resolved : path;
+    constexpr int kMostLinks = 40;  // as many as the system follows
+    std::string path = pathOf(hive);
+    char target[PATH_MAX];
+    for (int links = 0; links < kMostLinks; ++links) {
+        const ssize_t size = readlink(path.c_str(), target, sizeof target);
+        if (size <= 0 || size == sizeof target) {
+            break;
+        }
+        const std::string next(target, static_cast<std::size_t>(size));
+        path = next[0] == '/' ? next : SPW_CFileRightsPosix::folderOf(path) + next;
+    }
+    const std::string folder = SPW_CFileRightsPosix::folderOf(path);
+    char* const resolved = realpath(folder.empty() ? "." : folder.c_str(), nullptr);
+    const std::string file = resolved != nullptr ? resolved + ("/" + path.substr(folder.size())) : path;
     free(resolved);
     return file;
 }
@@ -118,14 +128,26 @@ struct Identity {
     bool isAsIn(const Identity& other) const {
         return size == other.size && modified == other.modified && changed == other.changed;
     }
-    std::int64_t ageNs() const {
+    bool exists() const { return size >= 0; }
+    // Times without fractions are, almost certainly, those of a file system that keeps none.
+    std::int64_t tickNs() const {
+        return modified % kNsPerSecond == 0 && changed % kNsPerSecond == 0 ? kCoarsestTickNs : 0;
+    }
+    bool isSettled() const { return ageNs() > kUnsettledNs + tickNs(); }
+    // A time in the future is another machine's and says nothing.
+    bool isFresh() const { return ageNs() >= 0 && !isSettled(); }
+    // Whether somebody wrote into it within the last seconds. Here a time in the near future counts as well: the
+    // clock of a file server may be a little ahead.
+    bool isYoung() const { return exists() && std::abs(nowNs() - modified) < kRestMs * kNsPerMs; }
+
+private:
+    static constexpr std::int64_t kNsPerSecond = 1000000000;
+    static std::int64_t nowNs() {
         timespec now = {};
         clock_gettime(CLOCK_REALTIME, &now);
-        return nanoseconds(now) - std::max(modified, changed);
+        return nanoseconds(now);
     }
-    bool isSettled() const { return ageNs() > kUnsettledNs; }
-    // A time in the future is another machine's and says nothing.
-    bool isFresh() const { return ageNs() >= 0 && ageNs() <= kUnsettledNs; }
+    std::int64_t ageNs() const { return nowNs() - std::max(modified, changed); }
 };
 
 Identity identityOf(const std::string& path) {
@@ -137,7 +159,7 @@ Identity identityOf(const std::string& path) {
 struct Look {
     Identity identity;
     Text text;
-    SPW_CRegistryText::Problem problem;  // when it does not parse
+    SPW_CRegistryText::Problem problem;  // when it cannot be used
 };
 
 // What is remembered of a file, so that enumerating a long hive does not parse it for every entry.
@@ -146,9 +168,10 @@ struct Known {
     bool settled = false;
     Text text;
     Identity reported;  // the state whose problem the user has been told
+    bool lockReported = false;
 };
 
-std::mutex g_mutex;  // guards the map; not held while a file is read or the user is told
+std::mutex g_mutex;  // guards the map; not held while a file is read, locked or written, or the user is told
 std::map<std::string, Known> g_known;
 
 Text remembered(const std::string& path, const Identity& identity) {
@@ -164,7 +187,6 @@ void remember(const std::string& path, const Identity& identity, bool settled, c
     known.identity = identity;
     known.settled = settled;
     known.text = text;
-    known.reported = Identity();
 }
 
 bool isNewProblem(const std::string& path, const Identity& identity) {
@@ -179,42 +201,64 @@ bool isNewProblem(const std::string& path, const Identity& identity) {
     return true;
 }
 
-void tellProblem(const std::string& path, const SPW_CRegistryText::Problem& problem) {
+void tell(const std::string& path, std::uint32_t line, const SPW_CString& what) {
     SPW_CString message(path.c_str());
-    message += u":";
-    message += static_cast<unsigned long>(problem.line);
+    if (line != 0) {
+        message += u":";
+        message += static_cast<unsigned long>(line);
+    }
     message += u": ";
-    message += problem.what;
-    message += u". The file is neither used nor changed until it is mended.";
+    message += what;
     SPW_CError::instance->userInfo(kModule, __LINE__, "SPW_CRegistry", "read", message);
 }
 
-SPW_Result readAll(int file, std::size_t expected, std::vector<char>& bytes) {
-    bytes.resize(expected + 1);
-    std::size_t used = 0;
-    for (;;) {
-        const ssize_t size = ::read(file, bytes.data() + used, bytes.size() - used);
-        if (size < 0 && errno == EINTR) {
-            continue;
-        }
-        if (size < 0) {
-            return lastCode();
-        }
-        used += static_cast<std::size_t>(size);
-        if (size == 0) {
-            bytes.resize(used);
-            return kSysOk;
-        }
-        if (used == bytes.size()) {
-            bytes.resize(used * 2);
-        }
+// Once for each state of the file, and never under its lock: the user may take his time.
+void tellProblem(const std::string& path, const Look& look) {
+    if (isNewProblem(path, look.identity)) {
+        const bool isUsed = look.text != nullptr;
+        tell(path, look.problem.line,
+             SPW_CString(look.problem.what) + (isUsed ? u". Nothing is written to it."
+                                                      : u". The file is neither used nor changed until it is mended."));
     }
 }
 
-SPW_Result parseFile(Hive hive, const std::string& path, int file, Look& look) {
-    const bool settled = look.identity.isSettled();
+// Until the lock has been free once.
+void noteLock(const std::string& path, bool isHeld) {
+    {
+        const std::lock_guard<std::mutex> guard(g_mutex);
+        if (std::exchange(g_known[path].lockReported, isHeld) || !isHeld) {
+            return;
+        }
+    }
+    tell(path, 0, u"another program has held the lock beside this file for 2 seconds. Nothing is written to it.");
+}
+
+// Up to the limit; what the file holds beyond it shows in the number of bytes.
+SPW_Result readUpTo(int file, std::size_t limit, std::vector<char>& bytes) {
+    bytes.resize(limit + 1);
+    std::size_t used = 0;
+    while (used < bytes.size()) {
+        const ssize_t size = ::read(file, bytes.data() + used, bytes.size() - used);
+        if (size < 0 && errno != EINTR) {
+            return lastCode();
+        }
+        if (size == 0) {
+            break;
+        }
+        used += size < 0 ? 0 : static_cast<std::size_t>(size);
+    }
+    bytes.resize(used);
+    return kSysOk;
+}
+
+// Editors and other processes may let the file grow while it is read.
+SPW_Result parseFile(Hive hive, int file, Look& look) {
+    if (look.identity.size > static_cast<off_t>(kLargestFile)) {
+        look.problem.what = u"the file is larger than 16 megabytes";
+        return kSysRegistryCorrupt;
+    }
     std::vector<char> bytes;
-    const SPW_Result code = readAll(file, static_cast<std::size_t>(look.identity.size), bytes);
+    const SPW_Result code = readUpTo(file, static_cast<std::size_t>(look.identity.size) + kGrowth, bytes);
     if (code != kSysOk) {
         return code;
     }
@@ -223,13 +267,17 @@ SPW_Result parseFile(Hive hive, const std::string& path, int file, Look& look) {
         return kSysRegistryCorrupt;
     }
     look.text = parsed;
-    remember(path, look.identity, settled, look.text);
     return kSysOk;
 }
 
-SPW_Result lookAt(Hive hive, const std::string& path, Look& look) {
+int openHive(const std::string& path) {
+    return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+}
+
+// `mayRemember`: a text that was parsed before will do, if the file's times say that it has not changed.
+SPW_Result lookAt(Hive hive, const std::string& path, bool mayRemember, Look& look) {
     look = Look();
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const SPW_CDescriptorPosix file(openHive(path));
     if (!file.isOpen() && (errno == ENOENT || errno == ENOTDIR)) {
         look.text = std::make_shared<SPW_CRegistryText>(SPW_CString(hiveName(hive)));
         return kSysOk;
@@ -242,8 +290,16 @@ SPW_Result lookAt(Hive hive, const std::string& path, Look& look) {
         return kSysAccessDenied;
     }
     look.identity = Identity(status);
-    look.text = remembered(path, look.identity);
-    return look.text != nullptr ? SPW_Result(kSysOk) : parseFile(hive, path, file.number(), look);
+    const bool settled = look.identity.isSettled();
+    look.text = mayRemember ? remembered(path, look.identity) : nullptr;
+    if (look.text != nullptr) {
+        return kSysOk;
+    }
+    const SPW_Result code = parseFile(hive, file.number(), look);
+    if (code == kSysOk) {
+        remember(path, look.identity, settled, look.text);
+    }
+    return code;
 }
 
 // Many an editor empties the file and then writes it: what it holds meanwhile is neither a mistake, nor are all its
@@ -253,20 +309,20 @@ bool mayBeHalfWritten(SPW_Result code, const Identity& identity) {
 }
 
 SPW_Result load(Hive hive, const std::string& path, Look& look) {
-    SPW_Result code = lookAt(hive, path, look);
+    SPW_Result code = lookAt(hive, path, true, look);
     for (int looks = 1; looks < kLooks && mayBeHalfWritten(code, look.identity); ++looks) {
         SPW_CClockSys::sleepMs(kLookAgainMs);
-        code = lookAt(hive, path, look);
+        code = lookAt(hive, path, true, look);
     }
-    if (code == kSysRegistryCorrupt && isNewProblem(path, look.identity)) {
-        tellProblem(path, look.problem);
+    if (code == kSysRegistryCorrupt) {
+        tellProblem(path, look);
     }
     return code;
 }
 
 // With all its parents.
 SPW_Result makeFolder(const std::string& folder, mode_t mode) {
-    if (mkdir(folder.c_str(), mode) == 0 || errno == EEXIST) {
+    if (SPW_CFileRightsPosix::makeFolder(folder, mode) || errno == EEXIST) {
         return kSysOk;
     }
     const std::size_t slash = folder.find_last_of('/');
@@ -277,53 +333,7 @@ SPW_Result makeFolder(const std::string& folder, mode_t mode) {
     if (parent != kSysOk) {
         return parent;
     }
-    return mkdir(folder.c_str(), mode) == 0 || errno == EEXIST ? SPW_Result(kSysOk) : lastCode();
-}
-
-// A link that points at nothing gets its file, or a new file would take the place of the link.
-SPW_Result completeLink(const std::string& path) {
-    struct stat status;
-    if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode) || stat(path.c_str(), &status) == 0) {
-        return kSysOk;
-    }
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666));
-    return file.isOpen() ? SPW_Result(kSysOk) : lastCode();
-}
-
-std::string folderIn(const std::string& path) {
-    return path.substr(0, path.find_last_of('/') + 1);
-}
-
-// What the superuser makes in a user's folder is the user's, or it would lock the user out. Nobody else may give files
-// away.
-void giveToOwnerOfFolder(int file, const std::string& path) {
-    struct stat folder;
-    if (geteuid() == 0 && stat(folderIn(path).c_str(), &folder) == 0) {
-        (void)!fchown(file, folder.st_uid, folder.st_gid);
-    }
-}
-
-// Only a file that is made here is given away: one that is there may be a name of something else.
-int openLock(const std::string& path) {
-    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
-    const int made = open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0600);
-    if (made >= 0) {
-        giveToOwnerOfFolder(made, path);
-    }
-    return made >= 0 || errno != EEXIST ? made : open(path.c_str(), kFlags);
-}
-
-// Held until the descriptor is closed, among threads as among processes: each opens the lock file for itself.
-SPW_Result lock(const Descriptor& file) {
-    if (!file.isOpen()) {
-        return lastCode();
-    }
-    while (flock(file.number(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            return lastCode();
-        }
-    }
-    return kSysOk;
+    return SPW_CFileRightsPosix::makeFolder(folder, mode) || errno == EEXIST ? SPW_Result(kSysOk) : lastCode();
 }
 
 bool writeAll(int file, const std::vector<char>& bytes) {
@@ -338,50 +348,65 @@ bool writeAll(int file, const std::vector<char>& bytes) {
     return true;
 }
 
-// The new file belongs to whom the old one belonged, as far as we may give it away; its group may be ours as well.
-bool takeOver(int file, const struct stat& old) {
-    if (fchown(file, old.st_uid, old.st_gid) != 0) {
-        (void)!fchown(file, static_cast<uid_t>(-1), old.st_gid);
-    }
-    return fchmod(file, old.st_mode & 07777) == 0;
-}
-
-SPW_Result writeTemporary(const std::string& temporary, const struct stat* old, const std::vector<char>& bytes) {
-    Descriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+// A new hive is born with the rights that the user gives to new files; what is to replace another file is nobody
+// else's until it has that one's rights.
+SPW_Result writeTemporary(const std::string& temporary, int old, const std::vector<char>& bytes) {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    SPW_CDescriptorPosix file(open(temporary.c_str(), kFlags, old < 0 ? 0666 : 0600));
     if (!file.isOpen()) {
         return lastCode();
     }
-    if (old == nullptr) {
-        giveToOwnerOfFolder(file.number(), temporary);
+    if (old < 0) {
+        SPW_CFileRightsPosix::giveToOwnerOfFolder(file.number(), temporary);
     }
-    const bool written = (old == nullptr || takeOver(file.number(), *old)) && writeAll(file.number(), bytes) &&
-                         fsync(file.number()) == 0 && file.close();
+    const bool written = (old < 0 || SPW_CFileRightsPosix::takeOver(old, file.number())) &&
+                         writeAll(file.number(), bytes) && fsync(file.number()) == 0 && file.close();
     return written ? SPW_Result(kSysOk) : lastCode();
+}
+
+// Whether the file is still the one that was read: by its times, and byte for byte, because times may be coarse.
+bool isStillAs(const std::string& path, const Look& look, const std::vector<char>& read) {
+    const SPW_CDescriptorPosix file(openHive(path));
+    struct stat status;
+    if (!file.isOpen() || fstat(file.number(), &status) != 0) {
+        return !look.identity.exists() && errno == ENOENT;
+    }
+    std::vector<char> present;
+    return look.identity.isAsIn(Identity(status)) && readUpTo(file.number(), read.size(), present) == kSysOk &&
+           present == read;
+}
+
+// Puts the temporary file in the place of the hive's. Where there was none, one that has appeared meanwhile stays.
+SPW_Result putInPlace(const std::string& temporary, const std::string& path, bool existed, bool& overtaken) {
+    if (!existed && renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) {
+        return kSysOk;
+    }
+    overtaken = !existed && errno == EEXIST;
+    const bool isOld = existed || errno == EINVAL || errno == ENOSYS;  // a file system without that flag
+    return overtaken || (isOld && rename(temporary.c_str(), path.c_str()) == 0) ? SPW_Result(kSysOk) : lastCode();
 }
 
 // Replaces the file, under the lock, so that the name of the temporary file is nobody else's. Editors know nothing of
 // the lock: when the file is no longer the one that was read, `overtaken` becomes true and nothing is replaced.
-SPW_Result save(const std::string& path, const Identity& read, const SPW_CRegistryText& text, bool& overtaken) {
-    struct stat old;
-    const bool existed = stat(path.c_str(), &old) == 0;
-    if (existed && access(path.c_str(), W_OK) != 0) {
+SPW_Result save(const std::string& path, const Look& look, const std::vector<char>& read,
+                const std::vector<char>& bytes, bool& overtaken) {
+    const SPW_CDescriptorPosix old(look.identity.exists() ? openHive(path) : -1);
+    if (old.isOpen() && access(path.c_str(), W_OK) != 0) {
         return lastCode();
     }
-    std::vector<char> bytes;
-    text.serialise(bytes);
     const std::string temporary = path + ".tmp";
     unlink(temporary.c_str());  // what a crash may have left
-    SPW_Result code = writeTemporary(temporary, existed ? &old : nullptr, bytes);
+    SPW_Result code = writeTemporary(temporary, old.number(), bytes);
     // Writing to the disk is what takes long; behind this look hardly anything is left to come in between.
-    overtaken = code == kSysOk && !identityOf(path).isAsIn(read);
-    if (code == kSysOk && !overtaken && rename(temporary.c_str(), path.c_str()) != 0) {
-        code = lastCode();
+    overtaken = code == kSysOk && !isStillAs(path, look, read);
+    if (code == kSysOk && !overtaken) {
+        code = putInPlace(temporary, path, old.isOpen(), overtaken);
     }
     if (code != kSysOk || overtaken) {
         unlink(temporary.c_str());
         return code;
     }
-    const Descriptor folder(open(folderIn(path).c_str(), O_RDONLY | O_CLOEXEC));
+    const SPW_CDescriptorPosix folder(open(SPW_CFileRightsPosix::folderOf(path).c_str(), O_RDONLY | O_CLOEXEC));
     if (folder.isOpen()) {
         (void)fsync(folder.number());  // the new file is in place; only its safety from a power failure is less
     }
@@ -390,16 +415,73 @@ SPW_Result save(const std::string& path, const Identity& read, const SPW_CRegist
 
 using Change = std::function<SPW_Result(SPW_CRegistryText&)>;
 
-SPW_Result tryEdit(Hive hive, const std::string& path, const Change& change, bool& overtaken) {
-    overtaken = false;
-    Look look;
-    SPW_Result code = load(hive, path, look);
+// How a try to edit ended: with an answer, perhaps one that stands in the file by now, or without one, because the file
+// is not yet to be touched or somebody else has changed it meanwhile.
+enum class Outcome { kAnswered, kWritten, kInWork, kOvertaken };
+
+constexpr const char16_t* kInWorkText = u"somebody is writing this file";
+
+// For an edit that wants to change what has been read into `look`.
+SPW_Result tryChange(const std::string& path, const SPW_CHiveLockPosix& lock, SPW_Result answer,
+                     const SPW_CRegistryText& edited, Look& look, Outcome& outcome) {
+    std::vector<char> read;
+    look.text->serialise(read);
+    const bool isYoung = look.identity.isYoung();
+    if (look.identity.size == 0 || (isYoung && !lock.wasWritten(read))) {
+        outcome = Outcome::kInWork;
+        look.problem.what = isYoung ? kInWorkText : u"the file is empty; remove it if nobody is about to fill it";
+        return kSysRegistryCorrupt;
+    }
+    if (answer != kSysOk) {
+        return answer;
+    }
+    std::vector<char> bytes;
+    edited.serialise(bytes);
+    bool overtaken = false;
+    const SPW_Result code = save(path, look, read, bytes, overtaken);
+    if (overtaken) {
+        outcome = Outcome::kOvertaken;
+        look.problem.what = kInWorkText;
+        return kSysRegistryCorrupt;
+    }
+    if (code == kSysOk) {
+        outcome = Outcome::kWritten;
+        lock.noteWritten(bytes);
+    }
+    return code;
+}
+
+SPW_Result tryEdit(Hive hive, const std::string& path, const Change& change, Look& look, Outcome& outcome) {
+    outcome = Outcome::kAnswered;
+    SPW_CHiveLockPosix lock(path);
+    SPW_Result code = lock.acquire();
     if (code != kSysOk) {
+        return code;
+    }
+    code = lookAt(hive, path, false, look);
+    if (code != kSysOk) {
+        outcome = code == kSysRegistryCorrupt && look.identity.isYoung() ? Outcome::kInWork : Outcome::kAnswered;
         return code;
     }
     SPW_CRegistryText edited(*look.text);
     code = change(edited);
-    return code == kSysOk && edited.isChanged() ? save(path, look.identity, edited, overtaken) : code;
+    return code == kSysOk && !edited.isChanged() ? SPW_Result(kSysOk)
+                                                 : tryChange(path, lock, code, edited, look, outcome);
+}
+
+// Until the file has changed or has rested long enough. False when the time is over, or when it rests and is what it
+// is. Nobody holds the lock meanwhile.
+bool waitForRest(const std::string& path, const Look& look, std::uint64_t end) {
+    if (!look.identity.isYoung()) {
+        return false;
+    }
+    do {
+        if (SPW_CClockSys::monotonic100ns() >= end) {
+            return false;
+        }
+        SPW_CClockSys::sleepMs(kLookAgainMs);
+    } while (look.identity.isYoung() && look.identity == identityOf(path));
+    return true;
 }
 
 }  // namespace
@@ -412,18 +494,25 @@ SPW_Result SPW_CHiveFilePosix::read(Hive hive, Text& text) {
 }
 
 SPW_Result SPW_CHiveFilePosix::edit(Hive hive, const Change& change) {
+    const std::uint64_t end = SPW_CClockSys::monotonic100ns() + kRestMs * kTicksPerMs;
     SPW_Result code = makeFolder(folderOf(hive), hive == SPW_CRegistrySys::kCurrentUser ? 0700 : 0755);
-    if (code == kSysOk) {
-        code = completeLink(pathOf(hive));
-    }
     if (code != kSysOk) {
         return code;
     }
     const std::string path = fileOf(hive);
-    const Descriptor lockFile(openLock(path + ".lock"));
-    code = lock(lockFile);
-    for (bool overtaken = true; code == kSysOk && overtaken;) {
-        code = tryEdit(hive, path, change, overtaken);
+    Look look;
+    Outcome outcome = Outcome::kAnswered;
+    int overtakings = 0;
+    do {
+        code = tryEdit(hive, path, change, look, outcome);
+    } while ((outcome == Outcome::kOvertaken && ++overtakings < kTries) ||
+             (outcome == Outcome::kInWork && waitForRest(path, look, end)));
+    noteLock(path, code == kSysSharingViolation);
+    if (code == kSysRegistryCorrupt) {
+        tellProblem(path, look);
+    }
+    if (outcome == Outcome::kWritten) {
+        SPW_CClockSys::sleepMs(kPauseMs);
     }
     return code;
 }

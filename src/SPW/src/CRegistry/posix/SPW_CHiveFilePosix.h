@@ -20,6 +20,10 @@ SPW_Result read(SPW_CRegistrySys::Hive hive, std::shared_ptr<const SPW_CRegistry
 // Applies `change` to the text and writes the file when that has changed something. Edits of all threads and
 // processes happen one after the other; the file is replaced in one step, so that nobody ever sees half of it. When
 // somebody edits the file by hand meanwhile, `change` is called again, for the text as it is then.
+//
+// Nothing is replaced that may be half of what somebody is writing: a file that is empty, or that somebody other than
+// this function has written within the last three seconds, is waited for, for so long. Code 1009 when it has not come
+// to rest then; 32 when others have held the lock for two seconds. Both are told to the user.
 SPW_Result edit(SPW_CRegistrySys::Hive hive, const std::function<SPW_Result(SPW_CRegistryText&)>& change);
 
 }  // namespace SPW_CHiveFilePosix

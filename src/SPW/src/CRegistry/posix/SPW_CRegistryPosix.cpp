@@ -1,4 +1,5 @@
 #include <cstring>
+#include <vector>
 
 #include "SPW_CHiveFilePosix.h"
 #include "SPW_CRegistrySys.h"
@@ -9,15 +10,72 @@ namespace {
 using Text = std::shared_ptr<const SPW_CRegistryText>;
 using Hive = SPW_CRegistrySys::Hive;
 
+// Changes that are written together: what the hive held when it was first looked at, and what it is to hold.
+class Edits {
+public:
+    explicit Edits(Hive hive) : m_hive(hive) {}
+
+    SPW_Result read(Text& text) {
+        const SPW_Result code = m_text != nullptr ? SPW_Result(kSysOk) : SPW_CHiveFilePosix::read(m_hive, m_text);
+        m_read = m_read != nullptr ? m_read : m_text;
+        text = m_text;
+        return code;
+    }
+
+    template <typename Change>
+    SPW_Result edit(const Change& change) {
+        Text text;
+        SPW_Result code = read(text);
+        if (code == kSysOk) {
+            const auto edited = std::make_shared<SPW_CRegistryText>(*text);
+            code = change(*edited);
+            m_text = code == kSysOk ? edited : text;
+        }
+        return code;
+    }
+
+    SPW_Result write() const {
+        if (m_text == nullptr || !m_text->isChanged()) {
+            return kSysOk;
+        }
+        return SPW_CHiveFilePosix::edit(m_hive, [this](SPW_CRegistryText& text) -> SPW_Result {
+            std::vector<char> present;
+            std::vector<char> read;
+            text.serialise(present);
+            m_read->serialise(read);
+            if (present != read) {
+                return SPW_CRegistrySys::kOvertaken;
+            }
+            text = *m_text;
+            return kSysOk;
+        });
+    }
+
+private:
+    const Hive m_hive;
+    Text m_read;
+    Text m_text;
+};
+
 // A handle names a key; the key is looked up in the file again by every operation.
 struct Key {
     Hive hive;
     SPW_CString path;
     std::uint32_t access;
+    Edits* edits;  // what the key is looked up in instead; null for the file
 };
 
 const Key* keyOf(SPW_Handle handle) {
     return static_cast<const Key*>(handle);
+}
+
+SPW_Result readHive(const Key& key, Text& text) {
+    return key.edits != nullptr ? key.edits->read(text) : SPW_CHiveFilePosix::read(key.hive, text);
+}
+
+template <typename Change>
+SPW_Result editHive(const Key& key, const Change& change) {
+    return key.edits != nullptr ? key.edits->edit(change) : SPW_CHiveFilePosix::edit(key.hive, change);
 }
 
 SPW_CString pathBelow(const Key& parent, const SPW_CString& path) {
@@ -33,7 +91,7 @@ bool mayNot(SPW_Handle handle, std::uint32_t access) {
 
 // The text of the key's hive and the key in it.
 SPW_Result findKey(const Key& key, const SPW_CString& path, Text& text, int& number) {
-    const SPW_Result code = SPW_CHiveFilePosix::read(key.hive, text);
+    const SPW_Result code = readHive(key, text);
     if (code != kSysOk) {
         return code;
     }
@@ -76,14 +134,25 @@ class RegistrySysPosix : public SPW_CRegistrySys {
 public:
     SPW_Handle rootKey(Hive hive) override { return &m_roots[hive]; }
 
+    SPW_Handle beginEdits(Hive hive) override { return new Key{hive, SPW_CString(), kAllAccess, new Edits(hive)}; }
+
+    SPW_Result endEdits(SPW_Handle root, bool write) override {
+        if (root == nullptr) {
+            return kSysInvalidHandle;
+        }
+        const SPW_Result code = write ? keyOf(root)->edits->write() : SPW_Result(kSysOk);
+        delete keyOf(root)->edits;
+        delete keyOf(root);
+        return code;
+    }
+
     SPW_Result createKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access, SPW_Handle& key) override {
         SPW_Result code = openKey(parent, path, access, key);
         if (code != kSysFileNotFound) {
             return code;
         }
         const SPW_CString whole = pathBelow(*keyOf(parent), path);
-        code = SPW_CHiveFilePosix::edit(keyOf(parent)->hive,
-                                        [&](SPW_CRegistryText& text) { return text.createKey(whole); });
+        code = editHive(*keyOf(parent), [&](SPW_CRegistryText& text) { return text.createKey(whole); });
         return code == kSysOk ? openKey(parent, path, access, key) : code;
     }
 
@@ -96,7 +165,7 @@ public:
         int number = 0;
         const SPW_Result code = findKey(*keyOf(parent), whole, text, number);
         if (code == kSysOk) {
-            key = new Key{keyOf(parent)->hive, whole, access};
+            key = new Key{keyOf(parent)->hive, whole, access, keyOf(parent)->edits};
         }
         return code;
     }
@@ -116,8 +185,7 @@ public:
             return kSysInvalidHandle;
         }
         const SPW_CString whole = pathBelow(*keyOf(parent), name);
-        return SPW_CHiveFilePosix::edit(keyOf(parent)->hive,
-                                        [&](SPW_CRegistryText& text) { return text.deleteKey(whole); });
+        return editHive(*keyOf(parent), [&](SPW_CRegistryText& text) { return text.deleteKey(whole); });
     }
 
     SPW_Result deleteValue(SPW_Handle key, const SPW_CString& name) override {
@@ -127,8 +195,8 @@ public:
         if (code != kSysOk) {
             return code;
         }
-        return SPW_CHiveFilePosix::edit(
-            keyOf(key)->hive, [&](SPW_CRegistryText& edited) { return edited.deleteValue(keyOf(key)->path, name); });
+        return editHive(*keyOf(key),
+                        [&](SPW_CRegistryText& edited) { return edited.deleteValue(keyOf(key)->path, name); });
     }
 
     SPW_Result enumKey(SPW_Handle key, std::uint32_t index, SPW_CString& name, std::uint32_t nameSize) override {
@@ -192,15 +260,15 @@ public:
         if (mayNot(key, kSetValue)) {
             return kSysAccessDenied;
         }
-        return SPW_CHiveFilePosix::edit(keyOf(key)->hive, [&](SPW_CRegistryText& text) {
+        return editHive(*keyOf(key), [&](SPW_CRegistryText& text) {
             return text.setValue(keyOf(key)->path, name, type, data, size);
         });
     }
 
 private:
-    Key m_roots[3] = {{kClassesRoot, SPW_CString(), kAllAccess},
-                      {kCurrentUser, SPW_CString(), kAllAccess},
-                      {kLocalMachine, SPW_CString(), kAllAccess}};
+    Key m_roots[3] = {{kClassesRoot, SPW_CString(), kAllAccess, nullptr},
+                      {kCurrentUser, SPW_CString(), kAllAccess, nullptr},
+                      {kLocalMachine, SPW_CString(), kAllAccess, nullptr}};
 };
 
 RegistrySysPosix g_registrySys;

@@ -33,6 +33,11 @@ public:
         return HKEY_LOCAL_MACHINE;
     }
 
+    // Each change is the registry's own at once.
+    SPW_Handle beginEdits(Hive hive) override { return rootKey(hive); }
+
+    SPW_Result endEdits(SPW_Handle, bool) override { return ERROR_SUCCESS; }
+
     SPW_Result createKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access, SPW_Handle& key) override {
         wchar_t noClass[] = L"";
         HKEY created = nullptr;
