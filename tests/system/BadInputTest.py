@@ -1,5 +1,6 @@
 """Settings, hive files and disks that are not as they should be."""
 
+import fcntl
 import os
 import re
 import stat
@@ -212,6 +213,30 @@ class HiveFileTest(lab.SystemTest):
                 self.assertRegex(program.errors(), re.escape(self.device.hive_path) + r":\d+: ")
                 with open(self.device.hive_path, "rb") as file:
                     self.assertEqual(file.read(), content)
+
+    def test_hive_that_is_copied_slowly_is_waited_for_and_keeps_what_arrives(self):
+        with open(self.device.hive_path, "wb"):
+            pass  # as a copy over a slow line begins
+        program = self.device.start("-headless", "-duration", "0")
+        time.sleep(0.4)
+        text = lab.hive_text({lab.SETTINGS_KEY: {"port": "6000", "ping selected": "no"}})
+        with open(self.device.hive_path, "w", encoding="utf-8") as file:
+            file.write(text)
+        self.assertIn(program.wait(), (0, 1, 2))
+        self.assertNotIn(".reg", program.errors())
+        hive = self.device.read_hive()
+        self.assertEqual(values_of(hive), dict(zip(SETTINGS, DEFAULTS)) | {"port": "6000", "ping selected": "no"})
+
+    def test_lock_that_somebody_keeps_is_named_and_holds_up_no_test_for_long(self):
+        text = lab.hive_text({lab.SETTINGS_KEY: {"port": "6000"}})
+        self.device.write_hive(text)
+        with open(self.device.hive_path + ".lock", "w", encoding="ascii") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            program = self.device.start("-headless", "-duration", "0")
+            self.assertIn(program.wait(), (0, 1, 2))
+        self.assertEqual(program.errors().count(f"{self.device.hive_path}: another program has held the lock"), 1,
+                         program.errors())
+        self.assertEqual(self.device.read_hive(), text)
 
     def test_programs_that_write_one_hive_at_once_lose_nothing_of_it(self):
         devices = [self.device] + self.lab.devices_named("pocket2", "pocket3", "pocket4", "pocket5", "pocket6")

@@ -295,6 +295,7 @@ constexpr const char* kNamedSection =
 
 TEST_F(SettingsStorageTest, AValueOfATypeThatIsNoTextIsOverwrittenByItsDefault) {
     m_registry.load(kHive, std::string(kMainSection) + "\"port\"=hex(2):37,00,00,00\n");
+    const RecordingReporter quiet;
     EXPECT_EQ(load().port, 5009);
     EXPECT_EQ(m_registry.setting(u"port"), SPW_CString(u"5009"));
 }

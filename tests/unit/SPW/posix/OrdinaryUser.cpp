@@ -1,6 +1,7 @@
 // Lets the tests of files run as somebody who may not do everything, where whoever runs all tests may.
 
 #include <grp.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -16,6 +17,9 @@ const bool isChanged = [] {
     if (isWanted && (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0)) {
         std::perror("the tests cannot run as an ordinary user");
         std::exit(1);
+    }
+    if (isWanted) {
+        (void)prctl(PR_SET_DUMPABLE, 1);  // or what tells of this process below /proc would still be the superuser's
     }
     return isWanted;
 }();

@@ -430,7 +430,7 @@ SPW_Result tryChange(const std::string& path, const SPW_CHiveLockPosix& lock, SP
     if (look.identity.size == 0 || (isYoung && !lock.wasWritten(read))) {
         outcome = Outcome::kInWork;
         look.problem.what = isYoung ? kInWorkText : u"the file is empty; remove it if nobody is about to fill it";
-        return kSysRegistryCorrupt;
+        return answer != kSysOk ? answer : SPW_Result(kSysRegistryCorrupt);
     }
     if (answer != kSysOk) {
         return answer;

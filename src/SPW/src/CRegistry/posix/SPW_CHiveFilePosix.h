@@ -23,7 +23,8 @@ SPW_Result read(SPW_CRegistrySys::Hive hive, std::shared_ptr<const SPW_CRegistry
 //
 // Nothing is replaced that may be half of what somebody is writing: a file that is empty, or that somebody other than
 // this function has written within the last three seconds, is waited for, for so long. Code 1009 when it has not come
-// to rest then; 32 when others have held the lock for two seconds. Both are told to the user.
+// to rest then, unless `change` has a code of its own; 32 when others have held the lock for two seconds. Both are told
+// to the user.
 SPW_Result edit(SPW_CRegistrySys::Hive hive, const std::function<SPW_Result(SPW_CRegistryText&)>& change);
 
 }  // namespace SPW_CHiveFilePosix
