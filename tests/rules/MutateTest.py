@@ -144,6 +144,9 @@ class PlacesTest(unittest.TestCase):
         lines = [change.line for change in self.tool.chosen(self.changes(SOURCE), 3)]
         self.assertEqual(len(lines), len(set(lines)))
 
+    def test_sources_take_turns(self):
+        self.assertEqual(list(self.tool.in_turns([iter("abc"), iter("1"), iter("xy")])), list("a1xbyc"))
+
 
 class RunTest(unittest.TestCase):
     """The whole tool over a tree that it copies, builds and tests."""
