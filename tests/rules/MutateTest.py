@@ -154,18 +154,21 @@ class RunTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp(prefix="linkometry-rule-")
         self.addCleanup(shutil.rmtree, self.folder)
+        subprocess.run(["git", "-C", self.folder, "init", "--quiet"], check=True)
         for name, text in (("src/Info/limit.cpp", SOURCE), ("src/Info/limit.h", HEADER), ("test.cpp", TEST),
-                           ("CMakeLists.txt", BUILD), ("CMakePresets.json", json.dumps(PRESETS))):
-            path = os.path.join(self.folder, name)
-            os.makedirs(os.path.dirname(path), exist_ok=True)
-            with open(path, "w", encoding="utf-8") as file:
-                file.write(text)
+                           ("CMakeLists.txt", BUILD), ("CMakePresets.json", json.dumps(PRESETS)), (".gitignore", "build\n")):
+            self.commit(name, text)
         # The tool finds its tree by its own place.
         os.makedirs(os.path.join(self.folder, "tools"))
         self.tool = shutil.copy(TOOL, os.path.join(self.folder, "tools"))
-        for command in (["init", "--quiet"], ["add", "."],
-                        ["-c", "user.name=x", "-c", "user.email=x@y", "commit", "--quiet", "--message=x"]):
-            subprocess.run(["git", "-C", self.folder, *command], check=True)
+
+    def commit(self, name, text):
+        path = os.path.join(self.folder, name)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text)
+        for command in (["add", name], ["commit", "--quiet", "--message=x"]):
+            subprocess.run(["git", "-C", self.folder, "-c", "user.name=x", "-c", "user.email=x@y", *command], check=True)
 
     def run_tool(self, *arguments):
         result = subprocess.run([self.tool, *arguments], cwd=self.folder, stdout=subprocess.PIPE,
@@ -182,20 +185,21 @@ class RunTest(unittest.TestCase):
         self.assertRegex(result.stdout, r"\n3 changes, 1 noticed, 2 survived; ")
         with open(os.path.join(self.folder, "src/Info/limit.cpp"), encoding="utf-8") as file:
             self.assertEqual(file.read(), SOURCE)
-        worktrees = subprocess.run(["git", "-C", self.folder, "worktree", "list"], stdout=subprocess.PIPE, text=True,
-                                   check=True).stdout
-        self.assertEqual(worktrees.count("\n"), 1, worktrees)
 
     def test_a_test_that_does_not_end_has_noticed(self):
         result = self.run_tool("--patience", "1", "src/Info/limit.cpp:28")
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         self.assertIn("noticed by no end: src/Info/limit.cpp:28: drop: `step(sum);` becomes", result.stdout)
 
+    def test_the_copy_is_kept_and_follows_the_commits(self):
+        self.assertEqual(self.run_tool("src/Info/limit.cpp:11").returncode, 0)
+        self.commit("test.cpp", "int main() { return 0; }\n")
+        result = self.run_tool("src/Info/limit.cpp:11")
+        self.assertEqual(result.returncode, 1, result.stdout + result.stderr)
+        self.assertIn("survived: src/Info/limit.cpp:11: ", result.stdout)
+
     def test_tests_that_fail_without_a_change_are_no_measure(self):
-        with open(os.path.join(self.folder, "test.cpp"), "w", encoding="utf-8") as file:
-            file.write("int main() { return 1; }\n")
-        subprocess.run(["git", "-C", self.folder, "-c", "user.name=x", "-c", "user.email=x@y", "commit", "--quiet",
-                        "--all", "--message=y"], check=True)
+        self.commit("test.cpp", "int main() { return 1; }\n")
         result = self.run_tool("src/Info")
         self.assertNotIn(result.returncode, (0,), result.stdout)
         self.assertIn("fails without any change", result.stderr)
