@@ -1,7 +1,14 @@
 """The program on a terminal: what its screen shows, what each key and click does, and what is left behind."""
 
+import fcntl
+import os
+import pty
 import re
+import select
 import signal
+import struct
+import termios
+import time
 
 import lab
 import screen
@@ -391,6 +398,62 @@ class LeavingTest(screen.ScreenTest):
                 self.assertEqual(window.wait(), 0)
                 self.assert_terminal_is_as_before(window)
                 window.wait_for("result after")
+
+    def test_log_that_stands_still_does_not_keep_it_from_ending(self):
+        log = lab.StallingLog(self.device)
+        window = self.running(width=130, environment=log.environment)
+        log.hold()
+        window.keys("l", "q")
+        self.assertEqual(window.wait(), 0)
+        self.assert_terminal_is_as_before(window)
+        window.wait_for("result after")
+        self.assertIn("takes no lines; its last ones are lost", window.errors())
+
+    def test_start_that_stands_still_does_not_keep_it_from_ending(self):
+        log = lab.StallingLog(self.device)
+        log.hold()
+        window = self.open(environment=log.environment)
+        window.wait_until(lambda lines: window.state("alternate_on") == "1", "the screen is there")
+        window.signal(signal.SIGTERM)
+        self.assertEqual(window.wait(), 4)
+        self.assert_terminal_is_as_before(window)
+        self.assertIn("stopped before the test could start", window.errors())
+
+    def test_terminal_that_takes_nothing_does_not_keep_it_from_ending(self):
+        # Nobody reads what is drawn.
+        master, slave = pty.openpty()
+        self.addCleanup(os.close, master)
+        fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 200, 0, 0))
+        program = self.device.start(through=("env", f"TERMINAL={os.ttyname(slave)}", "TERM=xterm", "sh", "-c",
+                                             'exec setsid --ctty --wait "$0" "$@" <"$TERMINAL" >"$TERMINAL"'))
+        self.addCleanup(os.close, slave)
+        child = program.child()
+
+        def is_stuck():
+            for _ in range(20):
+                os.kill(child, signal.SIGCONT)  # draws everything again
+                time.sleep(0.05)
+            room = select.poll()
+            room.register(slave, select.POLLOUT)
+            return not room.poll(0)
+        time.sleep(1)  # until it has a screen: the size is nothing to it before
+        lab.eventually(is_stuck, 60, "the terminal is full")
+        os.kill(child, signal.SIGTERM)
+        self.assertEqual(program.wait(within=30), 1)
+        self.assertIn("the terminal takes nothing", program.errors())
+
+    def test_second_request_ends_it_at_once_with_the_terminal_as_before(self):
+        log = lab.StallingLog(self.device)
+        log.hold()
+        window = self.open(environment=log.environment)
+        window.wait_until(lambda lines: window.state("alternate_on") == "1", "the screen is there")
+        window.is_to_crash = True
+        window.signal(signal.SIGTERM)
+        time.sleep(0.5)
+        window.signal(signal.SIGTERM)
+        self.assertEqual(window.wait(), 128 + signal.SIGTERM)
+        self.assert_terminal_is_as_before(window)
+        self.assertNotIn("stopped before", window.errors())
 
     def test_signals_that_crash_restore(self):
         for number in (signal.SIGSEGV, signal.SIGABRT, signal.SIGQUIT, signal.SIGBUS, signal.SIGALRM):

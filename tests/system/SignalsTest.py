@@ -10,11 +10,6 @@ import lab
 import traffic
 
 
-def children(process):
-    with open(f"/proc/{process}/task/{process}/children", encoding="ascii") as file:
-        return [int(number) for number in file.read().split()]
-
-
 class SignalsTest(lab.SystemTest):
     def setUp(self):
         super().setUp()
@@ -121,8 +116,7 @@ class SignalsTest(lab.SystemTest):
         time.sleep(0.5)
         self.assertTrue(program.is_running())
         self.assertIn(":5009 ", self.device.run("ss", "-Hluna").stdout)
-        for process in children(program.process.pid):
-            os.kill(process, signal.SIGTERM)
+        os.kill(program.child(), signal.SIGTERM)
         self.assertEqual(program.wait(), 0)
 
     def test_hangup_starts_over_with_the_settings_as_they_are_now(self):

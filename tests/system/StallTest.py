@@ -128,30 +128,15 @@ class OutputStallTest(StallTest):
         self.assertEqual(program.stop(within=20), 1)
 
 
-class StallingLog:
-    """Lets the log stand still: whoever writes to it waits while hold() holds."""
-
-    def __init__(self, device):
-        self.flag = os.path.join(device.folder, "stall")
-        library = os.path.join(os.path.dirname(lab.program_path()), "tests", "system", "liblinkometry-stall.so")
-        # A sanitizer wants to be the first library; this one only comes before it.
-        self.through = ("env", f"LD_PRELOAD={library}", f"STALL_FLAG={self.flag}", f"STALL_FILE={device.log_path}",
-                        "ASAN_OPTIONS=verify_asan_link_order=0")
-
-    def hold(self):
-        with open(self.flag, "w", encoding="ascii"):
-            pass
-
-
 class LogStallTest(StallTest):
     def setUp(self):
         super().setUp()
         self.device.configure("udp", peers=dict(PEERS, peer=self.peer.address))
-        self.log = StallingLog(self.device)
+        self.log = lab.StallingLog(self.device)
 
     def start(self, *arguments):
         """A headless test whose log stands still from some time after its start."""
-        program = self.device.start("-headless", "-format", "json", *arguments, through=self.log.through)
+        program = self.device.start("-headless", "-format", "json", *arguments, through=self.log.through())
         lab.eventually(lambda: "measures its peers" in program.errors(), 20, str(program))
         self.log.hold()
         return program
@@ -224,9 +209,9 @@ class LogStallTest(StallTest):
 class StartStallTest(StallTest):
     def test_log_that_stands_still_from_the_start_does_not_keep_the_program_from_ending(self):
         self.device.configure("udp")
-        log = StallingLog(self.device)
+        log = lab.StallingLog(self.device)
         log.hold()
-        program = self.device.start("-headless", through=log.through)
+        program = self.device.start("-headless", through=log.through())
         time.sleep(1)
         program.signal(signal.SIGTERM)
         self.assertEqual(program.wait(within=20), 4)
@@ -244,9 +229,9 @@ class StartStallTest(StallTest):
 
     def test_second_request_ends_a_start_at_once(self):
         self.device.configure("udp")
-        log = StallingLog(self.device)
+        log = lab.StallingLog(self.device)
         log.hold()
-        program = self.device.start("-headless", through=log.through)
+        program = self.device.start("-headless", through=log.through())
         time.sleep(1)
         program.signal(signal.SIGTERM)
         time.sleep(0.5)

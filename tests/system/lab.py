@@ -380,6 +380,18 @@ class Program:
         except subprocess.TimeoutExpired:
             raise AssertionError(f"did not end within {within} s: {self}") from None
 
+    def child(self):
+        """The number of the program's own process, where `through` stays and has started it in turn."""
+        def look():
+            with open(f"/proc/{self.process.pid}/task/{self.process.pid}/children", encoding="ascii") as file:
+                for number in file.read().split():
+                    # One that prepares something may be gone by now.
+                    with contextlib.suppress(OSError):
+                        if os.path.samefile(f"/proc/{number}/exe", program_path()):
+                            return int(number)
+            return None
+        return eventually(look, 20, lambda: f"the program is started by {self}")
+
     def stop(self, within=PATIENCE):
         """Asks for the end with SIGTERM; the exit status."""
         self.signal(signal.SIGTERM)
@@ -454,6 +466,25 @@ class Program:
     def __str__(self):
         state = "running" if self.is_running() else f"ended with {self.process.returncode}"
         return f"{' '.join(self.arguments)} on {self.device.name} ({state}), standard error:\n{self.errors()[-4000:]}"
+
+
+class StallingLog:
+    """Lets the test log of the programs on a device stand still: who writes to it waits from hold() on."""
+
+    def __init__(self, device):
+        self._flag = os.path.join(device.folder, "stall")
+        library = os.path.join(os.path.dirname(program_path()), "tests", "system", "liblinkometry-stall.so")
+        # A sanitizer wants to be the first library; this one only comes before it.
+        self.environment = {"LD_PRELOAD": library, "STALL_FLAG": self._flag, "STALL_FILE": device.log_path,
+                            "ASAN_OPTIONS": "verify_asan_link_order=0"}
+
+    def through(self):
+        """For Device.start."""
+        return ("env", *(f"{name}={value}" for name, value in self.environment.items()))
+
+    def hold(self):
+        with open(self._flag, "w", encoding="ascii"):
+            pass
 
 
 def split_report(lines):

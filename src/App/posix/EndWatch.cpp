@@ -2,19 +2,17 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
+
 #include "Console.h"
 #include "ExitStatus.h"
+#include "NowMs.h"
 #include "SPW_CClock.h"
 #include "TerminalRescue.h"
 
 namespace {
 
 constexpr std::uint32_t kLogLookMs = 5;
-
-std::int64_t nowMs() {
-    constexpr std::uint64_t kMs = 10000;  // 100-ns units
-    return static_cast<std::int64_t>(SPW_CClock::instance->now100ns() / kMs);
-}
 
 }  // namespace
 
@@ -27,14 +25,31 @@ EndWatch::~EndWatch() {
 }
 
 void EndWatch::startBegins() {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    m_isStarting = true;
-    m_startLookMs = 0;
+    setPhase(m_start, true);
 }
 
 void EndWatch::startEnds() {
+    setPhase(m_start, false);
+}
+
+void EndWatch::screenBegins() {
+    setPhase(m_screen, true);
+}
+
+void EndWatch::screenEnds() {
+    setPhase(m_screen, false);
+}
+
+void EndWatch::setPhase(Phase& phase, bool isOn) {
     const std::lock_guard<std::mutex> guard(m_lock);
-    m_isStarting = false;
+    phase = Phase();
+    phase.isOn = isOn;
+}
+
+bool EndWatch::lastsTooLong(Phase& phase, std::int64_t now) {
+    if (phase.firstLookMs == 0)
+        phase.firstLookMs = now;
+    return phase.isOn && now - phase.firstLookMs >= kPhasePatienceMs;
 }
 
 void EndWatch::lookAtLogOf(TestEngine& engine) {
@@ -66,13 +81,15 @@ bool EndWatch::waitForLog() {
 void EndWatch::look() {
     const std::lock_guard<std::mutex> guard(m_lock);
     const std::int64_t now = nowMs();
-    if (m_isStarting) {
-        m_startLookMs = m_startLookMs == 0 ? now : m_startLookMs;
-        if (now - m_startLookMs >= kStartPatienceMs) {
-            TerminalRescue::restore();
-            complain(u"stopped before the test could start: it waits for its settings, its log or a name server");
-            _exit(kTestFailed);
-        }
+    if (lastsTooLong(m_start, now)) {
+        TerminalRescue::restore();
+        complain(u"stopped before the test could start: it waits for its settings, its log or a name server");
+        _exit(kTestFailed);
+    }
+    if (lastsTooLong(m_screen, now)) {
+        TerminalRescue::restore();
+        complain(u"stopped without a last table: the terminal takes nothing");
+        _exit(EXIT_FAILURE);
     }
     if (m_engine != nullptr && !m_isLogGivenUp && !isLogTakingLines(now)) {
         m_isLogGivenUp = true;

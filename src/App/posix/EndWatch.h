@@ -11,12 +11,13 @@
 //
 // - A log that takes no lines is given up: whoever waits for it goes on, and its lines are lost.
 // - A start that does not come to its end, because a settings file is locked or a name server silent, ends the program.
+// - So does a screen whose terminal takes nothing, so that it never comes to hear of the end.
 //
 // Threads: any.
 class EndWatch {
 public:
     static constexpr std::int64_t kLogPatienceMs = 2000;
-    static constexpr std::int64_t kStartPatienceMs = 5000;
+    static constexpr std::int64_t kPhasePatienceMs = 5000;  // of a start and a screen
 
     explicit EndWatch(Signals& signals);
     ~EndWatch();
@@ -26,6 +27,9 @@ public:
     // Around everything that is done before a test runs. Between them the program may end with status 4.
     void startBegins();
     void startEnds();
+    // Around everything that is done on the screen. Between them the program may end with status 1.
+    void screenBegins();
+    void screenEnds();
     // From here on the engine's log is looked at; until waitForLog() the engine must live.
     void lookAtLogOf(TestEngine& engine);
     // Waits until the log has taken all that was handed over. False, and the user is told, when it was given up: the
@@ -33,15 +37,23 @@ public:
     bool waitForLog();
 
 private:
+    // Something that the end may have to wait for. Guarded by the lock.
+    struct Phase {
+        bool isOn = false;
+        std::int64_t firstLookMs = 0;  // while the program ends; 0: none yet
+    };
+
+    void setPhase(Phase& phase, bool isOn);
+    static bool lastsTooLong(Phase& phase, std::int64_t now);
     void look();
     bool isLogTakingLines(std::int64_t now);
 
     Signals& m_signals;
     std::mutex m_lock;  // guards all below
-    bool m_isStarting = false;
+    Phase m_start;
+    Phase m_screen;
     TestEngine* m_engine = nullptr;
     bool m_isLogGivenUp = false;
-    std::int64_t m_startLookMs = 0;  // since when the start has been looked at; 0: not
-    std::int64_t m_logLookMs = 0;    // since when the log has taken nothing; 0: not looked at
+    std::int64_t m_logLookMs = 0;  // since when the log has taken nothing; 0: not looked at
     std::uint32_t m_writtenLines = 0;
 };

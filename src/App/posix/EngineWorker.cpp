@@ -8,9 +8,10 @@
 #include "SPW_CError.h"
 
 EngineWorker::EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box, EndWatch& endWatch)
-    : m_options(options), m_wakeup(wakeup), m_box(box), m_endWatch(endWatch), m_board(*this) {
+    : m_options(options), m_wakeup(wakeup), m_box(box), m_endWatch(endWatch), m_board(*this), m_thread([this] {
+          work();
+      }) {
     ask([this] { makeEngine(); });
-    m_thread = std::thread([this] { work(); });
 }
 
 EngineWorker::~EngineWorker() {
@@ -175,8 +176,6 @@ std::vector<EngineWorker::News> EngineWorker::takeNews() {
 }
 
 void EngineWorker::finish() {
-    if (!m_thread.joinable())
-        return;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_isFinished = true;

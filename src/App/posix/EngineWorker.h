@@ -5,11 +5,11 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "CommandLine.h"
 #include "EndWatch.h"
+#include "HelperThread.h"
 #include "RowBoard.h"
 #include "Screen.h"
 #include "ScreenCommands.h"
@@ -30,6 +30,8 @@ public:
     EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box, EndWatch& endWatch);
     ~EngineWorker() override;
 
+    // False when there was no thread to be had: nothing is done then.
+    bool isReady() const { return m_thread.isRunning(); }
     void startTest() override;
     void stopTest() override;
     void resetStatistics() override;
@@ -80,5 +82,5 @@ private:
     std::vector<News> m_news;
     bool m_isFinished = false;
     std::condition_variable m_asked;
-    std::thread m_thread;
+    HelperThread m_thread;  // the last: it uses all the others
 };

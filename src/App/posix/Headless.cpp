@@ -8,15 +8,14 @@
 #include <cstdlib>
 
 #include "Console.h"
+#include "NowMs.h"
 #include "PeerArguments.h"
-#include "SPW_CClock.h"
 #include "SPW_CError.h"
 #include "SnapshotText.h"
 #include "TablePrinter.h"
 
 namespace {
 
-constexpr std::uint64_t kMs = 10000;  // 100-ns units
 constexpr std::uint32_t kOutputPatienceMs = 2000;
 
 // Where a file really is, whatever folder the program was started in; the path itself when that cannot be told.
@@ -80,7 +79,7 @@ bool Headless::prepareTest() {
         m_canRun = added != PeerAdded::kNotFound;
     }
     m_endWatch.startEnds();
-    m_started100ns = SPW_CClock::instance->now100ns();
+    m_startedMs = nowMs();
     m_nextSnapshotMs = m_options.intervalMs;
     return m_canRun;
 }
@@ -197,7 +196,7 @@ bool Headless::waitForOutput() {
 }
 
 std::int64_t Headless::elapsedMs() const {
-    return static_cast<std::int64_t>((SPW_CClock::instance->now100ns() - m_started100ns) / kMs);
+    return nowMs() - m_startedMs;
 }
 
 std::uint32_t Headless::msUntilNextDuty() const {

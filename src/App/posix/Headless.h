@@ -53,7 +53,7 @@ private:
     SilentSink m_sink;
     std::optional<TestEngine> m_engine;
     SPW_CArray<PeerRowValues> m_rows;  // as of the latest snapshot
-    std::uint64_t m_started100ns = 0;
+    std::int64_t m_startedMs = 0;
     std::int64_t m_nextSnapshotMs = 0;  // since the start
     std::int64_t m_testStartedMs = 0;   // since the program's start
     std::int32_t m_testNumber = 0;      // of the test that runs or ran last

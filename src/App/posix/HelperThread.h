@@ -6,16 +6,20 @@
 #include <functional>
 #include <utility>
 
-// A thread for one job, which its owner waits for. No signal is delivered to it. It does without exceptions:
+// A thread for one job, which its owner waits for. No signal that somebody sends is
+// delivered to it. It does without exceptions:
 // std::thread has no other way to say that there is none to be had.
 class HelperThread {
 public:
     explicit HelperThread(std::function<void()> job) : m_job(std::move(job)) {
-        // The thread inherits what is blocked here.
-        sigset_t all;
+        // The thread, and those that it starts, inherit what is blocked here. Not what a crash raises: its handler puts
+        // the terminal back.
+        sigset_t sent;
         sigset_t former;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &former);
+        sigfillset(&sent);
+        for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+            sigdelset(&sent, number);
+        pthread_sigmask(SIG_BLOCK, &sent, &former);
         m_isRunning = pthread_create(&m_thread, nullptr, run, this) == 0;
         pthread_sigmask(SIG_SETMASK, &former, nullptr);
     }

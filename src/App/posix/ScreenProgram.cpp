@@ -9,17 +9,9 @@
 #include <vector>
 
 #include "Console.h"
-#include "SPW_CClock.h"
+#include "ExitStatus.h"
+#include "NowMs.h"
 #include "SnapshotText.h"
-
-namespace {
-
-std::int64_t nowMs() {
-    constexpr std::uint64_t kMs = 10000;  // 100-ns units
-    return static_cast<std::int64_t>(SPW_CClock::instance->now100ns() / kMs);
-}
-
-}  // namespace
 
 bool canShowScreen(const CommandLine& options) {
     if (options.headless || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)
@@ -43,12 +35,19 @@ ScreenProgram::ScreenProgram(const CommandLine& options, Terminal& terminal, Sig
 
 // Status 0: what the user saw is what there is to say.
 int ScreenProgram::run() {
+    if (!m_worker.isReady()) {
+        m_terminal.close();
+        complain(u"cannot start: the system refuses a thread");
+        return kTestFailed;
+    }
+    m_endWatch.screenBegins();
     m_pace.request();
     while (!isOver()) {
         drawIfDue();
         waitForSomething();
     }
     m_terminal.close();
+    m_endWatch.screenEnds();
     m_fatalExit.screenIsGone();
     m_signals.endBegins();
     m_worker.finish();

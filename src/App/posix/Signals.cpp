@@ -8,17 +8,12 @@
 #include <iterator>
 #include <utility>
 
-#include "SPW_CClock.h"
+#include "NowMs.h"
 #include "TerminalRescue.h"
 
 namespace {
 
 constexpr int kExitOfSignal = 128;  // what a shell adds to a signal's number
-
-std::int64_t nowMs() {
-    constexpr std::uint64_t kMs = 10000;  // 100-ns units
-    return static_cast<std::int64_t>(SPW_CClock::instance->now100ns() / kMs);
-}
 
 bool isIgnored(int number) {
     struct sigaction action;
