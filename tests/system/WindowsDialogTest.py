@@ -364,6 +364,17 @@ class AddPeerTest(AddPeerDialogTest):
         self.assertEqual(self.windows.log_texts().count("Created VTR_CPinger to 0.0.0.0"), 2)
 
 
+    def test_an_address_that_comes_twice_on_the_command_line_is_taken_once(self):
+        self.main = self.start("-peer", "10.77.0.9=first", "-peer", "10.77.0.9=second")
+        box = self.windows.window("Linkometry")
+        self.assertIn("10.77.0.9 is a peer already", self.windows.ask("label", box.handle))
+        box.key(windows.RETURN)
+        box.wait_until_gone()
+        self.measure()
+        self.main.wait_for_row("10.77.0.9 (first)")
+        self.assertEqual(self.labels(), ["10.77.0.9 (first)"])
+
+
 class AddPeerWhileRunningTest(AddPeerDialogTest):
     """Pings alone, of the device itself: by other kinds it would hear and discover itself."""
 
