@@ -241,15 +241,15 @@ Word wordOf(const SPW_CString& token, CommandLine::Style style) {
     return word;
 }
 
-// How many letters must be changed, added or left out to make one of the other; letters are compared without regard to
-// case. `limit` + 1 and above: too many.
+// How many letters must be changed, added or left out to make one of the other. Letters are compared without regard to
+// case. Long texts count as wholly different.
 int distance(const SPW_CString& one, const char16_t* other) {
     constexpr int kLongest = 16;
     const SPW_CString second(other);
     if (one.length() > kLongest || second.length() > kLongest) {
         return kLongest;
     }
-    int row[kLongest + 1];
+    int row[kLongest + 1] = {};
     for (int j = 0; j <= second.length(); ++j) {
         row[j] = j;
     }
