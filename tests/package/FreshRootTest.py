@@ -85,6 +85,7 @@ class FreshRootTest(unittest.TestCase):
         # A minimal root may leave out documents as it installs, but the package has them.
         contents = must("dpkg-deb", "-c", package)
         for path in ("/usr/share/man/man1/linkometry.1.gz", "/usr/share/doc/linkometry/copyright",
+                     "/etc/logrotate.d/linkometry",
                      "/usr/share/doc/linkometry/examples/HKEY_CURRENT_USER.reg", "/usr/share/doc/linkometry/README.md",
                      "/usr/share/doc/linkometry/docs/troubleshooting.md", "/usr/share/doc/linkometry/docs/images/screen.svg"):
             self.assertIn(f" .{path}\n", contents)

@@ -181,6 +181,21 @@ class ServiceTest(TemporaryTest):
         self.assertEqual((result.returncode, result.stdout + result.stderr), (0, ""))
 
 
+class LogRotationTest(unittest.TestCase):
+    def test_it_rotates_the_services_log_in_place_and_keeps_as_many_as_the_service(self):
+        rules = read("packaging", "linkometry.logrotate")
+        folder = re.search(r"^LogsDirectory=(.*)$", read("packaging", "linkometry.service"), re.MULTILINE)[1]
+        name = re.search(r'^"log filename"="(.*)"$', read("packaging", "HKEY_CURRENT_USER.reg"), re.MULTILINE)[1]
+        self.assertRegex(rules, rf"(?m)^/var/log/{folder}/{re.escape(name)} {{$")
+        self.assertRegex(rules, r"(?m)^    copytruncate$")
+        # Names that are compressed the service would not find.
+        self.assertNotRegex(rules, r"(?m)^ *(delay)?compress")
+        self.assertRegex(rules, r"(?m)^    rotate 5$")
+
+    def test_package_brings_it_as_a_file_that_its_owner_may_change(self):
+        self.assertEqual(read("packaging", "debian", "conffiles"), "/etc/logrotate.d/linkometry\n")
+
+
 class ExampleSettingsTest(TemporaryTest):
     EXAMPLE = os.path.join(PACKAGING, "HKEY_CURRENT_USER.reg")
 
@@ -243,7 +258,8 @@ class InstallationTest(TemporaryTest):
         self.assertEqual(programs, {
             "bin/linkometry", "lib/systemd/system/linkometry.service", "share/man/man1/linkometry.1.gz",
             "share/bash-completion/completions/linkometry", "share/fish/vendor_completions.d/linkometry.fish",
-            "share/zsh/site-functions/_linkometry", "share/doc/linkometry/examples/HKEY_CURRENT_USER.reg"})
+            "share/zsh/site-functions/_linkometry", "share/doc/linkometry/examples/HKEY_CURRENT_USER.reg",
+            "share/doc/linkometry/examples/linkometry.logrotate"})
         self.assertEqual(run(os.path.join(self.folder, "bin/linkometry"), "-version").stdout,
                          f"linkometry Version {version}\n")
         with gzip.open(os.path.join(self.folder, "share/man/man1/linkometry.1.gz"), "rt", encoding="utf-8") as page:

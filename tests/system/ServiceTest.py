@@ -42,6 +42,30 @@ class ServiceTest(lab.SystemTest):
         lab.eventually(lambda: "measures its peers" in program.errors(), lab.PATIENCE, lambda: str(program))
         return program
 
+    def prepare(self):
+        """What systemd runs in the log's folder before each start, as the same user; a dash is no part of it."""
+        for command in unit_values("ExecStartPre"):
+            self.assertTrue(command.startswith("-"), "a log that cannot be kept is no reason not to start")
+            words = [word.replace("$$", "$") for word in shlex.split(command[1:])]
+            result = self.device.run(*RESTRICTED, *words)
+            self.assertEqual((result.returncode, result.stdout + result.stderr), (0, ""))
+
+    def test_logs_of_the_latest_five_runs_are_kept(self):
+        for run in range(1, 8):
+            self.prepare()
+            self.device.configure("udp", description=f"run {run}")
+            program = self.start()
+            self.wait_for_result(program, "no peer heard so far")
+            program.stop()
+        kept = {}
+        for name in os.listdir(self.device.folder):
+            if name.startswith("VantiroDiagnostics.txt"):
+                with open(os.path.join(self.device.folder, name), encoding="utf-8") as file:
+                    kept[name] = re.search("Description: (.*)", file.read())[1]
+        self.assertEqual(kept, {"VantiroDiagnostics.txt": "run 7", "VantiroDiagnostics.txt.1": "run 6",
+                                "VantiroDiagnostics.txt.2": "run 5", "VantiroDiagnostics.txt.3": "run 4",
+                                "VantiroDiagnostics.txt.4": "run 3", "VantiroDiagnostics.txt.5": "run 2"})
+
     def wait_for_result(self, program, pattern):
         """Asks for a snapshot until one has that pattern."""
         def look():
