@@ -361,6 +361,7 @@ void TestEngine::logSystemReport() {
     if (!m_log.isOn()) {
         return;
     }
+    m_log.limitRights();
     LoggedLines lines(*this);
     reportSystem(lines, m_identity, m_settings);
 }

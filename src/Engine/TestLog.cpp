@@ -4,6 +4,7 @@
 #include <new>
 
 #include "SPW_CDir.h"
+#include "SPW_CHiveRights.h"
 #include "SPW_CSysError.h"
 #include "TestLogWriter.h"
 #include "TextHash.h"
@@ -14,15 +15,13 @@ TestLog::~TestLog() {
 
 void TestLog::open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
                    const SPW_CString& version) {
-    // A device is written to and stays: where a superuser sends the log to /dev/null, that must not become a file.
-    if (SPW_CDir::fileExists(path) == 0 && !SPW_CDir::isDevice(path)) {
-        // The directory class has reported a failure; the log then goes on in the old file. One that is in use cannot
-        // be opened below.
-        (void)SPW_CDir::removeUnusedFile(path);
+    std::unique_ptr<TestLogWriter> writer;
+    SPW_Result result = removeFormer(path);
+    if (result == 0) {
+        (void)SPW_CHiveRights::limit(path);  // what cannot be opened shows just below
+        writer.reset(new (std::nothrow) TestLogWriter(path, description, application, version, kQueuedLines));
+        result = writer != nullptr ? writer->openResult() : SPW_Result{kSysNotEnoughMemory};
     }
-    std::unique_ptr<TestLogWriter> writer(new (std::nothrow)
-                                              TestLogWriter(path, description, application, version, kQueuedLines));
-    const SPW_Result result = writer != nullptr ? writer->openResult() : SPW_Result{kSysNotEnoughMemory};
     if (result == 0) {
         m_writer = writer.release();
     }
@@ -31,8 +30,25 @@ void TestLog::open(const SPW_CString& path, const SPW_CString& description, cons
     m_openResult = result;
 }
 
+// 0, or 32 when the former log is in use.
+SPW_Result TestLog::removeFormer(const SPW_CString& path) {
+    // A device is written to and stays: where a superuser sends the log to /dev/null, that must not become a file.
+    if (SPW_CDir::fileExists(path) != 0 || SPW_CDir::isDevice(path)) {
+        return 0;
+    }
+    // The directory class has reported any other failure; the log then goes on in the old file.
+    return SPW_CDir::removeUnusedFile(path) == kSysSharingViolation ? SPW_Result{kSysSharingViolation} : 0;
+}
+
 void TestLog::close() {
     delete m_writer.exchange(nullptr);
+}
+
+void TestLog::limitRights() {
+    const SPW_CString file = path();
+    if (isOn() && SPW_CDir::fileExists(file) == 0) {
+        (void)SPW_CHiveRights::limit(file);  // a log that belongs to somebody else stays as he has it
+    }
 }
 
 SPW_CString TestLog::path() const {

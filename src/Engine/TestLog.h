@@ -33,6 +33,9 @@ public:
               const SPW_CString& version);
     // Writes the lines that still wait and closes the file.
     void close();
+    // Lets nobody read the log who may not read the registry, of which each start writes a part into it. For a log that
+    // is open already: the registry's rights may have changed.
+    void limitRights();
     bool isOn() const { return m_writer != nullptr; }
     // Of the latest open().
     SPW_CString path() const;
@@ -56,6 +59,8 @@ public:
     static SPW_CString lostLine(const SPW_CString& line);
 
 private:
+    static SPW_Result removeFormer(const SPW_CString& path);
+
     std::atomic<TestLogWriter*> m_writer{nullptr};  // owned; there only with an open log
     mutable SPW_CCriticalSection m_lock;            // guards both below
     SPW_CString m_path;

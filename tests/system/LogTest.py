@@ -2,6 +2,7 @@
 
 import os
 import re
+import stat
 import time
 
 import lab
@@ -104,6 +105,22 @@ class LogTest(lab.SystemTest):
             log = file.read()
         self.assertNotIn(b"\0", log)
         self.assertRegex(log, rb"^\d\d:\d\d:\d\d ")
+
+    def test_log_is_closed_to_whom_the_registry_is_closed(self):
+        def mode():
+            return stat.S_IMODE(os.stat(self.device.log_path).st_mode)
+        self.device.configure("udp")
+        program = self.device.measure()
+        self.device.wait_for_log_line("Created VTR_CUdpListener", within=20)
+        self.assertEqual(mode(), 0o644)
+        os.chmod(self.device.hive_path, 0o600)
+        program.signal(lab.signal.SIGHUP)
+        self.device.wait_for_log_line("Test 2 starting", within=20)
+        self.device.wait_for_log_line("Created VTR_CUdpListener", within=20)
+        lab.eventually(lambda: mode() == 0o600, 20, lambda: oct(mode()))
+        program.stop()
+        self.device.start("-headless", "-duration", "0.2").wait()
+        self.assertEqual(mode(), 0o600)
 
     def test_log_is_where_the_settings_say(self):
         self.device.configure("udp", log_filename=os.path.join(self.device.folder, "other name.log"))

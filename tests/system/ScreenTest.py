@@ -344,6 +344,36 @@ class AppearanceTest(screen.ScreenTest):
             window.keys("s")
             window.wait_for("cannot listen: udp listener", "test 2")
 
+    def test_a_log_in_use_is_a_box_and_no_test_starts_until_it_is_free(self):
+        self.device.configure("ping", peers={"self": "127.0.0.1"})
+        other = self.device.measure()
+        self.device.wait_for_log_line("Test 1 starting", within=20)
+        window = self.open()
+        window.wait_for("is in use by another linkometry", "[ OK ]")
+        window.keys("Enter")
+        window.wait_without("[ OK ]")
+        window.keys("s")
+        window.wait_for("is in use by another linkometry", "[ OK ]")
+        window.keys("Enter")
+        window.wait_for("stopped", "the test was not started")
+        self.assertEqual(other.stop(), 0)
+        self.assertIn(" ---- Test 1 complete ---", self.device.log_lines()[-1])
+        window.keys("s")
+        window.wait_for("running  test 1", "VantiroDiagnostics.txt")
+
+    def test_another_log_in_the_settings_lets_a_test_start(self):
+        self.device.configure("ping", peers={"self": "127.0.0.1"})
+        self.device.measure()
+        self.device.wait_for_log_line("Test 1 starting", within=20)
+        window = self.open()
+        window.wait_for("is in use by another linkometry", "[ OK ]")
+        window.keys("Enter")
+        self.device.configure("ping", peers={"self": "127.0.0.1"}, log_filename="other.txt")
+        window.wait_without("[ OK ]")
+        window.keys("s")
+        window.wait_for("running  test 1", "other.txt")
+        self.assertIn("other.txt", os.listdir(self.device.folder))
+
 
 class LeavingTest(screen.ScreenTest):
     def setUp(self):

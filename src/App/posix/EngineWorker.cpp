@@ -94,7 +94,10 @@ void EngineWorker::start() {
 }
 
 void EngineWorker::begin() {
+    // What keeps the log from being opened is told in plainer words.
+    SPW_CError::instance->setShowErrors(false);
     m_engine->retryLog();
+    SPW_CError::instance->setShowErrors(true);
     if (hasProblem(problems(), StartProblem::kLogInUse)) {
         tell([](Screen& screen) { screen.testRefused(); });
         tellProblems();

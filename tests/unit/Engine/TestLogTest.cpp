@@ -101,6 +101,7 @@ TEST(TestLogTest, ALogThatIsInUseIsNotTouchedAndShowsInTheResult) {
     EXPECT_EQ(other.openResult(), 32u);
     EXPECT_FALSE(other.isOn());
     EXPECT_EQ(other.log(u"nowhere", TestLog::kNoLimit), 0u);
+    EXPECT_EQ(reporter.takeReports().size(), 0u);
     EXPECT_EQ(log.log(u"another line", TestLog::kNoLimit), 0u);
     log.close();
     const std::string text = folder.read("log.txt");

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "RegistryFolder.h"
 #include "TemporaryFolder.h"
 #include "TestLog.h"
 
@@ -78,6 +79,71 @@ TEST(TestLogPosixTest, ALogThatAnotherProgramEmptiesGoesOnWithoutAHole) {
     EXPECT_EQ(log.log(u"a line", TestLog::kNoLimit), 0u);
     log.close();
     EXPECT_EQ(folder.read("log.txt").substr(8), " a line\r\n");
+}
+
+// The log holds what the registry holds.
+class LogRightsTest : public testing::Test {
+protected:
+    void setHive(const char* name, mode_t mode) const {
+        m_registry.write(name, "Windows Registry Editor Version 5.00\n");
+        ASSERT_EQ(chmod((m_registry.native() / name).c_str(), mode), 0);
+    }
+    mode_t logMode() const {
+        struct stat status {};
+        EXPECT_EQ(stat((m_folder.native() / "log.txt").c_str(), &status), 0);
+        return status.st_mode & 07777;
+    }
+    void open() { m_log.open(m_folder.path("log.txt"), u"d", u"a", u"v"); }
+
+    const RegistryFolder m_registry;
+    const TemporaryFolder m_folder;
+    TestLog m_log;
+};
+
+TEST_F(LogRightsTest, WhereAHiveIsItsOwnersAloneTheLogIsToo) {
+    for (const char* hive : {"HKEY_CURRENT_USER.reg", "HKEY_LOCAL_MACHINE.reg"}) {
+        setHive("HKEY_CURRENT_USER.reg", 0644);
+        setHive("HKEY_LOCAL_MACHINE.reg", 0644);
+        setHive(hive, 0600);
+        open();
+        EXPECT_EQ(logMode(), 0600u) << hive;
+        m_log.close();
+    }
+}
+
+TEST_F(LogRightsTest, WhereHivesAreReadByAllOrMissingTheLogHasTheUsualRights) {
+    const mode_t before = umask(022);
+    open();
+    EXPECT_EQ(logMode(), 0644u);
+    m_log.close();
+    setHive("HKEY_CURRENT_USER.reg", 0644);
+    open();
+    umask(before);
+    EXPECT_EQ(logMode(), 0644u);
+}
+
+TEST_F(LogRightsTest, AGroupThatMayReadTheHiveMayReadTheLog) {
+    const mode_t before = umask(022);
+    setHive("HKEY_CURRENT_USER.reg", 0640);
+    open();
+    umask(before);
+    EXPECT_EQ(logMode(), 0640u);
+}
+
+TEST_F(LogRightsTest, AHiveThatIsProtectedLaterCountsFromThen) {
+    setHive("HKEY_CURRENT_USER.reg", 0644);
+    open();
+    setHive("HKEY_CURRENT_USER.reg", 0600);
+    m_log.limitRights();
+    EXPECT_EQ(logMode(), 0600u);
+}
+
+TEST_F(LogRightsTest, AMissingLogIsNotMadeByLimitingItsRights) {
+    setHive("HKEY_CURRENT_USER.reg", 0600);
+    open();
+    std::filesystem::remove(m_folder.native() / "log.txt");
+    m_log.limitRights();
+    EXPECT_FALSE(m_folder.exists("log.txt"));
 }
 
 }  // namespace

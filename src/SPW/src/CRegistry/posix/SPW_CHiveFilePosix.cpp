@@ -486,6 +486,10 @@ bool waitForRest(const std::string& path, const Look& look, std::uint64_t end) {
 
 }  // namespace
 
+std::string SPW_CHiveFilePosix::path(Hive hive) {
+    return pathOf(hive);
+}
+
 SPW_Result SPW_CHiveFilePosix::read(Hive hive, Text& text) {
     Look look;
     const SPW_Result code = load(hive, fileOf(hive), look);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "SPW_CRegistrySys.h"
 #include "SPW_CRegistryText.h"
@@ -12,6 +13,9 @@
 // A file that cannot be parsed is told to the user once for each of its changes, with the line, and is left alone:
 // operations answer 1009. A file that is missing is an empty hive.
 namespace SPW_CHiveFilePosix {
+
+// Of the hive's file, which need not exist.
+std::string path(SPW_CRegistrySys::Hive hive);
 
 // Never waits for another edit. A file that makes no sense or is empty, and has changed this very moment, gets up to a
 // tenth of a second: an editor may be writing it. The text is null unless the answer is 0.
