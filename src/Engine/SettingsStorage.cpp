@@ -1,5 +1,7 @@
 #include "SettingsStorage.h"
 
+#include <memory>
+
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
 #include "SPW_CRegistry.h"
@@ -97,7 +99,9 @@ SPW_CString defaultMulticastPort(std::int32_t override) {
 
 // The order of reading is also the order in which missing values are created.
 bool tryLoad(Settings& settings, std::int32_t multicastPortOverride) {
-    SettingsStore store;
+    // Not on the stack, which is small on a handheld.
+    const std::unique_ptr<SettingsStore> owned(new SettingsStore());
+    SettingsStore& store = *owned;
     SPW_CApp::getModulePath(settings.applicationPath, true);
     settings.version = readVersion(settings.applicationPath);
     settings.displayNameSource = store.readSetting(u"display name", u"Host Name");

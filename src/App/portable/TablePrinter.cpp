@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <vector>
 
 #include "DisplayWidth.h"
 #include "PeerColumns.h"
@@ -14,7 +15,15 @@ constexpr int kWidestLabel = 60;
 constexpr int kNarrowestLabel = 15;
 constexpr int kUsefulLabel = 22;
 
-typedef SPW_CString Cells[kPeerColumns];
+// One line's texts. Not on the stack, which is small on a handheld.
+class Cells {
+public:
+    SPW_CString& operator[](int column) { return m_texts[static_cast<std::size_t>(column)]; }
+    const SPW_CString& operator[](int column) const { return m_texts[static_cast<std::size_t>(column)]; }
+
+private:
+    std::vector<SPW_CString> m_texts = std::vector<SPW_CString>(kPeerColumns);
+};
 typedef int Widths[kPeerColumns];
 
 // How headers and gaps are laid out, the widest form first.
