@@ -1,5 +1,8 @@
 #include "ProbeSchedule.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "SPW_CClock.h"
 
 static const std::int32_t k100nsPerMs = 10000;
@@ -23,13 +26,15 @@ bool ProbeSchedule::isDue(bool running) {
     return true;
 }
 
-// The time left, cut to 32 bits. Deliberate: with a period above 214 s (2^31 units of 100 ns) a number that comes out
-// negative makes the probe due at once, and every device keeps the same times.
+// The time left, in 32 bits. With a period above 214 s (2^31 units of 100 ns) it may be longer than that; then it stops
+// at the greatest number, which is far away, too. Cut to 32 bits it would be negative half of the time, and a probe
+// would be due at every step.
 std::int32_t ProbeSchedule::remaining100ns(std::uint64_t now100ns) const {
     const std::int64_t period = std::int64_t{m_periodMs} * k100nsPerMs;
     const std::int64_t due = static_cast<std::int64_t>(m_lastSendTime100ns) + period;
     const std::int64_t now = static_cast<std::int64_t>(now100ns);
-    return due > now ? static_cast<std::int32_t>(static_cast<std::uint32_t>(due - now)) : 0;
+    constexpr std::int64_t kGreatest = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(due - now, 0, kGreatest));
 }
 
 std::uint32_t ProbeSchedule::sleepForMs(std::int32_t remaining100ns) {

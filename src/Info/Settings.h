@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 
 #include "SPW_CArray.h"
 #include "SPW_CString.h"
@@ -31,8 +33,11 @@ struct Settings {
     bool udpSelected = false;
     SPW_CString version;
 
-    // Milliseconds between probes: the product in 32-bit arithmetic, wrapping as it may.
+    // Milliseconds between probes: the product in 32 bits. Beyond the greatest number (24 days) it stays there, because a
+    // product that wrapped around to a negative or a small number would be a flood.
     std::int32_t periodMs() const {
-        return static_cast<std::int32_t>(static_cast<std::uint32_t>(frequencyQty) * frequencyUnitMs);
+        typedef std::numeric_limits<std::int32_t> Limits;
+        const std::int64_t product = std::int64_t{frequencyQty} * frequencyUnitMs;
+        return static_cast<std::int32_t>(std::clamp<std::int64_t>(product, Limits::min(), Limits::max()));
     }
 };

@@ -9,15 +9,20 @@
 // A clock that moves only when the test says so, or when somebody sleeps. Stands in for the process's clock as long
 // as the object lives. Any thread may use it.
 //
-// Both readings start at the same count; advanceMs and sleeps move both, setWall moves the wall clock alone, as
-// setting the device's time does. The local time zone is UTC plus setZoneMinutes.
+// The two readings lie far apart, so that whoever takes one for the other is found out. advanceMs and sleeps move both,
+// setWall moves the wall clock alone, as setting the device's time does. The local time zone is UTC plus
+// setZoneMinutes.
 class ScriptedClock : public SPW_CClock {
 public:
     static constexpr std::uint64_t k100nsPerMs = 10000;
     static constexpr std::uint64_t kStart = 127017148290000000;  // 3 July 2003, 14:07:09
 
-    explicit ScriptedClock(std::uint64_t start100ns = kStart)
-        : m_now(start100ns), m_wall(start100ns), m_installed(*this) {}
+    // How far the reading for schedules is ahead: a year.
+    static constexpr std::uint64_t kReadingsApart = std::uint64_t{365} * 24 * 3600 * 1000 * k100nsPerMs;
+
+    // wallStart100ns: where the wall clock starts.
+    explicit ScriptedClock(std::uint64_t wallStart100ns = kStart)
+        : m_now(wallStart100ns + kReadingsApart), m_wall(wallStart100ns), m_installed(*this) {}
 
     std::uint64_t now100ns() override {
         const std::lock_guard<std::mutex> guard(m_mutex);

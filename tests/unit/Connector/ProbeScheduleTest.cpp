@@ -99,16 +99,46 @@ TEST_F(ProbeScheduleTest, SwitchedOffSleepsASecondAndIsNeverDue) {
     EXPECT_TRUE(schedule.isDue(true));
 }
 
-TEST_F(ProbeScheduleTest, TimeLeftIsCutToThirtyTwoBits) {
-    // 214748 ms are the longest time that fits; one more comes out negative, and a negative rest is due.
-    EXPECT_EQ(sleepWith(214748), 1000u);
-    ProbeSchedule schedule(214749);
+// The time left is counted in 32 bits, which 214748 ms fill.
+TEST_F(ProbeScheduleTest, APeriodBeyondThirtyTwoBitsIsKept) {
+    constexpr std::int32_t kMinutes = 60 * 1000;
+    constexpr std::int32_t kHours = 60 * kMinutes;
+    constexpr std::int32_t kDays = 24 * kHours;
+    for (const std::int32_t periodMs :
+         {214748, 214749, 5 * kMinutes, 8 * kMinutes, kHours, 7 * kHours, kDays, 24 * kDays, 2147483647}) {
+        ProbeSchedule schedule(periodMs);
+        ASSERT_TRUE(schedule.isDue(true));
+        // At no time before, and without a pause above or below a second while it is far away.
+        for (int part = 0; part < 100; ++part) {
+            EXPECT_FALSE(schedule.isDue(true)) << periodMs;
+            EXPECT_EQ(clock.sleeps().back(), 1000u) << periodMs;
+            clock.advanceMs(static_cast<std::uint64_t>(periodMs / 100) - 2000);
+        }
+        while (!schedule.isDue(true)) {
+            ASSERT_LT(clock.sleeps().back(), 1001u) << periodMs;
+            clock.advanceMs(clock.sleeps().back() == 0 ? 1 : 0);
+        }
+        EXPECT_FALSE(schedule.isDue(true)) << periodMs;
+    }
+}
+
+TEST_F(ProbeScheduleTest, ALongPeriodEndsToTheUnit) {
+    ProbeSchedule schedule(300000);
+    ASSERT_TRUE(schedule.isDue(true));
+    clock.advanceMs(299999);
+    EXPECT_FALSE(schedule.isDue(true));
+    clock.advanceMs(1);
     EXPECT_TRUE(schedule.isDue(true));
+}
+
+// What is scheduled follows the clock that nobody sets.
+TEST_F(ProbeScheduleTest, SettingTheDevicesTimeMovesNoProbe) {
+    constexpr std::uint64_t kHour = std::uint64_t{3600} * 1000 * ScriptedClock::k100nsPerMs;
+    ProbeSchedule schedule(1000);
+    ASSERT_TRUE(schedule.isDue(true));
+    clock.setWall(clock.wall100ns() + kHour);
+    EXPECT_FALSE(schedule.isDue(true));
+    clock.setWall(clock.wall100ns() - 2 * kHour);
+    clock.advanceMs(1000);
     EXPECT_TRUE(schedule.isDue(true));
-    // An hour is 8 times 2^32 units and 164 s.
-    ProbeSchedule hourly(3600000);
-    ASSERT_TRUE(hourly.isDue(true));
-    EXPECT_FALSE(hourly.isDue(true));
-    clock.advanceMs(164100);
-    EXPECT_TRUE(hourly.isDue(true));
 }

@@ -212,17 +212,23 @@ TEST_F(SettingsStorageTest, AnUnknownUnitGivesAPeriodOfZero) {
     EXPECT_EQ(m_registry.setting(u"frequency units"), SPW_CString(u"weeks"));
 }
 
-TEST_F(SettingsStorageTest, ThePeriodIsThirtyTwoBitArithmetic) {
-    Settings settings;
-    settings.frequencyQty = 30;
-    settings.frequencyUnitMs = 1000;
-    EXPECT_EQ(settings.periodMs(), 30000);
-    settings.frequencyQty = 100;
-    settings.frequencyUnitMs = 86400000;
-    EXPECT_EQ(settings.periodMs(), 50065408);  // 8640000000 less twice 2^32
-    settings.frequencyQty = -1;
-    settings.frequencyUnitMs = 1000;
-    EXPECT_EQ(settings.periodMs(), -1000);
+TEST_F(SettingsStorageTest, ThePeriodStopsAtTheGreatestNumber) {
+    const auto periodOf = [](std::int32_t quantity, const char16_t* unit) {
+        Settings settings;
+        settings.frequencyQty = quantity;
+        settings.frequencyUnitMs = unitToMilliseconds(unit);
+        return settings.periodMs();
+    };
+    EXPECT_EQ(periodOf(30, u"seconds"), 30000);
+    EXPECT_EQ(periodOf(5, u"minutes"), 300000);
+    EXPECT_EQ(periodOf(2, u"hours"), 7200000);
+    EXPECT_EQ(periodOf(24, u"days"), 2073600000);
+    // 25 days are more milliseconds than a signed number of 32 bits has room for; 50 days, than an unsigned one.
+    EXPECT_EQ(periodOf(25, u"days"), 2147483647);
+    EXPECT_EQ(periodOf(50, u"days"), 2147483647);
+    EXPECT_EQ(periodOf(2147483647, u"days"), 2147483647);
+    EXPECT_EQ(periodOf(-1, u"seconds"), -1000);
+    EXPECT_EQ(periodOf(-2147483647 - 1, u"days"), -2147483647 - 1);
 }
 
 TEST_F(SettingsStorageTest, TheOverrideIsTheDefaultOfTheMulticastPort) {
