@@ -24,11 +24,18 @@ constexpr std::uintptr_t kWakeUp = 0;
 TestLogWriter::TestLogWriter(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
                              const SPW_CString& version, std::uint32_t capacity)
     : SPW_CThreadMessageQueue(capacity) {
-    // An event that could not be made asserts at its first use.
-    (void)m_room.create(false, true, nullptr);
-    (void)m_finished.create(false, false, nullptr);
     m_openResult = m_log.open(path, description, application, version, kNoRotation, kBackups, true);
-    m_startResult = start();
+    m_startResult = startThread();
+}
+
+// Without any of its parts there is no thread: nobody could hand it lines or wait for its end.
+SPW_Result TestLogWriter::startThread() {
+    SPW_Result result = queueResult();
+    if (result == 0)
+        result = m_room.create(false, true, nullptr);
+    if (result == 0)
+        result = m_finished.create(false, false, nullptr);
+    return result == 0 ? start() : result;
 }
 
 TestLogWriter::~TestLogWriter() {

@@ -45,6 +45,7 @@ public:
     void giveUp();
 
 private:
+    SPW_Result startThread();
     void stopThread();
     std::uint32_t msUntilFlush() const;
     void noteWritten();

@@ -40,7 +40,8 @@ public:
 // file-name part of the module path.
 //
 // What is reported while the same thread is reporting already is dropped silently, so that a failing log file cannot
-// make the reporter call itself for ever.
+// make the reporter call itself for ever. (Where the platform has no thread-local slot left, the threads that are
+// reporting are listed instead.)
 //
 // Threads: any thread may call everything at any time, and `instance` may be used before main() and until the
 // process has ended.
@@ -145,6 +146,8 @@ private:
     };
     class Nesting;
     struct Place;
+    // More threads than ever report at once.
+    static constexpr int kMostReporting = 64;
 
     // Whether an error log is open, and its name.
     bool isLogOpen(SPW_CString& name);
@@ -169,6 +172,8 @@ private:
     SPW_CLogFile* m_log = nullptr;                 // owned; guarded by m_logLock
     SPW_CLazy<SPW_CThreadSlot> m_traceDepth;       // kept for a debugger; records do not show it
     SPW_CLazy<SPW_CThreadSlot> m_nesting;
+    // The numbers of the threads that are reporting, 0 in free places; used where m_nesting has no slot.
+    std::atomic<std::uint32_t> m_reporting[kMostReporting]{};
     std::atomic<bool> m_consoleEcho{false};
     std::atomic<bool> m_shortEcho{false};
     SPW_CLazy<SPW_CArray<Listener>> m_listeners;  // guarded by m_listenerLock

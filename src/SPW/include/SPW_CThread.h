@@ -30,7 +30,8 @@ public:
     virtual void finish() = 0;
 
     // Creates the thread, which runs at once. Once per object, by its owner. 0, or kSysNotEnoughMemory (reported) when
-    // the platform has no thread left: step() and finish() will then never be called.
+    // the platform has no thread left: step() and finish() will then never be called. kNoSemaphore for an object that
+    // has survived the fatal report of a missing lock; lock() and unlock() then do nothing.
     SPW_Result start();
     // Takes effect after the step in progress. Any thread.
     void requestStop() { m_stopRequest = true; }

@@ -25,11 +25,14 @@ public:
 
     // A queue of one place.
     SPW_CThreadMessageQueue();
-    // At least one place.
+    // capacity 0 makes one place, too.
     explicit SPW_CThreadMessageQueue(std::uint32_t capacity);
     ~SPW_CThreadMessageQueue() override;
 
-    // Blocks until there is room. Any thread.
+    // 0, or kNoSemaphore (reported) when the platform had none left: the queue then takes no message and is always
+    // empty. Its owner does not start it.
+    SPW_Result queueResult() const;
+    // Blocks until there is room. Any thread. A queue that takes no message leaves the message with the caller.
     void qAddMsg(std::uintptr_t message);
     // Takes the oldest message, or the timed message when it is due; `message` is 0 when neither came within timeoutMs
     // (kSPWForever: no limit). Callers go by `message`. The result is 0 for a message, kTimedOut for none; for a timed
@@ -45,11 +48,13 @@ public:
     bool isFull() const;
 
 private:
+    bool waitForItem(std::uint32_t timeoutMs);
     std::int64_t timedMessageRemaining() const;
     std::uintptr_t takeTimedMessage();
     std::uintptr_t takeOldest();
     std::int32_t lockedCount() const;
 
+    const std::uint32_t m_capacity;
     SPW_Handle m_items;
     SPW_Handle m_freeSlots;
     // Not a semaphore like the two above: those give a unit to the longest waiter even while it is still asleep, so
@@ -58,7 +63,6 @@ private:
     // Guarded by m_queueLock.
     std::unique_ptr<std::uintptr_t[]> m_ring;
     std::uint32_t m_writeIndex;
-    const std::uint32_t m_capacity;
     std::uint32_t m_removeIndex;
     std::int32_t m_count;
     // The reader's own.

@@ -7,7 +7,8 @@
 // per set, the longest waiting first; one with manual reset lets all through until it is reset.
 //
 // create() comes first, by the owner alone; using the event before is a fatal assertion. Any thread may then set, reset
-// and wait. A waiter that has been released may destroy the event at once, even while set() is still returning.
+// and wait. A waiter that has been released may destroy the event at once, even while set() is still returning. Every
+// failure is reported; a time-out is none.
 class VTR_CEvent : public SPW_CObject {
 public:
     static constexpr SPW_Result kTimedOut = 521;

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -13,6 +14,7 @@
 #include "RecordingReporter.h"
 #include "SPW_CArray.h"
 #include "SPW_CThread.h"
+#include "SPW_CThreadSlot.h"
 #include "ScopedInstance.h"
 #include "ScriptedClock.h"
 #include "TemporaryFolder.h"
@@ -602,6 +604,55 @@ TEST_F(ErrorTest, ThreadsReportTraceAndOpenTheLogAtTheSameTime) {
         EXPECT_EQ(error.closeLogFile(), 0u);
     }
     reporting.join();
+}
+
+// --- A process that has used its thread-local slots up
+
+class ErrorWithoutSlotsTest : public testing::Test {
+protected:
+    ErrorWithoutSlotsTest() {
+        do {
+            m_slots.push_back(std::make_unique<SPW_CThreadSlot>());
+        } while (m_slots.back()->isValid());
+        m_reporter.setMessageBox(&m_box);
+        m_reporter.setShowErrors(true);
+        m_reporter.setExit([](int code) { exitCode = code; });
+        exitCode = -1;
+    }
+    void report(const char16_t* message) {
+        m_reporter.report(kModule, 1, "Class", "method", 12, 0, message, SPW_CError::kOrdinary);
+    }
+
+    static int exitCode;
+    std::vector<std::unique_ptr<SPW_CThreadSlot>> m_slots;
+    ScriptedBox m_box;
+    SPW_CError m_reporter;  // asks for its slots at its first report
+};
+int ErrorWithoutSlotsTest::exitCode = -1;
+
+TEST_F(ErrorWithoutSlotsTest, ReportsAllTheSame) {
+    report(u"first");
+    report(u"second");
+    EXPECT_THAT(m_box.shown, SizeIs(2));
+    EXPECT_EQ(m_reporter.trace(0, SPW_CError::kNote, kModule, 1, "Class", "method", u"unwanted"), 462u);
+}
+
+TEST_F(ErrorWithoutSlotsTest, AnAssertionStillEndsTheProgram) {
+    (void)m_reporter.assertionFailed(kModule, 1, "Class", "method", "it holds");
+    EXPECT_EQ(exitCode, 1);
+    EXPECT_THAT(m_box.shown, SizeIs(1));
+}
+
+TEST_F(ErrorWithoutSlotsTest, WhatAThreadReportsWhileItReportsIsDroppedAndWhatOthersReportIsNot) {
+    m_box.inside = [this] {
+        m_box.inside = nullptr;
+        report(u"nested");
+        std::thread([this] { report(u"of another thread"); }).join();
+    };
+    report(u"first");
+    EXPECT_THAT(m_box.shown, SizeIs(2));
+    report(u"afterwards");
+    EXPECT_THAT(m_box.shown, SizeIs(3));
 }
 
 }  // namespace

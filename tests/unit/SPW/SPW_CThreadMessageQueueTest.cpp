@@ -62,6 +62,16 @@ private:
     SPW_CError& m_reporter;
 };
 
+TEST(MessageQueueTest, ACapacityOfZeroIsOnePlace) {
+    Queue queue(0);
+    for (const std::uintptr_t message : {7u, 8u}) {
+        EXPECT_TRUE(queue.isEmpty());
+        queue.qAddMsg(message);
+        EXPECT_TRUE(queue.isFull());
+        EXPECT_EQ(queue.take(), message);
+    }
+}
+
 TEST(MessageQueueTest, SecondAddBlocksUntilFirstIsTaken) {
     Queue queue;
     queue.qAddMsg(1);

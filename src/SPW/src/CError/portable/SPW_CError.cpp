@@ -118,14 +118,47 @@ SPW_CError* SPW_CError::instance = &processReporter.value;
 // Counts the reporter calls that the calling thread is inside of.
 class SPW_CError::Nesting {
 public:
-    explicit Nesting(SPW_CError& reporter) : m_count(reporter.m_nesting.get()) { addTo(m_count, 1); }
-    ~Nesting() { addTo(m_count, -1); }
+    explicit Nesting(SPW_CError& reporter) : m_count(reporter.m_nesting.get()) {
+        addTo(m_count, 1);
+        if (m_count.isValid()) {
+            m_isOutermost = m_count.get() == 1;
+        } else {
+            enlist(reporter);
+        }
+    }
+    ~Nesting() {
+        addTo(m_count, -1);
+        if (m_place != nullptr) {
+            *m_place = 0;
+        }
+    }
     Nesting(const Nesting&) = delete;
     Nesting& operator=(const Nesting&) = delete;
-    bool isOutermost() const { return m_count.get() == 1; }
+    bool isOutermost() const { return m_isOutermost; }
 
 private:
+    // A thread is in the list as long as it is inside of its outermost call. Should the list be full, the call counts
+    // as nested and is dropped: a report that is lost does less harm than a reporter that waits for itself.
+    void enlist(SPW_CError& reporter) {
+        const std::uint32_t self = SPW_CThread::currentId();
+        for (const std::atomic<std::uint32_t>& thread : reporter.m_reporting) {
+            if (thread == self) {
+                return;
+            }
+        }
+        for (std::atomic<std::uint32_t>& thread : reporter.m_reporting) {
+            std::uint32_t nobody = 0;
+            if (thread.compare_exchange_strong(nobody, self)) {
+                m_place = &thread;
+                m_isOutermost = true;
+                return;
+            }
+        }
+    }
+
     SPW_CThreadSlot& m_count;
+    std::atomic<std::uint32_t>* m_place = nullptr;
+    bool m_isOutermost = false;
 };
 
 // Where an event happened, as records and boxes print it.

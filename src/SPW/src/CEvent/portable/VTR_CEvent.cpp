@@ -16,6 +16,12 @@ bool assertCreated(SPW_Handle event, int line, const char* method) {
     return false;
 }
 
+// Reports the failure and returns its code.
+SPW_Result failed(SPW_Result code, int line, const char* method, const char16_t* message) {
+    SPW_CError::instance->report(kModule, line, "VTR_CEvent", method, code, 0, message, SPW_CError::kOrdinary);
+    return code;
+}
+
 }  // namespace
 
 VTR_CEvent::VTR_CEvent() : m_hEvent(nullptr) {}
@@ -29,19 +35,19 @@ SPW_Result VTR_CEvent::create(bool manualReset, bool initiallySet, const char16_
     if (m_hEvent != nullptr)
         VTR_CEventSys::destroy(m_hEvent);
     m_hEvent = VTR_CEventSys::create(manualReset, initiallySet, name);
-    return m_hEvent != nullptr ? 0 : kCreateFailed;
+    return m_hEvent != nullptr ? 0 : failed(kCreateFailed, __LINE__, "create", u"failed to create event");
 }
 
 SPW_Result VTR_CEvent::set() {
     if (!assertCreated(m_hEvent, 46, "set"))
         return kSetFailed;
-    return VTR_CEventSys::set(m_hEvent) ? 0 : kSetFailed;
+    return VTR_CEventSys::set(m_hEvent) ? 0 : failed(kSetFailed, __LINE__, "set", u"failed to set event");
 }
 
 SPW_Result VTR_CEvent::reset() {
     if (!assertCreated(m_hEvent, 63, "reset"))
         return kResetFailed;
-    return VTR_CEventSys::reset(m_hEvent) ? 0 : kResetFailed;
+    return VTR_CEventSys::reset(m_hEvent) ? 0 : failed(kResetFailed, __LINE__, "reset", u"failed to reset event");
 }
 
 SPW_Result VTR_CEvent::wait(std::uint32_t timeoutMs) {
@@ -53,7 +59,7 @@ SPW_Result VTR_CEvent::wait(std::uint32_t timeoutMs) {
         case VTR_CEventSys::kTimedOut:
             return kTimedOut;
         default:
-            return kWaitFailed;
+            return failed(kWaitFailed, __LINE__, "wait", u"failed to wait for event");
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "SPW_CLazy.h"
 #include "SPW_CThreadSlot.h"
 #include "SPW_Types.h"
@@ -7,15 +9,25 @@
 // The code of each thread's latest failure in one family of operations. The platform's own memory of it does not
 // serve: calls of other families, and successful ones, write it too.
 //
+// Without a thread-local slot all threads share one code: now and then it is that of another thread's failure, but a
+// failure never looks like success.
+//
 // Constant-initialised; usable before main(). Any thread.
 class SPW_CLastCodeW32 {
 public:
     constexpr SPW_CLastCodeW32() = default;
 
     // 0 before the thread's first failure.
-    SPW_Result get() { return static_cast<SPW_Result>(m_slot.get().get()); }
-    void set(SPW_Result code) { m_slot.get().set(static_cast<std::intptr_t>(code)); }
+    SPW_Result get() {
+        SPW_CThreadSlot& slot = m_slot.get();
+        return slot.isValid() ? static_cast<SPW_Result>(slot.get()) : m_sharedCode.load();
+    }
+    void set(SPW_Result code) {
+        m_slot.get().set(static_cast<std::intptr_t>(code));
+        m_sharedCode = code;
+    }
 
 private:
     SPW_CLazy<SPW_CThreadSlot> m_slot;
+    std::atomic<SPW_Result> m_sharedCode{0};
 };

@@ -26,6 +26,8 @@ SPW_CThread::~SPW_CThread() {
 }
 
 SPW_Result SPW_CThread::start() {
+    if (m_lock == nullptr)
+        return kNoSemaphore;
     m_thread = SPW_CThreadSys::createThread(&SPW_CThread::run, this);
     if (m_thread != nullptr)
         return 0;
@@ -35,12 +37,14 @@ SPW_Result SPW_CThread::start() {
 }
 
 void SPW_CThread::lock() {
-    (void)SPW_CThreadSys::waitSemaphore(m_lock, kSPWForever);
+    if (m_lock != nullptr)
+        (void)SPW_CThreadSys::waitSemaphore(m_lock, kSPWForever);
 }
 
 void SPW_CThread::unlock() {
     // At its maximum already: nobody holds the lock, so there is nothing to give back.
-    (void)SPW_CThreadSys::releaseSemaphore(m_lock);
+    if (m_lock != nullptr)
+        (void)SPW_CThreadSys::releaseSemaphore(m_lock);
 }
 
 std::uint32_t SPW_CThread::currentId() {

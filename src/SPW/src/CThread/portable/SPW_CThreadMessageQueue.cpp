@@ -1,5 +1,6 @@
 #include "SPW_CThreadMessageQueue.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "SPW_CClock.h"
@@ -40,25 +41,37 @@ void release(SPW_Handle semaphore) {
 SPW_CThreadMessageQueue::SPW_CThreadMessageQueue() : SPW_CThreadMessageQueue(1) {}
 
 SPW_CThreadMessageQueue::SPW_CThreadMessageQueue(std::uint32_t capacity)
-    : m_items(SPW_CThreadSys::createSemaphore(0, capacity)),
-      m_freeSlots(SPW_CThreadSys::createSemaphore(capacity, capacity)),
-      m_ring(new std::uintptr_t[capacity]()),
+    : m_capacity(std::max(capacity, std::uint32_t{1})),
+      m_items(SPW_CThreadSys::createSemaphore(0, m_capacity)),
+      m_freeSlots(SPW_CThreadSys::createSemaphore(m_capacity, m_capacity)),
+      m_ring(new std::uintptr_t[m_capacity]()),
       m_writeIndex(0),
-      m_capacity(capacity),
       m_removeIndex(0),
       m_count(0),
       m_timedPending(false),
       m_due100ns(0) {
     trace(SPW_CError::kEntry, 20, "constructor");
+    if (queueResult() != 0) {
+        SPW_CError::instance->report(kModule, __LINE__, "SPW_CThreadMessageQueue", "constructor", kNoSemaphore, 0,
+                                     u"failed to create semaphore", SPW_CError::kOrdinary);
+    }
     trace(SPW_CError::kExit, 54, "constructor");
 }
 
 SPW_CThreadMessageQueue::~SPW_CThreadMessageQueue() {
-    SPW_CThreadSys::destroySemaphore(m_items);
-    SPW_CThreadSys::destroySemaphore(m_freeSlots);
+    if (m_items != nullptr)
+        SPW_CThreadSys::destroySemaphore(m_items);
+    if (m_freeSlots != nullptr)
+        SPW_CThreadSys::destroySemaphore(m_freeSlots);
+}
+
+SPW_Result SPW_CThreadMessageQueue::queueResult() const {
+    return m_items != nullptr && m_freeSlots != nullptr ? 0 : kNoSemaphore;
 }
 
 void SPW_CThreadMessageQueue::qAddMsg(std::uintptr_t message) {
+    if (queueResult() != 0)
+        return;
     trace(SPW_CError::kEntry, 157, "qAddMsg");
     acquire(m_freeSlots);
     {
@@ -87,7 +100,7 @@ SPW_Result SPW_CThreadMessageQueue::qGetMsg(std::uintptr_t& message, std::uint32
         if (timedMessageFirst)
             waitMs = static_cast<std::uint32_t>(remaining);
     }
-    if (!SPW_CThreadSys::waitSemaphore(m_items, waitMs)) {
+    if (!waitForItem(waitMs)) {
         trace(SPW_CError::kExit, 128, "qGetMsg", u"wait timed out");
         if (!timedMessageFirst)
             return kTimedOut;
@@ -97,6 +110,15 @@ SPW_Result SPW_CThreadMessageQueue::qGetMsg(std::uintptr_t& message, std::uint32
     message = takeOldest();
     trace(SPW_CError::kExit, 151, "qGetMsg");
     return 0;
+}
+
+// A queue that can never hold anything stays empty for as long as anybody waits.
+bool SPW_CThreadMessageQueue::waitForItem(std::uint32_t timeoutMs) {
+    if (queueResult() != 0) {
+        SPW_CClock::instance->sleepMs(timeoutMs);
+        return false;
+    }
+    return SPW_CThreadSys::waitSemaphore(m_items, timeoutMs);
 }
 
 void SPW_CThreadMessageQueue::setTimedMessage(std::uint32_t delay, std::unique_ptr<SPW_CMessage> message) {

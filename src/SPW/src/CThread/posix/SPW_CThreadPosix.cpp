@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <new>
 
 #include "SPW_CGatePosix.h"
@@ -53,18 +54,19 @@ pthread_mutex_t* mutexOf(SPW_Handle section) {
 }  // namespace
 
 SPW_Handle SPW_CThreadSys::createThread(void (*entry)(void*), void* argument) {
-    pthread_t* const thread = new pthread_t;
-    Start* const start = new Start{entry, argument};
+    std::unique_ptr<pthread_t> thread(new (std::nothrow) pthread_t);
+    std::unique_ptr<Start> start(new (std::nothrow) Start{entry, argument});
+    if (thread == nullptr || start == nullptr)
+        return nullptr;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, SPW_CThreadSys::kStackBytes + stackShareOfTheLibrary());
-    const int failure = pthread_create(thread, &attributes, runThread, start);
+    const int failure = pthread_create(thread.get(), &attributes, runThread, start.get());
     pthread_attr_destroy(&attributes);
-    if (failure == 0)
-        return thread;
-    delete start;
-    delete thread;
-    return nullptr;
+    if (failure != 0)
+        return nullptr;
+    (void)start.release();  // the thread's
+    return thread.release();
 }
 
 void SPW_CThreadSys::closeThread(SPW_Handle thread) {
