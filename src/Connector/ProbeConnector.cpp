@@ -52,9 +52,15 @@ SPW_Result ProbeConnector::StopSending() {
     return 0;
 }
 
-void ProbeConnector::endThread() {
+void ProbeConnector::askToEnd() {
     m_stopRequested = true;
-    (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that is closed
+    if (m_worker.askToEnd(*this)) {
+        (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that is closed
+    }
+}
+
+void ProbeConnector::endThread() {
+    askToEnd();
     m_worker.end(*this);
 }
 
@@ -134,8 +140,7 @@ void ProbeConnector::sendOne() {
         return;
     }
     m_sink->onDataSent(m_kind, m_targetPort, m_targetAddress, m_sequence, m_name);
-    // Past the greatest number comes the least one.
-    m_sequence = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_sequence) + 1u);
+    m_sequence = nextSequence(m_sequence);
 }
 
 void ProbeConnector::abandonSocket() {

@@ -32,6 +32,8 @@ public:
     // Says that a stop comes and ends what blocks the step; returns at once. Whoever stops many asks all of them first.
     // An idle connector has nothing to end.
     void askToStop();
+    // The same for a destruction, which is all that may follow.
+    void askToEnd();
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     // The closed socket stays in use, deliberately: the first probe after a restart fails with "not a socket", is
     // reported, and only then is a new socket made. Observers count on this one failed probe per restart.
@@ -46,6 +48,8 @@ public:
         }
     }
     void finish() override { onThreadEnd(); }
+    // Tells whether the object has a thread; without one it cannot be started.
+    const ProbeWorker& worker() const { return m_worker; }
 
 protected:
     ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const SPW_CString& targetAddress, std::uint32_t targetPort,
@@ -77,6 +81,8 @@ protected:
     // 1 while sending is switched on. Written by the owner, read by the thread.
     std::atomic<std::uint8_t> m_state{0};
     ProbeEventSink* const m_sink;
+    // The thread's: the number of the next probe.
+    std::int32_t m_sequence = 0;
 
 private:
     bool isStopping() const { return m_state != 1 || m_stopRequested || m_worker.isStopAsked(); }
@@ -106,7 +112,6 @@ private:
 
     // The thread's.
     ProbeSchedule m_schedule;
-    std::int32_t m_sequence = 0;
     bool m_connected = false;
     bool m_socketNeeded = true;
 

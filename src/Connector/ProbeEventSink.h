@@ -22,6 +22,11 @@ const char16_t* probeKindName(std::uint32_t kind);
 // A failing step's text followed by the error code in decimal.
 SPW_CString probeFailureText(const char16_t* failure, SPW_Result code);
 
+// The number of the probe after this one. Past the greatest number comes the least one.
+constexpr std::int32_t nextSequence(std::int32_t sequence) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(sequence) + 1u);
+}
+
 // Results of the probes' start and stop operations.
 constexpr SPW_Result kProbeAddressMissing = 600;
 constexpr SPW_Result kProbeFailed = 601;

@@ -1,7 +1,5 @@
 #include "ProbeWorker.h"
 
-#include "ProbeEventSink.h"
-
 void ProbeWorker::begin(SPW_CThread& thread) {
     // Without the event nobody could wait for the thread.
     m_beginResult = m_handedOver.create(false, false, nullptr);
@@ -37,14 +35,27 @@ void ProbeWorker::closeGate() {
     m_isGateHeld = true;
 }
 
+bool ProbeWorker::askToEnd(SPW_CThread& thread) {
+    if (!m_isRunning || m_isEndAsked) {
+        return false;
+    }
+    m_isEndAsked = true;
+    if (m_stopAsked) {
+        closeGate();  // which the thread hands over first, so that its event means but one thing at a time
+    }
+    thread.requestStop();
+    if (m_isGateHeld) {
+        thread.unlock();
+    }
+    return true;
+}
+
 void ProbeWorker::end(SPW_CThread& thread) {
     if (!m_isRunning) {
         return;
     }
-    closeGate();
+    (void)askToEnd(thread);
     m_isRunning = false;
-    thread.requestStop();
-    thread.unlock();
     (void)m_handedOver.wait(kSPWForever);  // as above
 }
 

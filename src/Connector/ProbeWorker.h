@@ -2,7 +2,9 @@
 
 #include <atomic>
 
+#include "ProbeEventSink.h"
 #include "SPW_CString.h"
+#include "SPW_CSysError.h"
 #include "SPW_CThread.h"
 #include "SPW_Types.h"
 #include "VTR_CEvent.h"
@@ -10,9 +12,9 @@
 // The thread of a probe object and its pause gate: how the thread comes to life, is let go, paused and ended. The same
 // for connectors, listeners and pingers.
 //
-// Pausing has two halves, so that an owner of thousands can ask all of them first and wait for each then; the waits
-// last about one step in all. A thread that is asked finishes its step and hands the gate to the owner instead of
-// beginning another, whose sleep the owner would have to sit out.
+// Pausing and ending have two halves, so that an owner of thousands can ask all of them first and wait for each then;
+// the waits last about one step in all. A thread that is asked finishes its step and hands the gate to the owner
+// instead of beginning another, whose sleep the owner would have to sit out.
 //
 // A thread's steps and its finish() are virtual operations of the probe object, and SPW_CThread does not wait for
 // its thread. So every derived probe class waits in its own destructor, while its operations still stand.
@@ -38,6 +40,9 @@ public:
     bool askToStop();
     // Waits until the thread has handed the gate over: for the step in progress. Asks it if need be.
     void closeGate();
+    // Asks the thread to leave its loop after the step in progress. Returns at once, unless askToStop() has come before
+    // without closeGate(); true when the thread has not been asked so before, as with askToStop().
+    bool askToEnd(SPW_CThread& thread);
     // Ends the thread and waits for that, the step in progress included. Does nothing when there is none (any more).
     void end(SPW_CThread& thread);
 
@@ -58,5 +63,16 @@ private:
     std::atomic<bool> m_stopAsked{false};
     SPW_Result m_beginResult = 0;
     bool m_isRunning = false;
+    bool m_isEndAsked = false;
     bool m_isGateHeld = true;
 };
+
+// Why this probe object, which may be null, can neither send nor hear anything, in words and with the code; empty when
+// it can.
+template <typename Probe>
+SPW_CString whyNotMade(const Probe* probe) {
+    if (probe == nullptr) {
+        return probeFailureText(u"memory failed ", kSysNotEnoughMemory);
+    }
+    return probe->worker().hasThread() ? SPW_CString() : probe->worker().failureText();
+}

@@ -46,8 +46,13 @@ SPW_Result VTR_CPinger::StopPinging() {
     return 0;
 }
 
-void VTR_CPinger::endThread() {
+void VTR_CPinger::askToEnd() {
     m_stopRequested = true;
+    (void)m_worker.askToEnd(*this);  // a second time changes nothing
+}
+
+void VTR_CPinger::endThread() {
+    askToEnd();
     m_worker.end(*this);
 }
 
@@ -84,7 +89,7 @@ void VTR_CPinger::pingStep() {
         const SPW_Result code = GetLastErrorCode();
         m_sink->onSocketError(kPinger, 0, m_address, code, GetLastErrorText());
     }
-    m_sequence = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_sequence) + 1u);
+    m_sequence = nextSequence(m_sequence);
 }
 
 SPW_Result VTR_CPinger::ping() {

@@ -31,6 +31,8 @@ public:
     // Says that a stop comes; returns at once. Whoever stops many asks all of them first. An idle pinger has nothing
     // to end.
     void askToStop();
+    // The same for a destruction, which is all that may follow.
+    void askToEnd();
     // 0, or kProbeNotRunning (no text is stored for that).
     [[nodiscard]] SPW_Result StopPinging();
     // Text and code of the latest failed ping or start; reading one empties it. Any thread.
@@ -43,6 +45,8 @@ public:
         }
     }
     void finish() override { onThreadEnd(); }
+    // Tells whether the object has a thread; without one it cannot be started.
+    const ProbeWorker& worker() const { return m_worker; }
 
 protected:
     // Sends at most one echo request and waits for its reply, or sleeps.
@@ -53,6 +57,8 @@ protected:
 
     // 1 while pinging is switched on. Written by the owner, read by the thread.
     std::atomic<std::uint8_t> m_state{0};
+    // The thread's: the number of the next request.
+    std::int32_t m_sequence = 0;
 
 private:
     struct FreeMemory {
@@ -80,6 +86,5 @@ private:
 
     // The thread's.
     ProbeSchedule m_schedule;
-    std::int32_t m_sequence = 0;
     Buffer m_keptRequest;
 };

@@ -78,9 +78,20 @@ SPW_CString ProbeListener::GetLastErrorText() {
     return text;
 }
 
-void ProbeListener::endThread() {
+void ProbeListener::askToEnd() {
+    m_stopping = true;
     m_stopRequested = true;
+    if (!m_worker.askToEnd(*this)) {
+        return;
+    }
     (void)SPW_CSocket::instance->close(m_socket);  // there may be none, or one that is closed
+    if (m_hasClients) {
+        closeClients();
+    }
+}
+
+void ProbeListener::endThread() {
+    askToEnd();
     m_worker.end(*this);
 }
 

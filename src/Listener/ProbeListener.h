@@ -29,6 +29,8 @@ public:
     [[nodiscard]] SPW_Result StartListening();
     // Says that a stop comes and ends what blocks the step; returns at once. An idle listener has nothing to end.
     void askToStop();
+    // The same for a destruction, which is all that may follow.
+    void askToEnd();
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     [[nodiscard]] SPW_Result StopListening();
     // The listener's kind, " : " and why the latest start failed or stop was refused, which is emptied. A second start
@@ -41,6 +43,8 @@ public:
         }
     }
     void finish() override { onThreadEnd(); }
+    // Tells whether the object has a thread; without one it cannot be started.
+    const ProbeWorker& worker() const { return m_worker; }
 
 protected:
     // reserved: false for every listener that there is.
@@ -78,7 +82,8 @@ protected:
 
     // 1 while listening. Written by the owner, read by the thread.
     std::atomic<std::uint8_t> m_state{0};
-    // Set first thing in the destructor of every derived class. A wait that ends then has nothing to tell.
+    // Set when a destruction has been asked for, and first thing in the destructor of every derived class. A wait that
+    // ends then has nothing to tell.
     std::atomic<bool> m_stopping{false};
     ProbeEventSink* const m_sink;
     const std::uint32_t m_kind;

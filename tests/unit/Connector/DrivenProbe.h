@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <utility>
 
 // A connector whose steps the test runs itself, one by one, on its own thread. The connector's thread stays blocked on
@@ -15,6 +16,8 @@ public:
     ~DrivenConnector() override { this->m_state = 0; }
     void sendStep() { Connector::sendStep(); }
     void switchOff() { this->m_state = 0; }
+    // The number of the next probe.
+    void setSequence(std::int32_t sequence) { this->m_sequence = sequence; }
     // Ends the thread, as destruction does.
     void end() {
         switchOff();
@@ -33,6 +36,8 @@ public:
     ~DrivenPinger() override { this->m_state = 0; }
     void pingStep() { Pinger::pingStep(); }
     void switchOff() { this->m_state = 0; }
+    // The number of the next probe.
+    void setSequence(std::int32_t sequence) { this->m_sequence = sequence; }
     // Ends the thread, as destruction does.
     void end() {
         switchOff();

@@ -247,3 +247,18 @@ TEST_F(ProbeConnectorTest, DestructionClosesTheSocket) {
     }
     EXPECT_EQ(sockets.openSockets(), 0);
 }
+
+// --- Sequence
+
+TEST_F(ProbeConnectorTest, PastTheGreatestNumberComesTheLeastOne) {
+    Driven connector(&sink, u"10.0.0.2", 5009, u"me", 0);
+    connector.setSequence(2147483647);
+    connector.sendStep();
+    connector.sendStep();
+    connector.sendStep();
+    EXPECT_THAT(sink.take(),
+                ElementsAre("sent 2 5009 10.0.0.2 #2147483647: me", "sent 2 5009 10.0.0.2 #-2147483648: me",
+                            "sent 2 5009 10.0.0.2 #-2147483647: me"));
+    ASSERT_EQ(sockets.sent().size(), 3u);
+    EXPECT_EQ(sockets.sent()[1].bytes, std::string("Vantiro Diagnostic|-2147483648|me") + '\0');
+}

@@ -2,6 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
 #include "DrivenProbe.h"
 #include "RecordingSink.h"
 #include "ScopedInstance.h"
@@ -224,4 +229,59 @@ TEST_F(PingerTest, StopOfAnIdlePingerIsRefusedAndStoresNoText) {
     EXPECT_EQ(pinger.StopPinging(), kProbeNotRunning);
     EXPECT_TRUE(pinger.GetLastErrorText().isEmpty());
     EXPECT_EQ(pinger.GetLastErrorCode(), 0u);
+}
+
+TEST_F(PingerTest, PastTheGreatestNumberComesTheLeastOne) {
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    pinger.setSequence(2147483647);
+    pinger.pingStep();
+    pinger.pingStep();
+    EXPECT_THAT(sink.take(), ElementsAre("sent 6 0 10.0.0.2 #2147483647: ", "received 6 0 10.0.0.2 #2147483647: ",
+                                         "sent 6 0 10.0.0.2 #-2147483648: ", "received 6 0 10.0.0.2 #-2147483648: "));
+}
+
+namespace {
+
+// Keeps a pinger's thread in its report until the test lets it go.
+class HoldingSink : public RecordingSink {
+public:
+    void onDataSent(std::uint32_t kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
+                    const SPW_CString& text) override {
+        RecordingSink::onDataSent(kind, port, target, sequence, text);
+        std::unique_lock<std::mutex> lock(m_lock);
+        m_changed.wait_for(lock, kPatience, [this] { return m_isOpen; });
+        m_isThrough = true;
+    }
+    void letGo() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_isOpen = true;
+        m_changed.notify_all();
+    }
+    bool isThrough() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        return m_isThrough;
+    }
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    bool m_isOpen = false;
+    bool m_isThrough = false;
+};
+
+}  // namespace
+
+TEST_F(PingerTest, AStopWaitsForThePingInProgressAndItsReports) {
+    HoldingSink holding;
+    VTR_CPinger pinger(&holding, u"10.0.0.2", 60000, 32);
+    ASSERT_EQ(pinger.StartPinging(), 0u);
+    ASSERT_TRUE(holding.waitFor(1));
+    std::thread letsGo([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        holding.letGo();
+    });
+    EXPECT_EQ(pinger.StopPinging(), 0u);
+    EXPECT_TRUE(holding.isThrough());
+    EXPECT_THAT(holding.take(), ElementsAre("sent 6 0 10.0.0.2 #0: ", "received 6 0 10.0.0.2 #0: "));
+    letsGo.join();
 }

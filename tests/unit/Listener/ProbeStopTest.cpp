@@ -377,6 +377,22 @@ TYPED_TEST(ProbeStopTest, DestructionAfterAskingReturnsSoon) {
     this->expectSoon([this] { this->scenario.object.reset(); });
 }
 
+TYPED_TEST(ProbeStopTest, DestructionThatWasAskedForReturnsSoon) {
+    ASSERT_EQ(this->scenario.start(), 0u);
+    ASSERT_TRUE(this->scenario.waitUntilBlocked());
+    const steady_clock::time_point begin = steady_clock::now();
+    this->scenario.object->askToEnd();
+    EXPECT_LT(steady_clock::now() - begin, milliseconds(500));
+    this->expectSoon([this] { this->scenario.object.reset(); });
+}
+
+TYPED_TEST(ProbeStopTest, DestructionThatWasAskedForWhileIdleReturnsSoon) {
+    ASSERT_EQ(this->scenario.start(), 0u);
+    ASSERT_EQ(this->scenario.stop(), 0u);
+    this->scenario.object->askToEnd();
+    this->expectSoon([this] { this->scenario.object.reset(); });
+}
+
 TYPED_TEST(ProbeStopTest, AnIdleObjectThatIsAskedStartsAsEver) {
     this->scenario.object->askToStop();
     ASSERT_EQ(this->scenario.start(), 0u);
@@ -431,7 +447,9 @@ TEST_F(ProbeStopManyTest, ThoseWhoWereAskedStopInAboutOneStep) {
 
 TEST_F(ProbeStopManyTest, ThoseWhoWereAskedAreDestroyedInAboutOneStep) {
     const steady_clock::time_point begin = steady_clock::now();
-    askAll();
+    for (const auto& sender : senders) {
+        sender->askToEnd();
+    }
     senders.clear();
     EXPECT_LT(steady_clock::now() - begin, kAFewSteps);
 }
