@@ -50,6 +50,7 @@ PeerRowValues PeerRow::values() const {
     for (int protocol = 0; protocol < kProtocols; ++protocol) {
         const SequenceCounter& counter = m_counters[protocol];
         values.counts[protocol] = {counter.received(), counter.total(), counter.lost()};
+        values.isNotMade[protocol] = m_isNotMade[protocol];
     }
     return values;
 }

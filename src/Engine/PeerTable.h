@@ -30,6 +30,7 @@ struct PeerRowValues {
     SPW_CString label;                  // "address (name)", or the bare address; the key of the user interface's rows
     int quality = 0;                    // percent
     ProtocolCounts counts[kProtocols];  // by protocol number
+    bool isNotMade[kProtocols] = {};    // by protocol number: the probes of this kind could not be made; none are sent
 };
 
 // One peer's statistics. Belongs to a PeerTable and shares its thread rule.
@@ -42,6 +43,7 @@ public:
     const SPW_CString& label() const { return m_label; }
     const SequenceCounter& counter(int protocol) const { return m_counters[protocol]; }
     void record(int protocol, std::int32_t sequence) { m_counters[protocol].record(sequence); }
+    void setNotMade(int protocol) { m_isNotMade[protocol] = true; }
     void reset();
     // Percent of the expected probes that arrived, over all protocols together; 0 before the first one.
     int quality() const;
@@ -54,6 +56,7 @@ private:
     SPW_CString m_name;
     SPW_CString m_label;
     SequenceCounter m_counters[kProtocols];
+    bool m_isNotMade[kProtocols] = {};
 };
 
 // The statistics rows in order of addition, found by address at the price of one hash, since every received

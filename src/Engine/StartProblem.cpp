@@ -24,6 +24,11 @@ StartProblem StartProblem::ofNoInterface() {
     return {kNoInterface, u"no network interface has an address by which other devices could reach this one"};
 }
 
+StartProblem StartProblem::ofProbes() {
+    return {kProbeNotMade,
+            u"some probes could not be made, because the system has no thread left for them; the rows say which"};
+}
+
 bool hasProblem(const SPW_CArray<StartProblem>& problems, StartProblem::Kind kind) {
     for (int i = 0; i < problems.numberOfElements(); ++i) {
         if (problems[i].kind == kind) {

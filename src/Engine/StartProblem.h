@@ -22,6 +22,7 @@ struct StartProblem {
     // errorText: the listener's, which ends with a number that few know by heart.
     static StartProblem ofListener(const SPW_CString& errorText);
     static StartProblem ofNoInterface();
+    static StartProblem ofProbes();
 };
 
 bool hasProblem(const SPW_CArray<StartProblem>& problems, StartProblem::Kind kind);

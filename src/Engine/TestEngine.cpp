@@ -102,6 +102,15 @@ void askAllToStop(const SPW_CArray<Probe*>& probes) {
 }
 
 template <typename Probe>
+void askAllToEnd(const SPW_CArray<Probe*>& probes) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        if (probes[i] != nullptr) {
+            probes[i]->askToEnd();
+        }
+    }
+}
+
+template <typename Probe>
 void destroyAll(SPW_CArray<Probe*>& probes, SPW_CCriticalSection& lock) {
     SPW_CArray<Probe*> doomed;
     {
@@ -119,7 +128,6 @@ void destroyAll(SPW_CArray<Probe*>& probes, SPW_CCriticalSection& lock) {
 TestEngine::TestEngine(UiSink* sink, bool loggingOn) : m_sink(sink) {
     // Should the library not start, every socket operation says so later.
     (void)SPW_CSocket::instance->startup();
-    (void)m_noDiscovery.create(false, false, nullptr);
     reloadSettings();
     if (loggingOn) {
         openLog();
@@ -331,14 +339,7 @@ void TestEngine::refreshIdentity() {
     if (!SPW_CSocket::instance->hostName(identity.hostName)) {
         identity.hostName.clear();
     }
-    SPW_CArray<SPW_CIpAddress> addresses;
-    if (SPW_CSocket::instance->resolve(identity.hostName, addresses)) {
-        for (int i = 0; i < addresses.numberOfElements(); ++i) {
-            if (isReachableAddress(addresses[i])) {
-                identity.localAddresses.append(addresses[i].toText());
-            }
-        }
-    }
+    identity.localAddresses = addressesOf(identity.hostName);
     identity.ownerName = readOwnerName();
     identity.quillonName = readFriendlyName();
 
@@ -353,6 +354,20 @@ void TestEngine::refreshIdentity() {
     }
     const SPW_CGuard guard(m_lock);
     m_identity = identity;
+}
+
+// Those by which it can be reached.
+SPW_CArray<SPW_CString> TestEngine::addressesOf(const SPW_CString& host) {
+    SPW_CArray<SPW_CString> reachable;
+    SPW_CArray<SPW_CIpAddress> addresses;
+    if (SPW_CSocket::instance->resolve(host, addresses)) {
+        for (int i = 0; i < addresses.numberOfElements(); ++i) {
+            if (isReachableAddress(addresses[i])) {
+                reachable.append(addresses[i].toText());
+            }
+        }
+    }
+    return reachable;
 }
 
 // Under the control lock alone: asking the platform and waiting for the log may both take long. While nothing is logged
@@ -389,8 +404,10 @@ TestEngine::ProbePlan TestEngine::probePlan() const {
 // ---- Making, starting, stopping and destroying probes; under the control lock
 
 void TestEngine::createProbes(const PeerRecord& peer) {
+    int row = 0;
     {
         const SPW_CGuard guard(m_lock);
+        row = m_peers.size();
         m_peers.addNamed(peer.address, peer.name);
     }
     const ProbePlan plan = probePlan();
@@ -399,6 +416,7 @@ void TestEngine::createProbes(const PeerRecord& peer) {
             new (std::nothrow) VTR_CUdpConnector(this, peer.address, plan.port, plan.announcement, plan.periodMs);
         addConnector(connector);
         logLine(SPW_CString(u"Created VTR_CUdpConnector to ") + peer.address);
+        noteRowNotMade(whyNotMade(connector), SPW_CString(u"VTR_CUdpConnector to ") + peer.address, row, kUdp);
         if (m_running && connector != nullptr && connector->StartSending() != 0) {
             logConnectorFailure(u"UDP StartSending failed returned ", *connector);
         }
@@ -408,6 +426,7 @@ void TestEngine::createProbes(const PeerRecord& peer) {
             new (std::nothrow) VTR_CTcpipConnector(this, peer.address, plan.port, plan.announcement, plan.periodMs);
         addConnector(connector);
         logLine(SPW_CString(u"Created VTR_CTcpipConnector to ") + peer.address);
+        noteRowNotMade(whyNotMade(connector), SPW_CString(u"VTR_CTcpipConnector to ") + peer.address, row, kTcpip);
         if (m_running && connector != nullptr && connector->StartSending() != 0) {
             logConnectorFailure(u"TCPIP StartSending failed returned ", *connector);
         }
@@ -416,6 +435,7 @@ void TestEngine::createProbes(const PeerRecord& peer) {
         VTR_CPinger* pinger = new (std::nothrow) VTR_CPinger(this, peer.address, plan.periodMs, plan.overheadBytes);
         const int index = addPinger(pinger);
         logLine(SPW_CString(u"Created VTR_CPinger to ") + peer.address);
+        noteRowNotMade(whyNotMade(pinger), SPW_CString(u"VTR_CPinger to ") + peer.address, row, kPing);
         if (m_running && pinger != nullptr && pinger->StartPinging() != 0) {
             logLine(SPW_CString(u"StartPinging failed returned ") + connectorErrorText(index));
         }
@@ -426,18 +446,21 @@ void TestEngine::createListeners() {
     const ProbePlan plan = probePlan();
     if (m_settings.multicastSelected) {
         const std::uint32_t port = static_cast<std::uint32_t>(m_settings.multicastPort);
-        addConnector(new (std::nothrow) VTR_CMulticastConnector(
-            this, m_settings.multicastGroup, port, plan.announcement, plan.periodMs, m_settings.multicastTtl));
+        ProbeConnector* connector = new (std::nothrow) VTR_CMulticastConnector(
+            this, m_settings.multicastGroup, port, plan.announcement, plan.periodMs, m_settings.multicastTtl);
+        addConnector(connector);
         logLine(u"Created VTR_CMulticastConnector");
-        addListener(new (std::nothrow) VTR_CMulticastListener(this, port, m_settings.multicastGroup));
+        noteNotMade(whyNotMade(connector), u"VTR_CMulticastConnector");
+        addListener(new (std::nothrow) VTR_CMulticastListener(this, port, m_settings.multicastGroup),
+                    kMulticastListener);
         logLine(u"Created VTR_CMulticastListener");
     }
     if (plan.udp) {
-        addListener(new (std::nothrow) VTR_CUdpListener(this, plan.port));
+        addListener(new (std::nothrow) VTR_CUdpListener(this, plan.port), kUdpListener);
         logLine(u"Created VTR_CUdpListener");
     }
     if (plan.tcp) {
-        addListener(new (std::nothrow) VTR_CTcpipListener(this, plan.port));
+        addListener(new (std::nothrow) VTR_CTcpipListener(this, plan.port), kTcpipListener);
         logLine(u"Created VTR_CTcpipListener");
     }
 }
@@ -447,7 +470,11 @@ void TestEngine::addConnector(ProbeConnector* connector) {
     m_connectors.append(connector);
 }
 
-void TestEngine::addListener(ProbeListener* listener) {
+// One without a thread says so when it is started; one that is not there cannot.
+void TestEngine::addListener(ProbeListener* listener, std::uint32_t kind) {
+    if (listener == nullptr) {
+        addProblem(StartProblem::ofListener(SPW_CString(probeKindName(kind)) + u" : " + whyNotMade(listener)));
+    }
     const SPW_CGuard guard(m_lock);
     m_listeners.append(listener);
 }
@@ -457,6 +484,34 @@ int TestEngine::addPinger(VTR_CPinger* pinger) {
     const SPW_CGuard guard(m_lock);
     m_pingers.append(pinger);
     return m_pingers.numberOfElements() - 1;
+}
+
+// A row without probes must not pass for that of a silent peer. The log's line is beside that of the start that fails,
+// which a discovery does not write.
+void TestEngine::noteRowNotMade(const SPW_CString& why, const SPW_CString& what, int row, int protocol) {
+    if (why.isEmpty()) {
+        return;
+    }
+    noteNotMade(why, what);
+    const SPW_CGuard order(m_sinkLock);
+    SPW_CString label;
+    {
+        const SPW_CGuard guard(m_lock);
+        m_peers.at(row).setNotMade(protocol);
+        label = m_peers.at(row).label();
+    }
+    m_sink->probesNotMade(label, protocol);
+}
+
+void TestEngine::noteNotMade(const SPW_CString& why, const SPW_CString& what) {
+    if (why.isEmpty()) {
+        return;
+    }
+    logLine(what + u" could not be made: " + why);
+    const SPW_CGuard guard(m_lock);
+    if (!hasProblem(m_startProblems, StartProblem::kProbeNotMade)) {
+        m_startProblems.append(StartProblem::ofProbes());
+    }
 }
 
 // Discoveries are closed.
@@ -519,9 +574,9 @@ void TestEngine::stopProbes() {
 void TestEngine::destroyProbes() {
     closeDiscoveries();
     m_running = false;
-    askAllToStop(m_connectors);
-    askAllToStop(m_listeners);
-    askAllToStop(m_pingers);
+    askAllToEnd(m_connectors);
+    askAllToEnd(m_listeners);
+    askAllToEnd(m_pingers);
     destroyAll(m_connectors, m_lock);
     destroyAll(m_listeners, m_lock);
     destroyAll(m_pingers, m_lock);

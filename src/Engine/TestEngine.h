@@ -14,7 +14,6 @@
 #include "SystemReport.h"
 #include "TestLog.h"
 #include "UiSink.h"
-#include "VTR_CEvent.h"
 
 class ProbeConnector;
 class ProbeListener;
@@ -110,6 +109,12 @@ private:
         std::int32_t overheadBytes = 0;
         SPW_CString announcement;
     };
+    // What a discovery has been given to go on with.
+    struct Discovery {
+        int row = 0;
+        bool startAtOnce = false;
+        ProbePlan plan;
+    };
     // Who this device is, and what it is called.
     struct Identity : DeviceIdentity {
         SPW_CString quillonName;
@@ -119,6 +124,7 @@ private:
     void openLog();
     void reloadSettings();
     void refreshIdentity();
+    static SPW_CArray<SPW_CString> addressesOf(const SPW_CString& host);
     void logSystemReport();
     void composeAnnouncement();
     ProbePlan probePlan() const;
@@ -126,8 +132,10 @@ private:
     void createProbes(const PeerRecord& peer);
     void createListeners();
     void addConnector(ProbeConnector* connector);
-    void addListener(ProbeListener* listener);
+    void addListener(ProbeListener* listener, std::uint32_t kind);
     int addPinger(VTR_CPinger* pinger);
+    void noteRowNotMade(const SPW_CString& why, const SPW_CString& what, int row, int protocol);
+    void noteNotMade(const SPW_CString& why, const SPW_CString& what);
     void startProbes();
     void startListeners();
     void stopListeners();
@@ -145,11 +153,13 @@ private:
     bool probeLogging(bool& withData, std::int32_t& waitMs) const;
 
     bool count(const SPW_CString& address, int protocol, std::int32_t sequence);
-    enum DiscoveryStart { kBegun, kUnwanted, kKnownMeanwhile };
+    enum Judgement { kStranger, kUnwanted, kKnown };
     bool discover(const SPW_CString& address, const SPW_CString& text);
-    DiscoveryStart beginDiscovery(const SPW_CString& address, const SPW_CString& name, ProbePlan& plan,
-                                  bool& startAtOnce);
-    void createDiscoveredProbes(const SPW_CString& address, const ProbePlan& plan, bool startAtOnce);
+    Judgement judgeSender(const SPW_CString& address);
+    Judgement lockedJudgeSender(const SPW_CString& address);
+    bool isOwnAddressNow(const SPW_CString& address) const;
+    Judgement beginDiscovery(const SPW_CString& address, const SPW_CString& name, Discovery& discovery);
+    void createDiscoveredProbes(const SPW_CString& address, const Discovery& discovery);
     void endDiscovery();
     void closeDiscoveries();
     void reopenDiscoveries();
@@ -181,7 +191,6 @@ private:
     bool m_discoveriesClosed = false;
     int m_discoveriesInProgress = 0;
 
-    VTR_CEvent m_noDiscovery;  // set when the last discovery ends while they are closed
     std::atomic<bool> m_running{false};
     std::atomic<bool> m_destroying{false};
     std::atomic<std::int32_t> m_testNumber{1};

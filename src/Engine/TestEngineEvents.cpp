@@ -3,6 +3,7 @@
 
 #include <new>
 
+#include "SPW_CClock.h"
 #include "TestEngine.h"
 #include "VTR_CPinger.h"
 #include "VTR_CTcpipConnector.h"
@@ -10,8 +11,8 @@
 
 namespace {
 
-// How often a closer looks again whether the discoveries have ended, in case the event could not be created.
-constexpr std::uint32_t kDiscoveryWaitMs = 100;
+// How often a closer looks again whether the discoveries have ended. Few stops meet one, and it takes milliseconds.
+constexpr std::uint32_t kDiscoveryWaitMs = 5;
 
 // False for the kinds that receive nothing.
 bool protocolOf(std::uint32_t kind, int& protocol) {
@@ -146,12 +147,18 @@ bool TestEngine::count(const SPW_CString& address, int protocol, std::int32_t se
 
 // True when there was nothing to discover because the row has come into being meanwhile.
 bool TestEngine::discover(const SPW_CString& address, const SPW_CString& text) {
+    const Judgement judged = judgeSender(address);
+    if (judged != kStranger) {
+        return judged == kKnown;
+    }
+    if (isOwnAddressNow(address)) {
+        return false;
+    }
     const SPW_CString name = announcedName(text);
-    ProbePlan plan;
-    bool startAtOnce = false;
-    const DiscoveryStart begun = beginDiscovery(address, name, plan, startAtOnce);
-    if (begun != kBegun) {
-        return begun == kKnownMeanwhile;
+    Discovery discovery;
+    const Judgement judgedAgain = beginDiscovery(address, name, discovery);
+    if (judgedAgain != kStranger) {
+        return judgedAgain == kKnown;
     }
     SPW_CString line = SPW_CString(u"New device discovered: address ") + address;
     if (!name.isEmpty()) {
@@ -159,16 +166,19 @@ bool TestEngine::discover(const SPW_CString& address, const SPW_CString& text) {
         line += name;
     }
     logLine(line);
-    createDiscoveredProbes(address, plan, startAtOnce);
+    createDiscoveredProbes(address, discovery);
     endDiscovery();
     return false;
 }
 
-TestEngine::DiscoveryStart TestEngine::beginDiscovery(const SPW_CString& address, const SPW_CString& name,
-                                                      ProbePlan& plan, bool& startAtOnce) {
+TestEngine::Judgement TestEngine::judgeSender(const SPW_CString& address) {
     const SPW_CGuard guard(m_lock);
+    return lockedJudgeSender(address);
+}
+
+TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) {
     if (m_peers.find(address) != nullptr) {
-        return kKnownMeanwhile;
+        return kKnown;
     }
     if (m_discoveriesClosed || !m_settings.includeAnyoneInReach) {
         return kUnwanted;
@@ -178,49 +188,78 @@ TestEngine::DiscoveryStart TestEngine::beginDiscovery(const SPW_CString& address
             return kUnwanted;
         }
     }
-    m_peers.addDiscovered(address, name);
-    plan = probePlan();
-    startAtOnce = m_running;
-    ++m_discoveriesInProgress;
-    return kBegun;
+    return kStranger;
+}
+
+// The addresses that the engine knows are those of the latest start. Those of a device may change, or come only after
+// it: then it hears its own announcements from an address that it does not know for its own. Asking the platform takes
+// some time, so only who would become a peer is asked for.
+bool TestEngine::isOwnAddressNow(const SPW_CString& address) const {
+    SPW_CString host;
+    {
+        const SPW_CGuard guard(m_lock);
+        host = m_identity.hostName;
+    }
+    const SPW_CArray<SPW_CString> own = addressesOf(host);
+    for (int i = 0; i < own.numberOfElements(); ++i) {
+        if (own[i] == address) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TestEngine::Judgement TestEngine::beginDiscovery(const SPW_CString& address, const SPW_CString& name,
+                                                 Discovery& discovery) {
+    const SPW_CGuard guard(m_lock);
+    const Judgement judged = lockedJudgeSender(address);
+    if (judged == kStranger) {
+        discovery.row = m_peers.size();
+        m_peers.addDiscovered(address, name);
+        discovery.plan = probePlan();
+        discovery.startAtOnce = m_running;
+        ++m_discoveriesInProgress;
+    }
+    return judged;
 }
 
 // What starting gives is ignored: the test goes on with whatever could be started.
-void TestEngine::createDiscoveredProbes(const SPW_CString& address, const ProbePlan& plan, bool startAtOnce) {
+void TestEngine::createDiscoveredProbes(const SPW_CString& address, const Discovery& discovery) {
+    const ProbePlan& plan = discovery.plan;
     if (plan.udp) {
         ProbeConnector* connector =
             new (std::nothrow) VTR_CUdpConnector(this, address, plan.port, plan.announcement, plan.periodMs);
         addConnector(connector);
-        if (startAtOnce && connector != nullptr) {
+        if (discovery.startAtOnce && connector != nullptr) {
             (void)connector->StartSending();
         }
         logLine(SPW_CString(u"Created VTR_CUdpConnector to ") + address);
+        noteRowNotMade(whyNotMade(connector), SPW_CString(u"VTR_CUdpConnector to ") + address, discovery.row, kUdp);
     }
     if (plan.tcp) {
         ProbeConnector* connector =
             new (std::nothrow) VTR_CTcpipConnector(this, address, plan.port, plan.announcement, plan.periodMs);
         addConnector(connector);
-        if (startAtOnce && connector != nullptr) {
+        if (discovery.startAtOnce && connector != nullptr) {
             (void)connector->StartSending();
         }
         logLine(SPW_CString(u"Created VTR_CTcpipConnector to ") + address);
+        noteRowNotMade(whyNotMade(connector), SPW_CString(u"VTR_CTcpipConnector to ") + address, discovery.row, kTcpip);
     }
     if (plan.ping) {
         VTR_CPinger* pinger = new (std::nothrow) VTR_CPinger(this, address, plan.periodMs, plan.overheadBytes);
         (void)addPinger(pinger);
-        if (startAtOnce && pinger != nullptr) {
+        if (discovery.startAtOnce && pinger != nullptr) {
             (void)pinger->StartPinging();
         }
         logLine(SPW_CString(u"Created VTR_CPinger to ") + address);
+        noteRowNotMade(whyNotMade(pinger), SPW_CString(u"VTR_CPinger to ") + address, discovery.row, kPing);
     }
 }
 
 void TestEngine::endDiscovery() {
     const SPW_CGuard guard(m_lock);
     --m_discoveriesInProgress;
-    if (m_discoveriesClosed && m_discoveriesInProgress == 0) {
-        (void)m_noDiscovery.set();
-    }
 }
 
 void TestEngine::closeDiscoveries() {
@@ -229,7 +268,7 @@ void TestEngine::closeDiscoveries() {
         m_discoveriesClosed = true;
     }
     while (hasDiscoveryInProgress()) {
-        (void)m_noDiscovery.wait(kDiscoveryWaitMs);
+        SPW_CClock::instance->sleepMs(kDiscoveryWaitMs);
     }
 }
 

@@ -18,4 +18,10 @@ public:
     // label: the row's text and key, safe to show. quality: percent.
     virtual void updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t received,
                                std::int32_t total) = 0;
+    // The probes of this kind to this peer could not be made, so nothing is sent to it. Once a row and kind, after
+    // which the row may still be updated: the peer's own probes arrive all the same.
+    virtual void probesNotMade(const SPW_CString& label, int protocol) {
+        (void)label;
+        (void)protocol;
+    }
 };

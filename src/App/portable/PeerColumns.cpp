@@ -20,6 +20,29 @@ PeerColumn columnOfProtocol(int protocol) {
     return kColumns[protocol];
 }
 
+int protocolOfColumn(int column) {
+    int protocol = 0;
+    while (columnOfProtocol(protocol) != column) {
+        ++protocol;
+    }
+    return protocol;
+}
+
+SPW_CString protocolName(int protocol) {
+    return SPW_CString(peerColumnHeader(columnOfProtocol(protocol))).token(u" ");
+}
+
+SPW_CString notMadeText(const bool (&isNotMade)[kProtocols]) {
+    SPW_CString names;
+    for (int column = kMulticastColumn; column < kPeerColumns; ++column) {
+        const int protocol = protocolOfColumn(column);
+        if (isNotMade[protocol]) {
+            names += (names.isEmpty() ? u"" : u", ") + protocolName(protocol);
+        }
+    }
+    return names.isEmpty() ? names : u"no " + names + u" probes are sent: the system has no thread left for them";
+}
+
 SPW_CString qualityText(int quality) {
     return SPW_CString(quality);
 }

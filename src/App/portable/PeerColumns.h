@@ -23,6 +23,15 @@ void splitPeerColumnHeader(int column, SPW_CString& upper, SPW_CString& lower);
 
 // protocol: 0 to kProtocols - 1.
 PeerColumn columnOfProtocol(int protocol);
+// column: kMulticastColumn to kPeerColumns - 1.
+int protocolOfColumn(int column);
+
+// As the column says it: "Mcast", "Tcpip", "Udp" or "Ping".
+SPW_CString protocolName(int protocol);
+
+// "no Udp, Ping probes are sent: the system has no thread left for them": what is to be said of a row whose probes of
+// these protocols could not be made. Empty when all were.
+SPW_CString notMadeText(const bool (&isNotMade)[kProtocols]);
 
 // The texts of the cells.
 SPW_CString qualityText(int quality);

@@ -13,6 +13,7 @@ struct RowUpdate {
     int quality = 0;
     std::int32_t received = 0;
     std::int32_t total = 0;
+    bool isNotMade = false;  // the probes of the column's protocol could not be made
 };
 
 // Where a row stands after an update.

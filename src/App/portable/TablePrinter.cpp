@@ -131,6 +131,22 @@ Layout layoutFor(int width, const SPW_CArray<PeerRowValues>& rows) {
     return layout;
 }
 
+// One line for each row whose probes could not all be made; of many, for the first ones.
+void appendNotMade(SPW_CString& table, const SPW_CArray<PeerRowValues>& rows) {
+    constexpr int kMostLines = 5;
+    int count = 0;
+    for (int i = 0; i < rows.numberOfElements(); ++i) {
+        const SPW_CString text = notMadeText(rows[i].isNotMade);
+        if (!text.isEmpty() && ++count <= kMostLines)
+            table += cutToWidth(rows[i].label, kWidestLabel) + u": " + text + u'\n';
+    }
+    if (count > kMostLines) {
+        SPW_CString text;
+        text.format(u"(and %d rows more)\n", count - kMostLines);
+        table += text;
+    }
+}
+
 }  // namespace
 
 SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowValues>& rows, int width) {
@@ -143,6 +159,7 @@ SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowVal
         layout.appendRow(table, rows[i]);
     if (rows.numberOfElements() == 0)
         table += u"(no peer heard so far)\n";
+    appendNotMade(table, rows);
     return table;
 }
 

@@ -22,6 +22,18 @@ Json protocolObject(const PeerRowValues& row, Protocol protocol) {
     return {{"received", figures.received}, {"total", figures.total}, {"lost", figures.lost}};
 }
 
+// The protocols whose probes could not be made.
+Json notMade(const PeerRowValues& row) {
+    Json names = Json::array();
+    const std::pair<Protocol, const char*> kNames[] = {
+        {kMulticast, "multicast"}, {kTcpip, "tcpip"}, {kUdp, "udp"}, {kPing, "ping"}};
+    for (const auto& [protocol, name] : kNames) {
+        if (row.isNotMade[protocol])
+            names.push_back(name);
+    }
+    return names;
+}
+
 }  // namespace
 
 std::string formatJson(std::uint64_t wall100ns, int testNumber, bool isFinal, const SPW_CArray<PeerRowValues>& rows) {
@@ -40,6 +52,9 @@ std::string formatJson(std::uint64_t wall100ns, int testNumber, bool isFinal, co
             {"udp", protocolObject(row, kUdp)},
             {"ping", protocolObject(row, kPing)},
         };
+        const Json missing = notMade(row);
+        if (!missing.empty())
+            object["notMade"] = missing;
         if (isFinal)
             object["final"] = true;
         lines += object.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -86,4 +86,12 @@ TEST(JsonPrinterTest, NoRowsGiveNoLines) {
     EXPECT_EQ("", formatJson(noon(), 1, true, SPW_CArray<PeerRowValues>()));
 }
 
+TEST(JsonPrinterTest, ARowNamesTheKindsOfProbeThatCouldNotBeMade) {
+    SPW_CArray<PeerRowValues> rows = oneRow();
+    EXPECT_EQ(std::string::npos, formatJson(noon(), 3, false, rows).find("notMade"));
+    rows[0].isNotMade[kTcpip] = rows[0].isNotMade[kPing] = true;
+    EXPECT_NE(std::string::npos,
+              formatJson(noon(), 3, true, rows).find(",\"notMade\":[\"tcpip\",\"ping\"],\"final\":true}\n"));
+}
+
 }  // namespace

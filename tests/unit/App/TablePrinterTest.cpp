@@ -162,4 +162,26 @@ TEST(TablePrinterTest, TheVerdictCountsThePeersWithEnoughQuality) {
     EXPECT_EQ(0, countReachable(rows, 51));
 }
 
+TEST(TablePrinterTest, BelowTheTableStandsWhatCouldNotBeSentToWhom) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
+    rows.append(row(u"10.0.0.2 (b)", 0, 0, 0));
+    rows[1].isNotMade[kPing] = rows[1].isNotMade[kUdp] = true;
+    const std::vector<std::u16string> lines = linesOf(formatTable(heading(false), rows));
+    ASSERT_EQ(lines.size(), 5u);
+    EXPECT_EQ(SPW_CString(lines[4].c_str()),
+              SPW_CString(u"10.0.0.2 (b): no Udp, Ping probes are sent: the system has no thread left for them"));
+}
+
+TEST(TablePrinterTest, OfManyRowsToWhichNotAllCouldBeSentTheFirstAreNamed) {
+    SPW_CArray<PeerRowValues> rows;
+    for (int i = 0; i < 8; ++i) {
+        rows.append(row((SPW_CString(u"10.0.0.") + i).text(), 0, 0, 0));
+        rows[i].isNotMade[kPing] = true;
+    }
+    const std::vector<std::u16string> lines = linesOf(formatTable(heading(false), rows));
+    ASSERT_EQ(lines.size(), 2u + 8u + 6u);
+    EXPECT_EQ(SPW_CString(lines.back().c_str()), SPW_CString(u"(and 3 rows more)"));
+}
+
 }  // namespace

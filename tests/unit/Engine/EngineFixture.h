@@ -33,6 +33,15 @@ public:
         m_latest[{label.toAnsi(), protocol}] = text.str();
         m_latestQuality[label.toAnsi()] = quality;
     }
+    void probesNotMade(const SPW_CString& label, int protocol) override {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_notMade.push_back(label.toAnsi() + std::string(" ") + std::to_string(protocol));
+    }
+    // What could not be made since the last call, as texts "label protocol".
+    std::vector<std::string> takeNotMade() {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return std::exchange(m_notMade, {});
+    }
     // The updates since the last call.
     std::vector<std::string> take() {
         const std::lock_guard<std::mutex> guard(m_mutex);
@@ -50,6 +59,7 @@ public:
 private:
     std::mutex m_mutex;
     std::vector<std::string> m_updates;
+    std::vector<std::string> m_notMade;
     std::map<std::pair<std::string, int>, std::string> m_latest;
     std::map<std::string, int> m_latestQuality;
 };
@@ -122,6 +132,11 @@ protected:
         SPW_CArray<PeerRowValues> rows;
         engine().snapshot(rows);
         return index < rows.numberOfElements() ? rows[index] : PeerRowValues();
+    }
+
+    // The last of texts that should be there; where there is none, a text that says so and equals no other.
+    static std::string lastOf(const std::vector<std::string>& texts) {
+        return texts.empty() ? "(there is none)" : texts.back();
     }
 
     // Ends the engine and gives the lines of its log without the header and the time of each.

@@ -291,6 +291,48 @@ TEST_F(TestEngineThreadsTest, TheSinkMayAskTheEngineAndSeesWhatItIsTold) {
     EXPECT_EQ(ui.contradictions, 0);
 }
 
+// A user interface that takes its time over the first update, while the engine goes on counting as far as it may.
+class SlowUi : public UiSink {
+public:
+    void updatePeerRow(const SPW_CString&, int, int, std::int32_t, std::int32_t total) override {
+        totals.push_back(total);
+        if (total != 1) {
+            return;
+        }
+        isInside = true;
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+        SPW_CArray<PeerRowValues> rows;
+        do {
+            engine->snapshot(rows);
+            totalMeanwhile = rows.numberOfElements() == 1 ? rows[0].counts[kUdp].total : -1;
+        } while (totalMeanwhile == 1 && std::chrono::steady_clock::now() < end);
+    }
+
+    TestEngine* engine = nullptr;
+    std::vector<std::int32_t> totals;  // one update at a time, or the law is broken
+    std::int32_t totalMeanwhile = 0;
+    std::atomic<bool> isInside{false};
+};
+
+TEST_F(TestEngineThreadsTest, WhatIsCountedNextIsNotCountedBeforeTheSinkHasHeardOfTheLast) {
+    select(false, false, false, false);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    SlowUi ui;
+    m_engine = std::make_unique<TestEngine>(&ui, true);
+    ui.engine = m_engine.get();
+    engine().start();
+    ui.totals.clear();
+    std::thread second([&] {
+        waitUntil([&] { return ui.isInside.load(); });
+        receive(kUdpListener, u"10.0.0.7", 2);
+    });
+    receive(kUdpListener, u"10.0.0.7", 1);
+    second.join();
+    EXPECT_EQ(ui.totalMeanwhile, 1);
+    EXPECT_THAT(ui.totals, testing::ElementsAre(1, 2));
+    m_engine.reset();
+}
+
 TEST_F(TestEngineThreadsTest, AResetLosesNothingThatIsCountedAfterIt) {
     select(false, false, false, false);
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
@@ -346,7 +388,7 @@ TEST_F(TestEngineThreadsTest, AProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnoth
         std::this_thread::sleep_for(std::chrono::milliseconds(20) * periods);
         clock.stop(false);
         prober.join();
-        last = endAndReadLog().back();
+        last = lastOf(endAndReadLog());
         if (last != line) {
             break;
         }

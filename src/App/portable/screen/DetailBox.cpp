@@ -16,11 +16,6 @@ constexpr int kLinesAtLength = 3 + 2 * kProtocols + 2;
 // In the order of the columns.
 constexpr int kOrder[kProtocols] = {kMulticast, kTcpip, kUdp, kPing};
 
-// "Mcast", as the column says.
-SPW_CString protocolName(int protocol) {
-    return SPW_CString(peerColumnHeader(columnOfProtocol(protocol))).token(u" ");
-}
-
 SPW_CString shareText(const ProtocolCounts& counts) {
     if (counts.total == 0)
         return u"-";
@@ -64,6 +59,7 @@ void DetailBox::drawAtLength(Canvas& canvas, const Area& room, int row) {
     int y = room.y;
     canvas.put(room.x, y, SPW_CString(peerColumnHeader(kQualityColumn)) + u": " + m_list.cell(row, kQualityColumn),
                Look::kBox, room.width);
+    canvas.putFitted(room.x, y + 1, room.width, notMadeText(m_list.isNotMade(row)), Look::kFailure);
     y += 2;
     putFigures(canvas, room.x, y++, u"", {u"received", u"total", u"lost", u"quality"});
     for (const int protocol : kOrder) {
@@ -102,6 +98,8 @@ void DetailBox::drawInShort(Canvas& canvas, const Area& room, int row) {
                          SPW_CString(peerColumnHeader(kQualityColumn)) + u": " + m_list.cell(row, kQualityColumn),
                          Look::kBox);
     }
+    if (y < bottom - 1)
+        canvas.putFitted(room.x, bottom - 2, room.width, notMadeText(m_list.isNotMade(row)), Look::kFailure);
 }
 
 void DetailBox::drawChart(Canvas& canvas, const Area& line, const History& history) {

@@ -18,5 +18,6 @@ SPW_CString helpText() {
            u"\n"
            u"The mouse presses buttons, opens rows and scrolls.\n"
            u"!  less than everything arrives\n"
+           u"?  not all kinds of probe could be sent\n"
            u"X  nothing arrives\n";
 }

@@ -7,13 +7,6 @@
 
 namespace {
 
-int protocolOfColumn(int column) {
-    int protocol = 0;
-    while (columnOfProtocol(protocol) != column)
-        ++protocol;
-    return protocol;
-}
-
 // Below 0, 0 or above 0. What begins with an address goes first and by its numbers: 10.0.0.9 before 10.0.0.10.
 int compareLabels(const SPW_CString& left, const SPW_CString& right) {
     SPW_CIpAddress a;
@@ -41,6 +34,7 @@ bool PeerList::apply(const RowUpdate& update) {
     const int protocol = protocolOfColumn(update.column);
     detail.counts[protocol] = {update.received, update.total, update.total - update.received};
     detail.histories[protocol].count(update.received, update.total);
+    detail.isNotMade[protocol] = update.isNotMade;
     m_isOrderDue = true;
     return changed.isNew;
 }

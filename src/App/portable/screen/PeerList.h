@@ -29,6 +29,9 @@ public:
     int quality(int index) const { return m_rows.quality(place(index)); }
     // protocol: 0 to kProtocols - 1.
     const ProtocolCounts& counts(int index, int protocol) const { return detail(index).counts[protocol]; }
+    // By protocol, whether its probes to this peer could not be made.
+    typedef bool Flags[kProtocols];
+    const Flags& isNotMade(int index) const { return detail(index).isNotMade; }
     const History& history(int index, int protocol) const { return detail(index).histories[protocol]; }
 
     // By the worst first; labels by address, then by text. Rows of which the same is true stay as they came.
@@ -52,6 +55,7 @@ private:
     struct Detail {
         ProtocolCounts counts[kProtocols];
         History histories[kProtocols];
+        Flags isNotMade = {};
     };
 
     int place(int index) const { return m_order[static_cast<std::size_t>(index)]; }

@@ -107,7 +107,8 @@ void PeerListView::drawRow(Canvas& canvas, const ListLayout& layout, int row, in
     Style style = styleOfQuality(quality);
     style.isReversed = row == m_list.selected();
     canvas.fill({m_area.x, y, m_area.width, 1}, style);
-    canvas.put(m_area.x, y, SPW_CString(qualityMark(quality)), style);
+    const bool isWhole = notMadeText(m_list.isNotMade(row)).isEmpty();
+    canvas.put(m_area.x, y, SPW_CString(isWhole ? qualityMark(quality) : kNotMadeMark), style);
     int x = m_area.x + ListLayout::kMarkWidth;
     for (int column = 0; column < kPeerColumns; ++column) {
         if (!layout.isShown(column))

@@ -58,5 +58,7 @@ private:
     int m_firstRow = 0;
 };
 
+// What marks a row whose probes could not all be made: its figures do not tell what its quality would be.
+constexpr char16_t kNotMadeMark = u'?';
 // What marks a row of that quality without colour: a blank, "!" below 100, "X" at 0.
 char16_t qualityMark(int quality);

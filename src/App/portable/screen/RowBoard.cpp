@@ -4,14 +4,25 @@
 
 void RowBoard::updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t received,
                              std::int32_t total) {
+    change(label, protocol, [=](Entry& entry) {
+        entry.quality = quality;
+        entry.received[protocol] = received;
+        entry.total[protocol] = total;
+    });
+}
+
+void RowBoard::probesNotMade(const SPW_CString& label, int protocol) {
+    change(label, protocol, [=](Entry& entry) { entry.isNotMade[protocol] = true; });
+}
+
+template <typename Change>
+void RowBoard::change(const SPW_CString& label, int protocol, Change make) {
     bool isNews = false;
     {
         const SPW_CGuard guard(m_lock);
         const int index = findOrAdd(label);
         Entry& entry = m_entries[static_cast<std::size_t>(index)];
-        entry.quality = quality;
-        entry.received[protocol] = received;
-        entry.total[protocol] = total;
+        make(entry);
         entry.isChanged[protocol] = true;
         if (!entry.isWaiting) {
             entry.isWaiting = true;
@@ -51,7 +62,7 @@ RowBoard::News RowBoard::take() {
                 continue;
             entry.isChanged[protocol] = false;
             news.updates.push_back({entry.label, columnOfProtocol(protocol), entry.quality, entry.received[protocol],
-                                    entry.total[protocol]});
+                                    entry.total[protocol], entry.isNotMade[protocol]});
         }
     }
     m_waiting.clear();

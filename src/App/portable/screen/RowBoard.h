@@ -27,6 +27,7 @@ public:
 
     void updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t received,
                        std::int32_t total) override;
+    void probesNotMade(const SPW_CString& label, int protocol) override;
     // Forgets all rows: a new test begins.
     void empty();
 
@@ -46,9 +47,12 @@ private:
         std::int32_t received[kProtocols] = {};
         std::int32_t total[kProtocols] = {};
         bool isChanged[kProtocols] = {};
+        bool isNotMade[kProtocols] = {};
         bool isWaiting = false;  // listed in m_waiting
     };
 
+    template <typename Change>
+    void change(const SPW_CString& label, int protocol, Change make);
     int findOrAdd(const SPW_CString& label);
     void rebuildSlots();
     bool noteChange();

@@ -73,4 +73,18 @@ TEST_F(RowBoardTest, ThousandsOfRowsAreKeptApart) {
     }
 }
 
+TEST_F(RowBoardTest, ProbesThatCouldNotBeMadeAreNewsAndStayWithTheirColumn) {
+    m_board.probesNotMade(u"a", kUdp);
+    RowBoard::News news = m_board.take();
+    ASSERT_EQ(news.updates.size(), 1U);
+    EXPECT_EQ(news.updates[0].column, kUdpColumn);
+    EXPECT_TRUE(news.updates[0].isNotMade);
+    m_board.updatePeerRow(u"a", 100, kUdp, 1, 1);
+    m_board.updatePeerRow(u"a", 100, kPing, 1, 1);
+    news = m_board.take();
+    ASSERT_EQ(news.updates.size(), 2U);
+    EXPECT_TRUE(news.updates[0].isNotMade);
+    EXPECT_FALSE(news.updates[1].isNotMade);
+}
+
 }  // namespace

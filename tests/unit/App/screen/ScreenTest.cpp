@@ -392,4 +392,21 @@ TEST(StatusLineTest, TheLogFileLosesItsFolderAndThenGoes) {
     EXPECT_EQ(StatusLine().text(80), u"stopped");
 }
 
+TEST_F(ScreenTest, ARowToWhichNotAllCouldBeSentIsMarkedAndItsDetailsSayWhat) {
+    run();
+    count(u"10.0.0.7 (printer)");
+    EXPECT_TRUE(isShown("  10.0.0.7 (printer)"));
+    RowBoard::News news;
+    RowUpdate update;
+    update.label = u"10.0.0.7 (printer)";
+    update.column = kPingColumn;
+    update.quality = 100;
+    update.isNotMade = true;
+    news.updates.push_back(update);
+    m_screen.apply(news);
+    EXPECT_TRUE(isShown("? 10.0.0.7 (printer)"));
+    press(Input::kEnter);
+    EXPECT_TRUE(isShown("no Ping probes are sent: the system has no thread left for them"));
+}
+
 }  // namespace

@@ -1,17 +1,16 @@
 // The log writer on its way to the medium, and on a machine that has no thread left.
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <memory>
 #include <thread>
 
 #include "Patience.h"
 #include "RecordingReporter.h"
+#include "RefusedThreads.h"
 #include "SPW_CSysError.h"
 #include "TemporaryFolder.h"
 #include "TestLogWriter.h"
@@ -21,19 +20,11 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-std::atomic<bool> threadsAreUsedUp{false};
 std::atomic<int> flushes{0};
 
 }  // namespace
 
-// The linker sends the program's calls of pthread_create here (--wrap).
-extern "C" int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-extern "C" int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*),
-                                     void* argument) {
-    return threadsAreUsedUp ? EAGAIN : __real_pthread_create(thread, attributes, entry, argument);
-}
-
-// The same for fdatasync, by which what is written reaches the medium.
+// The linker sends the program's calls of fdatasync, by which what is written reaches the medium, here (--wrap).
 extern "C" int __real_fdatasync(int file);
 extern "C" int __wrap_fdatasync(int file);
 extern "C" int __wrap_fdatasync(int file) {
@@ -102,9 +93,8 @@ TEST_F(FlushTest, WithoutALineNothingIsFlushed) {
 TEST(TestLogWriterPosixTest, WriterWithoutAThreadTakesNoLineAndKeepsNobodyWaiting) {
     TemporaryFolder folder;
     RecordingReporter reporter;
-    threadsAreUsedUp = true;
+    const RefusedThreads refused;
     TestLogWriter writer(folder.path("log.txt"), u"description", u"application", u"1.2.3.4", 1);
-    threadsAreUsedUp = false;
     EXPECT_EQ(writer.openResult(), static_cast<SPW_Result>(kSysNotEnoughMemory));
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(writer.log(u"line", -1), 700u);

@@ -1,0 +1,177 @@
+// The engine on a machine that has no thread left: nothing passes for what it is not, and a stop is as quick as ever.
+
+#include <chrono>
+#include <thread>
+
+#include "../EngineFixture.h"
+#include "RecordingReporter.h"
+#include "RefusedThreads.h"
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+class TestEnginePosixTest : public EngineFixture {
+protected:
+    // Without threads, the log writer's excepted.
+    void startWithoutThreads() {
+        engine();
+        const RefusedThreads refused;
+        engine().start();
+    }
+    // The protocols whose probes the row says could not be made.
+    std::set<int> notMade(int index) {
+        const PeerRowValues values = row(index);
+        std::set<int> protocols;
+        for (int protocol = 0; protocol < kProtocols; ++protocol) {
+            if (values.isNotMade[protocol]) {
+                protocols.insert(protocol);
+            }
+        }
+        return protocols;
+    }
+
+    RecordingReporter m_reporter;
+};
+
+}  // namespace
+
+TEST_F(TestEnginePosixTest, AListenerWithoutAThreadIsAStartProblem) {
+    select(true, true, true, false);
+    startWithoutThreads();
+    EXPECT_THAT(problems(), IsSupersetOf({StartsWith("cannot listen: multicast listener : thread failed 8 ("),
+                                          StartsWith("cannot listen: udp listener : thread failed 8 ("),
+                                          StartsWith("cannot listen: tcpip listener : thread failed 8 (")}));
+    EXPECT_EQ(m_sockets.openSockets(), 0);
+    engine().stop();
+    EXPECT_THAT(endAndReadControlLines(), Contains("StartListening failed returned tcpip listener : thread failed 8"));
+}
+
+TEST_F(TestEnginePosixTest, ProbesWithoutAThreadAreLoggedAndToldAndTheirRowSaysSo) {
+    select(false, true, true, true);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    startWithoutThreads();
+    EXPECT_THAT(notMade(0), ElementsAre(kUdp, kTcpip, kPing));
+    EXPECT_THAT(m_ui.takeNotMade(),
+                ElementsAre("10.0.0.7 (printer) 1", "10.0.0.7 (printer) 2", "10.0.0.7 (printer) 3"));
+    EXPECT_THAT(problems(), Contains("some probes could not be made, because the system has no thread left for them; "
+                                     "the rows say which"));
+    engine().stop();
+    EXPECT_THAT(endAndReadControlLines(),
+                IsSupersetOf({"VTR_CUdpConnector to 10.0.0.7 could not be made: thread failed 8",
+                              "VTR_CTcpipConnector to 10.0.0.7 could not be made: thread failed 8",
+                              "VTR_CPinger to 10.0.0.7 could not be made: thread failed 8",
+                              "StartSending failed returned thread failed 8",
+                              // The text of the connector at the pinger's index.
+                              "StartPinging failed returned thread failed 8"}));
+}
+
+TEST_F(TestEnginePosixTest, EveryProbeStandsForItselfWhenThreadsRunOut) {
+    select(false, true, true, true);
+    engine().start();
+    {
+        const RefusedThreads refused(1);
+        engine().addPeer(peer(u"10.0.0.7", u"printer"));
+    }
+    EXPECT_THAT(notMade(0), ElementsAre(kTcpip, kPing));
+    EXPECT_TRUE(m_sockets.waitForSentTo(SPW_CIpAddress(10, 0, 0, 7), 2));
+    engine().stop();
+    EXPECT_THAT(endAndReadControlLines(), AllOf(Not(Contains(StartsWith("UDP StartSending failed"))),
+                                                Contains("TCPIP StartSending failed returned thread failed 8")));
+}
+
+TEST_F(TestEnginePosixTest, TheProbesOfADiscoveredPeerThatCouldNotBeMadeAreLoggedAndItsRowSaysSo) {
+    select(false, true, true, true);
+    engine().start();
+    {
+        const RefusedThreads refused;
+        receive(kUdpListener, u"10.0.0.9", 1);
+    }
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.9 (far)"));
+    EXPECT_THAT(notMade(0), ElementsAre(kUdp, kTcpip, kPing));
+    receive(kUdpListener, u"10.0.0.9", 2);
+    EXPECT_EQ(row(0).counts[kUdp].total, 1) << "what the peer sends is counted all the same";
+    engine().stop();
+    EXPECT_THAT(endAndReadControlLines(), Contains("VTR_CPinger to 10.0.0.9 could not be made: thread failed 8"));
+}
+
+TEST_F(TestEnginePosixTest, AStartThatFindsThreadsAgainLacksNothing) {
+    select(true, true, true, true);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    startWithoutThreads();
+    engine().stop();
+    engine().start();
+    EXPECT_THAT(problems(), Not(Contains(StartsWith("cannot listen"))));
+    EXPECT_THAT(problems(), Not(Contains(StartsWith("some probes"))));
+    EXPECT_THAT(notMade(0), IsEmpty());
+    EXPECT_TRUE(m_sockets.waitForSentTo(SPW_CIpAddress(10, 0, 0, 7), 1));
+}
+
+// Whoever is heard first is discovered and sent to at once, by a test that must be able to send by then.
+TEST_F(TestEnginePosixTest, ConnectorsAndPingersStartBeforeListeners) {
+    select(true, true, true, true);
+    m_registry.setNamedPeer(u"printer", u"10.0.0.7");
+    startWithoutThreads();
+    engine().stop();
+    std::vector<std::string> starts;
+    for (const std::string& line : endAndReadControlLines()) {
+        if (line.rfind("Start", 0) == 0) {
+            starts.push_back(line.substr(0, line.find(' ')));
+        }
+    }
+    EXPECT_THAT(starts, ElementsAre("StartSending", "StartSending", "StartSending", "StartPinging", "StartListening",
+                                    "StartListening", "StartListening"));
+}
+
+namespace {
+
+// A test of many probes, each of which sleeps for what is left of a second of its own.
+class TestEngineStopTest : public TestEnginePosixTest {
+protected:
+    static constexpr int kPeers = 60;
+    // A step lasts a second. One after another, as the sleeps end at any time in a second, the stop would take more
+    // than a minute.
+    static constexpr std::chrono::seconds kAFewSteps{8};
+
+    TestEngineStopTest() {
+        select(true, true, false, true);
+        m_registry.setSetting(u"frequency units", u"minutes");
+        for (int i = 1; i <= kPeers; ++i) {
+            const SPW_CString number(i);
+            m_registry.setNamedPeer((u"peer" + number).text(), (u"10.0.1." + number).text());
+        }
+        engine().start();
+        std::this_thread::sleep_for(std::chrono::seconds(1));  // until the steps' ends have come apart
+    }
+    template <typename Action>
+    static void expectSoon(Action action) {
+        const auto begin = std::chrono::steady_clock::now();
+        action();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, kAFewSteps);
+    }
+};
+
+}  // namespace
+
+TEST_F(TestEngineStopTest, ThousandsStopInAboutOneStepAlthoughThereIsNoThreadForIt) {
+    const RefusedThreads refused;
+    expectSoon([this] { engine().stop(); });
+    EXPECT_THAT(endAndReadControlLines(), Not(Contains(testing::HasSubstr("failed returned"))));
+}
+
+TEST_F(TestEngineStopTest, ARunningTestEndsWithTheEngineInAboutOneStep) {
+    const RefusedThreads refused;
+    expectSoon([this] { m_engine.reset(); });
+    EXPECT_EQ(m_sockets.openSockets(), 0);
+}
+
+TEST_F(TestEngineStopTest, ARunningTestStartsOverInAFewSteps) {
+    expectSoon([this] { engine().start(); });
+    EXPECT_TRUE(engine().isRunning());
+}
