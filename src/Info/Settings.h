@@ -33,8 +33,8 @@ struct Settings {
     bool udpSelected = false;
     SPW_CString version;
 
-    // Milliseconds between probes: the product in 32 bits. Beyond the greatest number (24 days) it stays there, because a
-    // product that wrapped around to a negative or a small number would be a flood.
+    // Milliseconds between probes: the product in 32 bits. Beyond the greatest number (24 days) it stays there, because
+    // a product that wrapped around to a negative or a small number would be a flood.
     std::int32_t periodMs() const {
         typedef std::numeric_limits<std::int32_t> Limits;
         const std::int64_t product = std::int64_t{frequencyQty} * frequencyUnitMs;

@@ -44,6 +44,7 @@ class TroubleshootingTest(lab.SystemTest):
         "A connection that a stop ended": "test_connection_that_a_stop_ended",
         "The port is in use": "test_port_in_use",
         "The log cannot be written": "test_log_cannot_be_written",
+        "Threads are refused": "test_threads_refused",
         "A mistake in the settings": "test_mistake_in_settings",
     }
 
@@ -213,6 +214,17 @@ class TroubleshootingTest(lab.SystemTest):
     def test_log_cannot_be_written(self):
         self.device.configure("udp", log_filename="logs/test.txt")
         program = self.device.measure()
+        self.assertEqual(program.wait(), 4)
+        self.expect_what_is_shown(program)
+
+    def test_threads_refused(self):
+        # The peer is the last of ten, which take twenty threads.
+        peers = {f"other{i}": f"10.77.0.{100 + i}" for i in range(9)}
+        self.device.configure("udp", "ping", peers={**peers, "workshop": self.peer.address})
+        library = os.path.join(os.path.dirname(lab.program_path()), "tests", "system", "liblinkometry-few-threads.so")
+        sanitizer = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
+        program = self.device.measure(through=("env", "ASAN_OPTIONS=" + sanitizer, "LD_PRELOAD=" + library,
+                                               "LINKOMETRY_THREADS=10"))
         self.assertEqual(program.wait(), 4)
         self.expect_what_is_shown(program)
 
