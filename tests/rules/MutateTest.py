@@ -204,6 +204,11 @@ class RunTest(unittest.TestCase):
         self.assertNotIn(result.returncode, (0,), result.stdout)
         self.assertIn("fails without any change", result.stderr)
 
+    def test_what_takes_the_right_to_write_does_so_in_namespaces_only(self):
+        result = self.run_tool("--inside", "true")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("outside it would do harm", result.stderr)
+
     def test_what_is_no_source_is_refused(self):
         result = self.run_tool("test.cpp")
         self.assertNotEqual(result.returncode, 0)
