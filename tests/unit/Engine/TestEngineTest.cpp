@@ -172,6 +172,15 @@ TEST_F(TestEngineTest, AStartLooksAgainWhoThisDeviceIs) {
     EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.99  (renamed)"));
 }
 
+TEST_F(TestEngineTest, AStartChoosesTheDisplayNameByTheSettingsOfThisStart) {
+    m_registry.setText(u"ControlPanel\\Owner", u"Owner", u"Ada");
+    select(false, false, false, false);
+    EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.1  (device)"));
+    m_registry.setSetting(u"display name", u"Owner Name");
+    engine().start();
+    EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.1  (Ada)"));
+}
+
 TEST_F(TestEngineTest, TheTitleIsShowable) {
     m_sockets.setHostName(u"po\x1B[2Jcket");
     EXPECT_EQ(engine().title(), SPW_CString(u"10.0.0.1  (po?[2Jcket)"));
