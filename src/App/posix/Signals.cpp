@@ -81,9 +81,10 @@ Signals::~Signals() {
 }
 
 void Signals::alsoReceive(std::initializer_list<int> numbers) {
+    const std::lock_guard<std::mutex> guard(m_othersLock);
     add(numbers, m_others);
     pthread_sigmask(SIG_BLOCK, &m_others, nullptr);
-    (void)signalfd(m_otherSource, &m_others, 0);
+    m_moreOthers.wake();  // what comes before the thread has taken them in waits for it
 }
 
 int Signals::next() {
@@ -116,13 +117,16 @@ void Signals::work() {
         pollfd sources[] = {{m_finish.descriptor(), POLLIN, 0},
                             {m_stopSource, POLLIN, 0},
                             {m_otherSource, POLLIN, 0},
+                            {m_moreOthers.descriptor(), POLLIN, 0},
                             {m_end.descriptor(), POLLIN, 0}};
         // Once the end has begun there is nothing more to hear of it.
         const nfds_t count = std::size(sources) - (isEnding ? 1 : 0);
         (void)poll(sources, count, isEnding ? kWatchMs : -1);
         if (sources[0].revents != 0)
             return;
-        isEnding = isEnding || sources[3].revents != 0;
+        if (sources[3].revents != 0)
+            takeInOthers();
+        isEnding = isEnding || sources[4].revents != 0;
         const int stop = take(m_stopSource);
         if (stop != 0) {
             takeStop(stop);
@@ -136,6 +140,12 @@ void Signals::work() {
         if (isEnding)
             watch();
     }
+}
+
+void Signals::takeInOthers() {
+    m_moreOthers.clear();
+    const std::lock_guard<std::mutex> guard(m_othersLock);
+    (void)signalfd(m_otherSource, &m_others, 0);
 }
 
 void Signals::takeStop(int number) {

@@ -52,14 +52,17 @@ public:
 
 private:
     void work();
+    void takeInOthers();
     void takeStop(int number);
     void watch();
 
     Wakeup& m_wakeup;
     Wakeup m_end;
     Wakeup m_finish;
+    Wakeup m_moreOthers;
     sigset_t m_stops;
-    sigset_t m_others;
+    std::mutex m_othersLock;
+    sigset_t m_others;  // guarded by the lock
     const int m_stopSource;
     const int m_otherSource;
     std::atomic<std::uint64_t> m_pending{0};  // a bit for each signal's number
