@@ -33,7 +33,24 @@ SPW_Result VTR_CPinger::StartPinging() {
 }
 
 void VTR_CPinger::askToStop() {
-    (void)m_worker.askToStop();  // a second time changes nothing
+    if (m_worker.askToStop()) {
+        cancelEcho();
+    }
+}
+
+void VTR_CPinger::cancelEcho() {
+    const SPW_CGuard guard(m_serviceLock);
+    SPW_CIcmp::instance->cancel(m_service);
+}
+
+// The owner says that it stops and looks for a service then; this shows the service and looks for a stop then. So a
+// service that is opened while a stop is under way is cancelled by one of them at least.
+void VTR_CPinger::publishService(SPW_Handle service) {
+    const SPW_CGuard guard(m_serviceLock);
+    m_service = service;
+    if (isStopping()) {
+        SPW_CIcmp::instance->cancel(service);
+    }
 }
 
 SPW_Result VTR_CPinger::StopPinging() {
@@ -49,6 +66,7 @@ SPW_Result VTR_CPinger::StopPinging() {
 void VTR_CPinger::askToEnd() {
     m_stopRequested = true;
     (void)m_worker.askToEnd(*this);  // a second time changes nothing
+    cancelEcho();
 }
 
 void VTR_CPinger::endThread() {
@@ -81,9 +99,13 @@ void VTR_CPinger::pingStep() {
     if (!m_schedule.isDue(m_state == 1)) {
         return;
     }
-    const bool answered = ping() == 0;
+    const SPW_Result result = ping();
+    if (result == kSysOperationAborted) {
+        // Whether the peer would have answered is not known: the request was not sent, as far as anybody counts.
+        return;
+    }
     m_sink->onDataSent(kPinger, 0, m_address, m_sequence, SPW_CString());
-    if (answered) {
+    if (result == 0) {
         m_sink->onDataReceived(kPinger, 0, m_address, m_sequence, SPW_CString());
     } else {
         const SPW_Result code = GetLastErrorCode();
@@ -105,7 +127,9 @@ SPW_Result VTR_CPinger::ping() {
         const SPW_Result code = SPW_CIcmp::instance->lastError();
         return fail(probeFailureText(u"Could not create ICMP handle ", code), code);
     }
+    publishService(service);
     const SPW_Result result = echo(service, target);
+    publishService(nullptr);
     SPW_CIcmp::instance->close(service);
     return result;
 }
@@ -147,7 +171,7 @@ SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target) {
         return 0;
     }
     const SPW_Result code = SPW_CIcmp::instance->lastError();
-    return fail(probeFailureText(u"IcmpSendEcho failed ", code), code);
+    return code == kSysOperationAborted ? code : fail(probeFailureText(u"IcmpSendEcho failed ", code), code);
 }
 
 SPW_Result VTR_CPinger::fail(const SPW_CString& text, SPW_Result code) {

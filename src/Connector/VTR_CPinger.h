@@ -17,7 +17,8 @@
 // needs nothing on the peer's side.
 //
 // One owner thread constructs, starts, stops and destroys; reports are made on the pinger's own thread. StopPinging()
-// and the destructor wait for the ping in progress: at most one period, or 1 s when it sleeps.
+// and the destructor end the ping in progress, which then counts neither as sent nor as lost, and wait for its step: at
+// most 1 s, when it sleeps. (On a device that cannot end it: at most one period; see SPW_CIcmp::cancel().)
 class VTR_CPinger : public SPW_CThread {
 public:
     // address: dotted quad or host name. periodMs: between requests, and the time-out of each.
@@ -28,8 +29,8 @@ public:
 
     // 0, kProbeAlreadyRunning, or kProbeFailed when the pinger has no thread (GetLastErrorText() tells why).
     [[nodiscard]] SPW_Result StartPinging();
-    // Says that a stop comes; returns at once. Whoever stops many asks all of them first. An idle pinger has nothing
-    // to end.
+    // Says that a stop comes and ends the ping in progress; returns at once. Whoever stops many asks all of them first.
+    // An idle pinger has nothing to end.
     void askToStop();
     // The same for a destruction, which is all that may follow.
     void askToEnd();
@@ -66,8 +67,13 @@ private:
     };
     typedef std::unique_ptr<void, FreeMemory> Buffer;
 
-    // One request to the peer and its reply: 0, kProbeAddressMissing or kProbeFailed.
+    // One request to the peer and its reply: 0, kProbeAddressMissing, kProbeFailed, or kSysOperationAborted when a stop
+    // has ended it.
     SPW_Result ping();
+    // The service of the ping in progress, which a stop cancels; null when there is none.
+    void publishService(SPW_Handle service);
+    void cancelEcho();
+    bool isStopping() const { return m_stopRequested || m_worker.isStopAsked(); }
     SPW_Result echo(SPW_Handle service, const SPW_CIpAddress& target);
     bool findTarget(SPW_CIpAddress& target) const;
     SPW_Result fail(const SPW_CString& text, SPW_Result code);
@@ -78,6 +84,10 @@ private:
 
     std::atomic<bool> m_stopRequested{false};
     ProbeWorker m_worker;
+
+    // Guards the service: the thread sets it, the owner cancels it.
+    SPW_CCriticalSection m_serviceLock;
+    SPW_Handle m_service = nullptr;
 
     // Guards the two below: the thread writes, any thread takes.
     SPW_CCriticalSection m_errorLock;

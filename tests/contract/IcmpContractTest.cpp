@@ -149,6 +149,74 @@ TYPED_TEST(IcmpContractTest, EchoesThatAreNotAnsweredEndEachAtItsOwnTime) {
     EXPECT_EQ(timeouts, 8);
 }
 
+// ---- Cancel ----
+
+TYPED_TEST(IcmpContractTest, ACancelEndsTheEchoesUnderWayAtOnce) {
+    const SPW_CIpAddress silent = this->m_implementation.silentAddress();
+    std::vector<std::thread> threads;
+    std::atomic<int> cancelled{0};
+    const auto before = Time::now();
+    // One of several threads is the one that looks after the replies of all.
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this, &cancelled, &silent] {
+            EXPECT_EQ(this->echo(silent, 32, kSPWForever), 0u);
+            cancelled += this->icmp().lastError() == kSysOperationAborted ? 1 : 0;
+        });
+    }
+    std::this_thread::sleep_for(milliseconds(50));
+    this->icmp().cancel(this->m_service);
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(cancelled, 4);
+    EXPECT_LT(Time::now() - before, kPatience);
+}
+
+TYPED_TEST(IcmpContractTest, AnEchoAfterTheCancelIsNotSent) {
+    this->icmp().cancel(this->m_service);
+    EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
+    this->icmp().cancel(this->m_service);
+    this->icmp().cancel(nullptr);
+}
+
+TYPED_TEST(IcmpContractTest, ACancelLeavesOtherServicesAlone) {
+    const SPW_Handle other = this->icmp().open();
+    ASSERT_NE(other, nullptr);
+    std::thread echoing([this] { EXPECT_EQ(this->echo(this->m_implementation.silentAddress(), 32, kSPWForever), 0u); });
+    std::this_thread::sleep_for(milliseconds(50));
+    this->icmp().cancel(other);
+    char data[1] = {};
+    char reply[kSmallestIcmpReply] = {};
+    EXPECT_EQ(this->icmp().echo(other, kLoopback, data, 1, reply, sizeof reply, kPatienceMs), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
+    this->icmp().close(other);
+    const SPW_Handle later = this->icmp().open();
+    EXPECT_EQ(this->icmp().echo(later, this->m_implementation.silentAddress(), data, 1, reply, sizeof reply, 30), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut) << "the other echo is still under way";
+    this->icmp().close(later);
+    this->icmp().cancel(this->m_service);
+    echoing.join();
+}
+
+TYPED_TEST(IcmpContractTest, ItDoesNotMatterWhenDuringAnEchoTheServiceIsCancelled) {
+    const SPW_CIpAddress silent = this->m_implementation.silentAddress();
+    for (int round = 0; round < 200; ++round) {
+        const SPW_Handle service = this->icmp().open();
+        ASSERT_NE(service, nullptr);
+        std::thread echoing([this, service, &silent] {
+            char data[32] = {};
+            char reply[60] = {};
+            EXPECT_EQ(this->icmp().echo(service, silent, data, sizeof data, reply, sizeof reply, kSPWForever), 0u);
+            EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
+        });
+        std::this_thread::sleep_for(std::chrono::microseconds(round));
+        this->icmp().cancel(service);
+        echoing.join();
+        this->icmp().close(service);
+    }
+}
+
 // ---- The scripted service alone ----
 
 TEST(ScriptedIcmpTest, FailuresComeInOrderAndRequestsAreRecorded) {

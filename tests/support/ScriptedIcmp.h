@@ -12,7 +12,8 @@
 #include "SPW_CSysError.h"
 
 // An echo service without a network. Every address answers at once unless the script says otherwise; one that does
-// not answer lets the time-out pass on the process's clock (with a ScriptedClock: no real time). Any thread.
+// not answer lets the time-out pass on the process's clock (with a ScriptedClock: no real time), and an echo without
+// one waits for its cancel. Any thread.
 class ScriptedIcmp : public SPW_CIcmp {
 public:
     struct Request {
@@ -74,6 +75,15 @@ public:
     void close(SPW_Handle service) override {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_services.erase(service);
+        m_cancelled.erase(service);
+    }
+
+    void cancel(SPW_Handle service) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (m_services.count(service) != 0) {
+            m_cancelled.insert(service);
+            m_changed.notify_all();
+        }
     }
 
     std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
@@ -90,9 +100,14 @@ public:
             m_requests.push_back(
                 {address, std::string(static_cast<const char*>(data), dataSize), replySize, timeoutMs});
             m_changed.notify_all();
-            m_changed.wait(lock, [this] { return !m_held; });
             const auto found = m_answers.find(keyOf(address));
             answered = found == m_answers.end() || found->second;
+            const bool endless = !answered && timeoutMs == kSPWForever;
+            m_changed.wait(lock, [&] { return (!m_held && !endless) || isCancelled(service); });
+            if (isCancelled(service)) {
+                lastCode() = kSysOperationAborted;
+                return 0;
+            }
         }
         if (!answered) {
             SPW_CClock::instance->sleepMs(timeoutMs);
@@ -120,6 +135,7 @@ private:
         failures.erase(failures.begin());
         return true;
     }
+    bool isCancelled(SPW_Handle service) const { return m_cancelled.count(service) != 0; }
     // Why an echo is not sent; kSysOk when it is.
     SPW_Result refusalOf(SPW_Handle service, std::uint32_t replySize) {
         SPW_Result code = kSysOk;
@@ -128,6 +144,9 @@ private:
         }
         if (replySize < kSmallestIcmpReply) {
             return kSysInsufficientBuffer;
+        }
+        if (isCancelled(service)) {
+            return kSysOperationAborted;
         }
         (void)takeFailure(m_echoFailures, code);
         return code;
@@ -138,6 +157,7 @@ private:
     // All below: under m_lock.
     std::uintptr_t m_lastService = 0;
     std::set<SPW_Handle> m_services;
+    std::set<SPW_Handle> m_cancelled;
     std::vector<SPW_Result> m_openFailures;
     std::vector<SPW_Result> m_echoFailures;
     std::map<std::uint32_t, bool> m_answers;

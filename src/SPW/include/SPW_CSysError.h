@@ -35,6 +35,7 @@ enum SPW_SysCode : SPW_Result {
     kSysNoData = 232,
     kSysMoreData = 234,
     kSysNoMoreItems = 259,
+    kSysOperationAborted = 995,
     kSysRegistryCorrupt = 1009,
     kSysBadKey = 1010,
     kSysIoDevice = 1117,

@@ -285,3 +285,71 @@ TEST_F(PingerTest, AStopWaitsForThePingInProgressAndItsReports) {
     EXPECT_THAT(holding.take(), ElementsAre("sent 6 0 10.0.0.2 #0: ", "received 6 0 10.0.0.2 #0: "));
     letsGo.join();
 }
+
+TEST_F(PingerTest, StopEndsThePingInProgressWhichCountsNeitherAsSentNorAsLost) {
+    icmp.setHeld(true);
+    VTR_CPinger pinger(&sink, u"10.0.0.2", 0, 32);
+    EXPECT_EQ(pinger.StartPinging(), 0u);
+    icmp.waitForRequests(1);
+    EXPECT_EQ(pinger.StopPinging(), 0u);
+    EXPECT_THAT(sink.take(), IsEmpty());
+    EXPECT_TRUE(pinger.GetLastErrorText().isEmpty());
+    EXPECT_EQ(icmp.openServices(), 0);
+    // The next one has the number of the one that was ended.
+    icmp.setHeld(false);
+    EXPECT_EQ(pinger.StartPinging(), 0u);
+    EXPECT_TRUE(sink.waitFor(2));
+    EXPECT_EQ(pinger.StopPinging(), 0u);
+    EXPECT_EQ(sink.take().at(0), "sent 6 0 10.0.0.2 #0: ");
+}
+
+TEST_F(PingerTest, DestructionEndsThePingInProgress) {
+    icmp.setHeld(true);
+    {
+        VTR_CPinger pinger(&sink, u"10.0.0.2", 0, 32);
+        EXPECT_EQ(pinger.StartPinging(), 0u);
+        icmp.waitForRequests(1);
+    }
+    EXPECT_THAT(sink.take(), IsEmpty());
+    EXPECT_EQ(icmp.openServices(), 0);
+}
+
+TEST_F(PingerTest, StopThatComesJustBeforeTheEchoEndsItToo) {
+    // Opens a service only when the test says so.
+    class OpensLate : public ScriptedIcmp {
+    public:
+        SPW_Handle open() override {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_isOpening = true;
+            m_changed.notify_all();
+            m_changed.wait(lock, [this] { return m_mayOpen; });
+            return ScriptedIcmp::open();
+        }
+        void waitUntilOpening() {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_changed.wait(lock, [this] { return m_isOpening; });
+        }
+        void letOpen() {
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            m_mayOpen = true;
+            m_changed.notify_all();
+        }
+
+    private:
+        std::mutex m_mutex;
+        std::condition_variable m_changed;
+        bool m_isOpening = false;
+        bool m_mayOpen = false;
+    };
+    OpensLate late;
+    const ScopedInstance<SPW_CIcmp> installed(late);
+    late.setHeld(true);
+    VTR_CPinger pinger(&sink, u"10.0.0.2", 0, 32);
+    EXPECT_EQ(pinger.StartPinging(), 0u);
+    late.waitUntilOpening();
+    pinger.askToStop();
+    late.letOpen();
+    EXPECT_EQ(pinger.StopPinging(), 0u);
+    EXPECT_THAT(sink.take(), IsEmpty());
+    EXPECT_THAT(late.requests(), IsEmpty());
+}

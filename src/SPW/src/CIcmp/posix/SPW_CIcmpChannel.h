@@ -24,6 +24,12 @@ public:
     // kernel's choice. A raw socket: it gets a copy of every ICMP message for this device.
     enum Kind { kDatagram, kRaw };
 
+    // The echoes that are cancelled together: those of one service. Kept by the service; the channel sees to the rest.
+    class Group {
+        friend class SPW_CIcmpChannel;
+        bool m_isCancelled = false;  // under the channel's lock
+    };
+
     // Opens a channel; null, with errno saying why, when the socket cannot be had.
     static std::unique_ptr<SPW_CIcmpChannel> open(Kind kind);
     ~SPW_CIcmpChannel();
@@ -31,11 +37,15 @@ public:
     SPW_CIcmpChannel& operator=(const SPW_CIcmpChannel&) = delete;
 
     // Sends one request and waits for what becomes of it: 0 for a reply, else a code as SPW_CIcmp::echo() has them.
-    SPW_Result echo(const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize, std::uint32_t timeoutMs);
+    SPW_Result echo(Group& group, const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize,
+                    std::uint32_t timeoutMs);
+    // Ends the group's echoes under way, and every later one before it is sent.
+    void cancel(Group& group);
 
 private:
     // An echo under way; lives on the stack of its thread.
     struct Waiter {
+        const Group* group = nullptr;
         SPW_CIcmpPacket::Echo echo;
         bool isDone = false;
         SPW_Result code = 0;
@@ -43,19 +53,23 @@ private:
     };
     enum Received { kNothing, kOther, kAnswer };
 
-    SPW_CIcmpChannel(int descriptor, Kind kind);
+    SPW_CIcmpChannel(int descriptor, int alarm, Kind kind);
 
     bool enter(Waiter& waiter);
     void leave(Waiter& waiter);
     SPW_Result send(const Waiter& waiter, const std::uint8_t* packet, std::size_t size);
     SPW_Result await(std::unique_lock<std::mutex>& lock, Waiter& waiter, const SPW_CDeadlinePosix& deadline);
     void deliver(const SPW_CIcmpPacket::Answer& answer);
+    void end(Waiter& waiter, SPW_Result code);
+    void wakeReceiver();
     void discardPending();
-    bool receiveUntil(const SPW_CDeadlinePosix& deadline, SPW_CIcmpPacket::Answer& answer);
+    void waitForMessage(const SPW_CDeadlinePosix& deadline);
     Received receiveNow(SPW_CIcmpPacket::Answer& answer);
     Received receiveError(SPW_CIcmpPacket::Answer& answer);
 
     const int m_descriptor;
+    // Of a raw channel: readable when the receiver shall look whether its own echo has ended. Else -1.
+    const int m_alarm;
     const Kind m_kind;
     const std::uint16_t m_identifier;
     // Only the receiver touches it, or who holds m_lock while there is none.
@@ -64,5 +78,5 @@ private:
     std::mutex m_lock;
     // Below: under m_lock.
     std::unordered_map<std::uint16_t, Waiter*> m_waiters;  // by sequence
-    bool m_hasReceiver = false;
+    Waiter* m_receiver = nullptr;
 };

@@ -5,6 +5,7 @@
 #include <linux/icmp.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/random.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -101,20 +102,31 @@ std::unique_ptr<SPW_CIcmpChannel> SPW_CIcmpChannel::open(Kind kind) {
     if (descriptor == -1) {
         return nullptr;
     }
-    return std::unique_ptr<SPW_CIcmpChannel>(new SPW_CIcmpChannel(descriptor, kind));
+    const int alarm = kind == kRaw ? ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK) : -1;
+    if (kind == kRaw && alarm == -1) {
+        const int code = errno;
+        (void)::close(descriptor);
+        errno = code;
+        return nullptr;
+    }
+    return std::unique_ptr<SPW_CIcmpChannel>(new SPW_CIcmpChannel(descriptor, alarm, kind));
 }
 
-SPW_CIcmpChannel::SPW_CIcmpChannel(int descriptor, Kind kind)
+SPW_CIcmpChannel::SPW_CIcmpChannel(int descriptor, int alarm, Kind kind)
     : m_descriptor(descriptor),
+      m_alarm(alarm),
       m_kind(kind),
       m_identifier(static_cast<std::uint16_t>(processSalt() >> 48)),
       m_buffer(new std::uint8_t[kind == kRaw ? kRawBuffer : kDatagramBuffer]) {}
 
 SPW_CIcmpChannel::~SPW_CIcmpChannel() {
     (void)::close(m_descriptor);
+    if (m_alarm != -1) {
+        (void)::close(m_alarm);
+    }
 }
 
-SPW_Result SPW_CIcmpChannel::echo(const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize,
+SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize,
                                   std::uint32_t timeoutMs) {
     const std::size_t size = kRequestHeader + dataSize;
     const std::unique_ptr<std::uint8_t[]> packet(new (std::nothrow) std::uint8_t[size]);
@@ -122,11 +134,15 @@ SPW_Result SPW_CIcmpChannel::echo(const SPW_CIpAddress& target, const void* data
         return kSysNotEnoughMemory;
     }
     Waiter waiter;
+    waiter.group = &group;
     waiter.echo.target = target;
     waiter.echo.identifier = m_identifier;
     waiter.echo.checksIdentifier = m_kind == kRaw;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
+        if (group.m_isCancelled) {
+            return kSysOperationAborted;
+        }
         if (!enter(waiter)) {
             return kSockNoBuffers;
         }
@@ -141,6 +157,16 @@ SPW_Result SPW_CIcmpChannel::echo(const SPW_CIpAddress& target, const void* data
     }
     leave(waiter);
     return code;
+}
+
+void SPW_CIcmpChannel::cancel(Group& group) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    group.m_isCancelled = true;
+    for (const auto& entry : m_waiters) {
+        if (entry.second->group == &group) {
+            end(*entry.second, kSysOperationAborted);
+        }
+    }
 }
 
 // Gives the echo a number that no other echo under way has; false when there is none.
@@ -164,7 +190,7 @@ bool SPW_CIcmpChannel::enter(Waiter& waiter) {
 void SPW_CIcmpChannel::leave(Waiter& waiter) {
     m_waiters.erase(waiter.echo.sequence);
     // Somebody has to receive on. One that is still sending sees for itself that nobody does.
-    if (!m_hasReceiver && !m_waiters.empty()) {
+    if (m_receiver == nullptr && !m_waiters.empty()) {
         m_waiters.begin()->second->wake.notify_one();
     }
 }
@@ -190,25 +216,28 @@ SPW_Result SPW_CIcmpChannel::send(const Waiter& waiter, const std::uint8_t* pack
 SPW_Result SPW_CIcmpChannel::await(std::unique_lock<std::mutex>& lock, Waiter& waiter,
                                    const SPW_CDeadlinePosix& deadline) {
     while (!waiter.isDone) {
-        if (!m_hasReceiver) {
-            SPW_CIcmpPacket::Answer answer;
-            m_hasReceiver = true;
+        if (m_receiver == nullptr) {
+            m_receiver = &waiter;
             lock.unlock();
-            const bool received = receiveUntil(deadline, answer);
-            lock.lock();
-            m_hasReceiver = false;
-            if (!received) {
-                return kIcmpTimedOut;
+            SPW_CIcmpPacket::Answer answer;
+            const Received received = receiveNow(answer);
+            const bool isLate = deadline.hasPassed();
+            if (received == kNothing && !isLate) {
+                waitForMessage(deadline);
             }
-            deliver(answer);
-            // However many answers of others keep coming.
-            if (!waiter.isDone && deadline.hasPassed()) {
+            lock.lock();
+            m_receiver = nullptr;
+            if (received == kAnswer) {
+                deliver(answer);
+            }
+            // However many messages of others keep coming.
+            if (isLate && !waiter.isDone) {
                 return kIcmpTimedOut;
             }
         } else if (deadline.isForever()) {
             waiter.wake.wait(lock);
         } else if (waiter.wake.wait_until(lock, deadline.end()) == std::cv_status::timeout && !waiter.isDone &&
-                   m_hasReceiver) {
+                   m_receiver != nullptr) {
             return kIcmpTimedOut;
         }
     }
@@ -220,10 +249,30 @@ void SPW_CIcmpChannel::deliver(const SPW_CIcmpPacket::Answer& answer) {
     if (found == m_waiters.end() || !SPW_CIcmpPacket::isAnswerTo(answer, found->second->echo)) {
         return;
     }
-    Waiter& waiter = *found->second;
+    end(*found->second, answer.code);
+}
+
+void SPW_CIcmpChannel::end(Waiter& waiter, SPW_Result code) {
+    if (waiter.isDone) {
+        return;
+    }
     waiter.isDone = true;
-    waiter.code = answer.code;
-    waiter.wake.notify_one();
+    waiter.code = code;
+    if (&waiter == m_receiver) {
+        wakeReceiver();
+    } else {
+        waiter.wake.notify_one();
+    }
+}
+
+// A datagram socket belongs to one service, all of whose echoes end at a cancel, and shutting it down spares a
+// descriptor for each pinger. The raw socket goes on for the others.
+void SPW_CIcmpChannel::wakeReceiver() {
+    if (m_kind == kDatagram) {
+        (void)::shutdown(m_descriptor, SHUT_RDWR);  // fails for want of a connection, and wakes all the same
+    } else {
+        (void)::eventfd_write(m_alarm, 1);
+    }
 }
 
 // Nobody has read the socket since the last echo ended; what has come meanwhile must not take the room of our reply.
@@ -233,20 +282,13 @@ void SPW_CIcmpChannel::discardPending() {
     }
 }
 
-bool SPW_CIcmpChannel::receiveUntil(const SPW_CDeadlinePosix& deadline, SPW_CIcmpPacket::Answer& answer) {
-    for (;;) {
-        const Received received = receiveNow(answer);
-        if (received == kAnswer) {
-            return true;
-        }
-        if (deadline.hasPassed()) {
-            return false;
-        }
-        if (received == kNothing) {
-            pollfd entry{m_descriptor, POLLIN, 0};
-            timespec remaining;
-            (void)::ppoll(&entry, 1, deadline.remaining(remaining), nullptr);
-        }
+void SPW_CIcmpChannel::waitForMessage(const SPW_CDeadlinePosix& deadline) {
+    pollfd entries[] = {{m_descriptor, POLLIN, 0}, {m_alarm, POLLIN, 0}};
+    timespec remaining;
+    (void)::ppoll(entries, 2, deadline.remaining(remaining), nullptr);
+    if (entries[1].revents != 0) {
+        eventfd_t unused = 0;
+        (void)::eventfd_read(m_alarm, &unused);
     }
 }
 

@@ -50,11 +50,15 @@ public:
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    SPW_CIcmpChannel& channel() { return *m_channel; }
+    SPW_Result echo(const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize, std::uint32_t timeoutMs) {
+        return m_channel->echo(m_echoes, target, data, dataSize, timeoutMs);
+    }
+    void cancel() { m_channel->cancel(m_echoes); }
 
 private:
     const std::unique_ptr<SPW_CIcmpChannel> m_own;
     SPW_CIcmpChannel* const m_channel;
+    SPW_CIcmpChannel::Group m_echoes;
 };
 
 class PosixIcmp final : public SPW_CIcmp {
@@ -75,6 +79,12 @@ public:
 
     void close(SPW_Handle service) override { delete static_cast<Service*>(service); }
 
+    void cancel(SPW_Handle service) override {
+        if (service != nullptr) {
+            static_cast<Service*>(service)->cancel();
+        }
+    }
+
     std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
                        void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) override {
         (void)reply;  // the number of replies is all that the contract promises
@@ -84,7 +94,7 @@ public:
         } else if (replySize < kSmallestIcmpReply) {
             code = kSysInsufficientBuffer;
         } else {
-            code = static_cast<Service*>(service)->channel().echo(address, data, dataSize, timeoutMs);
+            code = static_cast<Service*>(service)->echo(address, data, dataSize, timeoutMs);
         }
         if (code == kSysOk) {
             return 1;

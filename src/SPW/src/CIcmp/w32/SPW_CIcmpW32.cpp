@@ -1,13 +1,17 @@
 #include <winsock.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <new>
 
 #include <iphlpapi.h>
 
+#include "SPW_CCriticalSection.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CImmortal.h"
 #include "SPW_CIpHelperW32.h"
 #include "SPW_CLastCodeW32.h"
+#include "SPW_CLazy.h"
 #include "SPW_CSocketAddressW32.h"
 #include "SPW_CSysError.h"
 
@@ -19,7 +23,6 @@ typedef HANDLE WINAPI CreateFileFunction();
 typedef BOOL WINAPI CloseHandleFunction(HANDLE service);
 typedef DWORD WINAPI SendEchoFunction(HANDLE service, IPAddr address, void* data, WORD dataSize,
                                       IP_OPTION_INFORMATION* options, void* reply, DWORD replySize, DWORD timeoutMs);
-
 SPW_CIpHelperW32::Function<CreateFileFunction> icmpCreateFile("IcmpCreateFile");
 SPW_CIpHelperW32::Function<CloseHandleFunction> icmpCloseHandle("IcmpCloseHandle");
 SPW_CIpHelperW32::Function<SendEchoFunction> icmpSendEcho("IcmpSendEcho");
@@ -29,27 +32,173 @@ SPW_CIpHelperW32::Function<SendEchoFunction> icmpSendEcho("IcmpSendEcho");
 constexpr std::uint32_t kErrorRoom = 8;
 constexpr std::uint32_t kStateRoom = 2 * sizeof(void*);
 
+// Of the thread that an echo waits on.
+[[maybe_unused]] constexpr std::size_t kEchoStackBytes = 256 * 1024;
+
 std::uint32_t failWith(SPW_Result code) {
     lastCode.value.set(code);
     return 0;
 }
 
-// One echo with a reply buffer that the platform will not refuse.
-std::uint32_t echoInto(HANDLE service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
-                       void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) {
-    SendEchoFunction* const sendEcho = icmpSendEcho.get();
-    if (sendEcho == nullptr) {
-        return failWith(kSysNotSupported);
+// What a handle points at. It lives until its owner has closed it and the last echo that was left has ended.
+struct Service {
+    HANDLE native = nullptr;
+    HANDLE cancelled = nullptr;  // an event that stays set
+    std::uint32_t users = 1;     // under the lock of LeftEchoes
+};
+
+// An echo that its caller may leave before it ends. The call of the platform's runs on a thread of the echo's own, and
+// uses the buffers and the service until it returns. The data and room for the reply stand behind it.
+struct Echo {
+    Service* service;
+    SendEchoFunction* call;
+    IPAddr address;
+    DWORD timeoutMs;
+    std::uint32_t dataSize;
+    std::uint32_t replySize;
+    // What the call gave.
+    DWORD replies;
+    DWORD code;
+    HANDLE thread;
+    Echo* next;
+
+    char* data() { return reinterpret_cast<char*>(this + 1); }
+    // As aligned as the echo itself.
+    char* reply() { return data() + roundUp(dataSize); }
+    static std::uint32_t roundUp(std::uint32_t size) { return (size + 15u) / 16u * 16u; }
+
+    static Echo* make(const void* data, std::uint16_t dataSize, std::uint32_t replySize) {
+        Echo* const echo = static_cast<Echo*>(std::calloc(sizeof(Echo) + roundUp(dataSize) + replySize, 1));
+        if (echo == nullptr) {
+            return nullptr;
+        }
+        echo->dataSize = dataSize;
+        echo->replySize = replySize;
+        if (dataSize > 0) {
+            std::memcpy(echo->data(), data, dataSize);
+        }
+        return echo;
     }
-    const DWORD replies = sendEcho(service, SPW_CSocketAddressW32::toNumber(address), const_cast<void*>(data), dataSize,
-                                   nullptr, reply, replySize, timeoutMs == 0 ? 1 : timeoutMs);
-    if (replies == 0) {
-        return failWith(GetLastError());
+    void destroy() {
+        if (thread != nullptr) {
+            (void)CloseHandle(thread);
+        }
+        std::free(this);
     }
-    // An answer that there will be no reply counts as a reply for the platform. Newer systems give that answer to
-    // themselves when nobody on their own network has the address: every peer that is switched off would seem alive.
-    const ULONG status = static_cast<const ICMP_ECHO_REPLY*>(reply)->Status;
-    return status == IP_SUCCESS ? 1 : failWith(status);
+    // Blocks until the platform has a reply or gives up.
+    void run() {
+        replies =
+            call(service->native, address, data(), static_cast<WORD>(dataSize), nullptr, reply(), replySize, timeoutMs);
+        code = GetLastError();
+    }
+    bool hasEnded() const { return WaitForSingleObject(thread, 0) == WAIT_OBJECT_0; }
+    // The number of replies as our callers know it. An answer that there will be no reply counts as a reply for the
+    // platform. Newer systems give that answer to themselves when nobody on their own network has the address: every
+    // peer that is switched off would seem alive.
+    std::uint32_t result() {
+        if (replies == 0) {
+            return failWith(code);
+        }
+        const ULONG status = reinterpret_cast<const ICMP_ECHO_REPLY*>(reply())->Status;
+        return status == IP_SUCCESS ? 1 : failWith(status);
+    }
+};
+
+DWORD WINAPI runEcho(void* echo) {
+    static_cast<Echo*>(echo)->run();
+    return 0;
+}
+
+// Puts the call on a thread of its own, which a cancel can leave. False on a handheld, whose threads are too few for
+// that, and where no thread can be had: the call then runs on the caller's, and lasts as long as it lasts.
+bool beginElsewhere(Echo* echo) {
+#ifdef UNDER_CE
+    (void)echo;
+    (void)runEcho;
+    return false;
+#else
+    DWORD id = 0;
+    echo->thread = CreateThread(nullptr, kEchoStackBytes, runEcho, echo, STACK_SIZE_PARAM_IS_A_RESERVATION, &id);
+    return echo->thread != nullptr;
+#endif
+}
+
+// The echoes that were left when they were cancelled. The platform has no call that is sure to end one on each of its
+// versions: closing a service while it is used is not foreseen, and of echoes that are begun without waiting some get
+// lost under Wine when there are many at once. So each is kept until its reply or its time-out has come.
+class LeftEchoes {
+public:
+    constexpr LeftEchoes() = default;
+
+    void add(Echo* echo) {
+        const SPW_CGuard guard(m_lock.get());
+        ++echo->service->users;
+        append(echo);
+    }
+    void release(Service* service) {
+        const SPW_CGuard guard(m_lock.get());
+        releaseLocked(service);
+    }
+    // Frees some of those that have ended. Called with every new service, so that they do not pile up.
+    void tidy() {
+        const SPW_CGuard guard(m_lock.get());
+        for (int i = 0; i < kTidiedAtOnce && m_first != nullptr; ++i) {
+            Echo* const echo = m_first;
+            m_first = echo->next;
+            if (!echo->hasEnded()) {
+                append(echo);
+                continue;
+            }
+            releaseLocked(echo->service);
+            echo->destroy();
+        }
+    }
+
+private:
+    static constexpr int kTidiedAtOnce = 4;
+
+    void append(Echo* echo) {
+        echo->next = nullptr;
+        if (m_first == nullptr) {
+            m_first = echo;
+        } else {
+            m_last->next = echo;
+        }
+        m_last = echo;
+    }
+    static void releaseLocked(Service* service) {
+        if (--service->users > 0) {
+            return;
+        }
+        CloseHandleFunction* const closeHandle = icmpCloseHandle.get();
+        if (closeHandle != nullptr) {
+            (void)closeHandle(service->native);
+        }
+        (void)CloseHandle(service->cancelled);
+        delete service;
+    }
+
+    SPW_CLazy<SPW_CCriticalSection> m_lock;
+    Echo* m_first = nullptr;
+    Echo* m_last = nullptr;
+};
+
+SPW_CImmortal<LeftEchoes> leftEchoes;
+
+// Ends with the platform's call, or leaves it at a cancel.
+std::uint32_t await(Echo* echo) {
+    if (beginElsewhere(echo)) {
+        const HANDLE ends[] = {echo->thread, echo->service->cancelled};
+        if (WaitForMultipleObjects(2, ends, FALSE, INFINITE) != WAIT_OBJECT_0) {
+            leftEchoes.value.add(echo);
+            return failWith(kSysOperationAborted);
+        }
+    } else {
+        echo->run();
+    }
+    const std::uint32_t result = echo->result();
+    echo->destroy();
+    return result;
 }
 
 class IcmpW32 final : public SPW_CIcmp {
@@ -57,45 +206,71 @@ public:
     constexpr IcmpW32() = default;
 
     SPW_Handle open() override {
+        leftEchoes.value.tidy();
         CreateFileFunction* const createFile = icmpCreateFile.get();
         if (createFile == nullptr) {
             (void)failWith(kSysNotSupported);
             return nullptr;
         }
-        const HANDLE service = createFile();
-        if (service == INVALID_HANDLE_VALUE || service == nullptr) {
-            (void)failWith(GetLastError());
+        Service* const service = new (std::nothrow) Service;
+        const HANDLE cancelled = service == nullptr ? nullptr : CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        if (cancelled == nullptr) {
+            (void)failWith(kSysNotEnoughMemory);
+            delete service;
             return nullptr;
         }
+        const HANDLE native = createFile();
+        if (native == INVALID_HANDLE_VALUE || native == nullptr) {
+            (void)failWith(GetLastError());
+            (void)CloseHandle(cancelled);
+            delete service;
+            return nullptr;
+        }
+        service->native = native;
+        service->cancelled = cancelled;
         return service;
     }
 
     void close(SPW_Handle service) override {
-        CloseHandleFunction* const closeHandle = icmpCloseHandle.get();
-        if (service != nullptr && closeHandle != nullptr) {
-            (void)closeHandle(service);
+        if (service != nullptr) {
+            leftEchoes.value.release(static_cast<Service*>(service));
         }
     }
 
-    std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
+    void cancel(SPW_Handle service) override {
+        if (service != nullptr) {
+            (void)SetEvent(static_cast<Service*>(service)->cancelled);  // the event is the service's own
+        }
+    }
+
+    // What the platform wants of room for a reply differs from what the caller's rule gives, and a caller who leaves
+    // takes its buffers along. So the platform never sees them.
+    std::uint32_t echo(SPW_Handle handle, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
                        void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) override {
+        (void)reply;  // the number of replies is all that the contract promises
+        Service* const service = static_cast<Service*>(handle);
         if (service == nullptr) {
             return failWith(kSysInvalidHandle);
         }
         if (replySize < kSmallestIcmpReply) {
             return failWith(kSysInsufficientBuffer);
         }
-        const std::uint32_t needed = sizeof(ICMP_ECHO_REPLY) + dataSize + kErrorRoom + kStateRoom;
-        if (replySize >= needed) {
-            return echoInto(service, address, data, dataSize, reply, replySize, timeoutMs);
+        if (WaitForSingleObject(service->cancelled, 0) == WAIT_OBJECT_0) {
+            return failWith(kSysOperationAborted);
         }
-        // The caller's rule for the size is of a time of smaller pointers.
-        void* const own = std::malloc(needed);
-        const std::uint32_t replies = own == nullptr
-                                          ? failWith(kSysNotEnoughMemory)
-                                          : echoInto(service, address, data, dataSize, own, needed, timeoutMs);
-        std::free(own);
-        return replies;
+        SendEchoFunction* const sendEcho = icmpSendEcho.get();
+        if (sendEcho == nullptr) {
+            return failWith(kSysNotSupported);
+        }
+        Echo* const echo = Echo::make(data, dataSize, sizeof(ICMP_ECHO_REPLY) + dataSize + kErrorRoom + kStateRoom);
+        if (echo == nullptr) {
+            return failWith(kSysNotEnoughMemory);
+        }
+        echo->service = service;
+        echo->call = sendEcho;
+        echo->address = SPW_CSocketAddressW32::toNumber(address);
+        echo->timeoutMs = timeoutMs == 0 ? 1 : timeoutMs;
+        return await(echo);
     }
 
     SPW_Result lastError() override { return lastCode.value.get(); }

@@ -62,6 +62,8 @@ const char16_t* find(SPW_SysCode code) {
             return u"More data is available";
         case kSysNoMoreItems:
             return u"No more items";
+        case kSysOperationAborted:
+            return u"The operation was ended before its time";
         case kSysRegistryCorrupt:
             return u"The registry is damaged";
         case kSysBadKey:
