@@ -10,9 +10,9 @@
 namespace {
 
 constexpr int kWidestLabel = 60;
-// "255.255.255.255" is the least that a label is cut to. A form of the table that leaves more, as that for 80 columns
-// does, is not given up for a narrower one, though it cuts names.
-constexpr int kNarrowestLabel = 15;
+// The least that a label is cut to is "255.255.255.255" and an ellipsis. A form of the table that leaves more, as that
+// for 80 columns does, is not given up for a narrower one, though it cuts names.
+constexpr int kNarrowestLabel = 16;
 constexpr int kUsefulLabel = 22;
 
 // One line's texts. Not on the stack, which is small on a handheld.

@@ -114,7 +114,11 @@ TEST(TablePrinterTest, OnNarrowTerminalsTheHeadersHaveOneWordAndTheAddressIsWhol
         "IP-Address          Quality Mcast Tcpip Udp Ping\n"
         "255.255.255.255 (d\xE2\x80\xA6     100   3/5   3/5 3/5  3/5\n",
         formatTable(heading(false), rows, 48).toAnsi());
-    EXPECT_EQ(formatTable(heading(false), rows, 1), formatTable(heading(false), rows, 44));
+    EXPECT_STREQ(
+        "09:05:03  test 2, running after 17 s\n"
+        "IP-Address       Quality Mcast Tcpip Udp Ping\n"
+        "255.255.255.255\xE2\x80\xA6     100   3/5   3/5 3/5  3/5\n",
+        formatTable(heading(false), rows, 1).toAnsi());
 }
 
 TEST(TablePrinterTest, NoLineIsWiderThanATerminalOfFiftyColumnsOrMore) {
