@@ -179,6 +179,30 @@ class KeysTest(screen.ScreenTest):
             "10.77.0.9 added", "10.77.0.9 (printer)")), "the peer is there")
         self.device.wait_for_log_line("Created VTR_CPinger to 10.77.0.9")
 
+    def test_an_address_that_waits_to_be_added_is_not_added_once_more(self):
+        """A start that waits for its log keeps the addition waiting, and the user from hearing of it."""
+        # The report of a start names all of these: more lines than find room while the log stands still.
+        self.device.write_hive(self.device.read_hive() + "\n[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Other]\n" +
+                               "".join(f'"value {number}"="text"\n' for number in range(150)))
+        log = lab.StallingLog(self.device)
+        window = self.open(environment=log.environment)
+        window.wait_until_ready()
+        log.hold()
+        window.keys("s")
+        window.wait_for("starting")
+        for _ in range(2):
+            window.keys("a")
+            window.wait_for("Enter ip info")
+            window.type("10.77.0.9")
+            window.keys("Enter")
+            window.wait_without("Enter ip info")
+        log.release()
+        self.device.wait_for_log_line("Created VTR_CPinger to 10.77.0.9")
+        window.keys("q")
+        self.assertEqual(window.wait(), 0)
+        made = [line for line in self.device.log_lines() if line.endswith("Created VTR_CPinger to 10.77.0.9")]
+        self.assertEqual(len(made), 1, made)
+
     def test_the_info_is_that_of_a_report_file_and_scrolls(self):
         window = self.open(width=60, height=14)
         window.wait_until_ready()

@@ -486,6 +486,9 @@ class StallingLog:
         with open(self._flag, "w", encoding="ascii"):
             pass
 
+    def release(self):
+        os.remove(self._flag)
+
 
 def split_report(lines):
     """(the configuration report, all other lines) of a test log's lines that hold one report."""

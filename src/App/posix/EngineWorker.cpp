@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "AddPeerForm.h"
 #include "Console.h"
 #include "PeerArguments.h"
 #include "ProblemText.h"
@@ -41,8 +42,13 @@ void EngineWorker::logReport() {
 
 void EngineWorker::addPeer(const PeerRecord& peer) {
     ask([this, peer] {
-        m_engine->addPeer(peer);
-        tellEvent(peer.address + u" added");
+        // Asked once more: when the user was, the thread may have been busy, with the same address still to be added.
+        SPW_CArray<SPW_CString> known;
+        m_engine->knownAddresses(known);
+        const SPW_CString why = whyNotAdded(peer.address, known);
+        if (why.isEmpty())
+            m_engine->addPeer(peer);
+        tellEvent(why.isEmpty() ? peer.address + u" added" : why);
     });
 }
 
