@@ -6,9 +6,8 @@
 #include <functional>
 #include <utility>
 
-// A thread for one job, which its owner waits for. No signal that somebody sends is
-// delivered to it. It does without exceptions:
-// std::thread has no other way to say that there is none to be had.
+// A thread for one job, which its owner waits for. No signal that somebody sends is delivered to it. It does without
+// exceptions: std::thread has no other way to say that there is none to be had.
 class HelperThread {
 public:
     explicit HelperThread(std::function<void()> job) : m_job(std::move(job)) {
