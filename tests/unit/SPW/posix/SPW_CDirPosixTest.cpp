@@ -82,6 +82,17 @@ TEST(DirPosixTest, NamesThatAreNotUtf8AreFoundAndRemovedLikeAnyOther) {
     EXPECT_THAT(reporter.reports(), testing::IsEmpty());
 }
 
+// U+1F480 is a pair of surrogates whose second half alone would stand for the byte 80.
+TEST(DirPosixTest, ANameBeyondTheBasicPlaneIsNotTakenForBytes) {
+    const TemporaryFolder folder;
+    const char* const name = "\xF0\x9F\x92\x80.txt";
+    folder.write(name, "x");
+    EXPECT_EQ(SPW_CDir::fileExists(folder.path(name)), 0u);
+    EXPECT_EQ(SPW_CDir::moveFile(folder.path(name), folder.path("plain"), true, false), 0u);
+    EXPECT_EQ(SPW_CDir::moveFile(folder.path("plain"), folder.path(name), true, false), 0u);
+    EXPECT_EQ(folder.read(name), "x");
+}
+
 TEST(DirPosixTest, SecondNameOfAFileIsAnotherTarget) {
     const TemporaryFolder folder;
     folder.write("f", "x");
