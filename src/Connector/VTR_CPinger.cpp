@@ -171,7 +171,9 @@ SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target) {
         return 0;
     }
     const SPW_Result code = SPW_CIcmp::instance->lastError();
-    return code == kSysOperationAborted ? code : fail(probeFailureText(u"IcmpSendEcho failed ", code), code);
+    // The platform may abort for reasons of its own, too; only a stop leaves the request uncounted.
+    const bool isFromStop = code == kSysOperationAborted && isStopping();
+    return isFromStop ? code : fail(probeFailureText(u"IcmpSendEcho failed ", code), code);
 }
 
 SPW_Result VTR_CPinger::fail(const SPW_CString& text, SPW_Result code) {

@@ -165,6 +165,13 @@ TEST_F(PingerTest, EchoFailureIsReportedAndUsesUpANumber) {
                             "sent 6 0 10.0.0.2 #1: ", "received 6 0 10.0.0.2 #1: "));
 }
 
+TEST_F(PingerTest, AnEchoThatIsAbortedWithoutAStopIsAFailureAsAnyOther) {
+    icmp.failEcho(kSysOperationAborted);
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    pinger.pingStep();
+    EXPECT_THAT(sink.take(), ElementsAre("sent 6 0 10.0.0.2 #0: ", "error 6 0 10.0.0.2 995: IcmpSendEcho failed 995"));
+}
+
 TEST_F(PingerTest, ErrorIsEmptiedByTheReportOfItsStep) {
     icmp.failEcho(kSockHostUnreachable);
     Driven pinger(&sink, u"10.0.0.2", 0, 32);
