@@ -17,6 +17,8 @@
 #include <vector>
 
 #include "SPW_CDeadlinePosix.h"
+#include "SPW_CImmortal.h"
+#include "SPW_CLazy.h"
 #include "SPW_CSocket.h"
 #include "SPW_CSocketAddressPosix.h"
 #include "SPW_CSocketTable.h"
@@ -175,7 +177,7 @@ private:
     std::vector<Membership> m_all;  // a few interfaces' worth
 };
 
-Memberships memberships;
+SPW_CImmortal<SPW_CLazy<Memberships>> memberships;  // a socket may still be closed during exit()
 
 // index: the interface; 0 leaves it to the kernel to find the one that has the address.
 int changeMembership(int descriptor, int option, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress,
@@ -410,7 +412,7 @@ public:
             (void)::shutdown(slot->descriptor, SHUT_RDWR);
         }
         table.release(slot);
-        memberships.forget(socket);
+        memberships.value.get().forget(socket);
         return 0;
     }
 
@@ -598,9 +600,9 @@ public:
         if (changeMembership(use.descriptor(), IP_ADD_MEMBERSHIP, group, interfaceAddress, index) != 0) {
             return -1;
         }
-        memberships.remember(socket, group, interfaceAddress, index);
+        memberships.value.get().remember(socket, group, interfaceAddress, index);
         if (use.isClosed()) {
-            memberships.forget(socket);  // close() may have done so before there was anything to forget
+            memberships.value.get().forget(socket);  // close() may have done so before there was anything to forget
         }
         return 0;
     }
@@ -608,7 +610,7 @@ public:
     int dropGroup(SPW_Socket socket, const SPW_CIpAddress& group, const SPW_CIpAddress& interfaceAddress) override {
         const Use use(socket);
         return use ? changeMembership(use.descriptor(), IP_DROP_MEMBERSHIP, group, interfaceAddress,
-                                      memberships.take(socket, group, interfaceAddress))
+                                      memberships.value.get().take(socket, group, interfaceAddress))
                    : -1;
     }
 
