@@ -26,7 +26,7 @@ StartProblem StartProblem::ofNoInterface() {
 
 StartProblem StartProblem::ofProbes() {
     return {kProbeNotMade,
-            u"some probes could not be made, because the system has no thread left for them; the rows say which"};
+            u"some probes could not be made, because the system has no thread left for them; the log says which"};
 }
 
 bool hasProblem(const SPW_CArray<StartProblem>& problems, StartProblem::Kind kind) {

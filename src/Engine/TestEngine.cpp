@@ -33,7 +33,7 @@
 // sender up once more, appends its row, and takes a copy of all that the probes need; so of two listeners that hear a
 // new sender at once one makes the row and the probes, and the other finds the row and counts. closeDiscoveries()
 // refuses new ones and waits for those in progress. The waiting cannot block for ever: what a discovery waits for are
-// the engine lock, which the closer does not hold, and the log, whose writer depends on nobody.
+// the engine lock and the sink lock, which the closer does not hold, and the log, whose writer depends on nobody.
 //
 // (d) stop() stops the listeners first. Stopping a listener waits for its step, hence for the discovery inside it,
 // whose connectors are then all in the array; the listeners that are still to be stopped may go on discovering, since

@@ -22,10 +22,10 @@ class VTR_CPinger;
 // Runs tests: builds the probe objects from the settings and the peers, starts and stops them, counts what they
 // report, discovers peers, and writes the test log. A program has one.
 //
-// Threads: start(), stop() and addPeer() may be called from any thread and wait for one another; they may take long,
-// since stopping a probe waits for its step. All other operations may be called from any thread at any time,
-// except from within UiSink::updatePeerRow, where only the const ones are allowed. Destruction needs that nobody else
-// calls any more; the probes' own calls are taken care of.
+// Threads: start(), stop(), its two halves, addPeer() and retryLog() may be called from any thread and wait for one
+// another; they may take long, since stopping a probe waits for its step. All other operations may be called from any
+// thread at any time, except from within UiSink::updatePeerRow, where only the const ones are allowed. Destruction
+// needs that nobody else calls any more; the probes' own calls are taken care of.
 //
 // Ownership: the engine owns its probes, its statistics and its log. The sink must outlive it.
 class TestEngine final : public ProbeEventSink {
@@ -169,7 +169,7 @@ private:
     UiSink* const m_sink;
     TestLog m_log;
 
-    // Calls of start(), stop() and addPeer() wait here for one another. Taken before all other locks.
+    // Calls of start(), stop() and the like wait here for one another. Taken before all other locks.
     SPW_CCriticalSection m_controlLock;
 
     // Held from counting until the sink has been told. Taken before m_lock.

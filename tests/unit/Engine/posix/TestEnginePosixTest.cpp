@@ -61,7 +61,7 @@ TEST_F(TestEnginePosixTest, ProbesWithoutAThreadAreLoggedAndToldAndTheirRowSaysS
     EXPECT_THAT(m_ui.takeNotMade(),
                 ElementsAre("10.0.0.7 (printer) 1", "10.0.0.7 (printer) 2", "10.0.0.7 (printer) 3"));
     EXPECT_THAT(problems(), Contains("some probes could not be made, because the system has no thread left for them; "
-                                     "the rows say which"));
+                                     "the log says which"));
     engine().stop();
     EXPECT_THAT(endAndReadControlLines(),
                 IsSupersetOf({"VTR_CUdpConnector to 10.0.0.7 could not be made: thread failed 8",
