@@ -59,7 +59,7 @@ function(linkometry_python_tests path result)
   set(${result} "${tests}" PARENT_SCOPE)
 endfunction()
 
-# linkometry_system_test(<file>.py [UNDISTURBED <class>...] [SLOW <class>...])
+# linkometry_system_test(<file>.py [UNDISTURBED <class>...] [SLOW <class>...] [EXCEPT <regular expression>])
 #
 # Makes each method of each test class in the file a ctest entry of its own: system.<file>.<class>.<method>. It runs
 # this build's program in network namespaces, and is skipped, with the reason, where they may not be made. Tests of the
@@ -73,7 +73,7 @@ if(LINKOMETRY_WINDOWS_CE_HOST)
   set(LINKOMETRY_WINE_ENVIRONMENT "LINKOMETRY_WINE_ROOT=${PROJECT_SOURCE_DIR}/build/wine-i386")
 endif()
 function(linkometry_system_test file)
-  cmake_parse_arguments(ARG "" "" "UNDISTURBED;SLOW" ${ARGN})
+  cmake_parse_arguments(ARG "" "EXCEPT" "UNDISTURBED;SLOW" ${ARGN})
   set(path "${PROJECT_SOURCE_DIR}/tests/system/${file}")
   set(programs --program "${PROJECT_BINARY_DIR}/linkometry")
   if(WIN32)
@@ -81,6 +81,9 @@ function(linkometry_system_test file)
       --windows-program "${PROJECT_BINARY_DIR}/linkometry.exe")
   endif()
   linkometry_python_tests("${path}" tests)
+  if(ARG_EXCEPT)
+    list(FILTER tests EXCLUDE REGEX "${ARG_EXCEPT}")
+  endif()
   foreach(test IN LISTS tests)
     add_test(NAME system.${test} COMMAND "${LINKOMETRY_PYTHON}" "${PROJECT_SOURCE_DIR}/tests/system/run.py"
       ${programs} ${test})

@@ -5,6 +5,7 @@
 
 #include "ForeignText.h"
 #include "SPW_CClock.h"
+#include "SPW_CIcmp.h"
 #include "SPW_CSocket.h"
 #include "SettingsStorage.h"
 #include "VTR_CMulticastConnector.h"
@@ -147,6 +148,7 @@ void TestEngine::start() {
     logLine(SPW_CString(u" ---- Test ") + static_cast<int>(m_testNumber) + u" starting ---");
     destroyProbes();
     reloadSettings();
+    SPW_CIcmp::instance->lookAgain();
     refreshIdentity();
     if (m_identity.localAddresses.numberOfElements() == 0) {
         addProblem(StartProblem::ofNoInterface());

@@ -23,6 +23,7 @@ void TestLog::open(const SPW_CString& path, const SPW_CString& description, cons
         result = writer != nullptr ? writer->openResult() : SPW_Result{kSysNotEnoughMemory};
     }
     if (result == 0) {
+        SPW_CMemory::setLog(writer.get());
         m_writer = writer.release();
     }
     const SPW_CGuard guard(m_lock);
@@ -41,7 +42,11 @@ SPW_Result TestLog::removeFormer(const SPW_CString& path) {
 }
 
 void TestLog::close() {
-    delete m_writer.exchange(nullptr);
+    TestLogWriter* const writer = m_writer.exchange(nullptr);
+    if (writer != nullptr) {
+        SPW_CMemory::setLog(nullptr);
+        delete writer;
+    }
 }
 
 void TestLog::limitRights() {

@@ -82,7 +82,22 @@ void TestLogWriter::giveUp() {
     m_room.set();
 }
 
+void TestLogWriter::memoryIsExhausted() {
+    const SPW_CString line(u"FATAL ERROR: there is no memory left, the program ends");
+    if (m_thread == currentId()) {
+        (void)m_log.writeLine(line, true);
+        return;
+    }
+    constexpr std::int32_t kPatienceMs = 1000;
+    constexpr std::uint32_t kLookMs = 20;
+    if (log(line, kPatienceMs) != 0)
+        return;
+    for (std::int32_t waited = 0; waited < kPatienceMs && progress().written != progress().taken; waited += kLookMs)
+        SPW_CClock::instance->sleepMs(kLookMs);
+}
+
 void TestLogWriter::step() {
+    m_thread = currentId();
     std::uintptr_t taken;
     (void)qGetMsg(taken, m_isFlushDue ? msUntilFlush() : kTurnMs);
     if (taken == kWakeUp) {

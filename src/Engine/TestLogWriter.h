@@ -5,6 +5,7 @@
 
 #include "LogProgress.h"
 #include "SPW_CLogFile.h"
+#include "SPW_CMemory.h"
 #include "SPW_CThreadMessageQueue.h"
 #include "VTR_CEvent.h"
 
@@ -19,7 +20,7 @@
 //
 // What is written is on the medium, where a reset or a pulled battery cannot take it away, as soon as no more lines
 // come, and at the latest a second after it was written.
-class TestLogWriter : public SPW_CThreadMessageQueue {
+class TestLogWriter : public SPW_CThreadMessageQueue, public SPW_CMemory::Log {
 public:
     // Result of log() when there was no room in time.
     static constexpr SPW_Result kLogNotTaken = 700;
@@ -31,6 +32,9 @@ public:
 
     void step() override;
     void finish() override;
+    // The program's last line. It is in the file when this returns, unless the thread could not write it within a
+    // second.
+    void memoryIsExhausted() override;
 
     // 0, or the code with which the log file could not be opened or the thread not be started; lines then go nowhere,
     // and it has been reported.
@@ -52,6 +56,7 @@ private:
     void flush();
 
     SPW_CLogFile m_log;
+    std::atomic<std::uint32_t> m_thread{0};  // 0 until it has begun
     VTR_CEvent m_room;      // set while a caller may hand a line over; lets one caller through at a time
     VTR_CEvent m_finished;  // set when the thread has written all
     SPW_Result m_openResult;

@@ -8,6 +8,7 @@
 #include "ReportMode.h"
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
+#include "SPW_CMemory.h"
 #include "SPW_CWideW32.h"
 #include "SettingsStorage.h"
 #include "WindowMessageBox.h"
@@ -16,6 +17,12 @@ namespace {
 
 constexpr int kBadCommandLine = 3;
 constexpr int kNoWindow = 4;
+
+// The box is the system's own, which needs no memory of this program.
+void sayMemoryIsExhausted() {
+    (void)MessageBoxW(nullptr, L"There is no memory left. Linkometry ends.", L"Linkometry",
+                      MB_OK | MB_ICONERROR | MB_SETFOREGROUND | MB_TOPMOST);
+}
 
 // The program that asked for the report waits for this message.
 void tellOutcome(std::uintptr_t window, bool isWritten) {
@@ -28,6 +35,7 @@ void tellOutcome(std::uintptr_t window, bool isWritten) {
 
 int runReport(const CommandLine& options) {
     SPW_CError::instance->setNoBox(true);
+    SPW_CMemory::watch(nullptr);
     const bool isWritten = writeReport(options.reportFile);
     tellOutcome(options.reportWindow, isWritten);
     return isWritten ? 0 : 1;
@@ -66,6 +74,7 @@ int run(const CommandLine& options, WindowMessageBox& box) {
 
 // commandLine: without the program's own path.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t* commandLine, int) {
+    SPW_CMemory::watch(sayMemoryIsExhausted);
     // Before all else: whatever fails has no other place to be seen.
     WindowMessageBox box;
     SPW_CArray<SPW_CString> tokens;

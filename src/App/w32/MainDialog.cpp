@@ -10,6 +10,7 @@
 #include "PeerArguments.h"
 #include "ProblemText.h"
 #include "Resource.h"
+#include "SPW_CMemory.h"
 #include "SPW_CSystemInfo.h"
 #include "SPW_CWideW32.h"
 #include "ShellW32.h"
@@ -89,8 +90,7 @@ void MainDialog::makeEngine() {
     m_target = window();
     m_engine.reset(new (std::nothrow) TestEngine(this, true));
     if (m_engine == nullptr) {
-        end(kNotMade);
-        return;
+        SPW_CMemory::exhausted();
     }
     for (int i = 0; i < m_options.peers.numberOfElements(); ++i) {
         SPW_CString why;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <new>
 
+#include "SPW_CMemory.h"
 #include "SPW_CObject.h"
 
 // Reports a failed index check as a fatal assertion (SPW_CError::report). Returns only when the
@@ -21,6 +22,9 @@ void SPW_CArrayIndexFailed(const char* condition, int line, const char* method);
 //
 // An index that is out of range is a fatal assertion. Where the reporter is set not to end the program, the operation
 // goes on; it then touches the addressed slot, or a spare one in place of a slot outside the storage.
+//
+// An array that got no memory holds nothing. The first use of its storage, and a growth that gets none, end the program
+// as SPW_CMemory says.
 //
 // Indexes and counts are in elements. A reference to an element holds until the next insertion.
 // Threads: an object belongs to one thread at a time, or its owner locks.
@@ -99,11 +103,16 @@ private:
         }
     }
 
-    T& slot(int index) const { return m_elements[index >= 0 && index < m_capacity ? index : m_capacity]; }
+    T& slot(int index) const {
+        if (m_elements == nullptr) {
+            SPW_CMemory::exhausted();
+        }
+        return m_elements[index >= 0 && index < m_capacity ? index : m_capacity];
+    }
 
     bool isOwn(const T& element) const {
         const std::less<const T*> before;
-        return !before(&element, m_elements) && before(&element, m_elements + m_capacity + 1);
+        return m_elements != nullptr && !before(&element, m_elements) && before(&element, m_elements + m_capacity + 1);
     }
 
     void appendAll(const SPW_CArray& other) {
@@ -117,6 +126,9 @@ private:
             return;
         }
         T* const slots = newSlots(m_capacity * 2);
+        if (slots == nullptr) {
+            SPW_CMemory::exhausted();
+        }
         std::copy(m_elements, m_elements + m_numberOfElements, slots);
         delete[] m_elements;
         m_elements = slots;

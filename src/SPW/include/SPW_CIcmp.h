@@ -45,6 +45,10 @@ public:
                                std::uint16_t dataSize, void* reply, std::uint32_t replySize,
                                std::uint32_t timeoutMs) = 0;
 
+    // A test begins. What this device lacked so far is looked for again at the next call; between two of these a lack
+    // is remembered, because looking takes long.
+    virtual void lookAgain() {}
+
     // Code of the calling thread's latest failed operation here; success does not clear it.
     virtual SPW_Result lastError() = 0;
 };

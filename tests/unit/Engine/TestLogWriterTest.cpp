@@ -105,6 +105,22 @@ TEST_F(TestLogWriterTest, EveryLineHasTheTimePrefix) {
                                             MatchesRegex("..:..:.. line 3")));
 }
 
+TEST_F(TestLogWriterTest, TheLastLineOfAProgramWithoutMemoryIsWrittenAtOnce) {
+    open(100);
+    EXPECT_EQ(log(1, kNoLimit), 0u);
+    m_writer->memoryIsExhausted();
+    EXPECT_THAT(
+        m_folder.read("log.txt"),
+        testing::ContainsRegex("line 1\r\n..:..:.. FATAL ERROR: there is no memory left, the program ends\r\n$"));
+}
+
+TEST_F(TestLogWriterTest, WithoutMemoryAWriterThatCannotWriteHoldsUpNobodyForLong) {
+    open(2);
+    block();
+    m_writer->memoryIsExhausted();
+    m_writer->unlock();
+}
+
 TEST_F(TestLogWriterTest, LineAfterTheOneThatFillsTheQueueIsNotTakenInTime) {
     open(100);
     block();

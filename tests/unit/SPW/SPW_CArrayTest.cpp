@@ -322,4 +322,47 @@ TEST_F(ArrayTest, ABadIndexEndsTheProgramWithExitCodeOne) {
     EXPECT_EXIT((void)array[0], testing::ExitedWithCode(1), "");
 }
 
+// --- Without memory ---
+
+bool isMemoryThere = true;
+
+struct Scarce {
+    static void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+        return isMemoryThere ? ::operator new[](size) : nullptr;
+    }
+    static void operator delete[](void* memory) { ::operator delete[](memory); }
+    int value = 0;
+};
+
+TEST_F(ArrayTest, AnArrayWithoutMemoryIsEmptyAndCanBeCopied) {
+    isMemoryThere = false;
+    SPW_CArray<Scarce> array;
+    SPW_CArray<Scarce> copy(array);
+    copy = array;
+    isMemoryThere = true;
+    EXPECT_EQ(copy.numberOfElements(), 0);
+}
+
+TEST_F(ArrayTest, TheFirstElementWithoutMemoryEndsTheProgramAsExhaustedMemoryDoes) {
+    EXPECT_EXIT(
+        {
+            isMemoryThere = false;
+            SPW_CArray<Scarce> array;
+            array.append(Scarce());
+        },
+        testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "");
+}
+
+TEST_F(ArrayTest, AGrowthWithoutMemoryEndsTheProgramAsExhaustedMemoryDoes) {
+    EXPECT_EXIT(
+        {
+            SPW_CArray<Scarce> array;
+            isMemoryThere = false;
+            for (int i = 0; i < 9; ++i) {
+                array.append(Scarce());
+            }
+        },
+        testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "");
+}
+
 }  // namespace

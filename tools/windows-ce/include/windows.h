@@ -361,6 +361,7 @@ BOOL ReadFile(HANDLE file, void* buffer, DWORD size, DWORD* count, void* overlap
 BOOL WriteFile(HANDLE file, const void* buffer, DWORD size, DWORD* count, void* overlapped);
 BOOL FlushFileBuffers(HANDLE file);
 DWORD GetFileSize(HANDLE file, DWORD* high);
+BOOL SetEndOfFile(HANDLE file);
 DWORD SetFilePointer(HANDLE file, LONG distance, LONG* high, DWORD method);
 BOOL SetFileTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written);
 BOOL GetFileInformationByHandle(HANDLE file, BY_HANDLE_FILE_INFORMATION* information);

@@ -1,7 +1,9 @@
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
-// C++ memory from the system's heap. Without exceptions, whoever cannot live without the memory ends the program.
+// C++ memory from the system's heap. Without exceptions, whoever cannot live without the memory ends the program; it
+// may say before how.
 
 namespace {
 
@@ -9,12 +11,20 @@ void* allocate(std::size_t size) {
     return std::malloc(size != 0 ? size : 1);
 }
 
+std::atomic<std::new_handler> newHandler{nullptr};
+
 void* allocateOrEnd(std::size_t size) {
-    void* const memory = allocate(size);
-    if (memory == nullptr) {
-        std::abort();
+    for (;;) {
+        void* const memory = allocate(size);
+        if (memory != nullptr) {
+            return memory;
+        }
+        const std::new_handler handler = newHandler;
+        if (handler == nullptr) {
+            std::abort();
+        }
+        handler();
     }
-    return memory;
 }
 
 }  // namespace
@@ -22,6 +32,14 @@ void* allocateOrEnd(std::size_t size) {
 namespace std {
 
 const nothrow_t nothrow{};
+
+new_handler set_new_handler(new_handler handler) noexcept {
+    return newHandler.exchange(handler);
+}
+
+new_handler get_new_handler() noexcept {
+    return newHandler;
+}
 
 }  // namespace std
 

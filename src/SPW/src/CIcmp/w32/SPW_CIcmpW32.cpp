@@ -273,6 +273,8 @@ public:
         return await(echo);
     }
 
+    void lookAgain() override { SPW_CIpHelperW32::lookAgain(); }
+
     SPW_Result lastError() override { return lastCode.value.get(); }
 };
 

@@ -4,6 +4,8 @@
 
 namespace {
 
+std::atomic<std::uint32_t> currentSearch{1};
+
 // Where the echo service is on older devices.
 constexpr const wchar_t* kLibraries[] = {L"iphlpapi.dll", L"icmplib.dll", L"icmp.dll"};
 
@@ -17,6 +19,14 @@ void* findIn(HMODULE library, const char* function) {
 }
 
 }  // namespace
+
+std::uint32_t SPW_CIpHelperW32::searches() {
+    return currentSearch;
+}
+
+void SPW_CIpHelperW32::lookAgain() {
+    currentSearch.fetch_add(1);
+}
 
 void* SPW_CIpHelperW32::find(const char* function) {
     for (const wchar_t* name : kLibraries) {

@@ -1,0 +1,153 @@
+"""The handheld's program where the device has too little of something, or lacks a part."""
+
+import os
+import re
+
+import lab
+import windows
+from windows import INFO, LOG, START, STOP
+
+EXHAUSTED = 254
+BOX = "There is no memory left. Linkometry ends."
+LINE = "FATAL ERROR: there is no memory left, the program ends"
+SETTINGS = {"frequency qty": "200", "frequency units": "milliseconds"}
+
+
+class FaultTest(lab.SystemTest):
+    settings = SETTINGS
+
+    def setUp(self):
+        super().setUp()
+        self.windows = windows.WindowsDevice(self.lab.device("pocket1"), self.settings, handheld="full")
+        self.addCleanup(self.windows.close)
+
+    def find(self, caption):
+        handle = int(self.windows.ask("find", caption))
+        return windows.Window(self.windows, handle) if handle else None
+
+    def watch(self, program, use):
+        """Uses the program's main window with use(window) and reads its boxes, until it has ended; (status, the boxes' texts).
+
+        A use that answers False is asked again.
+        """
+        said, is_used = [], False
+
+        def has_ended():
+            nonlocal is_used
+            box = self.find("Linkometry")
+            if box:
+                said.append(self.windows.ask("label", box.handle).strip())
+                box.press(windows.OK)
+            window = self.find("(pocket1)")
+            if window and not box and not is_used:
+                is_used = use(window) is not False
+            return program.status() != "running"
+        lab.eventually(has_ended, 60, lambda: f"the end; it said {said}:\n{program}", every=0.05)
+        return int(program.status()), said
+
+    def check_end(self, program, status, said):
+        """Orderly: all went well without that memory, or the user was told and the status says it."""
+        if status == EXHAUSTED:
+            self.assertIn(BOX, said, str(program))
+        else:
+            self.assertEqual(status, 0, str(program))
+        self.assertEqual(program.defects(), [])
+
+    def allocations(self, program):
+        """How many the ended program has made."""
+        return int(re.search(r"HEAP (\d+) allocations", "\n".join(program.journal()))[1])
+
+    def fail_each(self, numbers, once, run):
+        for number in numbers:
+            with self.subTest(allocation=number, once=once):
+                run(f"{number}" if once else f"{number}-")
+
+
+class ScarceMemoryTest(FaultTest):
+    """Every allocation fails once, and with all that follow it; the number of runs is the number of allocations."""
+
+    def report(self, **variables):
+        program = self.windows.start("-getinfo", "\\report.txt", **variables)
+        return program, *self.watch(program, lambda window: None)
+
+    def run_report(self, fail):
+        program, status, said = self.report(CE_FAIL=fail)
+        self.assertIn(status, (0, 1, EXHAUSTED), str(program))  # 1: the file was not written
+        self.assertEqual(program.defects(), [])
+        # Nobody sits before a report but the program that asked for it; only the command line's own words come before
+        # that is known.
+        if int(fail.rstrip("-")) > 8:
+            self.assertEqual(said, [])
+
+    def test_a_report_ends_in_an_orderly_way_whatever_memory_it_lacks(self):
+        program, status, _ = self.report()
+        self.assertEqual(status, 0)
+        count = self.allocations(program)
+        self.assertGreater(count, 20)
+        self.fail_each(range(1, count + 1), False, self.run_report)
+        self.fail_each(range(1, count + 1), True, self.run_report)
+
+    def start_and_close(self, **variables):
+        program = self.windows.start(**variables)
+        return program, *self.watch(program, lambda window: window.close())
+
+    def run_start(self, fail):
+        self.check_end(*self.start_and_close(CE_FAIL=fail))
+
+    def test_a_start_ends_in_an_orderly_way_whatever_memory_it_lacks(self):
+        program, status, _ = self.start_and_close()
+        self.assertEqual(status, 0)
+        count = self.allocations(program)
+        self.assertGreater(count, 20)
+        self.fail_each(range(1, count + 1), False, self.run_start)
+        self.fail_each(range(1, count + 1, 2), True, self.run_start)
+
+
+class ScarceMemoryInTestTest(FaultTest):
+    """Of the many allocations of a test some, and on each run others of its threads."""
+
+    RUNS = 16
+
+    def setUp(self):
+        super().setUp()
+        self.lab.device("pocket2").start("-headless")
+
+    def measure(self, **variables):
+        """Start, some rounds of probes, the report line, Stop, the information, the end."""
+        program = self.windows.start(**variables)
+        steps = iter((lambda window: window.press(START), lambda window: window.is_enabled(STOP) or False,
+                      lambda window: windows.pause(1.5), lambda window: window.press(LOG), lambda window: window.press(STOP),
+                      lambda window: window.is_enabled(START) or False, lambda window: window.close()))
+        step = next(steps)
+
+        def use(window):
+            nonlocal step
+            if step(window) is False:
+                return False
+            step = next(steps, None)
+            return step is None
+        return program, *self.watch(program, use)
+
+    def test_a_test_ends_in_an_orderly_way_whatever_memory_it_lacks(self):
+        program, status, _ = self.measure()
+        self.assertEqual(status, 0)
+        count = self.allocations(program)
+        self.assertGreater(count, 100)
+        numbers = [count * run // self.RUNS for run in range(1, self.RUNS)]
+
+        def run(fail):
+            self.check_end(*self.measure(CE_FAIL=fail))
+        self.fail_each(numbers[::2], False, run)
+        self.fail_each(numbers[1::2], True, run)
+
+    def test_the_log_has_a_last_line(self):
+        """Where one allocation fails and there is memory for a line again."""
+        for number in range(200, 400):
+            if os.path.exists(self.windows.path("VantiroDiagnostics.txt")):
+                os.remove(self.windows.path("VantiroDiagnostics.txt"))
+            program, status, said = self.measure(CE_FAIL=str(number))
+            if status == EXHAUSTED:
+                self.assertEqual(said, [BOX])
+                self.assertEqual(self.windows.log_texts()[-1], LINE)
+                return
+        self.fail("no allocation was one that the program cannot do without")

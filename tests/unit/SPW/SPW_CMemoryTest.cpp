@@ -1,0 +1,84 @@
+#include "SPW_CMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <new>
+#include <thread>
+
+namespace {
+
+// The compiler is not to know it.
+volatile std::size_t moreThanThereIs = static_cast<std::size_t>(-1) / 4;
+
+void show() {
+    std::fputs("shown\n", stderr);
+}
+
+class RecordingLog final : public SPW_CMemory::Log {
+public:
+    void memoryIsExhausted() override {
+        std::fputs("logged\n", stderr);
+        if (m_needsMemory) {
+            ::operator delete(::operator new(moreThanThereIs));
+        }
+    }
+    void needMemory() { m_needsMemory = true; }
+
+private:
+    bool m_needsMemory = false;
+};
+
+void use(std::size_t bytes) {
+    ::operator delete(::operator new(bytes));
+}
+
+}  // namespace
+
+TEST(MemoryTest, AnAllocationThatFailsIsLoggedAndShownAndEndsTheProgram) {
+    RecordingLog log;
+    EXPECT_EXIT(
+        {
+            SPW_CMemory::watch(show);
+            SPW_CMemory::setLog(&log);
+            use(moreThanThereIs);
+        },
+        testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "logged\nshown\n");
+}
+
+TEST(MemoryTest, WithoutMemoryForTheLogsLineTheUserIsToldAllTheSame) {
+    RecordingLog log;
+    log.needMemory();
+    EXPECT_EXIT(
+        {
+            SPW_CMemory::watch(show);
+            SPW_CMemory::setLog(&log);
+            use(moreThanThereIs);
+        },
+        testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "logged\nshown\n");
+}
+
+TEST(MemoryTest, WithNobodyToTellItEndsWithoutAWord) {
+    EXPECT_EXIT(
+        {
+            SPW_CMemory::watch(nullptr);
+            use(moreThanThereIs);
+        },
+        testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "^$");
+}
+
+TEST(MemoryTest, ASecondThreadWaitsForTheEndOfTheFirst) {
+    EXPECT_EXIT(
+        {
+            SPW_CMemory::watch([] {
+                std::thread second([] { use(moreThanThereIs); });
+                second.detach();
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                show();
+            });
+            use(moreThanThereIs);
+        },
+        testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "^shown\n$");
+}
