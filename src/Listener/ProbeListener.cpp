@@ -1,5 +1,6 @@
 #include "ProbeListener.h"
 
+#include "SPW_CReceivedText.h"
 #include "SPW_CSysError.h"
 
 static const int kListenBacklog = 5;
@@ -112,7 +113,7 @@ bool ProbeListener::isFromStop(SPW_Result code) const {
 }
 
 void ProbeListener::deliver(const SPW_CString& sender, const ProbePacket::Received& packet) {
-    m_sink->onDataReceived(m_kind, m_port, sender, packet.sequence, SPW_CString(packet.name));
+    m_sink->onDataReceived(m_kind, m_port, sender, packet.sequence, SPW_receivedText(packet.name));
 }
 
 void ProbeListener::report(const SPW_CString& address, SPW_Result code, const SPW_CString& message) {

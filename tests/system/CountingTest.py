@@ -204,6 +204,13 @@ class UnknownSenderTest(lab.SystemTest):
         self.assertEqual(program.wait_for_row(self.peer.address)["name"], "a?[31mb??c??d\u00e9")
         self.assertTrue(self.device.wait_for_log_line("New device").endswith("name: a?[31mb??c??d\u00e9"))
 
+    def test_a_name_in_the_code_page_of_a_western_handheld_is_read_in_it(self):
+        self.device.configure("udp")
+        program = self.device.measure()
+        self.announce(b"v|J\xf6rg||")
+        self.assertEqual(program.wait_for_row(self.peer.address)["name"], "J\u00f6rg")
+        self.assertTrue(self.device.wait_for_log_line("New device").endswith("name: J\u00f6rg"))
+
     def test_unknown_sender_is_nobody_where_the_settings_say_so(self):
         self.device.configure("udp", **{"peer set includes anyone-in-reach": "no"})
         program = self.device.measure()

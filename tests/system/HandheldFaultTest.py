@@ -63,6 +63,123 @@ class FaultTest(lab.SystemTest):
                 run(f"{number}" if once else f"{number}-")
 
 
+class MissingPartTest(FaultTest):
+    settings = dict(SETTINGS, **{"multicast selected": "no", "tcpip selected": "no", "udp selected": "no"})
+    LABEL = "127.0.0.1 (self)"
+
+    def start(self, handheld, **variables):
+        self.windows.handheld = handheld
+        self.program = self.windows.start("-peer", "127.0.0.1=self", **variables)
+        return self.windows.window("(pocket1)")
+
+    def measure(self, window, seconds=3):
+        window.press(START)
+        window.wait_until_enabled(STOP)
+        windows.pause(seconds)
+        window.press(STOP)
+        window.wait_until_enabled(START)
+
+    def searches(self, name):
+        return len([line for line in self.program.journal() if f"LIBRARY {name} missing" in line])
+
+    def test_a_library_that_is_missing_is_looked_for_once_a_test(self):
+        window = self.start("full,noiphlpapi")
+        self.measure(window)
+        first = self.searches("icmplib.dll")
+        self.measure(window)
+        second = self.searches("icmplib.dll")
+        window.close()
+        self.assertEqual(self.program.exit_status(), 0)
+        # A handful of functions, each of which is asked for on its own; some two dozen pings.
+        self.assertIn(first, range(1, 8))
+        self.assertIn(second - first, range(1, 8))
+        self.assertTrue([line for line in self.windows.log_texts() if "SOCKET ERROR" in line and "pinger" in line])
+
+    def test_pings_work_where_their_functions_have_a_library_of_their_own(self):
+        window = self.start("full,icmplib")
+        window.press(START)
+        window.wait_for_row(self.LABEL, lambda row: windows.received_and_total(row[5])[0] >= 3)
+        window.close()
+        self.assertEqual(self.program.exit_status(), 0)
+
+    def test_without_a_shell_the_caption_has_an_ok_that_closes(self):
+        window = self.start("noaygshell")
+        caption_ok = 0x80000000
+        self.assertTrue(int(window.ask("style")) & caption_ok)
+        window.ask("command", windows.OK)
+        self.assertEqual(self.program.exit_status(), 0)
+
+    def test_the_panel_to_write_with_rises_for_a_new_peer_and_goes_again(self):
+        window = self.start("full")
+        window.press(windows.ADD_IP)
+        dialog = self.windows.window()
+        self.windows.picture("handheld-add-ip")
+        self.assertEqual([line.split(" PANEL ")[1] for line in self.program.journal() if " PANEL " in line], ["up"])
+        dialog.press(windows.CANCEL)
+        dialog.wait_until_gone()
+        self.assertEqual([line.split(" PANEL ")[1] for line in self.program.journal() if " PANEL " in line], ["up", "down"])
+        window.close()
+        self.assertEqual(self.program.exit_status(), 0)
+
+
+class DisturbedTest(FaultTest):
+    """A device whose time and network do what they do in a long life, seen in a short one."""
+
+    def setUp(self):
+        super().setUp()
+        self.peer = self.lab.device("pocket2")
+        self.peer.write_settings(SETTINGS)
+        self.peer.start("-headless")
+
+    LABEL = "10.77.0.2 (pocket2)"
+
+    def start(self, handheld):
+        self.windows.handheld = handheld
+        self.program = self.windows.start()
+        window = self.windows.window("(pocket1)")
+        window.press(START)
+        window.wait_until_enabled(STOP)
+        return window
+
+    def received(self, window):
+        return [windows.received_and_total(cell)[0] for cell in window.row(self.LABEL)[2:]]
+
+    def lost(self, window):
+        """Of what is sent without being asked for."""
+        return [total - received for received, total in map(windows.received_and_total, window.row(self.LABEL)[2:5])]
+
+    def check_goes_on(self, window):
+        before = self.received(window)
+        window.wait_for_row(self.LABEL, lambda row: all(
+            now >= then + 5 for now, then in zip([windows.received_and_total(cell)[0] for cell in row[2:]], before)))
+
+    def end(self, window):
+        window.press(STOP)
+        window.wait_until_enabled(START)
+        window.close()
+        self.assertEqual(self.program.exit_status(), 0)
+
+    def test_a_tick_count_that_begins_anew_is_not_noticed(self):
+        window = self.start("full,tickwrap")
+        window.wait_for_row(self.LABEL)
+        self.check_goes_on(window)
+        before = self.lost(window)
+        windows.pause(22)  # the count has 20 seconds when the program starts
+        self.check_goes_on(window)
+        self.assertEqual(self.lost(window), before)
+        self.end(window)
+
+    def test_a_network_that_goes_and_comes_back_is_measured_again(self):
+        window = self.start("full")
+        window.wait_for_row(self.LABEL)
+        self.check_goes_on(window)
+        self.windows.device.unplug()
+        windows.pause(3)
+        self.windows.device.plug()
+        self.check_goes_on(window)
+        self.end(window)
+
+
 class ScarceMemoryTest(FaultTest):
     """Every allocation fails once, and with all that follow it; the number of runs is the number of allocations."""
 

@@ -33,8 +33,8 @@ IP_MULTICAST_ALL = 49
 
 
 def packet(sequence, name=""):
-    """The bytes of one probe."""
-    return TAG + b"|%d|" % sequence + name.encode("utf-8") + b"\0"
+    """The bytes of one probe. A name in another code page is given as bytes."""
+    return TAG + b"|%d|" % sequence + (name if isinstance(name, bytes) else name.encode("utf-8")) + b"\0"
 
 
 def parse(data):

@@ -1,6 +1,7 @@
 #include "AddPeerDialog.h"
 
 #include "Resource.h"
+#include "ShellW32.h"
 
 namespace {
 
@@ -15,6 +16,11 @@ void AddPeerDialog::onInitialise() {
     for (int field = 0; field < AddPeerForm::kFields; ++field) {
         setText(kControls[field], form.texts[field]);
     }
+    ShellW32::showInputPanel(window(), true);
+}
+
+void AddPeerDialog::onEnd() {
+    ShellW32::showInputPanel(window(), false);
 }
 
 void AddPeerDialog::onCommand(int control) {

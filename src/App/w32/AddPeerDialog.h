@@ -17,6 +17,7 @@ public:
 protected:
     void onInitialise() override;
     void onCommand(int control) override;
+    void onEnd() override;
 
 private:
     void accept();

@@ -11,7 +11,6 @@
 #include "ProblemText.h"
 #include "Resource.h"
 #include "SPW_CMemory.h"
-#include "SPW_CSystemInfo.h"
 #include "SPW_CWideW32.h"
 #include "ShellW32.h"
 
@@ -22,11 +21,6 @@ constexpr UINT kRowUpdateMessage = WM_USER + 101;
 constexpr UINT_PTR kDurationTimer = 1;
 // The list's right and lower edge keep this distance from the window's, in dialog units.
 constexpr int kListMargin = 7;
-
-bool isHandheld() {
-    SPW_OsVersion version;
-    return SPW_CSystemInfo::instance->osVersion(version) && version.platform == kOsWindowsCe;
-}
 
 void insertColumn(HWND list, int column, const char16_t* header) {
     LVCOLUMNW definition = {};
@@ -51,7 +45,7 @@ void widenColumn(HWND list, int column, const SPW_CString& text) {
 }  // namespace
 
 MainDialog::MainDialog(const CommandLine& options, WindowMessageBox& box)
-    : Dialog(IDD_MAIN), m_options(options), m_box(box), m_isHandheld(isHandheld()) {}
+    : Dialog(IDD_MAIN), m_options(options), m_box(box), m_isHandheld(ShellW32::isHandheld()) {}
 
 // The engine's last callbacks want the rest of the object.
 MainDialog::~MainDialog() {

@@ -5,8 +5,13 @@
 // What the shell of a handheld does for a dialog. A desktop has no such shell.
 namespace ShellW32 {
 
-// Makes the dialog as large as the handheld's screen, with an OK button in the caption. Where the shell does not offer
-// that, the dialog stays as it is.
+bool isHandheld();
+
+// Makes the dialog as large as the handheld's screen, with an OK button in the caption, which a pen can close it by.
+// Where the shell does not offer that, the dialog keeps its size and has the button all the same.
 void fillScreen(HWND dialog);
+
+// Raises the panel that a pen writes with, or lowers it. Nothing happens where there is none, as on a desktop.
+void showInputPanel(HWND dialog, bool isUp);
 
 }  // namespace ShellW32

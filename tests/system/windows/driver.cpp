@@ -16,6 +16,8 @@
 //     type HWND ID TEXT    sets a control's text
 //     enabled HWND ID      1 or 0
 //     place HWND [ID]      left, top, width and height in the parent's client area, or on the screen
+//     command HWND ID      what a button of the window's caption sends
+//     style HWND           the window's extended style
 //     size HWND W H        the window's outer size
 //     rows HWND ID         how many rows a list has
 //     cell HWND ID ROW COL a list's text
@@ -368,6 +370,12 @@ std::string answer(const std::string& line) {
     }
     if (command == "focus") {
         return std::to_string(PostMessageW(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control), TRUE));
+    }
+    if (command == "command") {
+        return std::to_string(PostMessageW(window, WM_COMMAND, static_cast<WPARAM>(id), 0));
+    }
+    if (command == "style") {
+        return std::to_string(static_cast<unsigned>(GetWindowLongW(window, GWL_EXSTYLE)));
     }
     if (command == "label") {
         std::string labels;

@@ -88,14 +88,15 @@ std::uint64_t initialiseDialog(Processor& cpu, const Word* a) {
         SetWindowPos(wish.dialog, nullptr, 0, bar, width, height - bar, SWP_NOZORDER | SWP_NOACTIVATE));
 }
 
-const SystemFunction table[] = {{"FindResourceW", findResource},
-                                {"LoadResource", loadResource},
-                                {"LoadIconW", loadIcon},
-                                {"DialogBoxIndirectParamW", dialogBox},
-                                {"EnumWindows", enumWindows},
-                                {"MessageBoxW", messageBox},
-                                {"SHInitDialog", initialiseDialog},
-                                {nullptr, nullptr}};
+std::uint64_t preferPanel(Processor&, const Word* a) {
+    Journal::write("PANEL %s", a[1] == 0 ? "up" : "down");
+    return 1;
+}
+
+const SystemFunction table[] = {
+    {"FindResourceW", findResource},        {"LoadResource", loadResource},   {"LoadIconW", loadIcon},
+    {"DialogBoxIndirectParamW", dialogBox}, {"EnumWindows", enumWindows},     {"MessageBoxW", messageBox},
+    {"SHInitDialog", initialiseDialog},     {"SHSipPreference", preferPanel}, {nullptr, nullptr}};
 
 }  // namespace
 

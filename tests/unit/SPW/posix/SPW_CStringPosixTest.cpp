@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "SPW_CReceivedText.h"
 #include "StringPrinting.h"
 
 namespace {
@@ -32,6 +33,26 @@ TEST(StringPosixTest, InvalidBytesBecomeReplacementCharacters) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(SPW_CString(row.bytes), row.text);
+    }
+}
+
+TEST(StringPosixTest, ReceivedTextThatIsNoUtf8IsReadInCodePage1252) {
+    const struct {
+        const char* bytes;
+        const char16_t* text;
+    } rows[] = {
+        {"", u""},
+        {"plain", u"plain"},
+        {"J\xC3\xB6rg", u"J\u00F6rg"},  // UTF-8
+        {"J\xF6rg", u"J\u00F6rg"},
+        {"Caf\xE9", u"Caf\u00E9"},  // the start of a sequence of UTF-8, unfinished
+        {"\x80\x8A\x9F\xA0\xFF", u"\u20AC\u0160\u0178\u00A0\u00FF"},
+        {"\x81|\x9D", u"\u0081|\u009D"},            // nobody's
+        {"\xEF\xBF\xBD\xC3\xA4", u"\uFFFD\u00E4"},  // a replacement that was sent is UTF-8
+        {"\xEF\xBF\xBD\xE4", u"\u00EF\u00BF\u00BD\u00E4"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(SPW_receivedText(row.bytes), row.text);
     }
 }
 

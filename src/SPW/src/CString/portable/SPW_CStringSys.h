@@ -14,6 +14,9 @@ int wideToAnsi(const char16_t* text, int length, char* buffer, int size);
 // Returns the characters written, terminator included; 0, with an unspecified buffer, when they do not fit.
 int ansiToWide(const char* text, int length, char16_t* buffer, int size);
 
+// The same for a text from another device, whose code page may be another one: see SPW_receivedText.
+int receivedToWide(const char* text, int length, char16_t* buffer, int size);
+
 // Any double in any precision that doubleToText() accepts, with its terminator, is shorter.
 constexpr int kDoubleTextSize = 1200;
 // The digits that a double can have; further ones would all be 0.

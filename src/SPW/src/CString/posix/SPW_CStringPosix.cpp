@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <cstring>
 
 #include "SPW_CStringSys.h"
 
@@ -83,6 +84,33 @@ char32_t nextOfUtf8(const char* text, int length, int& i) {
     return kReplacement;
 }
 
+bool isUtf8(const char* text, int length) {
+    static constexpr char kReplacementBytes[] = "\xEF\xBF\xBD";
+    constexpr int kReplacementSize = 3;
+    for (int i = 0; i < length;) {
+        if (nextOfUtf8(text, length, i) == kReplacement &&
+            (i < kReplacementSize ||
+             std::memcmp(text + i - kReplacementSize, kReplacementBytes, kReplacementSize) != 0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The code page 1252 is Latin-1 but for these, 0x80 to 0x9F. Five of them mean nothing and stay control characters.
+constexpr char16_t kCodePage1252[] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+};
+
+char16_t ofCodePage1252(char byte) {
+    constexpr unsigned char kFirst = 0x80;
+    constexpr unsigned char kLast = 0x9F;
+    const unsigned char c = static_cast<unsigned char>(byte);
+    return c >= kFirst && c <= kLast ? kCodePage1252[c - kFirst] : c;
+}
+
 // The point is a point whatever locale is set.
 locale_t numberLocale() {
     static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
@@ -133,6 +161,20 @@ int ansiToWide(const char* text, int length, char16_t* buffer, int size) {
     }
     buffer[count] = 0;
     return count + 1;
+}
+
+int receivedToWide(const char* text, int length, char16_t* buffer, int size) {
+    if (isUtf8(text, length)) {
+        return ansiToWide(text, length, buffer, size);
+    }
+    if (length >= size) {
+        return 0;
+    }
+    for (int i = 0; i < length; ++i) {
+        buffer[i] = ofCodePage1252(text[i]);
+    }
+    buffer[length] = 0;
+    return length + 1;
 }
 
 int doubleToText(double number, int precision, char* buffer) {

@@ -50,6 +50,11 @@ int ansiToWide(const char* text, int length, char16_t* buffer, int size) {
     return needed + 1;
 }
 
+// Nothing tells a text of another code page from one of this device's, in which all bytes mean something.
+int receivedToWide(const char* text, int length, char16_t* buffer, int size) {
+    return ansiToWide(text, length, buffer, size);
+}
+
 int doubleToText(double number, int precision, char* buffer) {
     (void)std::sprintf(buffer, "%.*g", precision, number);  // kDoubleTextSize is enough
     shortenExponent(buffer);
