@@ -510,9 +510,16 @@ void TestEngine::noteNotMade(const SPW_CString& why, const SPW_CString& what) {
         return;
     }
     logLine(what + u" could not be made: " + why);
-    const SPW_CGuard guard(m_lock);
-    if (!hasProblem(m_startProblems, StartProblem::kProbeNotMade)) {
-        m_startProblems.append(StartProblem::ofProbes());
+    bool isFirst = false;
+    {
+        const SPW_CGuard guard(m_lock);
+        isFirst = !hasProblem(m_startProblems, StartProblem::kProbeNotMade);
+        if (isFirst) {
+            m_startProblems.append(StartProblem::ofProbes());
+        }
+    }
+    if (isFirst) {
+        logLine(u"The limit of this device is reached: it has no thread left for further probes");
     }
 }
 

@@ -5,7 +5,7 @@ import re
 
 import lab
 import windows
-from windows import INFO, LOG, START, STOP
+from windows import LOG, START, STOP
 
 EXHAUSTED = 254
 BOX = "There is no memory left. Linkometry ends."
@@ -45,6 +45,22 @@ class FaultTest(lab.SystemTest):
         lab.eventually(has_ended, 60, lambda: f"the end; it said {said}:\n{program}", every=0.05)
         return int(program.status()), said
 
+    def measure(self, *arguments, **variables):
+        """Start, some rounds of probes, the report line, Stop, the end."""
+        program = self.windows.start(*arguments, **variables)
+        steps = iter((lambda window: window.press(START), lambda window: window.is_enabled(STOP) or False,
+                      lambda window: windows.pause(1.5), lambda window: window.press(LOG), lambda window: window.press(STOP),
+                      lambda window: window.is_enabled(START) or False, lambda window: window.close()))
+        step = next(steps)
+
+        def use(window):
+            nonlocal step
+            if step(window) is False:
+                return False
+            step = next(steps, None)
+            return step is None
+        return program, *self.watch(program, use)
+
     def check_end(self, program, status, said):
         """Orderly: all went well without that memory, or the user was told and the status says it."""
         if status == EXHAUSTED:
@@ -72,7 +88,7 @@ class MissingPartTest(FaultTest):
         self.program = self.windows.start("-peer", "127.0.0.1=self", **variables)
         return self.windows.window("(pocket1)")
 
-    def measure(self, window, seconds=3):
+    def run_test(self, window, seconds=3):
         window.press(START)
         window.wait_until_enabled(STOP)
         windows.pause(seconds)
@@ -84,9 +100,9 @@ class MissingPartTest(FaultTest):
 
     def test_a_library_that_is_missing_is_looked_for_once_a_test(self):
         window = self.start("full,noiphlpapi")
-        self.measure(window)
+        self.run_test(window)
         first = self.searches("icmplib.dll")
-        self.measure(window)
+        self.run_test(window)
         second = self.searches("icmplib.dll")
         window.close()
         self.assertEqual(self.program.exit_status(), 0)
@@ -180,6 +196,37 @@ class DisturbedTest(FaultTest):
         self.end(window)
 
 
+class RefusedThreadTest(FaultTest):
+    """Every thread from the first to the last that a test with one peer makes is refused, and all after it."""
+
+    def setUp(self):
+        super().setUp()
+        self.lab.device("pocket2").start("-headless")
+
+    def run_with(self, threads):
+        program, status, said = self.measure("-peer", "10.77.0.2=peer", CE_THREADS=str(threads))
+        return program, status, [line for line in program.journal() if "THREAD refused" in line], said
+
+    def test_a_test_ends_in_an_orderly_way_whatever_threads_it_lacks(self):
+        program, status, refused, _ = self.run_with(0)
+        self.assertEqual((status, refused), (0, []))
+        for threads in range(1, 14):
+            with self.subTest(threads=threads):
+                program, status, refused, said = self.run_with(threads)
+                self.assertEqual(status, 0, f"{program}\n{said}")
+                self.assertEqual(program.defects(), [])
+                if not refused:
+                    break
+                self.assertTrue(said, str(program))
+                # The log has a thread of its own, which may be the first that is refused.
+                limit = [line for line in self.windows.log_texts() if line.startswith("The limit of this device is reached")]
+                if any("some probes could not be made" in text for text in said) and threads > 1:
+                    # Once where the named peer is added, and once at the start.
+                    self.assertIn(len(limit), (1, 2), self.windows.log_texts())
+        else:
+            self.fail("more threads than a test has")
+
+
 class ScarceMemoryTest(FaultTest):
     """Every allocation fails once, and with all that follow it; the number of runs is the number of allocations."""
 
@@ -228,22 +275,6 @@ class ScarceMemoryInTestTest(FaultTest):
     def setUp(self):
         super().setUp()
         self.lab.device("pocket2").start("-headless")
-
-    def measure(self, **variables):
-        """Start, some rounds of probes, the report line, Stop, the information, the end."""
-        program = self.windows.start(**variables)
-        steps = iter((lambda window: window.press(START), lambda window: window.is_enabled(STOP) or False,
-                      lambda window: windows.pause(1.5), lambda window: window.press(LOG), lambda window: window.press(STOP),
-                      lambda window: window.is_enabled(START) or False, lambda window: window.close()))
-        step = next(steps)
-
-        def use(window):
-            nonlocal step
-            if step(window) is False:
-                return False
-            step = next(steps, None)
-            return step is None
-        return program, *self.watch(program, use)
 
     def test_a_test_ends_in_an_orderly_way_whatever_memory_it_lacks(self):
         program, status, _ = self.measure()

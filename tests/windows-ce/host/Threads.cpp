@@ -15,6 +15,7 @@
 namespace {
 
 DWORD slot = 0;
+LONG threads = 1;  // those that are to begin included
 Lock lock;
 std::vector<Processor*> running;
 unsigned long long endedInstructions = 0;
@@ -71,18 +72,15 @@ DWORD WINAPI startThread(void* parameter) {
     run(*cpu, start.function);
     const Word code = cpu->r[0];
     destroyProcessor(cpu);
+    (void)InterlockedDecrement(&threads);
     return code;
-}
-
-std::size_t threads() {
-    const Guard guard(lock);
-    return running.size();
 }
 
 // A process of Windows CE has 32 MB of addresses, so the number of stacks has an end there.
 std::uint64_t createThread(Processor&, const Word* a) {
     const long limit = Options::threadLimit();
-    if (limit != 0 && threads() >= static_cast<std::size_t>(limit)) {
+    if (InterlockedIncrement(&threads) > limit && limit != 0) {
+        (void)InterlockedDecrement(&threads);
         Journal::write("THREAD refused, at %x", a[2]);
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return 0;
@@ -92,6 +90,7 @@ std::uint64_t createThread(Processor&, const Word* a) {
     const HANDLE thread = CreateThread(nullptr, kHostStack, startThread, start,
                                        a[4] | STACK_SIZE_PARAM_IS_A_RESERVATION, pointerTo<DWORD>(a[5]));
     if (thread == nullptr) {
+        (void)InterlockedDecrement(&threads);
         delete start;
     }
     return addressOf(thread);
