@@ -329,6 +329,7 @@ HANDLE CreateEventW(void* security, BOOL manualReset, BOOL initialState, const w
 BOOL EventModify(HANDLE event, DWORD function);
 HANDLE CreateSemaphoreW(void* security, LONG initial, LONG maximum, const wchar_t* name);
 BOOL ReleaseSemaphore(HANDLE semaphore, LONG count, LONG* previous);
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds);
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 DWORD MsgWaitForMultipleObjectsEx(DWORD count, HANDLE* objects, DWORD milliseconds, DWORD wakeMask, DWORD flags);
 void InitializeCriticalSection(CRITICAL_SECTION* section);

@@ -99,7 +99,7 @@ struct Echo {
         if (replies == 0) {
             return failWith(code);
         }
-        const ULONG status = reinterpret_cast<const ICMP_ECHO_REPLY*>(reply())->Status;
+        const ULONG status = static_cast<const ICMP_ECHO_REPLY*>(static_cast<const void*>(reply()))->Status;
         return status == IP_SUCCESS ? 1 : failWith(status);
     }
 };
