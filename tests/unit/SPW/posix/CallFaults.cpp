@@ -1,11 +1,14 @@
 #include "CallFaults.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/types.h>
 
 #include <cerrno>
 
 CallFault closeFault;
 CallFault truncateFault;
+bool flockWantsWriting = false;
 
 namespace {
 
@@ -21,6 +24,8 @@ extern "C" int __real_close(int file);
 extern "C" int __wrap_close(int file);
 extern "C" int __real_ftruncate(int file, off_t size);
 extern "C" int __wrap_ftruncate(int file, off_t size);
+extern "C" int __real_flock(int file, int operation);
+extern "C" int __wrap_flock(int file, int operation);
 
 extern "C" int __wrap_close(int file) {
     const bool fails = isDue(closeFault, file);
@@ -35,5 +40,13 @@ extern "C" int __wrap_ftruncate(int file, off_t size) {
     if (!isDue(truncateFault, file))
         return __real_ftruncate(file, size);
     errno = truncateFault.error;
+    return -1;
+}
+
+extern "C" int __wrap_flock(int file, int operation) {
+    const bool isReadOnly = (fcntl(file, F_GETFL) & O_ACCMODE) == O_RDONLY;
+    if (!flockWantsWriting || !isReadOnly || (operation & LOCK_EX) == 0)
+        return __real_flock(file, operation);
+    errno = EBADF;
     return -1;
 }

@@ -11,6 +11,9 @@ struct CallFault {
 extern CallFault closeFault;     // closes all the same, as an interrupted close does
 extern CallFault truncateFault;  // of ftruncate; leaves the file alone
 
+// Whether flock() locks for one only what is open for writing, as on a network file system.
+extern bool flockWantsWriting;
+
 class ScopedFault {
 public:
     ScopedFault(CallFault& fault, int file, int error) : m_fault(fault) { fault = {file, error, 0}; }

@@ -12,8 +12,11 @@
 #include <filesystem>
 #include <string>
 
+#include "CallFaults.h"
 #include "RecordingReporter.h"
 #include "SPW_CDirSys.h"
+#include "SPW_CFile.h"
+#include "SPW_CSysError.h"
 #include "TemporaryFolder.h"
 
 namespace {
@@ -109,6 +112,20 @@ TEST(DirPosixTest, FileThatIsMovedOntoItselfByALinkedFolderStays) {
     std::filesystem::create_directory_symlink("d", folder.native() / "link");
     EXPECT_EQ(SPW_CDir::moveFile(folder.path("d/f"), folder.path("link/f"), true, false), 0u);
     EXPECT_EQ(folder.read("d/f"), "x");
+}
+
+TEST(DirPosixTest, WhatIsInUseIsNotRemovedWhereLocksWantAFileThatIsOpenForWriting) {
+    const TemporaryFolder folder;
+    folder.write("log", "former");
+    flockWantsWriting = true;
+    SPW_CFile log;
+    ASSERT_EQ(log.openToAppend(folder.path("log")), 0u);
+    EXPECT_EQ(SPW_CDir::removeUnusedFile(folder.path("log")), SPW_Result{kSysSharingViolation});
+    EXPECT_EQ(folder.read("log"), "former");
+    ASSERT_EQ(log.close(), 0u);
+    EXPECT_EQ(SPW_CDir::removeUnusedFile(folder.path("log")), 0u);
+    EXPECT_FALSE(folder.exists("log"));
+    flockWantsWriting = false;
 }
 
 TEST(DirPosixTest, CopyKeepsThePermissions) {

@@ -165,8 +165,16 @@ void fillInfo(SPW_CDirSys::Info& info, const struct statx& status, const char* n
     info.lastWriteTime = toTicks(status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec);
 }
 
+// For writing where that is allowed: a network file system locks nothing else for one alone, and whoever writes into a
+// file by SPW_CFile could open it so.
+int openUnused(const char* path) {
+    constexpr int kFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const int file = SPW_CFileLockPosix::openLocked(path, O_RDWR | kFlags, /*mode=*/0);
+    return file < 0 && errno == EACCES ? SPW_CFileLockPosix::openLocked(path, O_RDONLY | kFlags, /*mode=*/0) : file;
+}
+
 bool deleteUnused(const char* path) {
-    const int file = SPW_CFileLockPosix::openLocked(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, /*mode=*/0);
+    const int file = openUnused(path);
     if (file < 0) {
         return failAt(path);
     }
