@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "RecordingReporter.h"
 #include "StringPrinting.h"
 #include "TemporaryFolder.h"
@@ -114,6 +116,21 @@ TEST(TestLogTest, ALogThatIsInUseIsNotTouchedAndShowsInTheResult) {
     EXPECT_EQ(other.openResult(), 0u);
     other.close();
     EXPECT_EQ(folder.read("log.txt").find("the first"), std::string::npos);
+}
+
+// Windows does not let it be deleted then.
+TEST(TestLogTest, ALogThatSomebodyReadsIsWrittenAllTheSame) {
+    const TemporaryFolder folder;
+    const RecordingReporter quiet;
+    folder.write("log.txt", "what an earlier run left");
+    const std::ifstream reader(folder.native() / "log.txt");
+    ASSERT_TRUE(reader.is_open());
+    TestLog log;
+    log.open(folder.path("log.txt"), u"", u"", u"");
+    EXPECT_EQ(log.openResult(), 0u);
+    EXPECT_EQ(log.log(u"a line", TestLog::kNoLimit), 0u);
+    log.close();
+    EXPECT_NE(folder.read("log.txt").find(" a line\r\n"), std::string::npos);
 }
 
 TEST(TestLogTest, AFolderThatDoesNotExistShowsInTheResult) {

@@ -2,6 +2,7 @@
 
 #include "SPW_CDirSys.h"
 #include "SPW_CImmortal.h"
+#include "SPW_CSysError.h"
 #include "SPW_CSysErrorW32.h"
 #include "SPW_CWideW32.h"
 
@@ -65,6 +66,12 @@ bool getIdentity(const SPW_CString& path, BY_HANDLE_FILE_INFORMATION& data) {
     return (file == nullptr || CloseHandle(file)) && known;
 }
 
+// Whether whoever has the file open lets others write to it, as one who only reads it may.
+bool isSharedForWriting(const SPW_CString& path) {
+    const SPW_Handle file = openExisting(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    return file != nullptr && CloseHandle(file);
+}
+
 class DirSysW32 : public SPW_CDirSys {
 public:
     constexpr DirSysW32() = default;
@@ -105,8 +112,15 @@ public:
 
     bool deleteFile(const SPW_CString& path) override { return succeeded(DeleteFileW(SPW_ToWide(path.text()))); }
 
-    // The sharing mode of whoever has it open sees to that.
-    bool deleteUnusedFile(const SPW_CString& path) override { return deleteFile(path); }
+    // The sharing mode of whoever has it open sees to that. One who only reads the file is in the way of its deletion,
+    // too, but not in that of whoever writes to it.
+    bool deleteUnusedFile(const SPW_CString& path) override {
+        const bool isDeleted = deleteFile(path);
+        if (!isDeleted && SPW_CSysError::instance->last() == kSysSharingViolation && isSharedForWriting(path)) {
+            SPW_CSysErrorW32::setLast(kSysAccessDenied);
+        }
+        return isDeleted;
+    }
 
     bool move(const SPW_CString& from, const SPW_CString& to) override {
         return succeeded(MoveFileW(SPW_ToWide(from.text()), SPW_ToWide(to.text())));
