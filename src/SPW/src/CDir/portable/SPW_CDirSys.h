@@ -44,9 +44,9 @@ public:
 
     virtual bool getAttributes(const SPW_CString& path, std::uint32_t& attributes) = 0;
     virtual bool setAttributes(const SPW_CString& path, std::uint32_t attributes) = 0;
-    // One directory; its parent must exist.
     // Whether both are one name of one file in one directory, however they are written. False where either is missing.
     virtual bool isSameEntry(const SPW_CString& a, const SPW_CString& b) = 0;
+    // One directory; its parent must exist.
     virtual bool createDirectory(const SPW_CString& path) = 0;
     // An empty directory, or a link to a directory.
     virtual bool removeDirectory(const SPW_CString& path) = 0;

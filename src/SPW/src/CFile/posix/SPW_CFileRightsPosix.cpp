@@ -49,7 +49,10 @@ void takeRightsOfGroup(std::vector<char>& list) {
 // system sets, is not worth refusing the write.
 void copyAttributes(int from, int to) {
     const ssize_t size = flistxattr(from, nullptr, 0);
-    std::vector<char> names(size > 0 ? static_cast<std::size_t>(size) : 0);
+    if (size <= 0) {
+        return;  // without room for names the call would give their size again
+    }
+    std::vector<char> names(static_cast<std::size_t>(size));
     const ssize_t filled = flistxattr(from, names.data(), names.size());
     std::vector<char> value;
     for (ssize_t at = 0; at < filled;
