@@ -96,29 +96,26 @@ TEST(TablePrinterTest, OnEightyColumnsTheHeadersHaveTwoLines) {
     rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
     rows.append(row(u"10.0.0.200 (device-b)", 100, 3599, 3600));
     rows.append(row(u"10.0.0.201 (the printer in the hall)", 100, 3599, 3600));
-    EXPECT_STREQ(
-        "09:05:03  test 2, running after 17 s\n"
-        "IP-Address             Quality        Mcast        Tcpip          Udp       Ping\n"
-        "(name)                     (%) (Recv/Total) (Recv/Total) (Recv/Total) (Ack/Sent)\n"
-        "10.0.0.1 (a)                60          3/5          3/5          3/5        3/5\n"
-        "10.0.0.200 (device-b)      100    3599/3600    3599/3600    3599/3600  3599/3600\n"
-        "10.0.0.201 (the print\xE2\x80\xA6     100    3599/3600    3599/3600    3599/3600  3599/3600\n",
-        formatTable(heading(false), rows, 80).toAnsi());
+    EXPECT_EQ(formatTable(heading(false), rows, 80),
+              SPW_CString(u"09:05:03  test 2, running after 17 s\n"
+                          u"IP-Address             Quality        Mcast        Tcpip          Udp       Ping\n"
+                          u"(name)                     (%) (Recv/Total) (Recv/Total) (Recv/Total) (Ack/Sent)\n"
+                          u"10.0.0.1 (a)                60          3/5          3/5          3/5        3/5\n"
+                          u"10.0.0.200 (device-b)      100    3599/3600    3599/3600    3599/3600  3599/3600\n"
+                          u"10.0.0.201 (the print\u2026     100    3599/3600    3599/3600    3599/3600  3599/3600\n"));
 }
 
 TEST(TablePrinterTest, OnNarrowTerminalsTheHeadersHaveOneWordAndTheAddressIsWhole) {
     SPW_CArray<PeerRowValues> rows;
     rows.append(row(u"255.255.255.255 (device-b)", 100, 3, 5));
-    EXPECT_STREQ(
-        "09:05:03  test 2, running after 17 s\n"
-        "IP-Address          Quality Mcast Tcpip Udp Ping\n"
-        "255.255.255.255 (d\xE2\x80\xA6     100   3/5   3/5 3/5  3/5\n",
-        formatTable(heading(false), rows, 48).toAnsi());
-    EXPECT_STREQ(
-        "09:05:03  test 2, running after 17 s\n"
-        "IP-Address       Quality Mcast Tcpip Udp Ping\n"
-        "255.255.255.255\xE2\x80\xA6     100   3/5   3/5 3/5  3/5\n",
-        formatTable(heading(false), rows, 1).toAnsi());
+    EXPECT_EQ(formatTable(heading(false), rows, 48),
+              SPW_CString(u"09:05:03  test 2, running after 17 s\n"
+                          u"IP-Address          Quality Mcast Tcpip Udp Ping\n"
+                          u"255.255.255.255 (d\u2026     100   3/5   3/5 3/5  3/5\n"));
+    EXPECT_EQ(formatTable(heading(false), rows, 1),
+              SPW_CString(u"09:05:03  test 2, running after 17 s\n"
+                          u"IP-Address       Quality Mcast Tcpip Udp Ping\n"
+                          u"255.255.255.255\u2026     100   3/5   3/5 3/5  3/5\n"));
 }
 
 TEST(TablePrinterTest, NoLineIsWiderThanATerminalOfFiftyColumnsOrMore) {
