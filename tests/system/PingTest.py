@@ -1,7 +1,9 @@
 """Echo requests: their size, the three ways to send them, and their counting."""
 
 import re
+import signal
 import struct
+import time
 
 import lab
 import traffic
@@ -9,6 +11,8 @@ import traffic
 # Which groups may send echoes without privileges: none, and that of all programs here.
 NOBODY_MAY = "1 0"
 WE_MAY = "0 0"
+# A step of a probe lasts a second at most; the rest is for a busy machine.
+SOON = 15
 WITHOUT_RAW_SOCKETS = ("setpriv", "--bounding-set=-net_raw", "--inh-caps=-net_raw")
 
 
@@ -104,6 +108,24 @@ class PingTest(lab.SystemTest):
             row = program.wait_for_row(self.peer.address, lambda row: row["ping"]["lost"] > 0)
         # The request on its way at either end may fall on either side.
         self.assertLessEqual(abs(row["ping"]["lost"] - unanswered), 2)
+
+    def check_stop(self, allowed, through, kind):
+        """Of a test whose ping waits for an hour."""
+        self.peer.set_kernel_parameter("net.ipv4.icmp_echo_ignore_all", "1")
+        program = self.measure(allowed, through, period=3_600_000)
+        lab.eventually(lambda: self.sockets(kind) > 0, 10, "a request waits")
+        begin = time.monotonic()
+        program.signal(signal.SIGTERM)
+        self.assertEqual(program.wait(), 1)
+        self.assertLess(time.monotonic() - begin, SOON)
+        self.assertRegex(self.device.log_lines()[-1], "Test 1 complete")
+        self.assertEqual([line for line in self.device.log_lines() if "SOCKET ERROR" in line], [])
+
+    def test_a_stop_ends_the_ping_in_progress_on_a_socket_of_its_own(self):
+        self.check_stop(WE_MAY, WITHOUT_RAW_SOCKETS, "icmp")
+
+    def test_a_stop_ends_the_ping_in_progress_on_the_raw_socket(self):
+        self.check_stop(NOBODY_MAY, (), "raw")
 
     def test_size_0_is_refused_as_the_reply_buffer_is_too_small(self):
         with traffic.Capture(self.peer) as capture:
