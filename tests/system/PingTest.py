@@ -166,3 +166,14 @@ class PingTest(lab.SystemTest):
         sent = [line for line in self.device.log_lines() if "pinger sent seq" in line]
         received = [line for line in self.device.log_lines() if "pinger received seq" in line]
         self.assertEqual(len(received), len(sent))
+
+    def test_two_programs_put_different_tokens_into_their_requests(self):
+        # Their raw sockets get each other's replies where both run on one device.
+        with traffic.Capture(self.peer) as capture:
+            for device, other in ((self.device, self.peer), (self.peer, self.device)):
+                device.configure("ping", peers={"peer": other.address})
+                device.measure()
+            tokens = [lambda device=device: {frame.payload[8:16] for frame in requests_of(capture, device)}
+                      for device in (self.device, self.peer)]
+            lab.eventually(lambda: min(len(each()) for each in tokens) >= 5, 20, "five requests of each")
+        self.assertEqual(tokens[0]() & tokens[1](), set())

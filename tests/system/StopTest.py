@@ -1,9 +1,10 @@
-"""How soon a test of many peers ends."""
+"""How soon a test ends: one of many peers, and one whose ping has long to wait."""
 
 import signal
 import time
 
 import lab
+import traffic
 
 PEERS = 200
 # One step lasts a second here; the rest is for a busy machine. One probe after another would take some hundred seconds.
@@ -37,3 +38,18 @@ class StopTest(lab.SystemTest):
         self.assertLess(time.monotonic() - begin, A_FEW_STEPS)
         self.wait_until_all_sleep()
         self.assertEqual(self.program.stop(), 1)
+
+
+class PingInProgressTest(lab.SystemTest):
+    def test_a_ping_that_waits_an_hour_for_its_reply_ends_with_the_test(self):
+        device, peer = self.lab.devices_named("pocket1", "pocket2")
+        peer.set_kernel_parameter("net.ipv4.icmp_echo_ignore_all", "1")
+        # The period is also the time that an echo may take.
+        device.configure("ping", period=60 * 60 * 1000, peers={"peer": peer.address})
+        with traffic.Capture(peer) as capture:
+            program = device.measure(every=30)
+            lab.eventually(lambda: capture.echo_requests(source=device.address), 20, "a request")
+        begin = time.monotonic()
+        program.signal(signal.SIGTERM)
+        self.assertEqual(program.wait(), 1)
+        self.assertLess(time.monotonic() - begin, A_FEW_STEPS)

@@ -12,13 +12,17 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <future>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "IcmpContract.h"
 #include "IcmpServices.h"
+#include "KernelCalls.h"
 #include "Patience.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CIcmpPacket.h"
@@ -212,6 +216,139 @@ TYPED_TEST(PlatformIcmpTest, TheRequestIsAsItsComposerMakesIt) {
     EXPECT_EQ(packet[21], 0);
     EXPECT_EQ(SPW_CIcmpPacket::checksum(packet.data() + 20, static_cast<int>(packet.size() - 20)), 0);
     EXPECT_EQ(std::string(packet.begin() + 36, packet.end()), data.substr(8));
+}
+
+// ---- Many echoes through one socket ----
+
+// Two echoes to an address that is silent until the test replies. The first one receives for both. Then the second one
+// has been sent, and waits until the first hands something on to it.
+template <typename Implementation>
+class TwoEchoesTest : public IcmpContractTest<Implementation> {
+protected:
+    void SetUp() override {
+        IcmpContractTest<Implementation>::SetUp();
+        if (this->IsSkipped() || this->HasFatalFailure()) {
+            return;
+        }
+        this->m_implementation.silence();
+        m_observer = std::make_unique<Observer>();
+        m_calls.message = [this](void*, std::size_t) {
+            // The first call is made before the request is sent; it throws away what is old.
+            if (++m_receives == 2) {
+                m_receiving.set_value();
+            }
+            return 0;
+        };
+        m_first = begin(m_requestOfFirst);
+        ASSERT_EQ(m_receiving.get_future().wait_for(kPatience), std::future_status::ready);
+        m_second = begin(m_requestOfSecond);
+        std::this_thread::sleep_for(milliseconds(50));  // from its sending to its wait
+    }
+
+    void TearDown() override {
+        this->icmp().cancel(this->m_service);
+        for (std::future<std::uint32_t>* const echo : {&m_first, &m_second}) {
+            if (echo->valid()) {
+                echo->wait();
+            }
+        }
+        IcmpContractTest<Implementation>::TearDown();
+    }
+
+    static void answer(const std::vector<std::uint8_t>& request) { sendIcmp(withChecksum(replyTo(request))); }
+    // Whether the echo got its reply long before its time-out.
+    static bool endsSoon(std::future<std::uint32_t>& echo) {
+        return echo.wait_for(kPatience / 2) == std::future_status::ready && echo.get() == 1;
+    }
+
+    std::vector<std::uint8_t> m_requestOfFirst;
+    std::vector<std::uint8_t> m_requestOfSecond;
+    // Their numbers of replies.
+    std::future<std::uint32_t> m_first;
+    std::future<std::uint32_t> m_second;
+
+private:
+    std::future<std::uint32_t> begin(std::vector<std::uint8_t>& request) {
+        std::future<std::uint32_t> replies =
+            std::async(std::launch::async, [this] { return this->echo(kLoopback, 32, kPatienceMs); });
+        request = m_observer->nextRequest();
+        return replies;
+    }
+
+    std::unique_ptr<Observer> m_observer;
+    std::atomic<int> m_receives{0};
+    std::promise<void> m_receiving;
+    KernelCalls m_calls;
+};
+TYPED_TEST_SUITE(TwoEchoesTest, PlatformServices, ServiceNames);
+
+TYPED_TEST(TwoEchoesTest, TheOneThatReceivesHandsTheOtherItsReplyAtOnce) {
+    this->answer(this->m_requestOfSecond);
+    EXPECT_TRUE(this->endsSoon(this->m_second));
+    EXPECT_EQ(this->m_first.wait_for(milliseconds(0)), std::future_status::timeout) << "it was not its reply";
+    this->answer(this->m_requestOfFirst);
+    EXPECT_TRUE(this->endsSoon(this->m_first));
+}
+
+TYPED_TEST(TwoEchoesTest, WhenTheOneThatReceivesHasEndedTheOtherReceivesItsReplyItself) {
+    this->answer(this->m_requestOfFirst);
+    EXPECT_TRUE(this->endsSoon(this->m_first));
+    this->answer(this->m_requestOfSecond);
+    EXPECT_TRUE(this->endsSoon(this->m_second));
+}
+
+TYPED_TEST(PlatformIcmpTest, AnEchoKeepsItsNumberForItselfHoweverManyFollow) {
+    this->m_implementation.silence();
+    Observer observer;
+    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u) << this->icmp().lastError(); });
+    const std::vector<std::uint8_t> request = observer.nextRequest();
+    // The 65536th would get the same one. They take no time, for there is no route.
+    int unsent = 0;
+    for (int i = 0; i < 65536; ++i) {
+        unsent += this->echo(kForeign, 0, 1) == 0 && this->icmp().lastError() == kIcmpNetUnreachable ? 1 : 0;
+    }
+    EXPECT_EQ(unsent, 65536);
+    sendIcmp(withChecksum(replyTo(request)));
+    echoing.join();
+}
+
+// A reply to no echo of ours, as the service's socket receives it.
+template <typename Implementation>
+std::vector<std::uint8_t> foreignReply() {
+    std::vector<std::uint8_t> reply = withChecksum(std::vector<std::uint8_t>(16, 0));
+    if (std::is_same<Implementation, RawService>::value) {
+        const std::vector<std::uint8_t> header{0x45, 0, 0, 36, 0, 0, 0, 0, 64, 1, 0, 0, 127, 0, 0, 1, 127, 0, 0, 1};
+        reply.insert(reply.begin(), header.begin(), header.end());
+    }
+    return reply;
+}
+
+TYPED_TEST(PlatformIcmpTest, AFloodOfOtherRepliesPutsNoTimeOutOff) {
+    this->m_implementation.silence();
+    const std::vector<std::uint8_t> reply = foreignReply<TypeParam>();
+    const milliseconds flood = kPatience / 4;
+    const auto endOfFlood = Time::now() + flood;
+    KernelCalls calls;
+    calls.message = [&](void* buffer, std::size_t) -> ssize_t {
+        std::memcpy(buffer, reply.data(), reply.size());
+        return Time::now() < endOfFlood ? static_cast<ssize_t>(reply.size()) : 0;
+    };
+    const auto timeOut = [this] {
+        EXPECT_EQ(this->echo(kLoopback, 32, 50), 0u);
+        EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
+    };
+    timeOut();
+    // The same while another echo is the one that receives.
+    Observer observer;
+    std::thread receiving([&] {
+        EXPECT_EQ(this->echo(kLoopback, 32, static_cast<std::uint32_t>(2 * flood.count())), 0u);
+        EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
+    });
+    (void)observer.nextRequest();
+    timeOut();
+    EXPECT_LT(Time::now(), endOfFlood);
+    this->icmp().cancel(this->m_service);
+    receiving.join();
 }
 
 // How many sockets this process has open.

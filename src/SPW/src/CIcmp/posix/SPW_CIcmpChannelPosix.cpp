@@ -28,6 +28,8 @@ constexpr std::size_t kRawBuffer = 65536;
 constexpr std::size_t kDatagramBuffer = 576;
 // Room for the replies of some thousand pingers that come all at once while the receiver waits for the processor.
 constexpr int kRawQueueBytes = 4 * 1024 * 1024;
+// More than the queue holds: the kernel doubles its room, and counts more than 512 bytes for each message.
+constexpr int kMostPending = 16384;
 constexpr std::size_t kSequences = 65536;
 
 // Numbers all echoes of the process, so that a late reply to an echo that has ended fits no other for a long time.
@@ -276,9 +278,10 @@ void SPW_CIcmpChannel::wakeReceiver() {
 }
 
 // Nobody has read the socket since the last echo ended; what has come meanwhile must not take the room of our reply.
+// What comes from now on is left, or under a flood the request would never be sent.
 void SPW_CIcmpChannel::discardPending() {
     SPW_CIcmpPacket::Answer ignored;
-    while (receiveNow(ignored) != kNothing) {
+    for (int i = 0; i < kMostPending && receiveNow(ignored) != kNothing; ++i) {
     }
 }
 
