@@ -328,8 +328,10 @@ TYPED_TEST(PlatformIcmpTest, AFloodOfOtherRepliesPutsNoTimeOutOff) {
     const std::vector<std::uint8_t> reply = foreignReply<TypeParam>();
     const milliseconds flood = kPatience / 4;
     const auto endOfFlood = Time::now() + flood;
+    std::atomic<int> receives{0};
     KernelCalls calls;
     calls.message = [&](void* buffer, std::size_t) -> ssize_t {
+        ++receives;
         std::memcpy(buffer, reply.data(), reply.size());
         return Time::now() < endOfFlood ? static_cast<ssize_t>(reply.size()) : 0;
     };
@@ -345,6 +347,9 @@ TYPED_TEST(PlatformIcmpTest, AFloodOfOtherRepliesPutsNoTimeOutOff) {
         EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
     });
     (void)observer.nextRequest();
+    for (const int before = receives; receives == before && Time::now() < endOfFlood;) {
+        std::this_thread::yield();
+    }
     timeOut();
     EXPECT_LT(Time::now(), endOfFlood);
     this->icmp().cancel(this->m_service);
