@@ -34,7 +34,6 @@ UNUSABLE = {
     ("-peer", "::1"): '-peer: "::1" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
     ("-peer", "10.0.0.\x1b[7m"): '-peer: "10.0.0.?[7m" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
     ("10.0.0.256",): '"10.0.0.256" is not an IPv4 address such as 10.0.0.7, nor a host\'s name',
-    ("-getinfo",): "-getinfo: the argument is missing",
     ("--duration=soon",): '-duration: "soon" is not a number of seconds',
     ("--headless=yes",): "-headless: it takes no argument",
     ("-durations", "5"): "-durations: there is no such option; did you mean -duration?",

@@ -351,7 +351,10 @@ int scanToken(const Tokens& tokens, int index, CommandLine::Style style, Command
     const Word word = wordOf(token, style);
     const Option* option = findOption(word.name);
     const bool isUnix = style == CommandLine::kUnixStyle;
-    if (option != nullptr && (isUnix || !option->isOfReport())) {
+    if (option != nullptr && option->isOfReport()) {
+        used = 1;
+        line.ignored = SPW_CString(option->name) + u": the argument is missing; it is ignored";
+    } else if (option != nullptr) {
         SPW_CString error;
         used = takeOption(tokens, index, *option, word, style, line, error);
         line.error = error.isEmpty() ? error : SPW_CString(option->name) + u": " + error;

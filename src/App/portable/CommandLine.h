@@ -49,12 +49,16 @@ struct CommandLine {
     // was understood before.
     SPW_CString error;
 
+    // What was passed over though the user may have meant something by it, for him to read; empty when nothing was.
+    SPW_CString ignored;
+
     bool isUsable() const { return error.isEmpty(); }
 };
 
-// Finds out what the tokens ask for. An option without its argument makes the line unusable; in kWindowsStyle
-// -getinfo and -reportwnd do not, they are ignored as the last token. A report is found out first, among tokens that
-// mean nothing to it, since whoever asks for one may know of no other option: "-peer -getinfo FILE" asks for a report.
+// Finds out what the tokens ask for. An option without its argument makes the line unusable, but for -getinfo and
+// -reportwnd, which are ignored as the last token: other programs start this one by them, on every platform alike. A
+// report is found out first, among tokens that mean nothing to it, since a program that asks for one may know of no
+// other option: "-peer -getinfo FILE" asks for a report.
 CommandLine scanArguments(const SPW_CArray<SPW_CString>& tokens, CommandLine::Style style);
 
 // Lines for the standard output, each ending with a line feed, that explain the options.

@@ -110,5 +110,7 @@ int main(int argc, char** argv) {
         return printAndTell(usageText().toAnsi());
     if (options.version)
         return printAndTell(versionLine());
+    if (!options.ignored.isEmpty())
+        complain(options.ignored);
     return runTests(options);
 }

@@ -343,12 +343,22 @@ TEST(UnixArgumentScanTest, WhatIsLikeNoOptionIsAnErrorWithoutASuggestion) {
 }
 
 TEST(UnixArgumentScanTest, AMissingArgumentIsAnErrorForEveryOptionThatTakesOne) {
-    for (const char16_t* option :
-         {u"-duration", u"-interval", u"-peer", u"-format", u"-minquality", u"-getinfo", u"-reportwnd"}) {
+    for (const char16_t* option : {u"-duration", u"-interval", u"-peer", u"-format", u"-minquality"}) {
         EXPECT_EQ(scanUnix({u"-headless", option}).error, SPW_CString(option) + u": the argument is missing");
         EXPECT_EQ(scanUnix({(SPW_CString(u"-") + option).text()}).error,
                   SPW_CString(option) + u": the argument is missing");
     }
+}
+
+TEST(UnixArgumentScanTest, GetInfoAndReportWindowAreIgnoredAsTheLastToken) {
+    for (const char16_t* option : {u"-getinfo", u"-reportwnd"}) {
+        const CommandLine line = scanUnix({u"-headless", option});
+        EXPECT_TRUE(line.isUsable()) << line.error.toAnsi();
+        EXPECT_FALSE(line.getInfoRequested);
+        EXPECT_TRUE(line.headless);
+        EXPECT_EQ(line.ignored, SPW_CString(option) + u": the argument is missing; it is ignored");
+    }
+    EXPECT_TRUE(scanUnix({u"-headless"}).ignored.isEmpty());
 }
 
 TEST(UnixArgumentScanTest, WordsWithoutADashArePeers) {
