@@ -2,7 +2,9 @@
 
 import os
 import re
+import subprocess
 import threading
+import time
 
 import lab
 import traffic
@@ -11,8 +13,11 @@ DOCUMENT = os.path.join(os.path.dirname(__file__), "..", "..", "docs", "troubles
 # What stands there for the folder of a device's registry.
 SETTINGS_FOLDER = "/etc/vantiro-diagnostic"
 SHOWN = re.compile(r"^    (?:\d\d:\d\d:\d\d (?P<log>.*)|(?P<errors>linkometry: .*))$")
-# How many probes had arrived when a line was written is not what it is about; the pattern is of an escaped text.
+# How many probes had arrived when a line was written, when that was, and how many lines are missing is not what it is
+# about; the patterns are of an escaped text.
 SOME_PROBES = re.compile(r"(?:\\ )+[1-9]\d*\\ /\\ [1-9]\d*(?:\\ )+")
+SOME_TIME = re.compile(r"\d\d:\d\d:\d\d")
+SOME_LINES = re.compile(r"[1-9]\d*(?=\\ lines)")
 
 
 def shown():
@@ -24,7 +29,10 @@ def shown():
             if line.startswith("## "):
                 heading = line[3:]
             elif match:
-                pattern = SOME_PROBES.sub(lambda _: r" +[1-9]\d* / [1-9]\d* +", re.escape(match[match.lastgroup]))
+                pattern = re.escape(match[match.lastgroup])
+                for some, instead in ((SOME_PROBES, r" +[1-9]\d* / [1-9]\d* +"), (SOME_TIME, r"\d\d:\d\d:\d\d"),
+                                      (SOME_LINES, r"[1-9]\d*")):
+                    pattern = some.sub(lambda _, text=instead: text, pattern)
                 sections.setdefault(heading, []).append((match.lastgroup, re.compile(pattern)))
     return sections
 
@@ -43,7 +51,9 @@ class TroubleshootingTest(lab.SystemTest):
         "Pings without data": "test_pings_without_data",
         "A connection that a stop ended": "test_connection_that_a_stop_ended",
         "The port is in use": "test_port_in_use",
-        "The log cannot be written": "test_log_cannot_be_written",
+        "The log cannot be opened": "test_log_cannot_be_opened",
+        "The log is in use": "test_log_in_use",
+        "The disk is full": "test_full_disk",
         "Threads are refused": "test_threads_refused",
         "A mistake in the settings": "test_mistake_in_settings",
     }
@@ -211,10 +221,33 @@ class TroubleshootingTest(lab.SystemTest):
             self.assertEqual(program.wait(), 4)
         self.expect_what_is_shown(program)
 
-    def test_log_cannot_be_written(self):
+    def test_log_cannot_be_opened(self):
         self.device.configure("udp", log_filename="logs/test.txt")
         program = self.device.measure()
         self.assertEqual(program.wait(), 4)
+        self.expect_what_is_shown(program)
+
+    def test_log_in_use(self):
+        self.device.configure("udp")
+        first = self.device.measure()
+        self.device.wait_for_log_line("Test 1 starting")
+        program = self.device.measure()
+        self.assertEqual(program.wait(), 4)
+        self.expect_what_is_shown(program)
+        self.assertTrue(first.is_running())
+
+    def test_full_disk(self):
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", "/mnt"], check=True)
+        self.addCleanup(lambda: subprocess.run(["umount", "--lazy", "/mnt"], check=True))
+        with open("/mnt/filler", "wb") as file:
+            file.write(bytes(48 << 10))
+        os.symlink("/mnt/log.txt", self.device.log_path)
+        self.device.configure("udp", period=5, peers={"peer": self.peer.address}, log_events="yes",
+                              log_filename="/mnt/log.txt")
+        program = self.device.measure()
+        lab.eventually(lambda: "The disk is full" in program.errors(), 60, lambda: str(program))
+        time.sleep(0.5)  # more than one line is to be lost
+        os.remove("/mnt/filler")
         self.expect_what_is_shown(program)
 
     def test_threads_refused(self):
