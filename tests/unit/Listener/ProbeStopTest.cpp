@@ -11,6 +11,7 @@
 #include <mutex>
 #include <thread>
 
+#include "HeldUntilClose.h"
 #include "Patience.h"
 #include "RecordingReporter.h"
 #include "RecordingSink.h"
@@ -458,33 +459,13 @@ TEST_F(ProbeStopManyTest, ThoseWhoWereAskedAreDestroyedInAboutOneStep) {
 
 namespace {
 
-// Holds the thread that opens a socket until another thread closes one.
-class OpensDuringStop : public SocketForwarder {
+// Opens a socket only when a stop is under way.
+class OpensDuringStop : public HeldUntilClose {
 public:
     SPW_Socket openTcp() override {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_opening = true;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return m_closed; });
+        hold();
         return SocketForwarder::openTcp();
     }
-    int close(SPW_Socket socket) override {
-        const int result = SocketForwarder::close(socket);
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        m_closed = true;
-        m_changed.notify_all();
-        return result;
-    }
-    void waitUntilOpening() {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_opening; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_opening = false;
-    bool m_closed = false;
 };
 
 class ProbeStopRaceTest : public testing::Test {
@@ -500,7 +481,7 @@ TEST_F(ProbeStopRaceTest, ConnectThatBeginsAfterTheStopClosedTheOldSocketIsWoken
     const ScopedInstance<SPW_CSocket> installed(sockets);
     VTR_CTcpipConnector connector(&sink, u"127.0.0.1", silent.port(), u"me", 0);
     ASSERT_EQ(connector.StartSending(), 0u);
-    sockets.waitUntilOpening();
+    sockets.waitUntilHeld();
     const steady_clock::time_point begin = steady_clock::now();
     EXPECT_EQ(connector.StopSending(), 0u);
     EXPECT_LT(steady_clock::now() - begin, kBound);
@@ -511,7 +492,7 @@ TEST_F(ProbeStopRaceTest, ConnectThatBeginsDuringTheDestructionIsWoken) {
     const ScopedInstance<SPW_CSocket> installed(sockets);
     auto connector = std::make_unique<VTR_CTcpipConnector>(&sink, u"127.0.0.1", silent.port(), u"me", 0);
     ASSERT_EQ(connector->StartSending(), 0u);
-    sockets.waitUntilOpening();
+    sockets.waitUntilHeld();
     const steady_clock::time_point begin = steady_clock::now();
     connector.reset();
     EXPECT_LT(steady_clock::now() - begin, kBound);

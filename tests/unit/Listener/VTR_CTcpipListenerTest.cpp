@@ -5,11 +5,11 @@
 #include <atomic>
 #include <memory>
 
+#include "HeldUntilClose.h"
 #include "RecordingSink.h"
 #include "ScopedInstance.h"
 #include "ScriptedClock.h"
 #include "ScriptedSocket.h"
-#include "SocketForwarder.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -33,34 +33,14 @@ public:
 };
 
 // Returns from the accept only when a stop is under way.
-class AcceptsDuringStop : public SocketForwarder {
+class AcceptsDuringStop : public HeldUntilClose {
 public:
-    using SocketForwarder::SocketForwarder;
+    using HeldUntilClose::HeldUntilClose;
     SPW_Socket accept(SPW_Socket socket, SPW_CIpAddress& peer) override {
         const SPW_Socket accepted = SocketForwarder::accept(socket, peer);
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_accepted = true;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return m_closed; });
+        hold();
         return accepted;
     }
-    int close(SPW_Socket socket) override {
-        const int result = SocketForwarder::close(socket);
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        m_closed = true;
-        m_changed.notify_all();
-        return result;
-    }
-    void waitUntilAccepted() {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_accepted; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_accepted = false;
-    bool m_closed = false;
 };
 
 class TcpipListenerTest : public testing::Test {
@@ -410,7 +390,7 @@ TEST_F(TcpipListenerTest, ConnectionAcceptedDuringAStopIsClosed) {
     listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
     start();
     sockets.connectFrom(kPeer, kPort);
-    slow.waitUntilAccepted();
+    slow.waitUntilHeld();
     ASSERT_EQ(listener->StopListening(), 0u);
     EXPECT_EQ(sockets.openSockets(), 0);
     listener.reset();
@@ -423,7 +403,7 @@ TEST_F(TcpipListenerTest, ConnectionAcceptedDuringTheDestructionIsClosed) {
     listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
     start();
     sockets.connectFrom(kPeer, kPort);
-    slow.waitUntilAccepted();
+    slow.waitUntilHeld();
     listener.reset();
     EXPECT_EQ(sockets.openSockets(), 0);
 }
