@@ -380,6 +380,7 @@ class AppearanceTest(screen.ScreenTest):
         window.wait_for("is in use by another linkometry", "[ OK ]")
         window.keys("Enter")
         window.wait_for("stopped", "the test was not started")
+        other.wait_for_row("127.0.0.1", lambda row: row["quality"] == 100)
         self.assertEqual(other.stop(), 0)
         self.assertIn(" ---- Test 1 complete ---", self.device.log_lines()[-1])
         window.keys("s")

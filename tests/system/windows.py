@@ -43,6 +43,8 @@ class Build:
         self.driver = os.path.join(folder, "tests", "system", "window-driver.exe")
         # There the program is the host of the handheld's, of 32 bits.
         self.is_handheld = os.path.exists(os.path.join(folder, "linkometry.arm"))
+        # The builds for a handheld have no thread to spare for a ping that a stop leaves.
+        self.leaves_pings = not os.path.basename(folder).startswith("windows-ce")
 
     def run_wine(self, prefix, *arguments):
         """(the command that runs Wine with these files, its environment)"""

@@ -19,6 +19,8 @@ namespace {
 
 class TestEnginePosixTest : public EngineFixture {
 protected:
+    // The engine's threads report until their end.
+    ~TestEnginePosixTest() override { m_engine.reset(); }
     // Without threads, the log writer's excepted.
     void startWithoutThreads() {
         engine();

@@ -13,9 +13,11 @@ bool flockWantsWriting = false;
 namespace {
 
 bool isDue(CallFault& fault, int file) {
-    const bool isMeant = file == fault.file && file != -1;
-    fault.calls += isMeant ? 1 : 0;
-    return isMeant;
+    if (file != fault.file || file == -1) {
+        return false;  // nothing is written then: other threads close files meanwhile
+    }
+    ++fault.calls;
+    return true;
 }
 
 }  // namespace
