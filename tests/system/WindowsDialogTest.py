@@ -483,10 +483,14 @@ class NoInterfaceTest(WindowsTest):
         box.wait_until_gone()
         return text
 
-    def read_next(self):
-        """(caption, text) of the next box. A probe's report may come before what is said of the start."""
+    def wait_for_next(self):
+        """The caption of the next box. A probe's report may come before what is said of the start."""
         captions = ("Linkometry", self.REPORT)
-        caption = lab.eventually(lambda: next(filter(self.windows.has_window, captions), None), 60, "a box")
+        return lab.eventually(lambda: next(filter(self.windows.has_window, captions), None), 60, "a box")
+
+    def read_next(self):
+        """(caption, text)"""
+        caption = self.wait_for_next()
         return caption, self.read_box(caption)
 
     def test_the_boxes_about_it_keep_nothing_from_being_stopped_and_closed(self):
@@ -518,7 +522,7 @@ class NoInterfaceTest(WindowsTest):
         dialog = self.start("-duration", "3")
         dialog.wait_for_focus(START)
         dialog.strike(windows.SPACE)
-        self.windows.window("Linkometry")
+        self.wait_for_next()
         self.windows.wait_for_log_text(" ---- Test 1 complete ---")
         dialog.wait_until_enabled(START)
 
