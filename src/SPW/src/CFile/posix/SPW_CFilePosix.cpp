@@ -73,10 +73,10 @@ bool isDirectory(int fd) {
 }  // namespace
 
 SPW_Result SPW_CFileSys::open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle) {
-    const SPW_CString own(path);  // toAnsi changes its string, and the caller's may be shared
-    const int fd = openFor(own.toAnsi(), access, flagsFor(access, creation));
+    const std::string own(SPW_CString(path).toAnsi());  // toAnsi changes its string, and the caller's may be shared
+    const int fd = openFor(own.c_str(), access, flagsFor(access, creation));
     if (fd == -1) {
-        return SPW_CSysErrorPosix::failAtPath(own.toAnsi());
+        return SPW_CSysErrorPosix::failAtPath(own.c_str());
     }
     if (isDirectory(fd)) {
         (void)::close(fd);

@@ -32,9 +32,9 @@ bool limitOpen(int file, mode_t rights) {
 bool SPW_CHiveRights::limit(const SPW_CString& path) {
     const mode_t rights =
         kOwner | (rightsTo(SPW_CRegistrySys::kCurrentUser) & rightsTo(SPW_CRegistrySys::kLocalMachine));
-    const SPW_CString own(path);  // toAnsi changes its string, and the caller's may be shared
+    const std::string own(SPW_CString(path).toAnsi());  // toAnsi changes its string, and the caller's may be shared
     // A new file has no others' rights from its first moment: what is once open stays readable.
-    const int file = ::open(own.toAnsi(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNormal & rights);
+    const int file = ::open(own.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNormal & rights);
     if (file == -1)
         return false;
     const bool isLimited = limitOpen(file, rights);
