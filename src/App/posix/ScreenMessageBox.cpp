@@ -62,7 +62,7 @@ std::vector<ScreenMessageBox::Message> ScreenMessageBox::take() {
     const std::size_t onScreen = m_unanswered.size() - m_untaken.size();
     const std::size_t room = kMostOnScreen - std::min(onScreen, kMostOnScreen);
     const auto end = m_untaken.begin() + static_cast<std::ptrdiff_t>(std::min(room, m_untaken.size()));
-    const std::vector<Message> messages(m_untaken.begin(), end);
+    std::vector<Message> messages(m_untaken.begin(), end);
     m_untaken.erase(m_untaken.begin(), end);
     return messages;
 }

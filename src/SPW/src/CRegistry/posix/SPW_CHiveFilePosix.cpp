@@ -92,13 +92,16 @@ std::string fileOf(Hive hive) {
             break;
         }
         const std::string next(target, static_cast<std::size_t>(size));
-        path = next[0] == '/' ? next : SPW_CFileRightsPosix::folderOf(path) + next;
+        path = next[0] == '/' ? std::string() : SPW_CFileRightsPosix::folderOf(path);
+        path += next;
     }
     const std::string folder = SPW_CFileRightsPosix::folderOf(path);
     char* const resolved = realpath(folder.empty() ? "." : folder.c_str(), nullptr);
-    const std::string file = resolved != nullptr ? resolved + ("/" + path.substr(folder.size())) : path;
+    if (resolved != nullptr) {
+        path.replace(0, folder.size(), std::string(resolved) + "/");
+    }
     free(resolved);
-    return file;
+    return path;
 }
 
 std::int64_t nanoseconds(const timespec& time) {
