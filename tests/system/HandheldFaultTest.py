@@ -161,10 +161,8 @@ class DisturbedTest(FaultTest):
         return [windows.received_and_total(cell)[0] for cell in window.row(self.LABEL)[2:]]
 
     def lost(self, window):
-        """Of what comes as datagrams, multicast and UDP. (Two TCP probes in one piece count as one, on a busy machine.)"""
-        multicast, _, udp = (total - received for received, total in map(windows.received_and_total,
-                                                                         window.row(self.LABEL)[2:5]))
-        return multicast, udp
+        """Of what is sent without being asked for."""
+        return [total - received for received, total in map(windows.received_and_total, window.row(self.LABEL)[2:5])]
 
     def check_goes_on(self, window):
         before = self.received(window)
