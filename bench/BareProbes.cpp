@@ -28,8 +28,9 @@ struct Probe {
 
 int openTo(int type, int protocol, const sockaddr_in& target) {
     const int descriptor = socket(AF_INET, type, protocol);
-    if (descriptor == -1 || connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0)
+    if (descriptor == -1 || connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
         giveUp("a bare probe's socket");
+    }
     return descriptor;
 }
 
@@ -61,8 +62,9 @@ void startThread(pthread_t& thread, void* (*entry)(void*), void* argument) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, kStackBytes);
-    if (pthread_create(&thread, &attributes, entry, argument) != 0)
+    if (pthread_create(&thread, &attributes, entry, argument) != 0) {
         giveUp("a bare thread");
+    }
     pthread_attr_destroy(&attributes);
 }
 
@@ -100,12 +102,15 @@ ThreadTimes timeBareThreads(int count) {
     sem_init(&gate, 0, 0);
     std::vector<pthread_t> threads(static_cast<std::size_t>(count));
     const double begin = nowSeconds();
-    for (pthread_t& thread : threads)
+    for (pthread_t& thread : threads) {
         startThread(thread, runWaiter, nullptr);
+    }
     const double created = nowSeconds();
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         sem_post(&gate);
-    for (const pthread_t& thread : threads)
+    }
+    for (const pthread_t& thread : threads) {
         pthread_join(thread, nullptr);
+    }
     return {created - begin, nowSeconds() - created};
 }

@@ -18,21 +18,25 @@ namespace {
 // Forks with a line between the two; in the child the result is 0, and it has moved to the network already.
 pid_t forkInto(int network, int& descriptor) {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         giveUp("socketpair");
+    }
     std::fflush(stdout);
     const pid_t parent = getpid();
     const pid_t pid = fork();
-    if (pid == -1)
+    if (pid == -1) {
         giveUp("fork");
+    }
     close(ends[pid == 0 ? 0 : 1]);
     descriptor = ends[pid == 0 ? 1 : 0];
     if (pid == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != parent)
+        if (getppid() != parent) {
             _exit(1);
-        if (setns(network, CLONE_NEWNET) != 0)
+        }
+        if (setns(network, CLONE_NEWNET) != 0) {
             giveUp("setns");
+        }
     }
     return pid;
 }
@@ -45,13 +49,15 @@ void giveUp(const char* what) {
 }
 
 void Line::sendBytes(const void* bytes, std::size_t size) {
-    if (::send(m_descriptor, bytes, size, MSG_NOSIGNAL) != static_cast<ssize_t>(size))
+    if (::send(m_descriptor, bytes, size, MSG_NOSIGNAL) != static_cast<ssize_t>(size)) {
         giveUp("a process of the measurement has ended");
+    }
 }
 
 void Line::receiveBytes(void* bytes, std::size_t size) {
-    if (::recv(m_descriptor, bytes, size, MSG_WAITALL) != static_cast<ssize_t>(size))
+    if (::recv(m_descriptor, bytes, size, MSG_WAITALL) != static_cast<ssize_t>(size)) {
         giveUp("a process of the measurement has ended");
+    }
 }
 
 Child::Child(int network, const std::function<void(Line&)>& body)

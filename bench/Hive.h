@@ -19,11 +19,13 @@ inline void useSettings(const std::string& folder, const std::vector<std::string
     std::fprintf(
         file, "[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Vantiro Diagnostic]\n\"multicast selected\"=\"no\"\n");
     std::fprintf(file, "\"log filename\"=\"%s/log.txt\"\n", folder.c_str());
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         std::fprintf(file, "%s\n", line.c_str());
+    }
     std::fprintf(file, "\n[HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Vantiro Diagnostic\\Named-IP-Addresses]\n");
-    for (std::size_t i = 0; i < peers.size(); ++i)
+    for (std::size_t i = 0; i < peers.size(); ++i) {
         std::fprintf(file, "\"peer %zu\"=\"%s\"\n", i, peers[i].c_str());
+    }
     std::fclose(file);
     // A program waits before it replaces what has been written this moment.
     const utimbuf longAgo = {1000000000, 1000000000};

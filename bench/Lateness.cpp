@@ -14,8 +14,9 @@ thread_local Thread self;
 }  // namespace
 
 std::uint64_t LatenessClock::now100ns() {
-    if (self.look != 0)
+    if (self.look != 0) {
         note(self.look);
+    }
     self.look = m_real.now100ns();
     return self.look;
 }
@@ -35,14 +36,16 @@ void LatenessClock::note(std::uint64_t decision100ns) {
 }
 
 void LatenessClock::restart() {
-    for (std::atomic<std::uint32_t>& count : m_counts)
+    for (std::atomic<std::uint32_t>& count : m_counts) {
         count = 0;
+    }
 }
 
 std::uint64_t LatenessClock::probes() const {
     std::uint64_t sum = 0;
-    for (const std::atomic<std::uint32_t>& count : m_counts)
+    for (const std::atomic<std::uint32_t>& count : m_counts) {
         sum += count;
+    }
     return sum;
 }
 
@@ -50,7 +53,8 @@ double LatenessClock::quantileMs(double share) const {
     const std::uint64_t wanted = static_cast<std::uint64_t>(std::ceil(share * static_cast<double>(probes())));
     std::uint64_t sum = 0;
     int bucket = 0;
-    while (bucket < kBuckets - 1 && (sum += m_counts[bucket]) < wanted)
+    while (bucket < kBuckets - 1 && (sum += m_counts[bucket]) < wanted) {
         ++bucket;
+    }
     return (bucket + 1) * static_cast<double>(kBucket100ns) / 10000;
 }

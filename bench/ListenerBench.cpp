@@ -37,8 +37,9 @@ void compose(char* datagram, std::uint32_t sequence) {
 void flood(Line& line) {
     const int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
     const sockaddr_in target = nearPort();
-    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0)
+    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
         giveUp("the sender's socket");
+    }
     static char datagrams[kBatch][kDatagramBytes];
     iovec pieces[kBatch];
     mmsghdr messages[kBatch] = {};
@@ -49,8 +50,9 @@ void flood(Line& line) {
     }
     line.signal();
     for (std::uint32_t sequence = 0;;) {
-        for (auto& datagram : datagrams)
+        for (auto& datagram : datagrams) {
             compose(datagram, sequence++);
+        }
         (void)sendmmsg(descriptor, messages, kBatch, 0);
     }
 }
@@ -60,19 +62,22 @@ void flood(Line& line) {
 void receiveBare(Line& line) {
     const int descriptor = socket(AF_INET, SOCK_DGRAM, 0);
     const sockaddr_in own = nearPort();
-    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0)
+    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0) {
         giveUp("the bare receiver's port");
+    }
     line.signal();
     char buffer[1024];
     std::uint64_t count = 0;
     for (;;) {
         sockaddr_in source{};
         socklen_t size = sizeof source;
-        if (recvfrom(descriptor, buffer, sizeof buffer, 0, reinterpret_cast<sockaddr*>(&source), &size) > 0)
+        if (recvfrom(descriptor, buffer, sizeof buffer, 0, reinterpret_cast<sockaddr*>(&source), &size) > 0) {
             ++count;
+        }
         char request;
-        if (count % 1024 == 0 && recv(line.descriptor(), &request, 1, MSG_DONTWAIT) == 1)
+        if (count % 1024 == 0 && recv(line.descriptor(), &request, 1, MSG_DONTWAIT) == 1) {
             line.send(count);
+        }
     }
 }
 
@@ -92,8 +97,9 @@ void receiveWithEngine(const Folder& folder, Line& line) {
         SPW_CArray<PeerRowValues> rows;
         engine.snapshot(rows);
         std::uint64_t count = 0;
-        for (int i = 0; i < rows.numberOfElements(); ++i)
+        for (int i = 0; i < rows.numberOfElements(); ++i) {
             count += static_cast<std::uint64_t>(rows[i].counts[kUdp].received);
+        }
         line.send(count);
     }
 }

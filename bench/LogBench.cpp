@@ -32,8 +32,9 @@ double timeBare(const std::string& path) {
     const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     const double begin = nowSeconds();
     for (int i = 0; i < kLines; ++i) {
-        if (write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+        if (write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
             giveUp("writing to the bare log");
+        }
     }
     const double seconds = nowSeconds() - begin;
     close(file);
@@ -50,8 +51,9 @@ std::unique_ptr<TestLogWriter> openWriter(const std::string& path) {
 double timeWriter(const std::string& path) {
     std::unique_ptr<TestLogWriter> writer = openWriter(path);
     const double begin = nowSeconds();
-    for (int i = 0; i < kLines; ++i)
+    for (int i = 0; i < kLines; ++i) {
         (void)writer->log(logLine(), TestLog::kNoLimit);  // without a limit it is always taken
+    }
     writer.reset();
     return nowSeconds() - begin;
 }
@@ -72,8 +74,9 @@ Paced runPaced(const std::string& path, double seconds) {
     int refused = 0;
     for (int sent = 0; sent < lines;) {
         const int due = static_cast<int>((nowSeconds() - begin) * kPacedPerSecond);
-        for (; sent < due && sent < lines; ++sent)
+        for (; sent < due && sent < lines; ++sent) {
             refused += writer->log(logLine(), 1000) != 0 ? 1 : 0;
+        }
         sleepSeconds(0.0005);
     }
     writer.reset();

@@ -60,11 +60,13 @@ constexpr char kUsage[] =
     "Exit status: 0 measured, whatever was reached; 1 could not measure; 2 the command line cannot be used.\n";
 
 bool isSelected(const Bench& bench, const std::vector<std::string>& filters, const Effort& effort) {
-    if (filters.empty())
+    if (filters.empty()) {
         return bench.isQuick || !effort.quick;
+    }
     for (const std::string& filter : filters) {
-        if (std::strstr(bench.name, filter.c_str()) != nullptr)
+        if (std::strstr(bench.name, filter.c_str()) != nullptr) {
             return true;
+        }
     }
     return false;
 }
@@ -83,10 +85,12 @@ pid_t folderOwner;
 
 // Also called by signal: what the benchmark made goes with its processes, but for this.
 void removeFolder() {
-    if (getpid() != folderOwner)
+    if (getpid() != folderOwner) {
         return;
-    for (const char* name : {"/HKEY_CURRENT_USER.reg", "/HKEY_CURRENT_USER.reg.lock", "/log.txt"})
+    }
+    for (const char* name : {"/HKEY_CURRENT_USER.reg", "/HKEY_CURRENT_USER.reg.lock", "/log.txt"}) {
         unlink((folder + name).c_str());
+    }
     rmdir(folder.c_str());
 }
 
@@ -99,13 +103,15 @@ void onSignal(int number) {
 void makeFolder() {
     const char* const base = std::getenv("TMPDIR");
     folder = std::string(base == nullptr ? "/tmp" : base) + "/linkometry-bench-XXXXXX";
-    if (mkdtemp(&folder[0]) == nullptr)
+    if (mkdtemp(&folder[0]) == nullptr) {
         giveUp(folder.c_str());
+    }
     folderOwner = getpid();
     std::atexit(removeFolder);
     std::at_quick_exit(removeFolder);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         signal(number, onSignal);
+    }
 }
 
 // The share of the processors' time that was in use during half a second.
@@ -115,8 +121,9 @@ double busyShare() {
         std::FILE* const file = std::fopen("/proc/stat", "r");
         if (file != nullptr) {
             if (std::fscanf(file, "cpu %lf %lf %lf %lf %lf %lf %lf %lf", &times[0], &times[1], &times[2], &times[3],
-                            &times[4], &times[5], &times[6], &times[7]) != 8)
+                            &times[4], &times[5], &times[6], &times[7]) != 8) {
                 times[3] = 1;
+            }
             std::fclose(file);
         }
         all = std::accumulate(std::begin(times), std::end(times), 0.0);
@@ -135,9 +142,10 @@ double busyShare() {
 // What others do costs the listener its rate and the probes their punctuality.
 void tellIfBusy() {
     const double share = busyShare();
-    if (share > 0.1)
+    if (share > 0.1) {
         std::printf("Other programs use %.0f %% of the processors; results are worse than on a quiet machine.\n\n",
                     share * 100);
+    }
 }
 
 bool isAnySelected(const std::vector<std::string>& filters, const Effort& effort) {
@@ -176,8 +184,9 @@ int main(int argc, char** argv) {
     tellIfBusy();
     Report report;
     for (const Bench& bench : kBenches) {
-        if (isSelected(bench, filters, effort))
+        if (isSelected(bench, filters, effort)) {
             bench.run(network, folder, effort, report);
+        }
     }
     std::printf("%d aims missed\n", report.missed());
     return 0;

@@ -14,14 +14,16 @@ namespace {
 
 int ownNetwork() {
     const int descriptor = open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC);
-    if (descriptor == -1)
+    if (descriptor == -1) {
         giveUp("/proc/self/ns/net");
+    }
     return descriptor;
 }
 
 void enterNewNetwork() {
-    if (unshare(CLONE_NEWNET) != 0)
+    if (unshare(CLONE_NEWNET) != 0) {
         giveUp("cannot make a network namespace (this needs root)");
+    }
 }
 
 void run(const std::string& command) {

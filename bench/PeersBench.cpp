@@ -22,8 +22,9 @@ constexpr double kWarmUpSeconds = 3;
 
 std::vector<std::string> peerAddresses(int peers) {
     std::vector<std::string> addresses;
-    for (int i = 0; i < peers; ++i)
+    for (int i = 0; i < peers; ++i) {
         addresses.push_back(Network::peerAddress(i));
+    }
     return addresses;
 }
 
@@ -54,8 +55,9 @@ EngineResult resultOf(const TestEngine& engine, const LatenessClock& clock) {
     SPW_CArray<PeerRowValues> rows;
     engine.snapshot(rows);
     std::uint64_t lost = 0;
-    for (int i = 0; i < rows.numberOfElements(); ++i)
+    for (int i = 0; i < rows.numberOfElements(); ++i) {
         lost += static_cast<std::uint64_t>(rows[i].counts[kPing].lost);
+    }
     return {clock.quantileMs(0.5), clock.quantileMs(0.99), clock.probes(), lost};
 }
 
@@ -155,11 +157,13 @@ Usage watchFping(const Network& network, int peers, const Effort& effort) {
     std::string interval = Report::text("%.2f", std::min(10.0, 900.0 / peers));
     std::vector<std::string> arguments{"fping", "-q",    "-l", "-b", "16", "-p", std::to_string(kPeriodMs),
                                        "-i",    interval};
-    for (const std::string& address : peerAddresses(peers))
+    for (const std::string& address : peerAddresses(peers)) {
         arguments.push_back(address);
+    }
     std::vector<char*> pointers;
-    for (std::string& argument : arguments)
+    for (std::string& argument : arguments) {
         pointers.push_back(&argument[0]);
+    }
     pointers.push_back(nullptr);
     Child fping(network.near(), pointers.data());
     sleepSeconds(kWarmUpSeconds);

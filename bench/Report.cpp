@@ -4,8 +4,9 @@
 #include <cstdio>
 
 double medianOf(std::vector<double> values) {
-    if (values.empty())
+    if (values.empty()) {
         return 0;
+    }
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
 }

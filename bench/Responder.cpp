@@ -18,8 +18,9 @@ int openOn(int type) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(kProbePort);
-    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         giveUp("the far end's port");
+    }
     return descriptor;
 }
 
@@ -40,10 +41,12 @@ public:
         for (;;) {
             const int count = epoll_wait(m_poll, events, 64, -1);
             bool asked = false;
-            for (int i = 0; i < count; ++i)
+            for (int i = 0; i < count; ++i) {
                 asked = take(events[i].data.fd) || asked;
-            if (asked)
+            }
+            if (asked) {
                 return;
+            }
         }
     }
     Heard heard() {
@@ -61,14 +64,16 @@ private:
     }
     // True when it was the line.
     bool take(int descriptor) {
-        if (descriptor == m_line)
+        if (descriptor == m_line) {
             return true;
-        if (descriptor == m_udp)
+        }
+        if (descriptor == m_udp) {
             takeDatagrams();
-        else if (descriptor == m_tcp)
+        } else if (descriptor == m_tcp) {
             takeConnections();
-        else
+        } else {
             takeStream(descriptor);
+        }
         return false;
     }
     void takeDatagrams() {
@@ -97,15 +102,17 @@ private:
         follow(m_tcpNext, static_cast<std::size_t>(client));
     }
     static void setNext(std::vector<long>& next, std::size_t sender, long value) {
-        if (next.size() <= sender)
+        if (next.size() <= sender) {
             next.resize(sender + 1, 0);
+        }
         next[sender] = value;
     }
     // A sender that begins again begins at 0.
     void follow(std::vector<long>& next, std::size_t sender) {
         const long sequence = std::strtol(m_buffer + kSequenceOffset, nullptr, 10);
-        if (sender < next.size() && sequence > next[sender])
+        if (sender < next.size() && sequence > next[sender]) {
             m_heard.gaps += static_cast<std::uint64_t>(sequence - next[sender]);
+        }
         setNext(next, sender, sequence + 1);
     }
 

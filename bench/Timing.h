@@ -35,13 +35,15 @@ inline double processorSecondsOf(pid_t process) {
 inline double residentMiBOf(pid_t process) {
     const std::string path = "/proc/" + std::to_string(process) + "/status";
     std::FILE* const file = std::fopen(path.c_str(), "r");
-    if (file == nullptr)
+    if (file == nullptr) {
         return 0;
+    }
     char line[256];
     double kib = 0;
     while (std::fgets(line, sizeof line, file) != nullptr) {
-        if (std::strncmp(line, "VmRSS:", 6) == 0)
+        if (std::strncmp(line, "VmRSS:", 6) == 0) {
             std::sscanf(line + 6, "%lf", &kib);
+        }
     }
     std::fclose(file);
     return kib / 1024;

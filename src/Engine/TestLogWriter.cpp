@@ -31,16 +31,19 @@ TestLogWriter::TestLogWriter(const SPW_CString& path, const SPW_CString& descrip
 // Without any of its parts there is no thread: nobody could hand it lines or wait for its end.
 SPW_Result TestLogWriter::startThread() {
     SPW_Result result = queueResult();
-    if (result == 0)
+    if (result == 0) {
         result = m_room.create(false, true, nullptr);
-    if (result == 0)
+    }
+    if (result == 0) {
         result = m_finished.create(false, false, nullptr);
+    }
     return result == 0 ? start() : result;
 }
 
 TestLogWriter::~TestLogWriter() {
-    if (m_startResult == 0)
+    if (m_startResult == 0) {
         stopThread();
+    }
     (void)m_log.close();  // reported by the file classes; nothing is left to do about it here
 }
 
@@ -53,8 +56,9 @@ void TestLogWriter::stopThread() {
 
 SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
     // Nothing leaves the queue without the thread: whoever came to a full one without limit would wait for ever.
-    if (m_startResult != 0 || m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0)
+    if (m_startResult != 0 || m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0) {
         return kLogNotTaken;
+    }
     if (m_isGivenUp) {
         m_room.set();  // one that was woken wakes the next
         return kLogNotTaken;
@@ -64,8 +68,9 @@ SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
     message->pushString(text);
     qAddMsg(reinterpret_cast<std::uintptr_t>(message));
     // With the queue full it is the writer that lets the next caller in, when it has taken a line.
-    if (!isFull())
+    if (!isFull()) {
         m_room.set();
+    }
     return 0;
 }
 
@@ -90,10 +95,12 @@ void TestLogWriter::memoryIsExhausted() {
     }
     constexpr std::int32_t kPatienceMs = 1000;
     constexpr std::uint32_t kLookMs = 20;
-    if (log(line, kPatienceMs) != 0)
+    if (log(line, kPatienceMs) != 0) {
         return;
-    for (std::int32_t waited = 0; waited < kPatienceMs && progress().written != progress().taken; waited += kLookMs)
+    }
+    for (std::int32_t waited = 0; waited < kPatienceMs && progress().written != progress().taken; waited += kLookMs) {
         SPW_CClock::instance->sleepMs(kLookMs);
+    }
 }
 
 void TestLogWriter::step() {
@@ -112,8 +119,9 @@ void TestLogWriter::step() {
     }
     ++m_linesWritten;
     m_room.set();
-    if (m_isFlushDue && msUntilFlush() == 0)
+    if (m_isFlushDue && msUntilFlush() == 0) {
         flush();
+    }
 }
 
 std::uint32_t TestLogWriter::msUntilFlush() const {
@@ -123,21 +131,24 @@ std::uint32_t TestLogWriter::msUntilFlush() const {
 }
 
 void TestLogWriter::noteWritten() {
-    if (m_isFlushDue)
+    if (m_isFlushDue) {
         return;
+    }
     m_isFlushDue = true;
     m_flushBy100ns = SPW_CClock::instance->now100ns() + kLongestUnflushedMs * kMs;
 }
 
 void TestLogWriter::flush() {
-    if (m_isFlushDue && m_log.isFlushable())
+    if (m_isFlushDue && m_log.isFlushable()) {
         (void)m_log.flush();  // reported by the file; the lines may still reach the medium
+    }
     m_isFlushDue = false;
 }
 
 void TestLogWriter::finish() {
-    while (!isEmpty())
+    while (!isEmpty()) {
         step();
+    }
     flush();
     m_finished.set();
 }

@@ -35,8 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
         checkTimes(lease);
         require(lease.expires <= kWritten + kLongest, "no lease is longer than can be written");
     }
-    if (SPW_CDhcpLeasePosix::parseAssignments(file, kWritten, lease))
+    if (SPW_CDhcpLeasePosix::parseAssignments(file, kWritten, lease)) {
         checkTimes(lease);
+    }
     if (SPW_CDhcpLeasePosix::parseDeviceState(file, lease)) {
         checkTimes(lease);
         require(lease.expires <= kLongest, "no end is later than can be written");

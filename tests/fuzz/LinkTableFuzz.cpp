@@ -21,8 +21,9 @@ std::string take(std::string_view& bytes, std::size_t count) {
 
 std::size_t takeLength(std::string_view& bytes) {
     std::size_t length = 0;
-    for (const char byte : take(bytes, 2))
+    for (const char byte : take(bytes, 2)) {
         length = length << 8 | static_cast<unsigned char>(byte);
+    }
     return length;
 }
 
@@ -46,8 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(link.hardwareAddress.size() <= SPW_CLinkTablePosix::kLongestHardwareAddress,
                 "a hardware address fits into its record");
         require(SPW_InterfaceTypePosix(link, "") != 0, "a link has a type");
-        for (std::size_t i = 1; i < link.gateways.size(); ++i)
+        for (std::size_t i = 1; i < link.gateways.size(); ++i) {
             require(link.gateways[i - 1].metric <= link.gateways[i].metric, "the most preferred gateway is first");
+        }
     }
     return 0;
 }

@@ -20,8 +20,9 @@ public:
     void feed(const std::uint8_t* bytes, std::size_t count) {
         // A block of exactly this size lets the sanitizer see a read beyond it.
         const std::unique_ptr<std::uint8_t[]> piece(new std::uint8_t[count]);
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             piece[i] = bytes[i];
+        }
         std::uint32_t done = 0;
         while (done < count) {
             std::uint32_t consumed = 0;
@@ -86,8 +87,9 @@ private:
 
 // The first byte says how the rest is cut: into pieces of that size, of sizes that grow by one for 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0)
+    if (size == 0) {
         return 0;
+    }
     SPW_CError::instance->setNoBox(true);
     const std::size_t step = data[0];
     const std::uint8_t* const bytes = data + 1;

@@ -17,8 +17,9 @@ namespace {
 void checkName(std::string_view file) {
     const SPW_CString name = SPW_COsReleasePosix::prettyName(file);
     require(name.length() <= SPW_COsReleasePosix::kNameLimit, "a name keeps its limit");
-    for (int i = 0; i < name.length(); ++i)
+    for (int i = 0; i < name.length(); ++i) {
         require(name.at(i) >= 0x20 && !(name.at(i) >= 0x7F && name.at(i) < 0xA0), "a name has no control characters");
+    }
     require(SPW_CString(name.toAnsi()) == name, "a name has no half characters");
 }
 
@@ -32,8 +33,9 @@ void checkKernel(std::string_view text) {
     const std::string_view release = takeLine(text);
     const std::string_view build = takeLine(text);
     SPW_CKernelVersionPosix::Version version;
-    if (!SPW_CKernelVersionPosix::parse(release, build, text, version))
+    if (!SPW_CKernelVersionPosix::parse(release, build, text, version)) {
         return;
+    }
     SPW_CKernelVersionPosix::Version plain;
     require(SPW_CKernelVersionPosix::parse(release, "", "", plain), "the release alone is enough");
     require(plain.major == version.major && plain.minor == version.minor, "the series is the release's");

@@ -17,8 +17,9 @@ namespace {
 const volatile std::int64_t* mapStep() {
     const char* const path = std::getenv("LINKOMETRY_CLOCK_STEP");
     const int file = path != nullptr ? open(path, O_RDONLY | O_CLOEXEC) : -1;
-    if (file == -1)
+    if (file == -1) {
         return nullptr;
+    }
     void* const page = mmap(nullptr, sizeof(std::int64_t), PROT_READ, MAP_SHARED, file, 0);
     close(file);
     return page != MAP_FAILED ? static_cast<const volatile std::int64_t*>(page) : nullptr;
@@ -35,8 +36,9 @@ bool isWallClock(clockid_t clock) {
 
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
     const long result = syscall(SYS_clock_gettime, clock, time);
-    if (result == 0 && step != nullptr && isWallClock(clock))
+    if (result == 0 && step != nullptr && isWallClock(clock)) {
         time->tv_sec += static_cast<time_t>(*step);
+    }
     return static_cast<int>(result);
 }
 
@@ -51,7 +53,8 @@ extern "C" int gettimeofday(timeval* time, void*) noexcept {
 extern "C" time_t time(time_t* seconds) noexcept {
     timespec now{};
     (void)clock_gettime(CLOCK_REALTIME, &now);
-    if (seconds != nullptr)
+    if (seconds != nullptr) {
         *seconds = now.tv_sec;
+    }
     return now.tv_sec;
 }

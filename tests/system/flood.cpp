@@ -39,12 +39,14 @@ constexpr long kPauseNs = 100000;
 // Length of the number field at offset 19, with which a packet of that size counts; 0 when it does not.
 std::size_t numberLengthIfCounted(const std::string& packet) {
     const std::size_t size = std::min(packet.size(), kReceiveSize);
-    if (size <= 19 || packet.compare(0, kTag.size(), kTag) != 0)
+    if (size <= 19 || packet.compare(0, kTag.size(), kTag) != 0) {
         return 0;
+    }
     const std::string text = packet.substr(19, size - 19);
     const std::string::size_type begin = text.find_first_not_of('|');
-    if (begin == std::string::npos || text[begin] == '\0')
+    if (begin == std::string::npos || text[begin] == '\0') {
         return 0;
+    }
     const std::string::size_type end = std::min(text.find_first_of(std::string("|\0", 2), begin), text.size());
     return size > end - begin + 20 ? end - begin : 0;
 }
@@ -58,12 +60,14 @@ public:
         std::string packet = any();
         packet.resize(std::min(packet.size(), limit));
         const std::size_t number = numberLengthIfCounted(packet);
-        if (number == 0)
+        if (number == 0) {
             return packet;
-        if (below(2) == 0)
+        }
+        if (below(2) == 0) {
             packet[below(kTag.size())] ^= static_cast<char>(1 + below(255));
-        else
+        } else {
             packet.resize(std::min(packet.size(), number + 20));
+        }
         return numberLengthIfCounted(packet) == 0 ? packet : packet.substr(0, 19);
     }
 
@@ -71,8 +75,9 @@ public:
     // it may look like a packet, so there is no whole tag in it, and none can come about where two of them meet.
     std::string rejectedInStream() {
         std::string packet = any();
-        for (auto at = packet.find(kTag); at != std::string::npos; at = packet.find(kTag, at))
+        for (auto at = packet.find(kTag); at != std::string::npos; at = packet.find(kTag, at)) {
             packet[at + below(kTag.size())] ^= static_cast<char>(1 + below(255));
+        }
         return packet + '\xff';
     }
 
@@ -92,8 +97,9 @@ private:
 
     std::string randomBytes() {
         std::string bytes(below(8) == 0 ? below(1400) : below(64), '\0');
-        for (char& byte : bytes)
+        for (char& byte : bytes) {
             byte = static_cast<char>(below(256));
+        }
         return bytes;
     }
 
@@ -101,24 +107,28 @@ private:
         static const std::array<std::string, 10> kPieces = {
             kTag, "|", "||||", std::string(1, '\0'), "0", "-1", "99999999999999999999", "%s%n", "Vantiro", "\xe2\x82"};
         std::string text;
-        for (std::size_t count = below(10); count > 0; --count)
+        for (std::size_t count = below(10); count > 0; --count) {
             text += kPieces[below(kPieces.size())];
+        }
         return text;
     }
 
     std::string mutatedProbe() {
         std::string packet = kTag + '|' + std::to_string(static_cast<int>(m_random())) + '|';
-        if (below(2) == 0)
+        if (below(2) == 0) {
             packet += "Version 1.0.0.0|somebody" + std::string(below(40), '|');
+        }
         packet += '\0';
-        for (std::size_t count = 1 + below(4); count > 0; --count)
+        for (std::size_t count = 1 + below(4); count > 0; --count) {
             mutate(packet);
+        }
         return packet;
     }
 
     void mutate(std::string& packet) {
-        if (packet.empty())
+        if (packet.empty()) {
             return;
+        }
         const std::size_t at = below(packet.size());
         switch (below(5)) {
             case 0:
@@ -145,23 +155,26 @@ sockaddr_in addressOf(const char* text, const char* port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(std::atoi(port)));
-    if (inet_pton(AF_INET, text, &address.sin_addr) != 1)
+    if (inet_pton(AF_INET, text, &address.sin_addr) != 1) {
         fail("address");
+    }
     return address;
 }
 
 int connectTo(const sockaddr_in& address) {
     const int connection = socket(AF_INET, SOCK_STREAM, 0);
-    if (connection < 0 || connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    if (connection < 0 || connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         fail("connect");
+    }
     return connection;
 }
 
 void sendAll(int connection, const std::string& bytes) {
     for (std::size_t sent = 0; sent < bytes.size();) {
         const ssize_t count = send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (count < 0)
+        if (count < 0) {
             fail("send");
+        }
         sent += static_cast<std::size_t>(count);
     }
 }
@@ -170,8 +183,9 @@ void floodWithDatagrams(Generator& generator, sockaddr_in address, int count, co
     const int sender = socket(AF_INET, SOCK_DGRAM, 0);
     in_addr outgoing{};
     if (interface != nullptr && (inet_pton(AF_INET, interface, &outgoing) != 1 ||
-                                 setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &outgoing, sizeof outgoing) != 0))
+                                 setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &outgoing, sizeof outgoing) != 0)) {
         fail("interface");
+    }
     std::vector<std::string> packets(kBatch);
     std::vector<iovec> pieces(kBatch);
     std::vector<mmsghdr> messages(kBatch);
@@ -187,8 +201,9 @@ void floodWithDatagrams(Generator& generator, sockaddr_in address, int count, co
             messages[i].msg_hdr.msg_iovlen = 1;
         }
         const int sent = sendmmsg(sender, messages.data(), static_cast<unsigned>(batch), 0);
-        if (sent < 0)
+        if (sent < 0) {
             fail("sendmmsg");
+        }
         done += sent;
         const timespec pause = {0, kPauseNs};
         nanosleep(&pause, nullptr);
@@ -199,16 +214,19 @@ void floodWithDatagrams(Generator& generator, sockaddr_in address, int count, co
 void floodStreams(Generator& generator, const sockaddr_in& address, int count) {
     std::vector<int> connections;
     connections.reserve(kConnections);
-    for (int i = 0; i < kConnections; ++i)
+    for (int i = 0; i < kConnections; ++i) {
         connections.push_back(connectTo(address));
+    }
     for (int done = 0; done < count; done += kBatch) {
         std::string bytes;
-        for (int i = 0; i < kBatch; ++i)
+        for (int i = 0; i < kBatch; ++i) {
             bytes += generator.rejectedInStream();
+        }
         sendAll(connections[static_cast<std::size_t>(done / kBatch % kConnections)], bytes);
     }
-    for (const int connection : connections)
+    for (const int connection : connections) {
         close(connection);
+    }
 }
 
 void floodWithConnections(Generator& generator, const sockaddr_in& address, int count) {
@@ -230,10 +248,11 @@ int main(int argc, char** argv) {
     const sockaddr_in address = addressOf(argv[2], argv[3]);
     const int count = std::atoi(argv[4]);
     Generator generator(static_cast<unsigned>(std::atoi(argv[5])));
-    if (how == "udp")
+    if (how == "udp") {
         floodWithDatagrams(generator, address, count, argc > 6 ? argv[6] : nullptr);
-    else if (how == "stream")
+    } else if (how == "stream") {
         floodStreams(generator, address, count);
-    else
+    } else {
         floodWithConnections(generator, address, count);
+    }
 }

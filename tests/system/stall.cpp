@@ -23,7 +23,8 @@ bool isStalled(int descriptor) {
 extern "C" ssize_t write(int descriptor, const void* bytes, size_t count) {
     using Write = ssize_t (*)(int, const void*, size_t);
     static const Write original = reinterpret_cast<Write>(dlsym(RTLD_NEXT, "write"));
-    while (isStalled(descriptor))
+    while (isStalled(descriptor)) {
         usleep(10000);
+    }
     return original(descriptor, bytes, count);
 }

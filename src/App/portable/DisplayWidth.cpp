@@ -32,15 +32,17 @@ bool isIn(const Range (&ranges)[size], char32_t c) {
 }  // namespace
 
 int displayWidth(char32_t character) {
-    if (isIn(kWithoutWidth, character))
+    if (isIn(kWithoutWidth, character)) {
         return 0;
+    }
     return isIn(kWide, character) ? 2 : 1;
 }
 
 int displayWidth(const SPW_CString& text) {
     int width = 0;
-    for (int i = 0; i < text.length();)
+    for (int i = 0; i < text.length();) {
         width += displayWidth(nextCharacter(text, i));
+    }
     return width;
 }
 
@@ -49,21 +51,25 @@ SPW_CString cutToWidth(const SPW_CString& text, int width) {
     int end = 0;  // of what fits before an ellipsis
     for (int i = 0; i < text.length();) {
         used += displayWidth(nextCharacter(text, i));
-        if (used < width)
+        if (used < width) {
             end = i;
-        if (used > width)
+        }
+        if (used > width) {
             return text.left(end) + u"\u2026";
+        }
     }
     return text;
 }
 
 char32_t nextCharacter(const SPW_CString& text, int& index) {
     const char32_t first = text.text()[index++];
-    if (first < 0xD800 || first > 0xDFFF)
+    if (first < 0xD800 || first > 0xDFFF) {
         return first;
+    }
     const char32_t second = text.at(index);
-    if (first > 0xDBFF || second < 0xDC00 || second > 0xDFFF)
+    if (first > 0xDBFF || second < 0xDC00 || second > 0xDFFF) {
         return 0xFFFD;
+    }
     ++index;
     return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
 }

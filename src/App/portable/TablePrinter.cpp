@@ -48,16 +48,19 @@ void fillHeaders(Form::Headers headers, Cells& upper, Cells& lower) {
     for (int column = 0; column < kPeerColumns; ++column) {
         upper[column] = peerColumnHeader(column);
         lower[column].clear();
-        if (headers != Form::kWhole)
+        if (headers != Form::kWhole) {
             splitPeerColumnHeader(column, upper[column], lower[column]);
-        if (headers == Form::kFirstWord)
+        }
+        if (headers == Form::kFirstWord) {
             lower[column].clear();
+        }
     }
 }
 
 void widen(Widths& widths, const Cells& cells) {
-    for (int column = 0; column < kPeerColumns; ++column)
+    for (int column = 0; column < kPeerColumns; ++column) {
         widths[column] = std::max(widths[column], displayWidth(cells[column]));
+    }
 }
 
 // The table's columns, and its lines one by one.
@@ -81,8 +84,9 @@ public:
     // had better be taken.
     bool fit(int width) {
         int room = width;
-        for (int column = kLabelColumn + 1; column < kPeerColumns; ++column)
+        for (int column = kLabelColumn + 1; column < kPeerColumns; ++column) {
             room -= m_form.gap + m_widths[column];
+        }
         const int needed = m_widths[kLabelColumn];
         m_widths[kLabelColumn] = std::min(needed, std::max(room, kNarrowestLabel));
         return room >= std::min(needed, kUsefulLabel);
@@ -93,8 +97,9 @@ public:
         Cells lower;
         fillHeaders(m_form.headers, upper, lower);
         appendLine(table, upper);
-        if (m_form.headers == Form::kOnTwoLines)
+        if (m_form.headers == Form::kOnTwoLines) {
             appendLine(table, lower);
+        }
     }
     void appendRow(SPW_CString& table, const PeerRowValues& row) const {
         Cells cells;
@@ -126,8 +131,9 @@ private:
 
 Layout layoutFor(int width, const SPW_CArray<PeerRowValues>& rows) {
     Layout layout(kForms[0], rows);
-    for (std::size_t i = 1; width != kAnyWidth && !layout.fit(width) && i < std::size(kForms); ++i)
+    for (std::size_t i = 1; width != kAnyWidth && !layout.fit(width) && i < std::size(kForms); ++i) {
         layout = Layout(kForms[i], rows);
+    }
     return layout;
 }
 
@@ -137,8 +143,9 @@ void appendNotMade(SPW_CString& table, const SPW_CArray<PeerRowValues>& rows) {
     int count = 0;
     for (int i = 0; i < rows.numberOfElements(); ++i) {
         const SPW_CString text = notMadeText(rows[i].isNotMade);
-        if (!text.isEmpty() && ++count <= kMostLines)
+        if (!text.isEmpty() && ++count <= kMostLines) {
             table += cutToWidth(rows[i].label, kWidestLabel) + u": " + text + u'\n';
+        }
     }
     if (count > kMostLines) {
         SPW_CString text;
@@ -155,10 +162,12 @@ SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowVal
                  heading.isFinal ? u"result" : u"running", static_cast<unsigned long>(heading.elapsedSeconds));
     const Layout layout = layoutFor(width, rows);
     layout.appendHeaders(table);
-    for (int i = 0; i < rows.numberOfElements(); ++i)
+    for (int i = 0; i < rows.numberOfElements(); ++i) {
         layout.appendRow(table, rows[i]);
-    if (rows.numberOfElements() == 0)
+    }
+    if (rows.numberOfElements() == 0) {
         table += u"(no peer heard so far)\n";
+    }
     appendNotMade(table, rows);
     return table;
 }
@@ -166,8 +175,9 @@ SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowVal
 int countReachable(const SPW_CArray<PeerRowValues>& rows, int minimumQuality) {
     int reachable = 0;
     for (int i = 0; i < rows.numberOfElements(); ++i) {
-        if (rows[i].quality >= minimumQuality)
+        if (rows[i].quality >= minimumQuality) {
             ++reachable;
+        }
     }
     return reachable;
 }
@@ -175,8 +185,9 @@ int countReachable(const SPW_CArray<PeerRowValues>& rows, int minimumQuality) {
 SPW_CString formatVerdict(const SPW_CArray<PeerRowValues>& rows, int minimumQuality) {
     SPW_CString verdict;
     const int peers = rows.numberOfElements();
-    if (peers == 0)
+    if (peers == 0) {
         return u"no peer was found";
+    }
     verdict.format(u"%d of %d %s reachable (quality at least %d %%)", countReachable(rows, minimumQuality), peers,
                    peers == 1 ? u"peer" : u"peers", minimumQuality);
     return verdict;

@@ -35,8 +35,9 @@ void complain(const SPW_CString& text) {
 
 void sayOnStandardError(const std::string& text) {
     isErrorStalled = !waitForRoom(STDERR_FILENO, isErrorStalled ? 0 : kErrorPatienceMs);
-    if (isErrorStalled)
+    if (isErrorStalled) {
         return;
+    }
     // Who does not hear this cannot be told.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
@@ -61,15 +62,17 @@ int writeAll(int descriptor, const std::string& text, const std::function<void(s
 
 int printAndTell(const std::string& text) {
     const int failure = writeAll(STDOUT_FILENO, text, [](std::size_t) {});
-    if (failure == 0)
+    if (failure == 0) {
         return EXIT_SUCCESS;
+    }
     tellOutputFailure(failure);
     return EXIT_FAILURE;
 }
 
 void tellOutputFailure(int failure) {
-    if (failure != EPIPE)
+    if (failure != EPIPE) {
         complain(SPW_CString(u"cannot write to the standard output: ") + std::strerror(failure));
+    }
 }
 
 int outputWidth() {

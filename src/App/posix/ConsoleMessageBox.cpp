@@ -13,8 +13,9 @@ namespace {
 SPW_CString whatToSay(const SPW_CString& text, const SPW_CString& caption, SPW_CMessageBox::Icon icon) {
     static const char16_t kBeforeMessage[] = u"\n\nMessage: ";
     const int place = text.findText(kBeforeMessage);
-    if (icon == SPW_CMessageBox::kIconInformation && place >= 0)
+    if (icon == SPW_CMessageBox::kIconInformation && place >= 0) {
         return text.right(text.length() - place - static_cast<int>(std::size(kBeforeMessage)) + 1);
+    }
     return caption + u": " + text;
 }
 
@@ -33,7 +34,8 @@ SPW_CMessageBox::Answer ConsoleMessageBox::show(const SPW_CString& text, const S
     line += '\n';
 
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_shown.isNew(line.c_str()))
+    if (m_shown.isNew(line.c_str())) {
         sayOnStandardError("linkometry: " + line);
+    }
     return answerThatGoesOn(buttons);
 }

@@ -47,8 +47,9 @@ void EndWatch::setPhase(Phase& phase, bool isOn) {
 }
 
 bool EndWatch::lastsTooLong(Phase& phase, std::int64_t now) {
-    if (phase.firstLookMs == 0)
+    if (phase.firstLookMs == 0) {
         phase.firstLookMs = now;
+    }
     return phase.isOn && now - phase.firstLookMs >= kPhasePatienceMs;
 }
 
@@ -62,10 +63,12 @@ bool EndWatch::waitForLog() {
     for (;;) {
         {
             const std::lock_guard<std::mutex> guard(m_lock);
-            if (m_engine == nullptr)
+            if (m_engine == nullptr) {
                 return true;
-            if (m_isLogGivenUp)
+            }
+            if (m_isLogGivenUp) {
                 break;
+            }
             const LogProgress progress = m_engine->logProgress();
             if (progress.written == progress.taken) {
                 m_engine = nullptr;

@@ -46,8 +46,9 @@ void EngineWorker::addPeer(const PeerRecord& peer) {
         SPW_CArray<SPW_CString> known;
         m_engine->knownAddresses(known);
         const SPW_CString why = whyNotAdded(peer.address, known);
-        if (why.isEmpty())
+        if (why.isEmpty()) {
             m_engine->addPeer(peer);
+        }
         tellEvent(why.isEmpty() ? peer.address + u" added" : why);
     });
 }
@@ -86,10 +87,12 @@ void EngineWorker::addPeers() {
     for (int i = 0; i < m_options.peers.numberOfElements(); ++i) {
         SPW_CString why;
         const PeerAdded added = ::addPeer(*m_engine, m_options.peers[i], why);
-        if (added == PeerAdded::kKnown)
+        if (added == PeerAdded::kKnown) {
             complain(why);
-        if (added == PeerAdded::kNotFound)
+        }
+        if (added == PeerAdded::kNotFound) {
             m_box.tell(why, u"Linkometry");
+        }
     }
 }
 
@@ -128,8 +131,9 @@ SPW_CArray<StartProblem> EngineWorker::problems() const {
 
 void EngineWorker::tellProblems() {
     const SPW_CArray<StartProblem> all = problems();
-    for (int i = 0; i < all.numberOfElements(); ++i)
+    for (int i = 0; i < all.numberOfElements(); ++i) {
         m_box.tell(problemText(all[i]), u"Linkometry");
+    }
 }
 
 // Empty when there is none.
@@ -150,8 +154,9 @@ void EngineWorker::work() {
     for (;;) {
         std::unique_lock<std::mutex> guard(m_lock);
         m_asked.wait(guard, [this] { return m_isFinished || !m_tasks.empty(); });
-        if (m_tasks.empty())
+        if (m_tasks.empty()) {
             return;
+        }
         const std::function<void()> task = std::move(m_tasks.front());
         m_tasks.pop_front();
         guard.unlock();

@@ -32,8 +32,9 @@ void exitAfterFatalError(int code) {
     fatalCode = code;
     screenWakeup->wake();
     // The screen's thread ends the process, unless it has no screen to leave any more.
-    while (!isScreenGone)
+    while (!isScreenGone) {
         (void)poll(nullptr, 0, 20);
+    }
     endProcess(code);
 }
 
@@ -58,7 +59,8 @@ bool FatalExit::isDue() {
 
 void FatalExit::screenIsGone() {
     isScreenGone = true;
-    if (isDue())
+    if (isDue()) {
         endProcess(fatalCode);
+    }
     screenBox->close();
 }

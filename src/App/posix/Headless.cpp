@@ -32,8 +32,9 @@ Headless::Headless(const CommandLine& options, Signals& signals, StandardOutput&
     : m_options(options), m_signals(signals), m_output(output), m_wakeup(wakeup), m_endWatch(signals) {}
 
 int Headless::run() {
-    if (!prepareTest())
+    if (!prepareTest()) {
         return end(kTestFailed, true);
+    }
     if (startTest()) {
         complain(m_engine->title() + u" measures its peers; the log is " + wholePath(m_engine->logFilePath()) +
                  u"; Ctrl-C stops");
@@ -57,8 +58,9 @@ int Headless::endTest() {
 
 int Headless::end(int status, bool isOutputDone) {
     const bool isLogDone = m_endWatch.waitForLog();
-    if (!isOutputDone || !isLogDone)
+    if (!isOutputDone || !isLogDone) {
         _exit(status);
+    }
     m_engine.reset();
     return status;
 }
@@ -74,8 +76,9 @@ bool Headless::prepareTest() {
     for (int i = 0; m_canRun && i < m_options.peers.numberOfElements(); ++i) {
         SPW_CString why;
         const PeerAdded added = addPeer(*m_engine, m_options.peers[i], why);
-        if (added != PeerAdded::kYes)
+        if (added != PeerAdded::kYes) {
             complain(why);
+        }
         m_canRun = added != PeerAdded::kNotFound;
     }
     m_endWatch.startEnds();
@@ -99,8 +102,9 @@ bool Headless::startTest() {
 bool Headless::tellProblems() const {
     SPW_CArray<StartProblem> problems;
     m_engine->startProblems(problems);
-    for (int i = 0; i < problems.numberOfElements(); ++i)
+    for (int i = 0; i < problems.numberOfElements(); ++i) {
         complain(problems[i].text);
+    }
     return !hasProblem(problems, StartProblem::kLogInUse) && !hasProblem(problems, StartProblem::kLogNotOpened) &&
            !hasProblem(problems, StartProblem::kListenerNotStarted);
 }
@@ -112,11 +116,13 @@ bool Headless::tellProblems() const {
 void Headless::obeyRequests() {
     while (!m_stopping && m_canRun) {
         waitForSomething();
-        for (int number = m_signals.next(); number != 0 && !m_stopping && m_canRun; number = m_signals.next())
+        for (int number = m_signals.next(); number != 0 && !m_stopping && m_canRun; number = m_signals.next()) {
             obey(number);
+        }
         lookAtOutput();
-        if (m_options.hasDuration && elapsedMs() >= m_options.durationMs)
+        if (m_options.hasDuration && elapsedMs() >= m_options.durationMs) {
             return;
+        }
         if (m_options.hasInterval && elapsedMs() >= m_nextSnapshotMs) {
             m_isSnapshotDue = true;
             // Intervals that a suspended machine has slept through are left out.
@@ -128,8 +134,9 @@ void Headless::obeyRequests() {
 
 void Headless::waitForSomething() {
     pollfd source = {m_wakeup.descriptor(), POLLIN, 0};
-    if (poll(&source, 1, static_cast<int>(msUntilNextDuty())) > 0)
+    if (poll(&source, 1, static_cast<int>(msUntilNextDuty())) > 0) {
         m_wakeup.clear();
+    }
 }
 
 void Headless::obey(int signalNumber) {
@@ -159,8 +166,9 @@ void Headless::obey(int signalNumber) {
 }
 
 void Headless::printDueSnapshot() {
-    if (m_isSnapshotDue && !m_stopping && !m_output.isBusy())
+    if (m_isSnapshotDue && !m_stopping && !m_output.isBusy()) {
         printSnapshot(false);
+    }
 }
 
 void Headless::printSnapshot(bool isFinal) {
@@ -173,8 +181,9 @@ void Headless::printSnapshot(bool isFinal) {
 // A reader that leaves, as `head` does, has what it wanted; anything else loses what somebody waits for.
 void Headless::lookAtOutput() {
     const int failure = m_output.failure();
-    if (failure == 0)
+    if (failure == 0) {
         return;
+    }
     m_stopping = true;
     if (failure != EPIPE && !m_isOutputLost) {
         tellOutputFailure(failure);
@@ -185,8 +194,9 @@ void Headless::lookAtOutput() {
 // A reader may take all the time it wants until somebody asks for the end. False when it does not take everything.
 bool Headless::waitForOutput() {
     bool isDone = m_output.waitUntilWritten(kOutputPatienceMs);
-    while (!isDone && !m_signals.isStopRequested())
+    while (!isDone && !m_signals.isStopRequested()) {
         isDone = m_output.waitUntilWritten(kOutputPatienceMs);
+    }
     lookAtOutput();
     if (!isDone) {
         complain(u"the standard output takes nothing; the result is lost");
@@ -202,21 +212,26 @@ std::int64_t Headless::elapsedMs() const {
 std::uint32_t Headless::msUntilNextDuty() const {
     constexpr std::int64_t kLongest = 24 * 3600 * 1000;  // one wake-up a day costs nothing
     std::int64_t due = elapsedMs() + kLongest;
-    if (m_options.hasDuration)
+    if (m_options.hasDuration) {
         due = std::min(due, m_options.durationMs);
-    if (m_options.hasInterval)
+    }
+    if (m_options.hasInterval) {
         due = std::min(due, m_nextSnapshotMs);
+    }
     // Rounded up by one: a wait that ends within the last millisecond would find nothing due.
     return static_cast<std::uint32_t>(std::max<std::int64_t>(due - elapsedMs(), 0)) + 1;
 }
 
 int Headless::verdict() const {
-    if (!m_canRun)
+    if (!m_canRun) {
         return kTestFailed;
-    if (m_isOutputLost)
+    }
+    if (m_isOutputLost) {
         return kSomeUnreachable;
+    }
     const int peers = m_rows.numberOfElements();
-    if (peers == 0)
+    if (peers == 0) {
         return kNoPeer;
+    }
     return countReachable(m_rows, m_options.minimumQuality) == peers ? kAllReachable : kSomeUnreachable;
 }

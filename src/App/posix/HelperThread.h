@@ -16,8 +16,9 @@ public:
         sigset_t sent;
         sigset_t former;
         sigfillset(&sent);
-        for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+        for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS}) {
             sigdelset(&sent, number);
+        }
         pthread_sigmask(SIG_BLOCK, &sent, &former);
         m_isRunning = pthread_create(&m_thread, nullptr, run, this) == 0;
         pthread_sigmask(SIG_SETMASK, &former, nullptr);
@@ -30,8 +31,9 @@ public:
     bool isRunning() const { return m_isRunning; }
     // Waits for the end of the job. May be called twice.
     void join() {
-        if (m_isRunning)
+        if (m_isRunning) {
             pthread_join(m_thread, nullptr);
+        }
         m_isRunning = false;
     }
 

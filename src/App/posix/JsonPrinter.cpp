@@ -28,8 +28,9 @@ Json notMade(const PeerRowValues& row) {
     const std::pair<Protocol, const char*> kNames[] = {
         {kMulticast, "multicast"}, {kTcpip, "tcpip"}, {kUdp, "udp"}, {kPing, "ping"}};
     for (const auto& [protocol, name] : kNames) {
-        if (row.isNotMade[protocol])
+        if (row.isNotMade[protocol]) {
             names.push_back(name);
+        }
     }
     return names;
 }
@@ -53,10 +54,12 @@ std::string formatJson(std::uint64_t wall100ns, int testNumber, bool isFinal, co
             {"ping", protocolObject(row, kPing)},
         };
         const Json missing = notMade(row);
-        if (!missing.empty())
+        if (!missing.empty()) {
             object["notMade"] = missing;
-        if (isFinal)
+        }
+        if (isFinal) {
             object["final"] = true;
+        }
         lines += object.dump(-1, ' ', false, Json::error_handler_t::replace);
         lines += '\n';
     }

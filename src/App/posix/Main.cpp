@@ -37,8 +37,9 @@ void occupyStandardDescriptors() {
     do {
         descriptor = open("/dev/null", O_RDWR);
     } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    if (descriptor >= 0)
+    if (descriptor >= 0) {
         close(descriptor);
+    }
 }
 
 std::string versionLine() {
@@ -49,8 +50,9 @@ std::string versionLine() {
 
 SPW_CArray<SPW_CString> tokensOf(int argc, char** argv) {
     SPW_CArray<SPW_CString> tokens;
-    for (int i = 1; i < argc; ++i)
+    for (int i = 1; i < argc; ++i) {
         tokens.append(SPW_CString(argv[i]));
+    }
     return tokens;
 }
 
@@ -99,18 +101,22 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
 
     const CommandLine options = scanArguments(tokensOf(argc, argv), CommandLine::kUnixStyle);
-    if (options.getInfoRequested)
+    if (options.getInfoRequested) {
         return runReport(options);
+    }
     if (!options.isUsable()) {
         complain(options.error);
         complain(u"-help lists the options");
         return kBadCommandLine;
     }
-    if (options.help)
+    if (options.help) {
         return printAndTell(usageText().toAnsi());
-    if (options.version)
+    }
+    if (options.version) {
         return printAndTell(versionLine());
-    if (!options.ignored.isEmpty())
+    }
+    if (!options.ignored.isEmpty()) {
         complain(options.ignored);
+    }
     return runTests(options);
 }

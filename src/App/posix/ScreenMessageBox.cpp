@@ -11,16 +11,19 @@ SPW_CMessageBox::Answer ScreenMessageBox::show(const SPW_CString& text, const SP
         guard.unlock();
         return m_console.show(text, caption, buttons, icon);
     }
-    if (buttons == kOk && !m_shown.isNew(text))
+    if (buttons == kOk && !m_shown.isNew(text)) {
         return kAnswerOk;
+    }
     const int number = post(text, caption, buttons);
-    if (buttons == kOk || isScreenThread())
+    if (buttons == kOk || isScreenThread()) {
         return answerThatGoesOn(buttons);
+    }
 
     m_changed.wait(guard, [&] { return m_isClosed || m_answers.count(number) != 0; });
     const auto answered = m_answers.find(number);
-    if (answered == m_answers.end())
+    if (answered == m_answers.end()) {
         return answerThatGoesOn(buttons);
+    }
     const Answer result = answered->second;
     m_answers.erase(answered);
     return result;
@@ -38,8 +41,9 @@ void ScreenMessageBox::tell(const SPW_CString& text, const SPW_CString& caption)
 
 // The message's number.
 int ScreenMessageBox::post(const SPW_CString& text, const SPW_CString& caption, Buttons buttons) {
-    if (m_untaken.size() == kMostUntaken)
+    if (m_untaken.size() == kMostUntaken) {
         dropOldestUntaken();
+    }
     const Message message = {++m_lastNumber, caption, text, buttons};
     m_unanswered[message.number] = message;
     m_untaken.push_back(message);
@@ -70,10 +74,12 @@ std::vector<ScreenMessageBox::Message> ScreenMessageBox::take() {
 void ScreenMessageBox::answer(int number, Answer answer) {
     const std::lock_guard<std::mutex> guard(m_lock);
     const auto message = m_unanswered.find(number);
-    if (message == m_unanswered.end())
+    if (message == m_unanswered.end()) {
         return;
-    if (message->second.buttons != kOk)
+    }
+    if (message->second.buttons != kOk) {
         m_answers[number] = answer;
+    }
     m_unanswered.erase(message);
     m_changed.notify_all();
     m_wakeup.wake();  // there is room for another one
@@ -88,13 +94,15 @@ void ScreenMessageBox::close() {
         m_untaken.clear();
         m_changed.notify_all();
     }
-    for (const auto& [number, message] : unread)
+    for (const auto& [number, message] : unread) {
         (void)m_console.show(message.text, message.caption, message.buttons, kIconError);
+    }
 }
 
 void ScreenMessageBox::waitUntilRead() {
-    if (isScreenThread())
+    if (isScreenThread()) {
         return;
+    }
     std::unique_lock<std::mutex> guard(m_lock);
     m_changed.wait(guard, [this] { return m_isClosed || m_unanswered.empty(); });
 }

@@ -14,11 +14,13 @@
 #include "SnapshotText.h"
 
 bool canShowScreen(const CommandLine& options) {
-    if (options.headless || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)
+    if (options.headless || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) {
         return false;
+    }
     const SPW_CString unfitness = Terminal::unfitness();
-    if (unfitness.isEmpty())
+    if (unfitness.isEmpty()) {
         return true;
+    }
     complain(unfitness + u"; going on without a screen, as with -headless");
     return false;
 }
@@ -53,8 +55,9 @@ int ScreenProgram::run() {
     m_worker.finish();
     const bool isPrinted = printLastTable();
     const bool isLogDone = m_endWatch.waitForLog();
-    if (!isPrinted || !isLogDone)
+    if (!isPrinted || !isLogDone) {
         _exit(EXIT_SUCCESS);
+    }
     return EXIT_SUCCESS;
 }
 
@@ -64,18 +67,21 @@ int ScreenProgram::run() {
 // 4. The keys.
 void ScreenProgram::waitForSomething() {
     pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {m_wakeup.descriptor(), POLLIN, 0}};
-    if (poll(sources, std::size(sources), msUntilSomethingIsDue()) < 0)
+    if (poll(sources, std::size(sources), msUntilSomethingIsDue()) < 0) {
         return;
+    }
     passTime();
     if (sources[1].revents != 0) {
         m_wakeup.clear();
         obeySignals();
         takeNews();
     }
-    if (sources[0].revents != 0)
+    if (sources[0].revents != 0) {
         readInput();
-    if ((sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
+    }
+    if ((sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
         m_isTerminalGone = true;
+    }
 }
 
 void ScreenProgram::passTime() {
@@ -90,8 +96,9 @@ void ScreenProgram::passTime() {
 int ScreenProgram::msUntilSomethingIsDue() const {
     const std::int64_t now = nowMs();
     std::int64_t due = m_screen.msUntilTick(now);
-    if (m_pace.isRequested())
+    if (m_pace.isRequested()) {
         due = std::min(due, m_pace.msUntilDue(now));
+    }
     return static_cast<int>(due);
 }
 
@@ -128,28 +135,34 @@ void ScreenProgram::obeySignal(int number) {
 void ScreenProgram::takeNews() {
     const std::vector<EngineWorker::News> news = m_worker.takeNews();
     // The rows go first: those that a test begins with are there before it is told to run.
-    if (!news.empty())
+    if (!news.empty()) {
         m_screen.apply(m_worker.board().take());
-    for (const EngineWorker::News& each : news)
+    }
+    for (const EngineWorker::News& each : news) {
         each(m_screen);
-    for (const ScreenMessageBox::Message& message : m_box.take())
+    }
+    for (const ScreenMessageBox::Message& message : m_box.take()) {
         m_screen.showMessage(message.number, message.caption, message.text, message.buttons);
+    }
     m_pace.request();
 }
 
 void ScreenProgram::readInput() {
     Input input;
-    while (!m_screen.isOver() && m_terminal.read(input))
+    while (!m_screen.isOver() && m_terminal.read(input)) {
         m_screen.handle(input);
-    if (m_screen.takeRedrawRequest())
+    }
+    if (m_screen.takeRedrawRequest()) {
         m_terminal.redrawAll();
+    }
     m_pace.request();
 }
 
 void ScreenProgram::drawIfDue() {
     const std::int64_t now = nowMs();
-    if (!m_pace.isDue(now))
+    if (!m_pace.isDue(now)) {
         return;
+    }
     m_screen.apply(m_worker.board().take());
     Canvas canvas(m_terminal.width(), m_terminal.height(), m_terminal.glyphs());
     m_screen.draw(canvas);
@@ -161,14 +174,16 @@ void ScreenProgram::drawIfDue() {
 // then the answer is false.
 bool ScreenProgram::printLastTable() {
     constexpr std::uint32_t kPatienceMs = 2000;
-    if (m_worker.lastTest() == 0)
+    if (m_worker.lastTest() == 0) {
         return true;
+    }
     SPW_CArray<PeerRowValues> rows;
     m_worker.engine().snapshot(rows);
     m_output.print(snapshotText(m_options, {m_worker.lastTest(), m_screen.status().elapsedSeconds, true}, rows));
     while (!m_output.waitUntilWritten(kPatienceMs)) {
-        if (m_signals.isStopRequested())
+        if (m_signals.isStopRequested()) {
             return false;
+        }
     }
     return true;
 }

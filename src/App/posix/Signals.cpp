@@ -23,8 +23,9 @@ bool isIgnored(int number) {
 // A blocked signal would come though it is ignored, so the ignored ones are left out.
 void add(std::initializer_list<int> numbers, sigset_t& set) {
     for (const int number : numbers) {
-        if (!isIgnored(number))
+        if (!isIgnored(number)) {
             sigaddset(&set, number);
+        }
     }
 }
 
@@ -93,12 +94,14 @@ int Signals::next() {
         int number = 0;
         for (int each = 1; each < 64; ++each) {
             const bool isPending = (pending >> each & 1) != 0;
-            if (isPending && (number == 0 || (isStop(each) && !isStop(number))))
+            if (isPending && (number == 0 || (isStop(each) && !isStop(number)))) {
                 number = each;
+            }
         }
         const std::uint64_t bit = std::uint64_t{1} << number;
-        if ((m_pending.fetch_and(~bit) & bit) != 0)
+        if ((m_pending.fetch_and(~bit) & bit) != 0) {
             return number;
+        }
         pending = m_pending;  // another thread has taken it
     }
     return 0;
@@ -122,10 +125,12 @@ void Signals::work() {
         // Once the end has begun there is nothing more to hear of it.
         const nfds_t count = std::size(sources) - (isEnding ? 1 : 0);
         (void)poll(sources, count, isEnding ? kWatchMs : -1);
-        if (sources[0].revents != 0)
+        if (sources[0].revents != 0) {
             return;
-        if (sources[3].revents != 0)
+        }
+        if (sources[3].revents != 0) {
             takeInOthers();
+        }
         isEnding = isEnding || sources[4].revents != 0;
         const int stop = take(m_stopSource);
         if (stop != 0) {
@@ -137,8 +142,9 @@ void Signals::work() {
             m_pending |= std::uint64_t{1} << (stop != 0 ? stop : other);
             m_wakeup.wake();
         }
-        if (isEnding)
+        if (isEnding) {
             watch();
+        }
     }
 }
 
@@ -160,14 +166,16 @@ void Signals::takeStop(int number) {
 
 void Signals::watch() {
     const std::lock_guard<std::mutex> guard(m_watcherLock);
-    if (m_watcher)
+    if (m_watcher) {
         m_watcher();
+    }
 }
 
 bool hasControllingTerminal() {
     const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (terminal < 0)
+    if (terminal < 0) {
         return false;
+    }
     close(terminal);
     return true;
 }

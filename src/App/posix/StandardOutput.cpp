@@ -16,8 +16,9 @@ StandardOutput::~StandardOutput() {
 
 void StandardOutput::print(const std::string& text) {
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_failure != 0)
+    if (m_failure != 0) {
         return;
+    }
     m_text += text;
     m_changed.notify_all();
 }
@@ -37,8 +38,9 @@ bool StandardOutput::waitUntilWritten(std::uint32_t patienceMs) {
     while (m_isWriting || !m_text.empty()) {
         const std::uint64_t before = m_progress;
         const auto isNews = [this, before] { return m_progress != before || (!m_isWriting && m_text.empty()); };
-        if (!m_changed.wait_for(guard, std::chrono::milliseconds(patienceMs), isNews))
+        if (!m_changed.wait_for(guard, std::chrono::milliseconds(patienceMs), isNews)) {
             return false;
+        }
     }
     return true;
 }
@@ -47,8 +49,9 @@ void StandardOutput::work() {
     std::unique_lock<std::mutex> guard(m_lock);
     for (;;) {
         m_changed.wait(guard, [this] { return m_isFinished || !m_text.empty(); });
-        if (m_text.empty())
+        if (m_text.empty()) {
             return;
+        }
         std::string text;
         text.swap(m_text);
         m_isWriting = true;

@@ -134,14 +134,18 @@ Input inputOfCharacter(wint_t character) {
 
 Input inputOfMouse() {
     MEVENT event;
-    if (getmouse(&event) != OK)
+    if (getmouse(&event) != OK) {
         return Input::ofKey(Input::kNoKey);
-    if ((event.bstate & kPresses) != 0)
+    }
+    if ((event.bstate & kPresses) != 0) {
         return Input::ofMouse(Input::kClick, event.x, event.y);
-    if ((event.bstate & BUTTON4_PRESSED) != 0)
+    }
+    if ((event.bstate & BUTTON4_PRESSED) != 0) {
         return Input::ofMouse(Input::kWheelUp, event.x, event.y);
-    if ((event.bstate & BUTTON5_PRESSED) != 0)
+    }
+    if ((event.bstate & BUTTON5_PRESSED) != 0) {
         return Input::ofMouse(Input::kWheelDown, event.x, event.y);
+    }
     return Input::ofKey(Input::kNoKey);
 }
 
@@ -156,8 +160,9 @@ SPW_CString Terminal::unfitness() {
     }
     const bool hasScreen = capability("cup") != nullptr && capability("clear") != nullptr;
     del_curterm(cur_term);
-    if (!hasScreen)
+    if (!hasScreen) {
         return SPW_CString(u"the terminal \"") + terminalName() + u"\" (TERM) has no screen";
+    }
     return SPW_CString();
 }
 
@@ -166,12 +171,14 @@ bool Terminal::open() {
     m_glyphs = isUtf8() ? &kUnicodeGlyphs : &kAsciiGlyphs;
     struct sigaction action;
     m_canSuspend = sigaction(SIGTSTP, nullptr, &action) == 0 && action.sa_handler != SIG_IGN;
-    if (tcgetattr(STDIN_FILENO, &m_formerModes) != 0)
+    if (tcgetattr(STDIN_FILENO, &m_formerModes) != 0) {
         return false;
+    }
     use_tioctl(TRUE);
     m_screen = newterm(nullptr, stdout, stdin);
-    if (m_screen == nullptr)
+    if (m_screen == nullptr) {
         return false;
+    }
     TerminalRescue::arm(STDOUT_FILENO, m_formerModes, leavingSequence());
     setModes();
     setColours();
@@ -200,8 +207,9 @@ void Terminal::setModes() {
 }
 
 void Terminal::setColours() {
-    if (wantsNoColour() || !has_colors())
+    if (wantsNoColour() || !has_colors()) {
         return;
+    }
     start_color();
     use_default_colors();
     init_pair(kWarningPair, COLOR_YELLOW, -1);
@@ -214,11 +222,13 @@ std::string Terminal::leavingSequence() const {
     std::string sequence;
     for (const char* name : {"sgr0", "op", "rmkx", "cnorm", "rmcup"}) {
         const char* const text = capability(name);
-        if (text != nullptr)
+        if (text != nullptr) {
             sequence += text;
+        }
     }
-    if (capability("kmous") != nullptr)
+    if (capability("kmous") != nullptr) {
         sequence += "\033[?1006l\033[?1000l";
+    }
     return sequence;
 }
 
@@ -234,8 +244,9 @@ void Terminal::leaveScreen() {
 }
 
 void Terminal::close() {
-    if (m_screen == nullptr)
+    if (m_screen == nullptr) {
         return;
+    }
     leaveScreen();
     delscreen(m_screen);
     m_screen = nullptr;
@@ -244,8 +255,9 @@ void Terminal::close() {
 
 // The signal is the one that Ctrl-Z sends; so a process that nobody could ever continue is not stopped.
 void Terminal::suspend() {
-    if (!m_canSuspend)
+    if (!m_canSuspend) {
         return;
+    }
     leaveScreen();
     struct sigaction stopping = {};
     stopping.sa_handler = SIG_DFL;
@@ -273,8 +285,9 @@ void Terminal::redrawAll() {
 
 void Terminal::takeSize() {
     winsize size = {};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0)
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
         resizeterm(size.ws_row, size.ws_col);
+    }
 }
 
 int Terminal::width() const {
@@ -287,18 +300,21 @@ int Terminal::height() const {
 
 void Terminal::show(const Canvas& canvas) {
     const bool isSameSize = canvas.width() == m_shown.width() && canvas.height() == m_shown.height();
-    if (!isSameSize)
+    if (!isSameSize) {
         erase();
+    }
     for (int y = 0; y < canvas.height(); ++y) {
         for (int x = 0; x < canvas.width(); ++x) {
             const Canvas::Cell& cell = canvas.cell(x, y);
-            if (!cell.isRightHalf && (!isSameSize || cell != m_shown.cell(x, y)))
+            if (!cell.isRightHalf && (!isSameSize || cell != m_shown.cell(x, y))) {
                 showCell(cell, x, y);
+            }
         }
     }
     m_shown = canvas;
-    if (canvas.hasCursor())
+    if (canvas.hasCursor()) {
         move(canvas.cursorY(), canvas.cursorX());
+    }
     curs_set(canvas.hasCursor() ? 1 : 0);
     wnoutrefresh(stdscr);
     doupdate();
@@ -311,29 +327,34 @@ void Terminal::showCell(const Canvas::Cell& cell, int x, int y) {
     const int columns = displayWidth(cell.character);
     wchar_t text[2 + Canvas::Cell::kMarks] = {character};
     const bool isShowable = iswprint(static_cast<wint_t>(character)) != 0 && wcwidth(character) == columns;
-    if (!isShowable)
+    if (!isShowable) {
         text[0] = L'?';
+    }
     std::size_t length = 1;
     for (const char32_t mark : cell.marks) {
-        if (isShowable && mark != 0 && wcwidth(static_cast<wchar_t>(mark)) == 0)
+        if (isShowable && mark != 0 && wcwidth(static_cast<wchar_t>(mark)) == 0) {
             text[length++] = static_cast<wchar_t>(mark);
+        }
     }
     const attr_t attributes = attributesOf(cell.style, m_hasColours);
     cchar_t complex;
     setcchar(&complex, text, attributes & ~A_COLOR, static_cast<short>(PAIR_NUMBER(attributes)), nullptr);
     mvadd_wch(y, x, &complex);
-    if (!isShowable && columns == 2)
+    if (!isShowable && columns == 2) {
         mvaddch(y, x + 1, ' ' | (attributes & ~A_COLOR));
+    }
 }
 
 bool Terminal::read(Input& input) {
     wint_t code = 0;
     const int kind = get_wch(&code);
-    if (kind == ERR)
+    if (kind == ERR) {
         return false;
-    if (kind == KEY_CODE_YES)
+    }
+    if (kind == KEY_CODE_YES) {
         input = code == KEY_MOUSE ? inputOfMouse() : Input::ofKey(keyOf(code));
-    else
+    } else {
         input = inputOfCharacter(code);
+    }
     return true;
 }

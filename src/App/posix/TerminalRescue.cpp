@@ -38,33 +38,38 @@ bool takesSomething(int descriptor) {
 void writeAll(int descriptor, const char* bytes, std::size_t length) {
     while (length > 0 && takesSomething(descriptor)) {
         const ssize_t written = write(descriptor, bytes, length);
-        if (written <= 0)
+        if (written <= 0) {
             return;
+        }
         bytes += written;
         length -= static_cast<std::size_t>(written);
     }
 }
 
 void keepStandardError() {
-    if (isatty(STDERR_FILENO) == 0)
+    if (isatty(STDERR_FILENO) == 0) {
         return;
+    }
     realError = dup(STDERR_FILENO);
     keptText = memfd_create("standard-error", MFD_CLOEXEC);
-    if (realError >= 0 && keptText >= 0)
+    if (realError >= 0 && keptText >= 0) {
         dup2(keptText, STDERR_FILENO);
+    }
 }
 
 // Descriptors stay open: another thread may be at the same.
 void releaseStandardError() {
-    if (realError < 0 || keptText < 0)
+    if (realError < 0 || keptText < 0) {
         return;
+    }
     dup2(realError, STDERR_FILENO);
     char piece[1024];
     off_t offset = 0;
     for (;;) {
         const ssize_t length = pread(keptText, piece, sizeof piece, offset);
-        if (length <= 0)
+        if (length <= 0) {
             return;
+        }
         writeAll(STDERR_FILENO, piece, static_cast<std::size_t>(length));
         offset += length;
     }
@@ -81,8 +86,9 @@ void onDeadlySignal(int number, siginfo_t* info, void*) {
     TerminalRescue::restore();
     const int* const place = std::find(std::begin(kDeadly), std::end(kDeadly), number);
     sigaction(number, &formerActions[place - std::begin(kDeadly)], nullptr);
-    if (!isFault(number, *info))
+    if (!isFault(number, *info)) {
         raise(number);
+    }
 }
 
 void catchDeadlySignals() {
@@ -95,8 +101,9 @@ void catchDeadlySignals() {
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     for (std::size_t i = 0; i < std::size(kDeadly); ++i) {
         sigaction(kDeadly[i], nullptr, &formerActions[i]);
-        if (formerActions[i].sa_handler != SIG_IGN)
+        if (formerActions[i].sa_handler != SIG_IGN) {
             sigaction(kDeadly[i], &action, nullptr);
+        }
     }
 }
 
@@ -112,16 +119,19 @@ void TerminalRescue::arm(int terminal, const termios& modes, const std::string& 
 }
 
 void TerminalRescue::disarm() {
-    if (!isArmed.exchange(false))
+    if (!isArmed.exchange(false)) {
         return;
-    for (std::size_t i = 0; i < std::size(kDeadly); ++i)
+    }
+    for (std::size_t i = 0; i < std::size(kDeadly); ++i) {
         sigaction(kDeadly[i], &formerActions[i], nullptr);
+    }
     releaseStandardError();
 }
 
 void TerminalRescue::restore() {
-    if (!isArmed.exchange(false))
+    if (!isArmed.exchange(false)) {
         return;
+    }
     writeAll(terminalDescriptor, leavingSequence, leavingLength);
     tcsetattr(terminalDescriptor, TCSANOW, &formerModes);
     releaseStandardError();

@@ -63,8 +63,9 @@ std::string jsonOfName(const SPW_CString& name) {
 TEST(JsonPrinterTest, AHostileNameLeavesOneObjectOnOneLine) {
     const char16_t lone[] = {0xD83D, u'x', 0xDE00, 0};
     SPW_CString everything;
-    for (int c = 1; c < 0x110; ++c)
+    for (int c = 1; c < 0x110; ++c) {
         everything.append(static_cast<char16_t>(c));
+    }
     SPW_CString longest;
     longest.fill(u'"', 900);
     for (const SPW_CString& name :
@@ -72,8 +73,9 @@ TEST(JsonPrinterTest, AHostileNameLeavesOneObjectOnOneLine) {
           SPW_CString(u"\\\",\"quality\":100,\"x\":\""), SPW_CString(u"\u2028\u2029\u202E")}) {
         const std::string line = jsonOfName(name);
         EXPECT_EQ(line.size() - 1, line.find('\n'));
-        for (const char c : line.substr(0, line.size() - 1))
+        for (const char c : line.substr(0, line.size() - 1)) {
             EXPECT_GE(static_cast<unsigned char>(c), 0x20);
+        }
         ASSERT_TRUE(nlohmann::json::accept(line)) << line;
         const nlohmann::json object = nlohmann::json::parse(line);
         EXPECT_EQ(std::string(showableText(name).toAnsi()), object["name"].get<std::string>());

@@ -78,8 +78,9 @@ TEST(TablePrinterTest, ALongNameIsCutSoThatItPadsNobodyElsesRow) {
     rows.append(row(u"10.0.0.2", 100, 1, 1));
     const std::vector<std::u16string> lines = linesOf(formatTable(heading(false), rows));
     EXPECT_EQ(lines[2].substr(0, 65), std::u16string(u"10.0.0.1 (") + std::u16string(49, u'x') + u"\u2026     ");
-    for (std::size_t i = 1; i < lines.size(); ++i)
+    for (std::size_t i = 1; i < lines.size(); ++i) {
         EXPECT_EQ(lines[i].size(), 148u);
+    }
 }
 
 TEST(TablePrinterTest, ATableThatFitsTheTerminalIsAsWideAsItNeedsToBe) {
@@ -123,8 +124,9 @@ TEST(TablePrinterTest, NoLineIsWiderThanATerminalOfFiftyColumnsOrMore) {
     rows.append(row(u"255.255.255.255 (\u65e5\u672c\u65e5\u672c\u65e5\u672c\u65e5\u672c)", 100, 10, 10));
     rows.append(row(u"10.0.0.1", 0, 0, 10));
     for (int width = 50; width < 140; ++width) {
-        for (const std::u16string& line : linesOf(formatTable(heading(true), rows, width)))
+        for (const std::u16string& line : linesOf(formatTable(heading(true), rows, width))) {
             EXPECT_LE(displayWidth(line.c_str()), width);
+        }
     }
 }
 

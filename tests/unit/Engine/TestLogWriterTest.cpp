@@ -60,23 +60,27 @@ protected:
         std::vector<std::string> lines;
         std::istringstream file(m_folder.read("log.txt"));
         for (std::string line; std::getline(file, line);) {
-            if (!line.empty() && line.back() == '\r')
+            if (!line.empty() && line.back() == '\r') {
                 line.pop_back();
-            if (line.find("line ") != std::string::npos)
+            }
+            if (line.find("line ") != std::string::npos) {
                 lines.push_back(line);
+            }
         }
         return lines;
     }
     std::vector<std::string> lines() const {
         std::vector<std::string> texts;
-        for (const std::string& line : stampedLines())
+        for (const std::string& line : stampedLines()) {
             texts.push_back(line.substr(line.find("line ")));
+        }
         return texts;
     }
     static std::vector<std::string> lineNumbers(int from, int to) {
         std::vector<std::string> texts;
-        for (int i = from; i <= to; ++i)
+        for (int i = from; i <= to; ++i) {
             texts.push_back(lineNumber(i));
+        }
         return texts;
     }
 
@@ -86,20 +90,23 @@ protected:
 
 TEST_F(TestLogWriterTest, FileBeginsWithTheHeaderAndLinesFollowInOrder) {
     open(100);
-    for (int i = 1; i <= 250; ++i)
+    for (int i = 1; i <= 250; ++i) {
         EXPECT_EQ(log(i, kNoLimit), 0u);
+    }
     close();
     EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 250)));
     const std::string file = m_folder.read("log.txt");
     const std::size_t firstLine = file.find("line 1");
-    for (const char* part : {"description", "application", "1.2.3.4"})
+    for (const char* part : {"description", "application", "1.2.3.4"}) {
         EXPECT_LT(file.find(part), firstLine) << part;
+    }
 }
 
 TEST_F(TestLogWriterTest, EveryLineHasTheTimePrefix) {
     open(100);
-    for (int i = 1; i <= 3; ++i)
+    for (int i = 1; i <= 3; ++i) {
         EXPECT_EQ(log(i, kNoLimit), 0u);
+    }
     close();
     EXPECT_THAT(stampedLines(), ElementsAre(MatchesRegex("..:..:.. line 1"), MatchesRegex("..:..:.. line 2"),
                                             MatchesRegex("..:..:.. line 3")));
@@ -124,8 +131,9 @@ TEST_F(TestLogWriterTest, WithoutMemoryAWriterThatCannotWriteHoldsUpNobodyForLon
 TEST_F(TestLogWriterTest, LineAfterTheOneThatFillsTheQueueIsNotTakenInTime) {
     open(100);
     block();
-    for (int i = 1; i <= 100; ++i)
+    for (int i = 1; i <= 100; ++i) {
         EXPECT_EQ(log(i, 0), 0u) << i;
+    }
     const auto begin = steady_clock::now();
     EXPECT_EQ(log(101, 50), 700u);
     EXPECT_GE(steady_clock::now() - begin, milliseconds(50) - kTimerTick);
@@ -160,13 +168,15 @@ TEST_F(TestLogWriterTest, ALogThatIsGivenUpLetsEverybodyGoWhoWaitsForIt) {
     EXPECT_EQ(log(2, 0), 0u);
     std::atomic<int> refused{0};
     std::vector<std::thread> waiters;
-    for (int i = 0; i < 5; ++i)
+    for (int i = 0; i < 5; ++i) {
         waiters.emplace_back([this, &refused] { refused += log(3, kNoLimit) == 700u ? 1 : 0; });
+    }
     std::this_thread::sleep_for(milliseconds(50));
     EXPECT_EQ(refused, 0);
     m_writer->giveUp();
-    for (std::thread& waiter : waiters)
+    for (std::thread& waiter : waiters) {
         waiter.join();
+    }
     EXPECT_EQ(refused, 5);
     EXPECT_EQ(log(4, kNoLimit), 700u);
     m_writer->unlock();
@@ -178,15 +188,18 @@ TEST_F(TestLogWriterTest, ItTellsHowManyLinesWereTakenAndHowManyAreWritten) {
     open(100);
     block();
     LogProgress before = m_writer->progress();
-    while (before.written != before.taken)
+    while (before.written != before.taken) {
         before = m_writer->progress();
-    for (int i = 1; i <= 3; ++i)
+    }
+    for (int i = 1; i <= 3; ++i) {
         EXPECT_EQ(log(i, 0), 0u);
+    }
     EXPECT_EQ(m_writer->progress().taken, before.taken + 3);
     EXPECT_EQ(m_writer->progress().written, before.written);
     m_writer->unlock();
-    while (m_writer->progress().written != before.taken + 3)
+    while (m_writer->progress().written != before.taken + 3) {
         std::this_thread::yield();
+    }
     EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 3)));
 }
 
@@ -204,8 +217,9 @@ TEST_F(TestLogWriterTest, RoomComesBackAfterARefusedLine) {
 TEST_F(TestLogWriterTest, LinesHandedOverJustBeforeDestructionAreWritten) {
     open(100);
     block();
-    for (int i = 1; i <= 100; ++i)
+    for (int i = 1; i <= 100; ++i) {
         EXPECT_EQ(log(i, 0), 0u);
+    }
     m_writer->requestStop();
     m_writer->unlock();
     close();
@@ -230,12 +244,14 @@ TEST_F(TestLogWriterTest, LinesOfManyThreadsAllArrive) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([this, i] {
-            for (int j = 0; j < 50; ++j)
+            for (int j = 0; j < 50; ++j) {
                 EXPECT_EQ(log(i * 50 + j, kNoLimit), 0u);
+            }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     close();
     EXPECT_THAT(lines(), testing::UnorderedElementsAreArray(lineNumbers(0, 199)));
 }
@@ -243,8 +259,9 @@ TEST_F(TestLogWriterTest, LinesOfManyThreadsAllArrive) {
 TEST_F(TestLogWriterTest, LongAndForeignTextsPassWhole) {
     open(2);
     SPW_CString text(u"line ");
-    for (int i = 0; i < 2000; ++i)
+    for (int i = 0; i < 2000; ++i) {
         text.append(u"\x00E4");
+    }
     EXPECT_EQ(m_writer->log(text, kNoLimit), 0u);
     close();
     EXPECT_THAT(lines(), ElementsAre(std::string(text.toAnsi())));
@@ -255,8 +272,9 @@ TEST_F(TestLogWriterTest, FileThatCannotBeOpenedIsToldOnceAndLinesGoNowhere) {
     auto writer = std::make_unique<TestLogWriter>(m_folder.path("no/such/folder/log.txt"), u"d", u"a", u"v", 2);
     EXPECT_NE(writer->openResult(), 0u);
     EXPECT_EQ(reporter.takeReports().size(), 1u);
-    for (int i = 1; i <= 10; ++i)
+    for (int i = 1; i <= 10; ++i) {
         EXPECT_EQ(writer->log(u"line", kNoLimit), 0u);
+    }
     writer.reset();
     EXPECT_EQ(reporter.takeReports().size(), 0u);
 }

@@ -110,8 +110,9 @@ TEST(CalendarTest, TimesThatNoCalendarShowsAreZero) {
         calendar(2003, 6, 1, 0, 0, 0, 1000),
         calendar(2003, 6, 1, 0, 0, 0, -1),
     };
-    for (const SPW_CalendarTime& time : wrong)
+    for (const SPW_CalendarTime& time : wrong) {
         EXPECT_EQ(SPW_CClock::fromUtc(time), 0u) << time.year << "-" << time.month << "-" << time.day;
+    }
 }
 
 TEST(ClockTest, ScheduleClockStartsAsTheWallClock) {
@@ -150,8 +151,9 @@ TEST(ClockTest, SleepLastsAtLeastItsTimeOnBothClocks) {
 
 TEST(ClockTest, SleepOfZeroGivesUpTheProcessor) {
     const auto begin = steady_clock::now();
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < 50; ++i) {
         SPW_CClock::instance->sleepMs(0);
+    }
     EXPECT_GE(steady_clock::now() - begin, milliseconds(50) - kTimerTick);
 }
 

@@ -20,8 +20,9 @@ TEST(CriticalSectionTest, GuardedCountLosesNothing) {
             }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(count, 20000);
 }
 

@@ -157,15 +157,18 @@ TEST(MessageQueueTest, ManyWritersLoseNothing) {
     std::vector<std::thread> writers;
     for (std::uintptr_t writer = 0; writer < kWriters; ++writer) {
         writers.emplace_back([&queue, writer] {
-            for (std::uintptr_t i = 1; i <= kEach; ++i)
+            for (std::uintptr_t i = 1; i <= kEach; ++i) {
                 queue.qAddMsg(writer * kEach + i);
+            }
         });
     }
     std::uintptr_t sum = 0;
-    for (std::uintptr_t i = 0; i < kWriters * kEach; ++i)
+    for (std::uintptr_t i = 0; i < kWriters * kEach; ++i) {
         sum += queue.take(kSPWForever);
-    for (std::thread& writer : writers)
+    }
+    for (std::thread& writer : writers) {
         writer.join();
+    }
     EXPECT_EQ(sum, kWriters * kEach * (kWriters * kEach + 1) / 2);
     EXPECT_TRUE(queue.isEmpty());
 }
@@ -176,8 +179,9 @@ std::vector<std::string> traceRecords(const std::string& file) {
     std::istringstream lines(file);
     for (std::string line; std::getline(lines, line);) {
         const std::size_t begin = line.find("TRACE ");
-        if (begin == std::string::npos)
+        if (begin == std::string::npos) {
             continue;
+        }
         line = line.substr(begin, line.find_last_not_of('\r') + 1 - begin);
         const std::size_t thread = line.find("(th=");
         records.push_back(line.erase(thread, line.find(')', thread) + 1 - thread));

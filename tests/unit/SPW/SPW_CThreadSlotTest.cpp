@@ -44,8 +44,9 @@ TEST(ThreadSlotTest, DestroyedSlotGivesItsPlaceBackEmpty) {
 
 TEST(ThreadSlotTest, SlotBeyondThePlatformsLimitAnswersZero) {
     std::vector<std::unique_ptr<SPW_CThreadSlot>> slots;
-    for (int i = 0; i < 5000; ++i)
+    for (int i = 0; i < 5000; ++i) {
         slots.push_back(std::make_unique<SPW_CThreadSlot>());
+    }
     slots.back()->set(5);
     EXPECT_EQ(slots.back()->get(), 0);
 }

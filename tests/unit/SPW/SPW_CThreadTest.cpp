@@ -20,8 +20,9 @@ class Worker : public SPW_CThread {
 public:
     explicit Worker(std::function<void()> onStep) : m_onStep(std::move(onStep)) {}
     ~Worker() override {
-        if (!m_started)
+        if (!m_started) {
             return;
+        }
         requestStop();
         m_finishedFuture.wait();
     }
@@ -56,8 +57,9 @@ void shortPause() {
 
 bool soon(const std::function<bool()>& condition) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (!condition() && std::chrono::steady_clock::now() < end)
+    while (!condition() && std::chrono::steady_clock::now() < end) {
         shortPause();
+    }
     return condition();
 }
 
@@ -206,8 +208,9 @@ TEST(ThreadTest, StackHoldsOneHundredAndTwentyEightKilobytes) {
     std::atomic<int> sum{0};
     Worker worker([&] {
         volatile char room[128 * 1024];
-        for (std::size_t i = 0; i < sizeof room; i += 1024)
+        for (std::size_t i = 0; i < sizeof room; i += 1024) {
             room[i] = 1;
+        }
         sum = room[0] + room[sizeof room - 1024];
     });
     worker.begin();

@@ -88,19 +88,22 @@ public:
                     ++m_served;
                 }
             });
-            while (m_arrived <= i)
+            while (m_arrived <= i) {
                 std::this_thread::yield();
+            }
             std::this_thread::sleep_for(pause);
         }
     }
     ~Line() {
-        for (std::thread& thread : m_threads)
+        for (std::thread& thread : m_threads) {
             thread.join();
+        }
     }
     bool awaitServed(int count, milliseconds patience = kPatience) {
         const auto end = steady_clock::now() + patience;
-        while (m_served < count && steady_clock::now() < end)
+        while (m_served < count && steady_clock::now() < end) {
             std::this_thread::sleep_for(milliseconds(1));
+        }
         std::this_thread::sleep_for(milliseconds(5));
         return m_served == count;
     }
@@ -130,8 +133,9 @@ TEST(EventTest, AutomaticEventServesWaitersInOrderOneByOne) {
             EXPECT_TRUE(line.awaitServed(i + 1));
             inOrder = inOrder && line.last() == i;
         }
-        if (inOrder)
+        if (inOrder) {
             break;
+        }
     }
     EXPECT_TRUE(inOrder);
 }
@@ -147,8 +151,9 @@ TEST(EventTest, ManualEventServesAllWaitersEvenWhenItIsResetAtOnce) {
         EXPECT_EQ(event.wait(0), 521u);
         allServed = line.awaitServed(3, milliseconds(2000) + pause);
         event.set();  // for whoever came too late
-        if (allServed)
+        if (allServed) {
             break;
+        }
     }
     EXPECT_TRUE(allServed);
 }

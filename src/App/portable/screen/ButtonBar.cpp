@@ -25,15 +25,17 @@ constexpr Spacing kSpacings[] = {{2, 1}, {1, 1}, {0, 1}};
 
 int widthWith(const Spacing& spacing) {
     int width = (kScreenButtons - 1) * spacing.between;
-    for (const Button& button : kButtons)
+    for (const Button& button : kButtons) {
         width += displayWidth(button.caption) + 2 * spacing.inside;
+    }
     return width;
 }
 
 const Spacing& spacingFor(int width) {
     const Spacing* spacing = kSpacings;
-    while (spacing != std::end(kSpacings) - 1 && widthWith(*spacing) > width)
+    while (spacing != std::end(kSpacings) - 1 && widthWith(*spacing) > width) {
         ++spacing;
+    }
     return *spacing;
 }
 
@@ -69,8 +71,9 @@ void ButtonBar::draw(Canvas& canvas, int y, const bool (&isUsable)[kScreenButton
 
 int ButtonBar::buttonAt(int x, int y) const {
     for (int i = 0; i < kScreenButtons; ++i) {
-        if (m_places[i].contains(x, y))
+        if (m_places[i].contains(x, y)) {
             return i;
+        }
     }
     return kNoButton;
 }
@@ -78,8 +81,9 @@ int ButtonBar::buttonAt(int x, int y) const {
 int ButtonBar::buttonOfLetter(char32_t letter) {
     for (int i = 0; i < kScreenButtons; ++i) {
         const char16_t hotkey = kButtons[i].caption[kButtons[i].hotkey];
-        if (lower(hotkey) == lower(letter))
+        if (lower(hotkey) == lower(letter)) {
             return i;
+        }
     }
     return kNoButton;
 }

@@ -40,18 +40,21 @@ SPW_CString Canvas::line(int y) const {
     int blanks = 0;
     for (int x = 0; x < m_width; ++x) {
         const Cell& here = cell(x, y);
-        if (here.isRightHalf)
+        if (here.isRightHalf) {
             continue;
+        }
         if (here.character == U' ') {
             ++blanks;
             continue;
         }
-        for (; blanks > 0; --blanks)
+        for (; blanks > 0; --blanks) {
             text.append(u' ');
+        }
         appendCharacter(text, here.character);
         for (const char32_t each : here.marks) {
-            if (each != 0)
+            if (each != 0) {
                 appendCharacter(text, each);
+            }
         }
     }
     return text;
@@ -59,8 +62,9 @@ SPW_CString Canvas::line(int y) const {
 
 void Canvas::fill(const Area& area, Style style) {
     for (int y = std::max(area.y, 0); y < std::min(area.y + area.height, m_height); ++y) {
-        for (int x = std::max(area.x, 0); x < std::min(area.x + area.width, m_width); ++x)
+        for (int x = std::max(area.x, 0); x < std::min(area.x + area.width, m_width); ++x) {
             set(x, y, U' ', 1, style);
+        }
     }
 }
 
@@ -71,12 +75,14 @@ int Canvas::put(int x, int y, const SPW_CString& text, Style style, int limit) {
         const char32_t character = nextCharacter(text, i);
         const int columns = displayWidth(character);
         if (columns == 0) {
-            if (last >= 0 && isMark(character))
+            if (last >= 0 && isMark(character)) {
                 mark(last, y, character);
+            }
             continue;
         }
-        if (x + columns > end)
+        if (x + columns > end) {
             break;
+        }
         last = -1;
         if (isInside(x, y)) {
             set(x, y, shown(character), columns, style);
@@ -92,8 +98,9 @@ void Canvas::putFitted(int x, int y, int width, const SPW_CString& text, Style s
     const int needed = displayWidth(text);
     if (needed > width) {
         const int end = put(x, y, text, style, width - 1);
-        if (width > 0)
+        if (width > 0) {
             put(end, y, SPW_CString(m_glyphs->ellipsis), style);
+        }
         return;
     }
     const int blanks = alignment == kLeft ? 0 : alignment == kRight ? width - needed : (width - needed) / 2;
@@ -129,10 +136,12 @@ void Canvas::placeCursor(int x, int y) {
 // A wide character of which one half is overwritten is gone whole.
 void Canvas::release(int x, int y) {
     Cell& here = at(x, y);
-    if (here.isRightHalf && x > 0)
+    if (here.isRightHalf && x > 0) {
         at(x - 1, y).character = U' ';
-    if (x + 1 < m_width && at(x + 1, y).isRightHalf)
+    }
+    if (x + 1 < m_width && at(x + 1, y).isRightHalf) {
         at(x + 1, y) = Cell{U' ', {}, here.style, false};
+    }
     here.isRightHalf = false;
 }
 

@@ -17,17 +17,19 @@ constexpr int kLinesAtLength = 3 + 2 * kProtocols + 2;
 constexpr int kOrder[kProtocols] = {kMulticast, kTcpip, kUdp, kPing};
 
 SPW_CString shareText(const ProtocolCounts& counts) {
-    if (counts.total == 0)
+    if (counts.total == 0) {
         return u"-";
+    }
     return qualityText(static_cast<int>(std::int64_t{counts.received} * 100 / counts.total));
 }
 
 SPW_CString durationText(std::int64_t ms) {
     SPW_CString text;
-    if (ms % 1000 == 0)
+    if (ms % 1000 == 0) {
         text.format(u"%ld s", static_cast<long>(ms / 1000));
-    else
+    } else {
         text.format(u"%g s", static_cast<double>(ms) / 1000);
+    }
     return text;
 }
 
@@ -44,15 +46,17 @@ void putFigures(Canvas& canvas, int x, int y, const SPW_CString& name, const SPW
 
 void DetailBox::draw(Canvas& canvas) {
     const int row = m_list.selected();
-    if (row < 0)
+    if (row < 0) {
         return;
+    }
     const Area frame = centred(canvas, std::min(canvas.width(), kWidest), kLinesAtLength + 2);
     canvas.frame(frame, m_list.cell(row, kLabelColumn));
     const Area room = inside(frame);
-    if (room.height >= kLinesAtLength)
+    if (room.height >= kLinesAtLength) {
         drawAtLength(canvas, room, row);
-    else
+    } else {
         drawInShort(canvas, room, row);
+    }
 }
 
 void DetailBox::drawAtLength(Canvas& canvas, const Area& room, int row) {
@@ -82,8 +86,9 @@ void DetailBox::drawInShort(Canvas& canvas, const Area& room, int row) {
         figuresWidth = std::max(figuresWidth, displayWidth(countsText(counts.received, counts.total)));
     }
     for (const int protocol : kOrder) {
-        if (y >= bottom)
+        if (y >= bottom) {
             return;
+        }
         const ProtocolCounts& counts = m_list.counts(row, protocol);
         int x = room.x;
         canvas.put(x, y, protocolName(protocol), Look::kBox);
@@ -98,16 +103,18 @@ void DetailBox::drawInShort(Canvas& canvas, const Area& room, int row) {
                          SPW_CString(peerColumnHeader(kQualityColumn)) + u": " + m_list.cell(row, kQualityColumn),
                          Look::kBox);
     }
-    if (y < bottom - 1)
+    if (y < bottom - 1) {
         canvas.putFitted(room.x, bottom - 2, room.width, notMadeText(m_list.isNotMade(row)), Look::kFailure);
+    }
 }
 
 void DetailBox::drawChart(Canvas& canvas, const Area& line, const History& history) {
     constexpr int kFull = Glyphs::kLevels - 1;
     for (int age = 0; age < std::min(line.width, history.size()); ++age) {
         const int level = history.level(age, kFull);
-        if (level == History::kUnknown)
+        if (level == History::kUnknown) {
             continue;
+        }
         const Look look = level == kFull ? Look::kBox : level > 0 ? Look::kWarning : Look::kFailure;
         canvas.put(line.x + line.width - 1 - age, line.y, SPW_CString(canvas.glyphs().levels[level]), look);
     }
@@ -124,13 +131,16 @@ SPW_CString DetailBox::legend(const Glyphs& glyphs) const {
 
 bool DetailBox::handle(const Input& input) {
     if (input.kind == Input::kText) {
-        if (input.character == U'j' || input.character == U'k')
+        if (input.character == U'j' || input.character == U'k') {
             m_list.select(m_list.selected() + (input.character == U'j' ? 1 : -1));
+        }
         return input.character != U'q';
     }
-    if (input.isKey(Input::kUp) || input.kind == Input::kWheelUp)
+    if (input.isKey(Input::kUp) || input.kind == Input::kWheelUp) {
         m_list.select(m_list.selected() - 1);
-    if (input.isKey(Input::kDown) || input.kind == Input::kWheelDown)
+    }
+    if (input.isKey(Input::kDown) || input.kind == Input::kWheelDown) {
         m_list.select(m_list.selected() + 1);
+    }
     return !input.isKey(Input::kEnter) && !input.isKey(Input::kEscape) && input.kind != Input::kClick;
 }

@@ -46,18 +46,22 @@ void History::skipPeriod() {
 
 int History::level(int age, int full) const {
     const Column& column = fromEnd(age);
-    if (column.isUnknown())
+    if (column.isUnknown()) {
         return kUnknown;
-    if (column.received == 0)
+    }
+    if (column.received == 0) {
         return 0;
-    if (column.lost == 0)
+    }
+    if (column.lost == 0) {
         return full;
+    }
     return std::clamp(full * column.received / (column.received + column.lost), 1, full - 1);
 }
 
 void History::returnLateOne(std::int32_t& received, std::int32_t lost, std::int32_t expected) {
-    if (m_columns.empty() || !fromEnd(0).isSilent())
+    if (m_columns.empty() || !fromEnd(0).isSilent()) {
         return;
+    }
     const bool isAlone = size() < 2 || !fromEnd(1).isSilent();
     if (received > expected) {
         fromEnd(0).received = 1;

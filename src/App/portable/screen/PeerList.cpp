@@ -13,12 +13,14 @@ int compareLabels(const SPW_CString& left, const SPW_CString& right) {
     SPW_CIpAddress b;
     const bool isLeftAddress = SPW_CIpAddress::parse(left.token(u" "), a);
     const bool isRightAddress = SPW_CIpAddress::parse(right.token(u" "), b);
-    if (isLeftAddress != isRightAddress)
+    if (isLeftAddress != isRightAddress) {
         return isLeftAddress ? -1 : 1;
+    }
     if (isLeftAddress) {
         for (int i = 0; i < 4; ++i) {
-            if (a.octet(i) != b.octet(i))
+            if (a.octet(i) != b.octet(i)) {
                 return a.octet(i) - b.octet(i);
+            }
         }
     }
     return left.compare(right);
@@ -28,8 +30,9 @@ int compareLabels(const SPW_CString& left, const SPW_CString& right) {
 
 bool PeerList::apply(const RowUpdate& update) {
     const RowPlace changed = m_rows.apply(update);
-    if (changed.isNew)
+    if (changed.isNew) {
         insert(changed.index);
+    }
     Detail& detail = *m_details[static_cast<std::size_t>(changed.index)];
     const int protocol = protocolOfColumn(update.column);
     detail.counts[protocol] = {update.received, update.total, update.total - update.received};
@@ -43,13 +46,16 @@ bool PeerList::apply(const RowUpdate& update) {
 void PeerList::insert(int place) {
     m_details.insert(m_details.begin() + place, std::make_unique<Detail>());
     for (int& each : m_order) {
-        if (each >= place)
+        if (each >= place) {
             ++each;
+        }
     }
-    if (m_selectedPlace >= place)
+    if (m_selectedPlace >= place) {
         ++m_selectedPlace;
-    if (m_selectedPlace < 0)
+    }
+    if (m_selectedPlace < 0) {
         m_selectedPlace = 0;
+    }
     m_order.insert(m_order.begin() + place, place);
 }
 
@@ -63,15 +69,17 @@ void PeerList::empty() {
 
 void PeerList::closePeriod(int expected) {
     for (const std::unique_ptr<Detail>& detail : m_details) {
-        for (History& history : detail->histories)
+        for (History& history : detail->histories) {
             history.closePeriod(expected);
+        }
     }
 }
 
 void PeerList::skipPeriod() {
     for (const std::unique_ptr<Detail>& detail : m_details) {
-        for (History& history : detail->histories)
+        for (History& history : detail->histories) {
             history.skipPeriod();
+        }
     }
 }
 
@@ -82,19 +90,23 @@ void PeerList::sortBy(int column) {
 }
 
 void PeerList::sort() {
-    if (!m_isOrderDue)
+    if (!m_isOrderDue) {
         return;
+    }
     m_isOrderDue = false;
     std::sort(m_order.begin(), m_order.end());
-    if (m_sortColumn != kUnsorted)
+    if (m_sortColumn != kUnsorted) {
         std::stable_sort(m_order.begin(), m_order.end(), [this](int a, int b) { return isBefore(a, b); });
+    }
 }
 
 bool PeerList::isBefore(int place, int other) const {
-    if (m_sortColumn == kLabelColumn)
+    if (m_sortColumn == kLabelColumn) {
         return compareLabels(m_rows.cell(place, kLabelColumn), m_rows.cell(other, kLabelColumn)) < 0;
-    if (m_sortColumn == kQualityColumn)
+    }
+    if (m_sortColumn == kQualityColumn) {
         return m_rows.quality(place) < m_rows.quality(other);
+    }
     const int protocol = protocolOfColumn(m_sortColumn);
     const ProtocolCounts& left = m_details[static_cast<std::size_t>(place)]->counts[protocol];
     const ProtocolCounts& right = m_details[static_cast<std::size_t>(other)]->counts[protocol];
@@ -107,8 +119,9 @@ int PeerList::selected() const {
 }
 
 void PeerList::select(int index) {
-    if (size() > 0)
+    if (size() > 0) {
         m_selectedPlace = place(std::clamp(index, 0, size() - 1));
+    }
 }
 
 int PeerList::firstVisible(int lines) {
@@ -124,7 +137,8 @@ int PeerList::firstVisible(int lines) {
 
 void PeerList::scroll(int rows, int lines) {
     const int first = std::clamp(firstVisible(lines) + rows, 0, std::max(size() - lines, 0));
-    if (size() > 0)
+    if (size() > 0) {
         select(std::clamp(selected(), first, first + std::max(lines, 1) - 1));
+    }
     m_firstVisible = first;
 }

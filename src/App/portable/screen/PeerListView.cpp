@@ -9,8 +9,9 @@ namespace {
 constexpr int kProtocolColumns = kPeerColumns - kMulticastColumn;
 
 int headerWidth(int column, int lines) {
-    if (lines == 1)
+    if (lines == 1) {
         return displayWidth(peerColumnHeader(column));
+    }
     SPW_CString upper;
     SPW_CString lower;
     splitPeerColumnHeader(column, upper, lower);
@@ -19,8 +20,9 @@ int headerWidth(int column, int lines) {
 
 int widestCell(const PeerList& list, int column) {
     int widest = 0;
-    for (int row = 0; row < list.size(); ++row)
+    for (int row = 0; row < list.size(); ++row) {
         widest = std::max(widest, displayWidth(list.cell(row, column)));
+    }
     return widest;
 }
 
@@ -32,8 +34,9 @@ Style styleOfQuality(int quality) {
 
 ListLayout::ListLayout(const PeerList& list, int width, int firstProtocol) {
     int contents[kPeerColumns];
-    for (int column = 0; column < kPeerColumns; ++column)
+    for (int column = 0; column < kPeerColumns; ++column) {
         contents[column] = widestCell(list, column);
+    }
 
     int room = 0;  // for the label
     for (headerLines = 1;; ++headerLines) {
@@ -44,15 +47,18 @@ ListLayout::ListLayout(const PeerList& list, int width, int firstProtocol) {
             room -= gap + widths[column];
         }
         widths[kLabelColumn] = std::max(headerWidth(kLabelColumn, headerLines), contents[kLabelColumn]);
-        if (headerLines == 2 || room >= widths[kLabelColumn])
+        if (headerLines == 2 || room >= widths[kLabelColumn]) {
             break;
+        }
     }
 
     const auto dropColumn = [&](int column) { room += gap + widths[column]; };
-    for (int i = 0; i < firstProtocol && i < kProtocolColumns - 1 && room < widths[kLabelColumn]; ++i)
+    for (int i = 0; i < firstProtocol && i < kProtocolColumns - 1 && room < widths[kLabelColumn]; ++i) {
         dropColumn(firstProtocolColumn++);
-    while (room < kLeastLabelWidth && endProtocolColumn > firstProtocolColumn + 1)
+    }
+    while (room < kLeastLabelWidth && endProtocolColumn > firstProtocolColumn + 1) {
         dropColumn(--endProtocolColumn);
+    }
     widths[kLabelColumn] = std::clamp(room, 1, std::max(widths[kLabelColumn], 1));
 }
 
@@ -65,8 +71,9 @@ void PeerListView::draw(Canvas& canvas, const Area& area) {
     m_lines = std::max(m_rowsArea.height, 1);
     m_firstRow = m_list.firstVisible(m_lines);
     drawHeader(canvas, layout);
-    for (int line = 0; line < m_rowsArea.height && m_firstRow + line < m_list.size(); ++line)
+    for (int line = 0; line < m_rowsArea.height && m_firstRow + line < m_list.size(); ++line) {
         drawRow(canvas, layout, m_firstRow + line, m_rowsArea.y + line);
+    }
 }
 
 int PeerListView::rowAt(int x, int y) const {
@@ -78,8 +85,9 @@ void PeerListView::drawHeader(Canvas& canvas, const ListLayout& layout) {
     canvas.fill({m_area.x, m_area.y, m_area.width, layout.headerLines}, Look::kHeader);
     int x = m_area.x + ListLayout::kMarkWidth;
     for (int column = 0; column < kPeerColumns; ++column) {
-        if (!layout.isShown(column))
+        if (!layout.isShown(column)) {
             continue;
+        }
         const Style style(Look::kHeader, column == m_list.sortColumn());
         const Canvas::Alignment alignment = column == kLabelColumn ? Canvas::kLeft : Canvas::kRight;
         const int width = layout.widths[column];
@@ -96,10 +104,12 @@ void PeerListView::drawHeader(Canvas& canvas, const ListLayout& layout) {
     }
     const SPW_CString left(canvas.glyphs().moreLeft);
     const SPW_CString right(canvas.glyphs().moreRight);
-    if (layout.hasMoreLeft())
+    if (layout.hasMoreLeft()) {
         canvas.put(m_area.x, m_area.y, left, Look::kHeader);
-    if (layout.hasMoreRight())
+    }
+    if (layout.hasMoreRight()) {
         canvas.put(std::min(x - layout.gap, m_area.x + m_area.width - 1), m_area.y, right, Look::kHeader);
+    }
 }
 
 void PeerListView::drawRow(Canvas& canvas, const ListLayout& layout, int row, int y) {
@@ -111,8 +121,9 @@ void PeerListView::drawRow(Canvas& canvas, const ListLayout& layout, int row, in
     canvas.put(m_area.x, y, SPW_CString(isWhole ? qualityMark(quality) : kNotMadeMark), style);
     int x = m_area.x + ListLayout::kMarkWidth;
     for (int column = 0; column < kPeerColumns; ++column) {
-        if (!layout.isShown(column))
+        if (!layout.isShown(column)) {
             continue;
+        }
         canvas.putFitted(x, y, layout.widths[column], m_list.cell(row, column), style,
                          column == kLabelColumn ? Canvas::kLeft : Canvas::kRight);
         x += layout.widths[column] + layout.gap;

@@ -40,8 +40,9 @@ const char16_t* captionOf(SPW_CMessageBox::Answer answer) {
 std::vector<SPW_CString> captionsOf(const std::vector<SPW_CMessageBox::Answer>& answers) {
     std::vector<SPW_CString> captions;
     captions.reserve(answers.size());
-    for (const SPW_CMessageBox::Answer answer : answers)
+    for (const SPW_CMessageBox::Answer answer : answers) {
         captions.emplace_back(captionOf(answer));
+    }
     return captions;
 }
 
@@ -57,8 +58,9 @@ void QuestionBox::draw(Canvas& canvas) {
     const Area frame = centred(canvas, width, count + 4);  // with a blank line and the buttons
     const Area room = inside(frame);
     canvas.frame(frame, m_caption);
-    for (int i = 0; i < std::min(count, room.height - 1); ++i)
+    for (int i = 0; i < std::min(count, room.height - 1); ++i) {
         canvas.put(room.x, room.y + i, lines[static_cast<std::size_t>(i)], Look::kBox, room.width);
+    }
     m_buttons.draw(canvas, {room.x, room.y + room.height - 1, room.width, 1}, m_focus);
 }
 
@@ -79,6 +81,7 @@ bool QuestionBox::handle(const Input& input) {
 }
 
 void QuestionBox::press(int button) {
-    if (button >= 0)
+    if (button >= 0) {
         m_answer = m_answers[static_cast<std::size_t>(button)];
+    }
 }

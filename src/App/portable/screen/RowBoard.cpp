@@ -30,8 +30,9 @@ void RowBoard::change(const SPW_CString& label, int protocol, Change make) {
         }
         isNews = noteChange();
     }
-    if (isNews)
+    if (isNews) {
         m_listener.boardChanged();
+    }
 }
 
 void RowBoard::empty() {
@@ -44,8 +45,9 @@ void RowBoard::empty() {
         m_isEmptied = true;
         isNews = noteChange();
     }
-    if (isNews)
+    if (isNews) {
         m_listener.boardChanged();
+    }
 }
 
 RowBoard::News RowBoard::take() {
@@ -58,8 +60,9 @@ RowBoard::News RowBoard::take() {
         Entry& entry = m_entries[static_cast<std::size_t>(index)];
         entry.isWaiting = false;
         for (int protocol = 0; protocol < kProtocols; ++protocol) {
-            if (!entry.isChanged[protocol])
+            if (!entry.isChanged[protocol]) {
                 continue;
+            }
             entry.isChanged[protocol] = false;
             news.updates.push_back({entry.label, columnOfProtocol(protocol), entry.quality, entry.received[protocol],
                                     entry.total[protocol], entry.isNotMade[protocol]});
@@ -77,15 +80,17 @@ bool RowBoard::noteChange() {
 }
 
 int RowBoard::findOrAdd(const SPW_CString& label) {
-    if (m_slots.size() < 2 * (m_entries.size() + 1))
+    if (m_slots.size() < 2 * (m_entries.size() + 1)) {
         rebuildSlots();
+    }
     const std::uint32_t hash = textHash(label);
     const std::size_t mask = m_slots.size() - 1;
     std::size_t slot = hash & mask;
     for (; m_slots[slot] != 0; slot = (slot + 1) & mask) {
         const Entry& entry = m_entries[static_cast<std::size_t>(m_slots[slot] - 1)];
-        if (entry.hash == hash && entry.label == label)
+        if (entry.hash == hash && entry.label == label) {
             return m_slots[slot] - 1;
+        }
     }
     Entry entry;
     entry.label = label;
@@ -101,8 +106,9 @@ void RowBoard::rebuildSlots() {
     const std::size_t mask = m_slots.size() - 1;
     for (std::size_t i = 0; i < m_entries.size(); ++i) {
         std::size_t slot = m_entries[i].hash & mask;
-        while (m_slots[slot] != 0)
+        while (m_slots[slot] != 0) {
             slot = (slot + 1) & mask;
+        }
         m_slots[slot] = static_cast<std::int32_t>(i) + 1;
     }
 }

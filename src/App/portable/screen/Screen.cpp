@@ -60,8 +60,9 @@ void Screen::testStopped() {
 }
 
 void Screen::showInfo(const SPW_CString& text) {
-    if (m_boxKind == kInfo)
+    if (m_boxKind == kInfo) {
         static_cast<TextBox&>(*m_box).setText(text);
+    }
 }
 
 void Screen::showMessage(int message, const SPW_CString& caption, const SPW_CString& text,
@@ -70,11 +71,13 @@ void Screen::showMessage(int message, const SPW_CString& caption, const SPW_CStr
 }
 
 void Screen::apply(const RowBoard::News& news) {
-    if (news.isEmptied)
+    if (news.isEmptied) {
         m_list.empty();
+    }
     for (const RowUpdate& update : news.updates) {
-        if (m_list.apply(update) && m_status.state == StatusLine::kRunning)
+        if (m_list.apply(update) && m_status.state == StatusLine::kRunning) {
             tell(update.label + u" found");
+        }
     }
 }
 
@@ -82,34 +85,40 @@ void Screen::apply(const RowBoard::News& news) {
 
 void Screen::tick(std::int64_t nowMs) {
     m_nowMs = nowMs;
-    if (m_status.state != StatusLine::kRunning)
+    if (m_status.state != StatusLine::kRunning) {
         return;
+    }
     m_status.elapsedSeconds = static_cast<std::uint32_t>((nowMs - m_startedMs) / kSecondMs);
     closePeriods(nowMs);
-    if (m_durationMs != kEndless && nowMs - m_startedMs >= m_durationMs)
+    if (m_durationMs != kEndless && nowMs - m_startedMs >= m_durationMs) {
         press(kStopButton);
+    }
 }
 
 // All that came since the last look belongs to the last period; of several, nobody watched the others.
 void Screen::closePeriods(std::int64_t nowMs) {
-    if (nowMs < m_nextColumnMs)
+    if (nowMs < m_nextColumnMs) {
         return;
+    }
     const std::int64_t unwatched = (nowMs - m_nextColumnMs) / m_columnMs;
-    for (std::int64_t i = 0; i < std::min<std::int64_t>(unwatched, History::kColumns); ++i)
+    for (std::int64_t i = 0; i < std::min<std::int64_t>(unwatched, History::kColumns); ++i) {
         m_list.skipPeriod();
+    }
     m_list.closePeriod(m_probesPerColumn);
     m_nextColumnMs += (unwatched + 1) * m_columnMs;
 }
 
 std::int64_t Screen::msUntilTick(std::int64_t nowMs) const {
     constexpr std::int64_t kIdleMs = 60 * kSecondMs;
-    if (m_status.state != StatusLine::kRunning)
+    if (m_status.state != StatusLine::kRunning) {
         return kIdleMs;
+    }
     const std::int64_t sinceStart = nowMs - m_startedMs;
     std::int64_t due = kSecondMs - sinceStart % kSecondMs;
     due = std::min(due, m_nextColumnMs - nowMs);
-    if (m_durationMs != kEndless)
+    if (m_durationMs != kEndless) {
         due = std::min(due, m_durationMs - sinceStart);
+    }
     return std::max(due, std::int64_t{0});
 }
 
@@ -119,11 +128,13 @@ void Screen::handle(const Input& input) {
     if (input.isKey(Input::kRedraw)) {
         m_isRedrawWanted = true;
     } else if (!m_messages.empty()) {
-        if (!m_messages.front().box->handle(input))
+        if (!m_messages.front().box->handle(input)) {
             answerFirstMessage();
+        }
     } else if (m_box != nullptr) {
-        if (!m_box->handle(input))
+        if (!m_box->handle(input)) {
             open(kNoBox, nullptr);
+        }
     } else if (input.kind == Input::kText) {
         handleText(input.character);
     } else if (input.kind == Input::kKey) {
@@ -236,8 +247,9 @@ bool Screen::isUsable(int button) const {
 }
 
 void Screen::press(ScreenButton button) {
-    if (button == kNoButton || !isUsable(button))
+    if (button == kNoButton || !isUsable(button)) {
         return;
+    }
     switch (button) {
         case kStartButton:
             startTest();
@@ -280,8 +292,9 @@ void Screen::open(BoxKind kind, std::unique_ptr<ScreenBox> box) {
 }
 
 void Screen::openDetail() {
-    if (m_list.size() > 0)
+    if (m_list.size() > 0) {
         open(kDetail, std::make_unique<DetailBox>(m_list, m_columnMs));
+    }
 }
 
 // --- The picture
@@ -294,32 +307,39 @@ void Screen::draw(Canvas& canvas) {
     drawButtons(canvas);
     canvas.putFitted(0, canvas.height() - 1, canvas.width(), m_status.text(canvas.width()), Look::kStatus);
     // A new test begins without the row that the box was about.
-    if (m_boxKind == kDetail && m_list.size() == 0)
+    if (m_boxKind == kDetail && m_list.size() == 0) {
         open(kNoBox, nullptr);
-    if (m_box != nullptr)
+    }
+    if (m_box != nullptr) {
         m_box->draw(canvas);
-    if (!m_messages.empty())
+    }
+    if (!m_messages.empty()) {
         m_messages.front().box->draw(canvas);
+    }
 }
 
 // At their right: which rows are in sight when not all are.
 void Screen::drawButtons(Canvas& canvas) {
     bool usable[kScreenButtons];
-    for (int i = 0; i < kScreenButtons; ++i)
+    for (int i = 0; i < kScreenButtons; ++i) {
         usable[i] = isUsable(i);
+    }
     m_buttons.draw(canvas, kButtonLine, usable);
-    if (m_list.size() <= m_view.lines())
+    if (m_list.size() <= m_view.lines()) {
         return;
+    }
     SPW_CString position;
     position.format(u"%d-%d of %d", m_view.firstRow() + 1, m_view.firstRow() + m_view.lines(), m_list.size());
     const int x = canvas.width() - displayWidth(position);
-    if (x > m_buttons.end())
+    if (x > m_buttons.end()) {
         canvas.put(x, kButtonLine, position, Look::kPlain);
+    }
 }
 
 void Screen::drawHint(Canvas& canvas, const Area& area) {
-    if (m_list.size() > 0)
+    if (m_list.size() > 0) {
         return;
+    }
     const bool isStopped = m_status.state == StatusLine::kStopped;
     const SPW_CString hint = isStopped ? u"s starts a test, ? explains the keys" : u"no peer heard so far";
     canvas.putFitted(area.x, area.y + area.height / 2, area.width, hint, Look::kDimmed, Canvas::kCentre);

@@ -26,8 +26,9 @@ Area ScreenBox::inside(const Area& frame) {
 
 int BoxButtons::width() const {
     int width = (count() - 1) * kBetweenButtons;
-    for (const SPW_CString& caption : m_captions)
+    for (const SPW_CString& caption : m_captions) {
         width += displayWidth(bracketed(caption));
+    }
     return width;
 }
 
@@ -44,8 +45,9 @@ void BoxButtons::draw(Canvas& canvas, const Area& line, int focus) {
 
 int BoxButtons::buttonAt(int x, int y) const {
     for (std::size_t i = 0; i < m_places.size(); ++i) {
-        if (m_places[i].contains(x, y))
+        if (m_places[i].contains(x, y)) {
             return static_cast<int>(i);
+        }
     }
     return -1;
 }

@@ -39,8 +39,9 @@ SPW_CString StatusLine::text(int width) const {
     for (const SPW_CString& log : {logFile, fileName(logFile)}) {
         const SPW_CString whole =
             joined(log.isEmpty() ? beginning : joined(beginning, SPW_CString(u"log ") + log), event);
-        if (displayWidth(whole) <= width)
+        if (displayWidth(whole) <= width) {
             return whole;
+        }
     }
     return joined(beginning, event);
 }

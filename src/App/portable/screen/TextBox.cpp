@@ -31,8 +31,9 @@ void TextBox::draw(Canvas& canvas) {
     canvas.frame(frame, m_title);
     m_room = std::max(text.height, 1);
     m_first = std::clamp(m_first, 0, std::max(count - m_room, 0));
-    for (int line = m_first; line < std::min(m_first + text.height, count); ++line)
+    for (int line = m_first; line < std::min(m_first + text.height, count); ++line) {
         canvas.put(text.x, text.y + line - m_first, m_lines[static_cast<std::size_t>(line)], Look::kBox, text.width);
+    }
 
     SPW_CString hint(u" Esc closes ");
     if (count > m_room) {
@@ -65,8 +66,9 @@ bool TextBox::handle(const Input& input) {
         m_first += input.kind == Input::kWheelUp ? -kWheelLines : kWheelLines;
         return true;
     }
-    if (input.kind != Input::kKey)
+    if (input.kind != Input::kKey) {
         return true;
+    }
     switch (input.key) {
         case Input::kUp:
             --m_first;

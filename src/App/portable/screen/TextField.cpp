@@ -11,10 +11,12 @@ void TextField::focus() {
 }
 
 bool TextField::handle(const Input& input) {
-    if (input.kind == Input::kText)
+    if (input.kind == Input::kText) {
         return type(input.character);
-    if (input.kind != Input::kKey)
+    }
+    if (input.kind != Input::kKey) {
         return false;
+    }
     switch (input.key) {
         case Input::kLeft:
             moveTo(before(m_cursor));
@@ -40,14 +42,17 @@ bool TextField::handle(const Input& input) {
 }
 
 bool TextField::type(char32_t character) {
-    if (m_kind == kDigits && (character < U'0' || character > U'9'))
+    if (m_kind == kDigits && (character < U'0' || character > U'9')) {
         return false;
+    }
     SPW_CString typed;
     appendCharacter(typed, character);
-    if (m_isMarked)
+    if (m_isMarked) {
         erase(0, m_text.length());
-    if (m_text.length() + typed.length() > m_limit)
+    }
+    if (m_text.length() + typed.length() > m_limit) {
         return true;
+    }
     m_text = m_text.left(m_cursor) + typed + m_text.mid(m_cursor, m_text.length());
     m_cursor += typed.length();
     return true;
@@ -68,8 +73,9 @@ int TextField::before(int index) const {
 }
 
 int TextField::after(int index) const {
-    if (index < m_text.length())
+    if (index < m_text.length()) {
         (void)nextCharacter(m_text, index);
+    }
     return index;
 }
 
@@ -81,10 +87,13 @@ void TextField::moveTo(int index) {
 void TextField::draw(Canvas& canvas, int x, int y, bool hasFocus) {
     const Style style(Look::kField, hasFocus && m_isMarked);
     // The cursor behind a text that fills the field wants a column of its own.
-    if (m_cursor < m_first)
+    if (m_cursor < m_first) {
         m_first = m_cursor;
-    while (displayWidth(m_text.mid(m_first, m_cursor - m_first)) >= m_width && m_first < m_cursor && m_limit > m_width)
+    }
+    while (displayWidth(m_text.mid(m_first, m_cursor - m_first)) >= m_width && m_first < m_cursor &&
+           m_limit > m_width) {
         m_first = after(m_first);
+    }
     SPW_CString room;
     room.fill(u'_', m_width);
     canvas.put(x, y, room, Look::kField);

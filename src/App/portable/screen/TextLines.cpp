@@ -13,8 +13,9 @@ int fittingLength(const SPW_CString& text, int width) {
     for (int i = 0; i < text.length();) {
         int next = i;
         columns += displayWidth(nextCharacter(text, next));
-        if (columns > width && i > 0)
+        if (columns > width && i > 0) {
             return i;
+        }
         i = next;
     }
     return text.length();
@@ -22,11 +23,13 @@ int fittingLength(const SPW_CString& text, int width) {
 
 // Where to cut so that no word is: behind the last blank among the first `length` characters, if there is any.
 int cutAtBlank(const SPW_CString& text, int length, int indent) {
-    if (text.at(length) == u' ')
+    if (text.at(length) == u' ') {
         return length;
+    }
     for (int i = length; i > indent + 1; --i) {
-        if (text.at(i - 1) == u' ')
+        if (text.at(i - 1) == u' ') {
             return i;
+        }
     }
     return length;
 }
@@ -54,8 +57,9 @@ std::vector<SPW_CString> wrapText(const SPW_CString& text, int width) {
     std::vector<SPW_CString> lines;
     for (int start = 0; start < text.length();) {
         int end = start;
-        while (end < text.length() && text.at(end) != u'\n')
+        while (end < text.length() && text.at(end) != u'\n') {
             ++end;
+        }
         const int length = end > start && text.at(end - 1) == u'\r' ? end - 1 - start : end - start;
         wrapLine(text.mid(start, length), std::max(width, 1), lines);
         start = end + 1;

@@ -47,8 +47,9 @@ TEST_F(ConsoleMessageBoxTest, TheSameIsToldOnce) {
 }
 
 TEST_F(ConsoleMessageBoxTest, HoweverMuchWasToldSomethingNewIsTold) {
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < 300; ++i) {
         EXPECT_NE("", shown((SPW_CString(u"text ") + i).text()));
+    }
     EXPECT_EQ("", shown(u"text 299"));
 }
 

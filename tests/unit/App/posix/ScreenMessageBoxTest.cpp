@@ -25,8 +25,9 @@ protected:
             (void)isAwakeWithin(-1);
             m_wakeup.clear();
             const std::vector<ScreenMessageBox::Message> messages = m_box.take();
-            if (!messages.empty())
+            if (!messages.empty()) {
                 return messages.front();
+            }
         }
     }
     Wakeup m_wakeup;
@@ -44,9 +45,10 @@ TEST_F(ScreenMessageBoxTest, ABoxWithNothingToDecideKeepsNobodyWaitingAndIsShown
 }
 
 TEST_F(ScreenMessageBoxTest, OfMoreBoxesThanAnybodyReadsTheFirstAndTheLastAreShown) {
-    for (int i = 0; i < 1000; ++i)
+    for (int i = 0; i < 1000; ++i) {
         (void)m_box.show(SPW_CString(u"text ") + i, u"Internal Error", SPW_CMessageBox::kOk,
                          SPW_CMessageBox::kIconError);
+    }
     std::vector<ScreenMessageBox::Message> read;
     for (std::vector<ScreenMessageBox::Message> some = m_box.take(); !some.empty(); some = m_box.take()) {
         for (const ScreenMessageBox::Message& message : some) {
@@ -61,8 +63,9 @@ TEST_F(ScreenMessageBoxTest, OfMoreBoxesThanAnybodyReadsTheFirstAndTheLastAreSho
 }
 
 TEST_F(ScreenMessageBoxTest, AFurtherBoxComesToTheScreenWhenOneThereHasBeenRead) {
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         m_box.tell(SPW_CString(u"text ") + i, u"Linkometry");
+    }
     const std::vector<ScreenMessageBox::Message> first = m_box.take();
     ASSERT_LT(first.size(), 20U);
     EXPECT_TRUE(m_box.take().empty());
@@ -76,14 +79,16 @@ TEST_F(ScreenMessageBoxTest, AFurtherBoxComesToTheScreenWhenOneThereHasBeenRead)
 
 TEST_F(ScreenMessageBoxTest, WhoeverWaitsForAnAnswerWaitsHoweverManyBoxesCome) {
     SPW_CMessageBox::Answer answer = SPW_CMessageBox::kNone;
-    for (int i = 0; i < 16; ++i)
+    for (int i = 0; i < 16; ++i) {
         m_box.tell(u"before", u"Linkometry");
+    }
     (void)m_box.take();
     m_wakeup.clear();
     std::thread asking([&] { answer = show(u"choose", SPW_CMessageBox::kRetryCancel); });
     (void)isAwakeWithin(-1);
-    for (int i = 0; i < 200; ++i)
+    for (int i = 0; i < 200; ++i) {
         m_box.tell(u"behind", u"Linkometry");
+    }
     m_box.answer(1, SPW_CMessageBox::kAnswerOk);
     const std::vector<ScreenMessageBox::Message> next = m_box.take();
     ASSERT_EQ(next.size(), 1U);

@@ -17,18 +17,21 @@ class SignalsTest : public testing::Test {
 protected:
     SignalsTest() {
         pthread_sigmask(SIG_SETMASK, nullptr, &m_before);
-        for (const int number : kNumbers)
+        for (const int number : kNumbers) {
             m_actions[number] = signal(number, SIG_DFL);  // the tests may run under nohup
+        }
     }
     ~SignalsTest() override {
         m_signals.reset();
-        for (const int number : kNumbers)
+        for (const int number : kNumbers) {
             signal(number, m_actions[number]);
+        }
         pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
     }
     Signals& signals(bool doesHangupStop = false) {
-        if (m_signals == nullptr)
+        if (m_signals == nullptr) {
             m_signals = std::make_unique<Signals>(m_wakeup, doesHangupStop);
+        }
         return *m_signals;
     }
     // The next signal, which is waited for; 0 when none comes.
@@ -53,8 +56,9 @@ private:
 
 TEST_F(SignalsTest, EverySignalIsHandedOn) {
     signals().alsoReceive({SIGQUIT, SIGWINCH});
-    for (const int number : {SIGUSR1, SIGUSR2, SIGHUP, SIGQUIT, SIGWINCH, SIGTERM})
+    for (const int number : {SIGUSR1, SIGUSR2, SIGHUP, SIGQUIT, SIGWINCH, SIGTERM}) {
         EXPECT_EQ(number, after(number));
+    }
     EXPECT_EQ(0, m_signals->next());
 }
 
@@ -77,10 +81,12 @@ TEST_F(SignalsTest, AHangupStopsWhereItIsToldTo) {
 
 TEST_F(SignalsTest, AStopGoesBeforeEverythingElse) {
     signals();
-    for (const int number : {SIGHUP, SIGUSR1, SIGUSR2, SIGTERM})
+    for (const int number : {SIGHUP, SIGUSR1, SIGUSR2, SIGTERM}) {
         kill(getpid(), number);
-    while (!m_signals->isStopRequested())
+    }
+    while (!m_signals->isStopRequested()) {
         std::this_thread::yield();
+    }
     EXPECT_EQ(SIGTERM, m_signals->next());
 }
 
@@ -90,11 +96,13 @@ TEST_F(SignalsTest, WithoutASignalThereIsNothing) {
 }
 
 TEST_F(SignalsTest, ASignalThatIsIgnoredStaysIgnored) {
-    for (const int number : {SIGINT, SIGHUP, SIGQUIT})
+    for (const int number : {SIGINT, SIGHUP, SIGQUIT}) {
         signal(number, SIG_IGN);
+    }
     signals().alsoReceive({SIGQUIT});
-    for (const int number : {SIGINT, SIGHUP, SIGQUIT})
+    for (const int number : {SIGINT, SIGHUP, SIGQUIT}) {
         kill(getpid(), number);
+    }
     EXPECT_EQ(SIGUSR2, after(SIGUSR2));
     EXPECT_EQ(0, awaited(20));
     EXPECT_FALSE(m_signals->isStopRequested());
@@ -131,8 +139,9 @@ TEST_F(SignalsTest, TheWatcherIsCalledAgainAndAgainFromTheEndsBeginningOn) {
     EXPECT_EQ(SIGUSR1, after(SIGUSR1));
     EXPECT_EQ(0, calls);
     m_signals->endBegins();
-    while (calls < 3)
+    while (calls < 3) {
         std::this_thread::yield();
+    }
     m_signals->setWatcher({});
     const int last = calls;
     std::this_thread::sleep_for(std::chrono::milliseconds(3 * Signals::kWatchMs));
@@ -143,8 +152,9 @@ TEST_F(SignalsTest, ARequestToStopBeginsTheEnd) {
     std::atomic<int> calls{0};
     signals().setWatcher([&calls] { ++calls; });
     EXPECT_EQ(SIGTERM, after(SIGTERM));
-    while (calls < 2)
+    while (calls < 2) {
         std::this_thread::yield();
+    }
     m_signals->setWatcher({});
 }
 

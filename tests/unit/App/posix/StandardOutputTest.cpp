@@ -35,8 +35,9 @@ protected:
         signal(SIGPIPE, m_formerAction);
     }
     void closeReader() {
-        if (m_pipe[0] >= 0)
+        if (m_pipe[0] >= 0) {
             close(m_pipe[0]);
+        }
         m_pipe[0] = -1;
     }
     std::string read(std::size_t count) const {
@@ -44,8 +45,9 @@ protected:
         while (text.size() < count) {
             char piece[4096];
             const ssize_t length = ::read(m_pipe[0], piece, std::min(sizeof piece, count - text.size()));
-            if (length <= 0)
+            if (length <= 0) {
                 break;
+            }
             text.append(piece, static_cast<std::size_t>(length));
         }
         return text;
@@ -129,8 +131,9 @@ TEST_F(StandardOutputTest, AStandardErrorThatStallsIsWaitedForOnceAndForAWhile) 
     const int former = dup(STDERR_FILENO);
     dup2(STDOUT_FILENO, STDERR_FILENO);
     sayOnStandardError("waited for, and lost\n");
-    for (int i = 0; i < 1000; ++i)
+    for (int i = 0; i < 1000; ++i) {
         sayOnStandardError("lost\n");
+    }
     (void)read(65536);
     sayOnStandardError("heard\n");
     dup2(former, STDERR_FILENO);

@@ -27,30 +27,34 @@ protected:
         for (int y = 0; y < height; ++y) {
             SPW_CString line = m_canvas.line(y);
             line.trimLeft(u" ");
-            if (!line.isEmpty())
+            if (!line.isEmpty()) {
                 lines.emplace_back(line.toAnsi());
+            }
         }
         return lines;
     }
     bool isShown(ScreenBox& box, const std::string& text, int width = 80, int height = 24) {
         for (const std::string& line : shown(box, width, height)) {
-            if (line.find(text) != std::string::npos)
+            if (line.find(text) != std::string::npos) {
                 return true;
+            }
         }
         return false;
     }
     // False as soon as the box is to be closed.
     static bool type(ScreenBox& box, const char* text) {
         for (; *text != '\0'; ++text) {
-            if (!box.handle(Input::ofText(static_cast<unsigned char>(*text))))
+            if (!box.handle(Input::ofText(static_cast<unsigned char>(*text)))) {
                 return false;
+            }
         }
         return true;
     }
     static bool press(ScreenBox& box, std::initializer_list<Input::Key> keys) {
         for (const Input::Key key : keys) {
-            if (!box.handle(Input::ofKey(key)))
+            if (!box.handle(Input::ofKey(key))) {
                 return false;
+            }
         }
         return true;
     }
@@ -59,8 +63,9 @@ protected:
         (void)shown(box);
         for (int y = 0; y < m_canvas.height(); ++y) {
             const int x = m_canvas.line(y).findText(text);
-            if (x >= 0)
+            if (x >= 0) {
                 return box.handle(Input::ofMouse(Input::kClick, x, y));
+            }
         }
         ADD_FAILURE() << "not shown: " << SPW_CString(text).toAnsi();
         return true;
@@ -141,8 +146,9 @@ TEST_F(AddPeerBoxTest, EscapeAndCancelAddNothing) {
 }
 
 TEST_F(AddPeerBoxTest, TheFocusGoesAroundInTabOrder) {
-    for (int i = 0; i < 7; ++i)
+    for (int i = 0; i < 7; ++i) {
         press(m_box, {Input::kTab});
+    }
     type(m_box, "9");
     EXPECT_TRUE(isShown(m_box, "9__.0__.0__.0__"));
 }
@@ -193,8 +199,9 @@ TEST_F(QuestionBoxTest, EachSetOfButtonsGivesItsAnswers) {
                {SPW_CMessageBox::kAnswerAbort, SPW_CMessageBox::kAnswerRetry, SPW_CMessageBox::kAnswerIgnore}}}) {
         for (std::size_t button = 0; button < each.answers.size(); ++button) {
             QuestionBox box(u"caption", u"text", each.buttons);
-            for (std::size_t i = 0; i < button; ++i)
+            for (std::size_t i = 0; i < button; ++i) {
                 EXPECT_TRUE(press(box, {Input::kTab}));
+            }
             EXPECT_FALSE(press(box, {Input::kEnter}));
             EXPECT_EQ(box.answer(), each.answers[button]);
         }
@@ -214,8 +221,9 @@ TEST_F(QuestionBoxTest, EscapeIsTheLastButtonAndAClickTheOneUnderIt) {
 
 TEST_F(QuestionBoxTest, ALongTextLeavesTheButtonsInSight) {
     SPW_CString text;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 100; ++i) {
         text += u"words and more words ";
+    }
     QuestionBox box(u"Internal Error", text, SPW_CMessageBox::kOk);
     EXPECT_TRUE(isShown(box, "[ OK ]", 40, 10));
     EXPECT_TRUE(isShown(box, "Internal Error", 40, 10));
@@ -234,8 +242,9 @@ class TextBoxTest : public BoxTest {
 protected:
     static SPW_CString numbered(int lines) {
         SPW_CString text;
-        for (int i = 1; i <= lines; ++i)
+        for (int i = 1; i <= lines; ++i) {
             text += SPW_CString(u"line ") + i + u"\r\n";
+        }
         return text;
     }
 };
@@ -356,8 +365,9 @@ TEST_F(DetailBoxTest, ASmallScreenHasALineAProtocol) {
 
 TEST_F(DetailBoxTest, NoScreenIsTooSmall) {
     for (int width = 0; width < 50; width += 7) {
-        for (int height = 0; height < 20; ++height)
+        for (int height = 0; height < 20; ++height) {
             (void)shown(m_box, width, height);
+        }
     }
 }
 

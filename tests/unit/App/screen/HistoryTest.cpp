@@ -124,8 +124,9 @@ TEST_F(HistoryTest, APeriodThatNobodyWatchedIsUnknown) {
 }
 
 TEST_F(HistoryTest, ItForgetsTheOldestAndNeverGrowsBeyondItsLimit) {
-    for (int i = 1; i <= 3 * History::kColumns; ++i)
+    for (int i = 1; i <= 3 * History::kColumns; ++i) {
         period(i, i);
+    }
     EXPECT_EQ(m_history.size(), History::kColumns);
     period(3 * History::kColumns, 3 * History::kColumns);
     EXPECT_EQ(m_history.size(), History::kColumns);

@@ -21,8 +21,9 @@ protected:
     std::vector<std::string> labels() {
         m_list.sort();
         std::vector<std::string> texts;
-        for (int i = 0; i < m_list.size(); ++i)
+        for (int i = 0; i < m_list.size(); ++i) {
             texts.emplace_back(m_list.cell(i, kLabelColumn).toAnsi());
+        }
         return texts;
     }
     std::string chosen() {
@@ -42,8 +43,9 @@ TEST_F(PeerListTest, UnsortedItIsInTheOrderOfTheDialog) {
 }
 
 TEST_F(PeerListTest, LabelsAreSortedByTheNumbersOfTheirAddresses) {
-    for (const char16_t* label : {u"10.0.0.10", u"10.0.0.9 (x)", u"9.0.0.1", u"10.0.0.9 (a)", u"printer"})
+    for (const char16_t* label : {u"10.0.0.10", u"10.0.0.9 (x)", u"9.0.0.1", u"10.0.0.9 (a)", u"printer"}) {
         update(label);
+    }
     m_list.sortBy(kLabelColumn);
     EXPECT_EQ(labels(), (Texts{"9.0.0.1", "10.0.0.9 (a)", "10.0.0.9 (x)", "10.0.0.10", "printer"}));
 }
@@ -55,8 +57,9 @@ TEST_F(PeerListTest, LabelsWithoutAnAddressFollowThoseWithOneInWhateverOrderThey
     std::sort(texts.begin(), texts.end());
     do {
         m_list.empty();
-        for (const std::string& text : texts)
+        for (const std::string& text : texts) {
             update(SPW_CString(text.c_str()).text());
+        }
         m_list.sortBy(kLabelColumn);
         ASSERT_EQ(labels(), (Texts{"9.0.0.1", "10.0.0.9", "10.0.0.10", "1", "10.0.0.5x", "printer"}));
     } while (std::next_permutation(texts.begin(), texts.end()));
@@ -103,8 +106,9 @@ TEST_F(PeerListTest, BeyondEitherEndTheRowThereIsChosen) {
 }
 
 TEST_F(PeerListTest, WhatIsShownMovesNoFurtherThanTheChosenRowNeeds) {
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         update(SPW_CString(i).text());
+    }
     EXPECT_EQ(m_list.firstVisible(5), 0);
     m_list.select(4);
     EXPECT_EQ(m_list.firstVisible(5), 0);
@@ -120,8 +124,9 @@ TEST_F(PeerListTest, WhatIsShownMovesNoFurtherThanTheChosenRowNeeds) {
 }
 
 TEST_F(PeerListTest, ScrollingTakesTheChoiceAlongWhereItMust) {
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         update(SPW_CString(i).text());
+    }
     m_list.select(3);
     m_list.scroll(3, 5);
     EXPECT_EQ(m_list.firstVisible(5), 3);
@@ -175,8 +180,9 @@ protected:
     ListLayout layout(int width, int firstProtocol = 0) { return {m_list, width, firstProtocol}; }
     int widthOf(const ListLayout& layout) {
         int width = ListLayout::kMarkWidth - layout.gap;
-        for (int column = 0; column < kPeerColumns; ++column)
+        for (int column = 0; column < kPeerColumns; ++column) {
             width += layout.isShown(column) ? layout.gap + layout.widths[column] : 0;
+        }
         return width;
     }
 };

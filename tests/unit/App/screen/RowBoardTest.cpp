@@ -14,8 +14,9 @@ protected:
 };
 
 TEST_F(RowBoardTest, ARowThatChangesOftenIsTakenOnceAsItIsThen) {
-    for (int i = 1; i <= 1000; ++i)
+    for (int i = 1; i <= 1000; ++i) {
         m_board.updatePeerRow(u"a", 90, kUdp, i, i + 1);
+    }
     m_board.updatePeerRow(u"a", 80, kPing, 1, 2);
     const RowBoard::News news = m_board.take();
     ASSERT_EQ(news.updates.size(), 2U);
@@ -29,8 +30,9 @@ TEST_F(RowBoardTest, ARowThatChangesOftenIsTakenOnceAsItIsThen) {
 }
 
 TEST_F(RowBoardTest, RowsComeInTheOrderInWhichTheyChangedFirst) {
-    for (const char16_t* label : {u"c", u"a", u"b", u"a", u"c"})
+    for (const char16_t* label : {u"c", u"a", u"b", u"a", u"c"}) {
         m_board.updatePeerRow(label, 100, kUdp, 1, 1);
+    }
     const RowBoard::News news = m_board.take();
     ASSERT_EQ(news.updates.size(), 3U);
     EXPECT_EQ(news.updates[0].label, u"c");
@@ -62,8 +64,9 @@ TEST_F(RowBoardTest, WhatWasThereBeforeItWasEmptiedIsNotTaken) {
 TEST_F(RowBoardTest, ThousandsOfRowsAreKeptApart) {
     constexpr int kRows = 3000;
     for (int round = 1; round <= 2; ++round) {
-        for (int i = 0; i < kRows; ++i)
+        for (int i = 0; i < kRows; ++i) {
             m_board.updatePeerRow(SPW_CString(i), 100, kUdp, round, round);
+        }
         const RowBoard::News news = m_board.take();
         ASSERT_EQ(news.updates.size(), static_cast<std::size_t>(kRows));
         for (int i = 0; i < kRows; ++i) {

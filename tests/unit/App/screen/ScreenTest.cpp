@@ -29,22 +29,25 @@ protected:
         m_screen.apply(news);
     }
     void type(const char* text) {
-        for (; *text != '\0'; ++text)
+        for (; *text != '\0'; ++text) {
             m_screen.handle(Input::ofText(static_cast<unsigned char>(*text)));
+        }
     }
     void press(Input::Key key) { m_screen.handle(Input::ofKey(key)); }
     Texts shown(int width = 80, int height = 24) {
         m_canvas = Canvas(width, height, kAsciiGlyphs);
         m_screen.draw(m_canvas);
         Texts lines;
-        for (int y = 0; y < height; ++y)
+        for (int y = 0; y < height; ++y) {
             lines.emplace_back(m_canvas.line(y).toAnsi());
+        }
         return lines;
     }
     bool isShown(const std::string& text) {
         for (const std::string& line : shown()) {
-            if (line.find(text) != std::string::npos)
+            if (line.find(text) != std::string::npos) {
                 return true;
+            }
         }
         return false;
     }
@@ -103,8 +106,9 @@ TEST_F(ScreenTest, ButtonsMoveTogetherOnNarrowScreens) {
 
 TEST_F(ScreenTest, AListLongerThanTheScreenTellsWhereItStands) {
     run();
-    for (int i = 0; i < 30; ++i)
+    for (int i = 0; i < 30; ++i) {
         count(SPW_CString(i).text());
+    }
     EXPECT_EQ(shown(80, 24)[1].substr(70), "1-19 of 30");
     press(Input::kEnd);
     EXPECT_EQ(shown(80, 24)[1].substr(69), "12-30 of 30");
@@ -116,8 +120,9 @@ TEST_F(ScreenTest, NoSizeIsTooSmall) {
     for (const char* keys : {"", "a", "\x1b", "?"}) {
         type(keys);
         for (int width = 0; width < 45; width += 4) {
-            for (int height = 0; height < 12; ++height)
+            for (int height = 0; height < 12; ++height) {
                 (void)shown(width, height);
+            }
         }
     }
 }
@@ -186,13 +191,15 @@ TEST_F(ScreenTest, StartEmptiesTheListAndStopKeepsIt) {
 
 TEST_F(ScreenTest, TheChosenRowMovesWithTheKeys) {
     run();
-    for (int i = 0; i < 60; ++i)
+    for (int i = 0; i < 60; ++i) {
         count(SPW_CString(i).text());
+    }
     const auto chosenLine = [this] {
         (void)shown();
         for (int y = 4; y < 23; ++y) {
-            if (m_canvas.cell(0, y).style.isReversed)
+            if (m_canvas.cell(0, y).style.isReversed) {
                 return y - 4;
+            }
         }
         return -1;
     };

@@ -32,23 +32,26 @@ extern "C" int __wrap_flock(int file, int operation);
 extern "C" int __wrap_close(int file) {
     const bool fails = isDue(closeFault, file);
     const int result = __real_close(file);
-    if (!fails)
+    if (!fails) {
         return result;
+    }
     errno = closeFault.error;
     return -1;
 }
 
 extern "C" int __wrap_ftruncate(int file, off_t size) {
-    if (!isDue(truncateFault, file))
+    if (!isDue(truncateFault, file)) {
         return __real_ftruncate(file, size);
+    }
     errno = truncateFault.error;
     return -1;
 }
 
 extern "C" int __wrap_flock(int file, int operation) {
     const bool isReadOnly = (fcntl(file, F_GETFL) & O_ACCMODE) == O_RDONLY;
-    if (!flockWantsWriting || !isReadOnly || (operation & LOCK_EX) == 0)
+    if (!flockWantsWriting || !isReadOnly || (operation & LOCK_EX) == 0) {
         return __real_flock(file, operation);
+    }
     errno = EBADF;
     return -1;
 }

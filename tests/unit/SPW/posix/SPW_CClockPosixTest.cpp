@@ -24,10 +24,11 @@ public:
         tzset();
     }
     ~TimeZone() {
-        if (m_wasSet)
+        if (m_wasSet) {
             setenv("TZ", m_former.c_str(), 1);
-        else
+        } else {
             unsetenv("TZ");
+        }
         tzset();
     }
 
@@ -76,8 +77,9 @@ std::string zoneFile(int hoursEast) {
     const std::string header = std::string("TZif2") + std::string(15, '\0') +
                                std::string("\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\4", 24);
     std::string offset;
-    for (int shift = 24; shift >= 0; shift -= 8)
+    for (int shift = 24; shift >= 0; shift -= 8) {
         offset += static_cast<char>(hoursEast * 3600 >> shift);
+    }
     const std::string body = header + offset + std::string("\0\0", 2) + std::string("XXX\0", 4);
     return body + body + "\nXXX" + std::to_string(-hoursEast) + "\n";
 }
@@ -98,8 +100,9 @@ TEST(ClockPosixTest, AnotherZoneOfTheDeviceCountsFromTheNextMinuteOn) {
     TemporaryFolder folder;
     // The thread takes its view of the files with it when it ends.
     std::thread([&folder] {
-        if (::unshare(CLONE_NEWNS) != 0)
+        if (::unshare(CLONE_NEWNS) != 0) {
             GTEST_SKIP() << "no mount namespace may be made here";
+        }
         ASSERT_EQ(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
         ASSERT_EQ(::mount(folder.native().c_str(), "/etc", nullptr, MS_BIND, nullptr), 0);
         folder.write("localtime", zoneFile(3));

@@ -201,8 +201,9 @@ TEST_F(DhcpLeaseFilesPosixTest, ABlockWithoutABeginningIsAsOldAsItsJournal) {
 
 TEST_F(DhcpLeaseFilesPosixTest, OfALongJournalTheEndCounts) {
     std::string journal;
-    while (journal.size() < 600000)
+    while (journal.size() < 600000) {
         journal += block(3000);
+    }
     write("var/lib/dhcp/dhclient.leases", journal + block(4000));
     EXPECT_EQ(expiry(), 4000);
     const std::string openText = "lease {\n  option x \"" + std::string(600000, 'x') + "\";\n}\n";

@@ -202,8 +202,9 @@ TEST_F(FilePosixTest, WriteThatTheSystemTakesInPiecesAndSignalsInterruptIsWholeI
     ASSERT_EQ(::sigaction(SIGUSR1, &counting, &before), 0);
     openPipe();
     std::string sent(300000, ' ');
-    for (std::size_t i = 0; i < sent.size(); ++i)
+    for (std::size_t i = 0; i < sent.size(); ++i) {
         sent[i] = static_cast<char>('a' + i % 23);
+    }
     std::atomic<bool> done{false};
     std::thread writer([&] {
         EXPECT_EQ(file.write(sent.data(), static_cast<std::uint32_t>(sent.size())), 0u);
@@ -221,15 +222,18 @@ TEST_F(FilePosixTest, WriteThatTheSystemTakesInPiecesAndSignalsInterruptIsWholeI
         }
         char piece[20000];
         const ssize_t count = ::read(reader, piece, sizeof piece);
-        if (count > 0)
+        if (count > 0) {
             received.append(piece, static_cast<std::size_t>(count));
-        if (done)
+        }
+        if (done) {
             break;
+        }
     }
     writer.join();
     char rest[65536];
-    for (ssize_t count; (count = ::read(reader, rest, sizeof rest)) > 0;)
+    for (ssize_t count; (count = ::read(reader, rest, sizeof rest)) > 0;) {
         received.append(rest, static_cast<std::size_t>(count));
+    }
     EXPECT_TRUE(received == sent) << received.size();
     EXPECT_GE(handled, 20);
     ::close(reader);

@@ -9,8 +9,9 @@ namespace {
 // "6.1.55", or "none".
 std::string parsed(std::string_view release, std::string_view build, std::string_view signature = "") {
     SPW_CKernelVersionPosix::Version version;
-    if (!SPW_CKernelVersionPosix::parse(release, build, signature, version))
+    if (!SPW_CKernelVersionPosix::parse(release, build, signature, version)) {
         return "none";
+    }
     return std::to_string(version.major) + "." + std::to_string(version.minor) + "." + std::to_string(version.patch);
 }
 
@@ -57,8 +58,9 @@ TEST(KernelVersionTest, MissingPatchLevelIsZero) {
 }
 
 TEST(KernelVersionTest, ReleaseThatIsNoVersionIsNone) {
-    for (const char* release : {"", "6", "6.", "six.one", ".1.2", " 6.1", "-6.1", "99999999999.1", "6.99999999999"})
+    for (const char* release : {"", "6", "6.", "six.one", ".1.2", " 6.1", "-6.1", "99999999999.1", "6.99999999999"}) {
         EXPECT_EQ(parsed(release, "#1 Debian 6.1.55-1", "6.1.55"), "none") << release;
+    }
 }
 
 TEST(KernelVersionTest, PatchLevelThatIsNoNumberOf32BitsDoesNotCount) {

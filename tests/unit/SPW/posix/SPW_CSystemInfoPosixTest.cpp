@@ -71,16 +71,18 @@ public:
         const char* const before = std::getenv(name);
         m_wasSet = before != nullptr;
         m_before = m_wasSet ? before : "";
-        if (value != nullptr)
+        if (value != nullptr) {
             setenv(name, value, 1);
-        else
+        } else {
             unsetenv(name);
+        }
     }
     ~ScopedVariable() {
-        if (m_wasSet)
+        if (m_wasSet) {
             setenv(m_name, m_before.c_str(), 1);
-        else
+        } else {
             unsetenv(m_name);
+        }
     }
     ScopedVariable(const ScopedVariable&) = delete;
     ScopedVariable& operator=(const ScopedVariable&) = delete;
@@ -164,12 +166,14 @@ TEST_F(LocalTimePosixTest, ThreadsMayAskAtOnce) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] {
-            for (int round = 0; round < 50; ++round)
+            for (int round = 0; round < 50; ++round) {
                 wrong += dateOf(afternoon()) != u"07/04/03" || timeOf(afternoon()) != u"14:07";
+            }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(wrong, 0);
 }
 

@@ -16,8 +16,9 @@ SPW_CString shortened(const char16_t* format, const char16_t* twelveHourFormat =
 
 std::vector<std::string> pieces(const char16_t* format) {
     std::vector<std::string> texts;
-    for (const SPW_CTimeFormatPosix::Piece& piece : SPW_CTimeFormatPosix::cut(format))
+    for (const SPW_CTimeFormatPosix::Piece& piece : SPW_CTimeFormatPosix::cut(format)) {
         texts.push_back((piece.conversion == 0 ? "text " : "") + std::string(piece.text.toAnsi()));
+    }
     return texts;
 }
 
@@ -89,8 +90,9 @@ TEST(TimeFormatTest, FormatWithoutSecondsStays) {
 }
 
 TEST(TimeFormatTest, FormatThatTellsNoTimeIsTheUsualOne) {
-    for (const char16_t* format : {u"", u"%S", u"%S %Z", u"noon", u"%", u"%%"})
+    for (const char16_t* format : {u"", u"%S", u"%S %Z", u"noon", u"%", u"%%"}) {
         EXPECT_EQ(shortened(format), u"%H:%M") << SPW_CString(format).toAnsi();
+    }
 }
 
 }  // namespace

@@ -18,8 +18,9 @@ public:
         if (wallAtZero == 0) {
             const std::uint64_t mine = SPW_CClockSys::wall100ns() - monotonic;
             // Another thread may have been first; then its anchor, now in wallAtZero, holds for all.
-            if (m_wallAtZero.compare_exchange_strong(wallAtZero, mine))
+            if (m_wallAtZero.compare_exchange_strong(wallAtZero, mine)) {
                 wallAtZero = mine;
+            }
         }
         return wallAtZero + monotonic;
     }
@@ -100,8 +101,9 @@ SPW_CalendarTime SPW_CClock::toUtc(std::uint64_t count100ns) {
     time.dayOfWeek = (days + 1) % 7;  // 1 January 1601 was a Monday
     time.year = takeYear(days);
     time.month = 1;
-    while (days >= daysOfMonth(time.year, time.month))
+    while (days >= daysOfMonth(time.year, time.month)) {
         days -= daysOfMonth(time.year, time.month++);
+    }
     time.day = days + 1;
     time.millisecond = rest % 1000;
     rest /= 1000;
@@ -113,11 +115,13 @@ SPW_CalendarTime SPW_CClock::toUtc(std::uint64_t count100ns) {
 }
 
 std::uint64_t SPW_CClock::fromUtc(const SPW_CalendarTime& time) {
-    if (!isValid(time))
+    if (!isValid(time)) {
         return 0;
+    }
     int days = daysBeforeYear(time.year) + time.day - 1;
-    for (int month = 1; month < time.month; ++month)
+    for (int month = 1; month < time.month; ++month) {
         days += daysOfMonth(time.year, month);
+    }
     const int seconds = (time.hour * 60 + time.minute) * 60 + time.second;
     const std::uint64_t milliseconds = static_cast<std::uint64_t>(days) * kMillisecondsPerDay +
                                        static_cast<std::uint64_t>(seconds) * 1000 +

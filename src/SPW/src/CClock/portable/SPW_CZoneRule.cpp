@@ -15,8 +15,9 @@ std::uint64_t moved(std::uint64_t count100ns, int minutes) {
 
 // The season's beginning in that year, as a count of local time.
 std::uint64_t beginIn(SPW_CalendarTime begin, int year) {
-    if (begin.year != 0)
+    if (begin.year != 0) {
         return SPW_CClock::fromUtc(begin);
+    }
     const int week = begin.day;
     begin.year = year;
     begin.day = 1;
@@ -36,8 +37,9 @@ std::uint64_t beginIn(SPW_CalendarTime begin, int year) {
 // All three moments are taken in standard time, so that they can be compared.
 int SPW_CZoneRule::biasAt(std::uint64_t wall100ns) const {
     const int standardBias = biasMinutes + standard.biasMinutes;
-    if (standard.begin.month == 0 || daylight.begin.month == 0)
+    if (standard.begin.month == 0 || daylight.begin.month == 0) {
         return standardBias;
+    }
     const std::uint64_t now = moved(wall100ns, -standardBias);
     const int year = SPW_CClock::toUtc(now).year;
     const std::uint64_t begin = beginIn(daylight.begin, year);

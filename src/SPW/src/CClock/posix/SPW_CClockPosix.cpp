@@ -52,8 +52,9 @@ std::atomic<std::uint32_t> minuteOfZone{0};
 // a move of the device and through new rules.
 void followZone(std::uint64_t wall100ns) {
     const auto minute = static_cast<std::uint32_t>(wall100ns / (60 * kPerSecond));
-    if (minuteOfZone.exchange(minute, std::memory_order_relaxed) != minute)
+    if (minuteOfZone.exchange(minute, std::memory_order_relaxed) != minute) {
         tzset();
+    }
 }
 
 }  // namespace
@@ -73,8 +74,9 @@ std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
     followZone(wall100ns);
     const time_t seconds = static_cast<time_t>(wall100ns / kPerSecond) - time_t{SPW_CClock::kSecondsFrom1601To1970};
     tm local;
-    if (localtime_r(&seconds, &local) == nullptr)
+    if (localtime_r(&seconds, &local) == nullptr) {
         return wall100ns;
+    }
     const std::uint64_t offset = static_cast<std::uint64_t>(local.tm_gmtoff) * kPerSecond;
     // West of Greenwich 1601 began later: nothing is before the first moment that the count can tell.
     return local.tm_gmtoff < 0 && wall100ns < 0 - offset ? 0 : wall100ns + offset;

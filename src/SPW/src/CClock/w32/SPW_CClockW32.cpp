@@ -51,8 +51,9 @@ std::uint64_t SPW_CClockSys::monotonic100ns() {
 // for those of the other season, and what converts better is missing on a handheld.
 std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
     TIME_ZONE_INFORMATION zone = {};
-    if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID)
+    if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID) {
         return wall100ns;
+    }
     SPW_CZoneRule rule;
     rule.biasMinutes = static_cast<int>(zone.Bias);
     rule.standard = toSeason(zone.StandardDate, zone.StandardBias);

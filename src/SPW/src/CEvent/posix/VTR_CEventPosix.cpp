@@ -13,8 +13,9 @@ SPW_CGatePosix* gateOf(SPW_Handle event) {
 
 // An event is a gate with at most one unit. Named events, which other processes could open, are not offered here.
 SPW_Handle VTR_CEventSys::create(bool manualReset, bool initiallySet, const char16_t* name) {
-    if (name != nullptr && *name != 0)
+    if (name != nullptr && *name != 0) {
         return nullptr;
+    }
     return new (std::nothrow) SPW_CGatePosix(initiallySet ? 1 : 0, 1, manualReset);
 }
 

@@ -34,18 +34,21 @@ void closeAndFail(int file, int error) {
 int SPW_CFileLockPosix::openLocked(const char* path, int flags, mode_t mode) {
     for (int i = 0; i < kTries; ++i) {
         const int file = ::open(path, flags, mode);
-        if (file == -1 && errno == EINTR)
+        if (file == -1 && errno == EINTR) {
             continue;
-        if (file == -1 || !isRegular(file))
+        }
+        if (file == -1 || !isRegular(file)) {
             return file;
+        }
         if (::flock(file, LOCK_EX | LOCK_NB) == -1 && errno == EWOULDBLOCK) {
             closeAndFail(file, EBUSY);
             return -1;
         }
         // Whoever had the lock until now may have deleted the file: the lock of the next one at this path would be
         // another one.
-        if (isAt(file, path))
+        if (isAt(file, path)) {
             return file;
+        }
         (void)::close(file);  // nothing has been written
     }
     errno = EBUSY;

@@ -61,8 +61,9 @@ void SPW_CMessage::pushBlock(const void* bytes, std::uint32_t count) {
 void SPW_CMessage::pushString(const SPW_CString& value) {
     const int count = value.length();
     m_body.reserve(m_body.size() + 2 * static_cast<std::size_t>(count) + 7);
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         pushNumber(value.text()[i], 2);
+    }
     pushUnsigned(static_cast<std::uint32_t>(count));
     m_body.push_back(kWide);
     m_body.push_back('s');
@@ -70,32 +71,36 @@ void SPW_CMessage::pushString(const SPW_CString& value) {
 
 bool SPW_CMessage::popChar(char& value) {
     std::uint32_t number = 0;
-    if (!popTyped(number, 1, 'c'))
+    if (!popTyped(number, 1, 'c')) {
         return false;
+    }
     value = static_cast<char>(number);
     return true;
 }
 
 bool SPW_CMessage::popWide(char16_t& value) {
     std::uint32_t number = 0;
-    if (!popTyped(number, 2, 'w'))
+    if (!popTyped(number, 2, 'w')) {
         return false;
+    }
     value = static_cast<char16_t>(number);
     return true;
 }
 
 bool SPW_CMessage::popInt(std::int32_t& value) {
     std::uint32_t number = 0;
-    if (!popTyped(number, 4, 'i'))
+    if (!popTyped(number, 4, 'i')) {
         return false;
+    }
     value = static_cast<std::int32_t>(number);
     return true;
 }
 
 bool SPW_CMessage::popLong(std::int32_t& value) {
     std::uint32_t number = 0;
-    if (!popTyped(number, 4, 'l'))
+    if (!popTyped(number, 4, 'l')) {
         return false;
+    }
     value = static_cast<std::int32_t>(number);
     return true;
 }
@@ -110,13 +115,16 @@ bool SPW_CMessage::popValue(std::uint32_t& value) {
 
 bool SPW_CMessage::popBlock(void* buffer, std::uint32_t size, std::uint32_t& count) {
     std::uint64_t bytes;
-    if (!popTypeCheck('d') || !popSize(1, bytes))
+    if (!popTypeCheck('d') || !popSize(1, bytes)) {
         return false;
-    if (bytes > size)
+    }
+    if (bytes > size) {
         return fail(kNoRoom, __LINE__, "popBlock", u"No room for the block");
+    }
     const std::size_t rest = m_body.size() - static_cast<std::size_t>(bytes);
-    if (bytes > 0)
+    if (bytes > 0) {
         std::memcpy(buffer, m_body.data() + rest, static_cast<std::size_t>(bytes));
+    }
     m_body.resize(rest);
     count = static_cast<std::uint32_t>(bytes);
     return true;
@@ -125,20 +133,24 @@ bool SPW_CMessage::popBlock(void* buffer, std::uint32_t size, std::uint32_t& cou
 bool SPW_CMessage::popString(SPW_CString& value) {
     std::uint32_t width;
     std::uint64_t bytes;
-    if (!popTypeCheck('s') || !popNumber(width, 1))
+    if (!popTypeCheck('s') || !popNumber(width, 1)) {
         return false;
-    if (width != kWide && width != kNarrow)
+    }
+    if (width != kWide && width != kNarrow) {
         return fail(kWrongType, __LINE__, "popString", u"Unknown character width");
-    if (!popSize(width, bytes))
+    }
+    if (!popSize(width, bytes)) {
         return false;
+    }
     const std::size_t rest = m_body.size() - static_cast<std::size_t>(bytes);
     if (width == kNarrow) {
         m_body.push_back(0);
         value = SPW_CString(reinterpret_cast<const char*>(m_body.data() + rest));
     } else {
         std::vector<char16_t> wide;
-        for (std::size_t i = rest; i < m_body.size(); i += 2)
+        for (std::size_t i = rest; i < m_body.size(); i += 2) {
             wide.push_back(static_cast<char16_t>(m_body[i] | m_body[i + 1] << 8));
+        }
         wide.push_back(0);
         value.assign(wide.data());
     }
@@ -147,8 +159,9 @@ bool SPW_CMessage::popString(SPW_CString& value) {
 }
 
 bool SPW_CMessage::popTypeCheck(char expected) {
-    if (m_error != 0)
+    if (m_error != 0) {
         return false;
+    }
     if (m_body.empty()) {
         return fail(kEmpty, 476, "popTypeCheck",
                     SPW_CString(u"Expecting typeid ") + typeText(expected) + u", but the message is empty");
@@ -208,27 +221,32 @@ SPW_Result SPW_CMessage::feed(const std::uint8_t* bytes, std::uint32_t count, st
         SPW_CError::instance->userInfo(kModule, __LINE__, kClass, "feed", u"Start wasn't called");
         return kNotStarted;
     }
-    while (m_headerCount < kHeaderBytes && consumed < count)
+    while (m_headerCount < kHeaderBytes && consumed < count) {
         takeHeaderByte(bytes[consumed++]);
-    if (m_headerCount < kHeaderBytes)
+    }
+    if (m_headerCount < kHeaderBytes) {
         return 0;
+    }
     const std::uint32_t missing =
         static_cast<std::uint32_t>(m_expectedLength) - static_cast<std::uint32_t>(m_body.size());
     const std::uint32_t taken = std::min(missing, count - consumed);
     m_body.insert(m_body.end(), bytes + consumed, bytes + consumed + taken);
     consumed += taken;
     completed = taken == missing;
-    if (completed)
+    if (completed) {
         m_expectedLength = kStartNotCalled;
+    }
     return 0;
 }
 
 void SPW_CMessage::takeHeaderByte(std::uint8_t byte) {
-    if (m_headerCount == 0 && byte != kEscape)
+    if (m_headerCount == 0 && byte != kEscape) {
         return;
+    }
     m_header[m_headerCount++] = byte;
-    if (m_headerCount < kHeaderBytes)
+    if (m_headerCount < kHeaderBytes) {
         return;
+    }
     if (m_header[1] == kFormatVersion) {
         m_expectedLength = m_header[2] * 256 + m_header[3];
         return;
@@ -244,8 +262,9 @@ void SPW_CMessage::pushBytes(const void* bytes, std::size_t count) {
 }
 
 void SPW_CMessage::pushNumber(std::uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
+    for (int i = 0; i < bytes; ++i) {
         m_body.push_back(static_cast<std::uint8_t>(value >> 8 * i));
+    }
 }
 
 void SPW_CMessage::pushTyped(std::uint32_t value, int bytes, char typeId) {
@@ -254,8 +273,9 @@ void SPW_CMessage::pushTyped(std::uint32_t value, int bytes, char typeId) {
 }
 
 bool SPW_CMessage::popNumber(std::uint32_t& value, int bytes) {
-    if (m_body.size() < static_cast<std::size_t>(bytes))
+    if (m_body.size() < static_cast<std::size_t>(bytes)) {
         return fail(kEmpty, __LINE__, "popNumber", u"The message ends inside a value");
+    }
     value = 0;
     for (int i = 0; i < bytes; ++i) {
         value = value << 8 | m_body.back();
@@ -266,8 +286,9 @@ bool SPW_CMessage::popNumber(std::uint32_t& value, int bytes) {
 
 bool SPW_CMessage::popTyped(std::uint32_t& value, int bytes, char typeId) {
     std::uint32_t number = 0;
-    if (!popTypeCheck(typeId) || !popNumber(number, bytes))
+    if (!popTypeCheck(typeId) || !popNumber(number, bytes)) {
         return false;
+    }
     value = number;
     return true;
 }
@@ -275,8 +296,9 @@ bool SPW_CMessage::popTyped(std::uint32_t& value, int bytes, char typeId) {
 // Pops the count of a block or string; `bytes` becomes the size of what it counts, which the body holds for sure.
 bool SPW_CMessage::popSize(std::uint64_t unit, std::uint64_t& bytes) {
     std::uint32_t count = 0;
-    if (!popTyped(count, 4, 'u'))
+    if (!popTyped(count, 4, 'u')) {
         return false;
+    }
     bytes = count * unit;
     return bytes <= m_body.size() || fail(kEmpty, __LINE__, "popSize", u"The message ends inside a value");
 }

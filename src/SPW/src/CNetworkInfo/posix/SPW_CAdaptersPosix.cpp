@@ -27,8 +27,9 @@ SPW_Result readLinks(std::vector<Link>& links) {
     const std::uint16_t requests[3] = {RTM_GETLINK, RTM_GETADDR, RTM_GETROUTE};
     for (int i = 0; i < 3; ++i) {
         const SPW_Result code = SPW_CNetlinkPosix::readTable(requests[i], tables[i]);
-        if (code != kSysOk)
+        if (code != kSysOk) {
             return code;
+        }
     }
     links = SPW_CLinkTablePosix::read(tables[0], tables[1], tables[2]);
     return kSysOk;
@@ -45,8 +46,9 @@ std::string deviceTypeOf(const std::string& root, const Link& link) {
     bool isThisLink = false;
     for (std::string_view rest = description; !rest.empty();) {
         const std::string_view line = SPW_CTextLinesPosix::takeLine(rest);
-        if (line.substr(0, kDeviceType.size()) == kDeviceType)
+        if (line.substr(0, kDeviceType.size()) == kDeviceType) {
             deviceType = line.substr(kDeviceType.size());
+        }
         isThisLink = isThisLink || line == "IFINDEX=" + std::to_string(link.index);
     }
     return isThisLink ? deviceType : std::string();
@@ -63,12 +65,14 @@ void completeLease(SPW_CAdapterPosix& adapter) {
     const auto leased = std::find_if(addresses.begin(), addresses.end(), [&adapter](const Address& address) {
         return address.isLeased && (!adapter.usesDhcp || address.address == adapter.lease.address);
     });
-    if (leased == addresses.end())
+    if (leased == addresses.end()) {
         return;
+    }
     adapter.usesDhcp = true;
     adapter.lease.address = leased->address;
-    if (adapter.lease.expires == 0)
+    if (adapter.lease.expires == 0) {
         adapter.lease.expires = now() + leased->validForSeconds;
+    }
 }
 
 }  // namespace
@@ -77,12 +81,14 @@ SPW_Result SPW_AdaptersPosix(const std::string& root, std::vector<SPW_CAdapterPo
     adapters.clear();
     std::vector<Link> links;
     const SPW_Result code = readLinks(links);
-    if (code != kSysOk)
+    if (code != kSysOk) {
         return code;
+    }
     const SPW_CDhcpLeaseFilesPosix leases(root);
     for (Link& link : links) {
-        if ((link.flags & IFF_LOOPBACK) != 0)
+        if ((link.flags & IFF_LOOPBACK) != 0) {
             continue;
+        }
         SPW_CAdapterPosix adapter;
         adapter.link = std::move(link);
         adapter.driver = SPW_InterfaceDriverPosix(adapter.link.name);

@@ -4,8 +4,9 @@
 
 bool SPW_CAddressTextPosix::parse(std::string_view text, std::uint32_t& address) {
     in_addr parsed;
-    if (text.find('\0') != std::string_view::npos || ::inet_pton(AF_INET, std::string(text).c_str(), &parsed) != 1)
+    if (text.find('\0') != std::string_view::npos || ::inet_pton(AF_INET, std::string(text).c_str(), &parsed) != 1) {
         return false;
+    }
     address = ntohl(parsed.s_addr);
     return true;
 }
@@ -17,7 +18,8 @@ std::string SPW_CAddressTextPosix::text(std::uint32_t address) {
 }
 
 std::string SPW_CAddressTextPosix::maskText(unsigned prefixLength) {
-    if (prefixLength == 0)
+    if (prefixLength == 0) {
         return text(0);
+    }
     return text(prefixLength >= 32 ? 0xFFFFFFFFu : ~(0xFFFFFFFFu >> prefixLength));
 }

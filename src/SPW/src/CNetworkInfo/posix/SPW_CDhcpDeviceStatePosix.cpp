@@ -23,27 +23,32 @@ bool SPW_CDhcpLeasePosix::parseDeviceState(std::string_view file, SPW_CDhcpLease
     bool isInGroup = false;
     while (!file.empty()) {
         const std::string_view line = SPW_CTextLinesPosix::takeLine(file);
-        if (!line.empty() && line.front() == '[')
+        if (!line.empty() && line.front() == '[') {
             isInGroup = line == "[dhcp4]";
+        }
         const std::size_t equals = line.find('=');
-        if (!isInGroup || equals == std::string_view::npos || line.substr(0, kPrefix.size()) != kPrefix)
+        if (!isInGroup || equals == std::string_view::npos || line.substr(0, kPrefix.size()) != kPrefix) {
             continue;
+        }
         const std::string_view name = line.substr(kPrefix.size(), equals - kPrefix.size());
         const std::string_view value = line.substr(equals + 1);
         std::uint32_t number = 0;
-        if (name == "ip_address")
+        if (name == "ip_address") {
             (void)SPW_CAddressTextPosix::parse(value, found.address);
-        else if (name == "dhcp_server_identifier")
+        } else if (name == "dhcp_server_identifier") {
             (void)SPW_CAddressTextPosix::parse(value, found.server);
-        else if (name == "expiry" && SPW_CDhcpNumbersPosix::read(value, number))
+        } else if (name == "expiry" && SPW_CDhcpNumbersPosix::read(value, number)) {
             found.expires = number;
-        else if (name == "dhcp_lease_time" && SPW_CDhcpNumbersPosix::read(value, number))
+        } else if (name == "dhcp_lease_time" && SPW_CDhcpNumbersPosix::read(value, number)) {
             duration = number;
+        }
     }
-    if (found.address == 0)
+    if (found.address == 0) {
         return false;
-    if (duration == SPW_CDhcpNumbersPosix::kForEver)
+    }
+    if (duration == SPW_CDhcpNumbersPosix::kForEver) {
         found.expires = 0;
+    }
     found.obtained = SPW_CDhcpNumbersPosix::beginning(found.expires, duration);
     lease = found;
     return true;

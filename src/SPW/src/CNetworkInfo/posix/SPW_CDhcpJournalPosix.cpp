@@ -35,15 +35,17 @@ public:
     bool take(std::string& token) {
         token.clear();
         skipBlanksAndComments();
-        if (m_rest.empty())
+        if (m_rest.empty()) {
             return false;
+        }
         const char first = m_rest.front();
-        if (first == '"')
+        if (first == '"') {
             takeQuoted(token);
-        else if (first == ';' || first == '{' || first == '}')
+        } else if (first == ';' || first == '{' || first == '}') {
             takeBytes(token, 1);
-        else
+        } else {
             takeBytes(token, std::min(m_rest.find_first_of(kEndOfWord), m_rest.size()));
+        }
         return true;
     }
 
@@ -55,8 +57,9 @@ private:
     void skipBlanksAndComments() {
         for (;;) {
             m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
-            if (m_rest.empty() || m_rest.front() != '#')
+            if (m_rest.empty() || m_rest.front() != '#') {
                 return;
+            }
             m_rest.remove_prefix(std::min(m_rest.find('\n'), m_rest.size()));
         }
     }
@@ -64,8 +67,9 @@ private:
         std::size_t i = 1;
         while (i < m_rest.size() && m_rest[i] != '"') {
             const char byte = takeByte(i);
-            if (token.size() < kLongestWord)
+            if (token.size() < kLongestWord) {
                 token += byte;
+            }
         }
         m_rest.remove_prefix(std::min(i + 1, m_rest.size()));
     }
@@ -74,13 +78,16 @@ private:
     // its octal number.
     char takeByte(std::size_t& i) const {
         const char byte = m_rest[i++];
-        if (byte != '\\' || i == m_rest.size())
+        if (byte != '\\' || i == m_rest.size()) {
             return byte;
-        if (!isOctalDigit(m_rest[i]))
+        }
+        if (!isOctalDigit(m_rest[i])) {
             return m_rest[i++];
+        }
         int number = 0;
-        for (int digits = 0; digits < 3 && i < m_rest.size() && isOctalDigit(m_rest[i]); ++digits)
+        for (int digits = 0; digits < 3 && i < m_rest.size() && isOctalDigit(m_rest[i]); ++digits) {
             number = number * 8 + (m_rest[i++] - '0');
+        }
         return static_cast<char>(number);
     }
     static bool isOctalDigit(char byte) { return byte >= '0' && byte <= '7'; }
@@ -101,11 +108,13 @@ bool readThree(const std::string& text, char separator, int (&numbers)[3]) {
     const char* next = text.data();
     const char* const end = next + text.size();
     for (int i = 0; i < 3; ++i) {
-        if (i > 0 && (next == end || *next++ != separator))
+        if (i > 0 && (next == end || *next++ != separator)) {
             return false;
+        }
         const std::from_chars_result result = std::from_chars(next, end, numbers[i]);
-        if (result.ec != std::errc())
+        if (result.ec != std::errc()) {
             return false;
+        }
         next = result.ptr;
     }
     return next == end;
@@ -114,12 +123,14 @@ bool readThree(const std::string& text, char separator, int (&numbers)[3]) {
 // The words behind "expire": "epoch <seconds>", "<day of the week> <date> <time>" in UTC, or "never", which stays 0.
 std::int64_t timeOf(const Words& words) {
     std::int64_t seconds = 0;
-    if (words.size() == 3 && words[1] == "epoch")
+    if (words.size() == 3 && words[1] == "epoch") {
         return SPW_CDhcpNumbersPosix::read(words[2], seconds) && seconds > 0 ? seconds : 0;
+    }
     int date[3];
     int time[3];
-    if (words.size() != 4 || !readThree(words[2], '/', date) || !readThree(words[3], ':', time))
+    if (words.size() != 4 || !readThree(words[2], '/', date) || !readThree(words[3], ':', time)) {
         return 0;
+    }
     SPW_CalendarTime calendar;
     calendar.year = date[0];
     calendar.month = date[1];
@@ -134,36 +145,42 @@ std::int64_t timeOf(const Words& words) {
 }
 
 void readOption(const Words& words, Block& block) {
-    if (words.size() != 3)
+    if (words.size() != 3) {
         return;
-    if (words[1] == "dhcp-server-identifier")
+    }
+    if (words[1] == "dhcp-server-identifier") {
         (void)SPW_CAddressTextPosix::parse(words[2], block.entry.lease.server);
-    else if (words[1] == "dhcp-lease-time")
+    } else if (words[1] == "dhcp-lease-time") {
         (void)SPW_CDhcpNumbersPosix::read(words[2], block.duration);
+    }
 }
 
 void readStatement(const Words& words, Block& block) {
-    if (words.empty())
+    if (words.empty()) {
         return;
-    if (words[0] == "interface" && words.size() == 2)
+    }
+    if (words[0] == "interface" && words.size() == 2) {
         block.entry.interfaceName = words[1];
-    else if (words[0] == "fixed-address" && words.size() == 2)
+    } else if (words[0] == "fixed-address" && words.size() == 2) {
         (void)SPW_CAddressTextPosix::parse(words[1], block.entry.lease.address);
-    else if (words[0] == "expire")
+    } else if (words[0] == "expire") {
         block.entry.lease.expires = timeOf(words);
-    else if (words[0] == "option")
+    } else if (words[0] == "option") {
         readOption(words, block);
+    }
 }
 
 void addBlock(const Block& block, std::vector<JournalEntry>& entries) {
-    if (block.entry.lease.address == 0)
+    if (block.entry.lease.address == 0) {
         return;
+    }
     entries.push_back(block.entry);
     SPW_CDhcpLease& lease = entries.back().lease;
     lease.obtained = SPW_CDhcpNumbersPosix::beginning(lease.expires, block.duration);
     // dhclient notes an end for a lease that has none: when its number of seconds would be over, some time after 2100.
-    if (block.duration == SPW_CDhcpNumbersPosix::kForEver)
+    if (block.duration == SPW_CDhcpNumbersPosix::kForEver) {
         lease.expires = 0;
+    }
 }
 
 }  // namespace
@@ -181,13 +198,15 @@ std::vector<JournalEntry> SPW_CDhcpLeasePosix::parseJournal(std::string_view jou
             block = Block();
             words.clear();
         } else if (token == "}") {
-            if (inLease)
+            if (inLease) {
                 addBlock(block, entries);
+            }
             inLease = false;
             words.clear();
         } else if (token == ";") {
-            if (inLease)
+            if (inLease) {
                 readStatement(words, block);
+            }
             words.clear();
         } else if (words.size() < 8) {  // no statement that matters has more words
             words.push_back(token);

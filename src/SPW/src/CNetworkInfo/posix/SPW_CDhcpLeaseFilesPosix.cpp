@@ -31,15 +31,18 @@ bool endsWith(const std::string& text, const std::string& end) {
 std::vector<std::string> filesIn(const std::string& folder, const char* beginning, const char* end) {
     std::vector<std::string> names;
     DIR* const directory = ::opendir(folder.c_str());
-    if (directory == nullptr)
+    if (directory == nullptr) {
         return names;
+    }
     for (std::size_t i = 0; i < kMostEntries && names.size() < kMostFiles; ++i) {
         const dirent* const entry = ::readdir(directory);
-        if (entry == nullptr)
+        if (entry == nullptr) {
             break;
+        }
         const std::string name = entry->d_name;
-        if (name[0] != '.' && beginsWith(name, beginning) && endsWith(name, end))
+        if (name[0] != '.' && beginsWith(name, beginning) && endsWith(name, end)) {
             names.push_back(name);
+        }
     }
     (void)::closedir(directory);
     std::sort(names.begin(), names.end());
@@ -98,12 +101,14 @@ bool SPW_CDhcpLeaseFilesPosix::find(const Link& link, SPW_CDhcpLease& lease) con
         const auto last = std::find_if(file.blocks.rbegin(), file.blocks.rend(), [&file, &link](const Block& block) {
             return file.isFor(block.interfaceName, link) && hasAddress(link, block.lease.address);
         });
-        if (last == file.blocks.rend())
+        if (last == file.blocks.rend()) {
             continue;
+        }
         const SPW_CDhcpLease candidate = renewed(last->lease, link);
         const Rank rank = rankOf(candidate, file);
-        if (isFound && rank < best)
+        if (isFound && rank < best) {
             continue;
+        }
         isFound = true;
         best = rank;
         lease = candidate;
@@ -113,31 +118,37 @@ bool SPW_CDhcpLeaseFilesPosix::find(const Link& link, SPW_CDhcpLease& lease) con
 
 void SPW_CDhcpLeaseFilesPosix::readNetworkd() {
     const std::string folder = m_root + "/run/systemd/netif/leases/";
-    for (const std::string& name : filesIn(folder, "", ""))
+    for (const std::string& name : filesIn(folder, "", "")) {
         addAssignments(folder, name, isIndexOf);
+    }
 }
 
 // Its own client leaves nothing but the address in the lease file; server and times stand in the device's state.
 void SPW_CDhcpLeaseFilesPosix::readNetworkManager() {
     const std::string devices = m_root + "/run/NetworkManager/devices/";
-    for (const std::string& name : filesIn(devices, "", ""))
+    for (const std::string& name : filesIn(devices, "", "")) {
         addDeviceState(devices, name);
+    }
     const std::string leases = m_root + "/var/lib/NetworkManager/";
-    for (const std::string& name : filesIn(leases, "internal-", ".lease"))
+    for (const std::string& name : filesIn(leases, "internal-", ".lease")) {
         addAssignments(leases, name, endsWithNameOf);
-    for (const std::string& name : filesIn(leases, "dhclient-", ".lease"))
+    }
+    for (const std::string& name : filesIn(leases, "dhclient-", ".lease")) {
         addJournal(leases, name);
+    }
 }
 
 void SPW_CDhcpLeaseFilesPosix::readDhcpcd(const std::string& folder) {
-    for (const std::string& name : filesIn(m_root + folder, "", ".lease"))
+    for (const std::string& name : filesIn(m_root + folder, "", ".lease")) {
         addPacket(m_root + folder, name);
+    }
 }
 
 void SPW_CDhcpLeaseFilesPosix::readDhclient() {
     const std::string folder = m_root + "/var/lib/dhcp/";
-    for (const std::string& name : filesIn(folder, "dhclient", ".leases"))
+    for (const std::string& name : filesIn(folder, "dhclient", ".leases")) {
         addJournal(folder, name);
+    }
 }
 
 void SPW_CDhcpLeaseFilesPosix::addAssignments(const std::string& folder, const std::string& name, NameTest isFor) {
@@ -145,8 +156,9 @@ void SPW_CDhcpLeaseFilesPosix::addAssignments(const std::string& folder, const s
     std::int64_t written = 0;
     SPW_CDhcpLease lease;
     if (SPW_CSmallFilePosix::readEnd((folder + name).c_str(), kLargestFile, text, written) &&
-        SPW_CDhcpLeasePosix::parseAssignments(text, written, lease))
+        SPW_CDhcpLeasePosix::parseAssignments(text, written, lease)) {
         m_files.push_back({isFor, written, {{name, lease}}});
+    }
 }
 
 void SPW_CDhcpLeaseFilesPosix::addDeviceState(const std::string& folder, const std::string& name) {
@@ -154,8 +166,9 @@ void SPW_CDhcpLeaseFilesPosix::addDeviceState(const std::string& folder, const s
     std::int64_t written = 0;
     SPW_CDhcpLease lease;
     if (SPW_CSmallFilePosix::readEnd((folder + name).c_str(), kLargestFile, text, written) &&
-        SPW_CDhcpLeasePosix::parseDeviceState(text, lease))
+        SPW_CDhcpLeasePosix::parseDeviceState(text, lease)) {
         m_files.push_back({isIndexOf, written, {{name, lease}}});
+    }
 }
 
 void SPW_CDhcpLeaseFilesPosix::addPacket(const std::string& folder, const std::string& name) {
@@ -163,17 +176,20 @@ void SPW_CDhcpLeaseFilesPosix::addPacket(const std::string& folder, const std::s
     std::int64_t written = 0;
     SPW_CDhcpLease lease;
     if (SPW_CSmallFilePosix::readEnd((folder + name).c_str(), kLargestFile, packet, written) &&
-        SPW_CDhcpLeasePosix::parsePacket(packet, written, lease))
+        SPW_CDhcpLeasePosix::parsePacket(packet, written, lease)) {
         m_files.push_back({beginsWithNameOf, written, {{name, lease}}});
+    }
 }
 
 void SPW_CDhcpLeaseFilesPosix::addJournal(const std::string& folder, const std::string& name) {
     std::string journal;
     std::int64_t written = 0;
-    if (!SPW_CSmallFilePosix::readEnd((folder + name).c_str(), kEndOfJournal, journal, written))
+    if (!SPW_CSmallFilePosix::readEnd((folder + name).c_str(), kEndOfJournal, journal, written)) {
         return;
-    if (journal.size() == kEndOfJournal)
+    }
+    if (journal.size() == kEndOfJournal) {
         skipToBlock(journal);
+    }
     m_files.push_back({isNameOf, written, SPW_CDhcpLeasePosix::parseJournal(journal)});
 }
 
@@ -182,8 +198,9 @@ void SPW_CDhcpLeaseFilesPosix::addJournal(const std::string& folder, const std::
 SPW_CDhcpLease SPW_CDhcpLeaseFilesPosix::renewed(SPW_CDhcpLease lease, const Link& link) const {
     for (const SPW_CLinkTablePosix::Address& own : link.addresses) {
         const std::int64_t expires = m_now + own.validForSeconds;
-        if (!lease.mayBeRenewed || own.address != lease.address || !own.isLeased || expires <= lease.expires)
+        if (!lease.mayBeRenewed || own.address != lease.address || !own.isLeased || expires <= lease.expires) {
             continue;
+        }
         lease.obtained += expires - lease.expires;
         lease.expires = expires;
     }

@@ -16,8 +16,9 @@ enum Option : unsigned char { kPad = 0, kLeaseTime = 51, kOverload = 52, kServer
 
 std::uint32_t numberAt(std::string_view bytes, std::size_t position) {
     std::uint32_t number = 0;
-    for (std::size_t i = position; i < position + 4; ++i)
+    for (std::size_t i = position; i < position + 4; ++i) {
         number = number << 8 | static_cast<unsigned char>(bytes[i]);
+    }
     return number;
 }
 
@@ -31,24 +32,28 @@ struct Options {
 void readOptions(std::string_view field, Options& options) {
     while (!field.empty()) {
         const unsigned char code = static_cast<unsigned char>(field[0]);
-        if (code == kEnd)
+        if (code == kEnd) {
             return;
+        }
         if (code == kPad) {
             field.remove_prefix(1);
             continue;
         }
-        if (field.size() < 2)
+        if (field.size() < 2) {
             return;
+        }
         const std::size_t length = static_cast<unsigned char>(field[1]);
-        if (field.size() < 2 + length)
+        if (field.size() < 2 + length) {
             return;
+        }
         const std::string_view value = field.substr(2, length);
-        if (code == kLeaseTime && length == 4)
+        if (code == kLeaseTime && length == 4) {
             options.leaseTime = numberAt(value, 0);
-        else if (code == kServerIdentifier && length == 4)
+        } else if (code == kServerIdentifier && length == 4) {
             options.server = numberAt(value, 0);
-        else if (code == kOverload && length == 1)
+        } else if (code == kOverload && length == 1) {
             options.overload = static_cast<unsigned char>(value[0]);
+        }
         field.remove_prefix(2 + length);
     }
 }
@@ -57,20 +62,24 @@ void readOptions(std::string_view field, Options& options) {
 
 bool SPW_CDhcpLeasePosix::parsePacket(std::string_view packet, std::int64_t written, SPW_CDhcpLease& lease) {
     if (packet.size() < kOptions || packet[0] != kReply || packet.substr(kCookie, kMagic.size()) != kMagic ||
-        numberAt(packet, kYourAddress) == 0)
+        numberAt(packet, kYourAddress) == 0) {
         return false;
+    }
     Options options;
     readOptions(packet.substr(kOptions), options);
     const unsigned char overload = options.overload;
-    if ((overload & 1) != 0)
+    if ((overload & 1) != 0) {
         readOptions(packet.substr(kBootFile, kCookie - kBootFile), options);
-    if ((overload & 2) != 0)
+    }
+    if ((overload & 2) != 0) {
         readOptions(packet.substr(kServerName, kBootFile - kServerName), options);
+    }
     lease = SPW_CDhcpLease();
     lease.address = numberAt(packet, kYourAddress);
     lease.server = options.server;
     lease.obtained = written;
-    if (options.leaseTime != 0 && options.leaseTime != SPW_CDhcpNumbersPosix::kForEver)
+    if (options.leaseTime != 0 && options.leaseTime != SPW_CDhcpNumbersPosix::kForEver) {
         lease.expires = written + options.leaseTime;
+    }
     return true;
 }

@@ -11,11 +11,13 @@
 
 std::string SPW_InterfaceDriverPosix(const std::string& interfaceName) {
     ifreq request{};
-    if (interfaceName.size() >= sizeof request.ifr_name)
+    if (interfaceName.size() >= sizeof request.ifr_name) {
         return std::string();
+    }
     const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (descriptor == -1)
+    if (descriptor == -1) {
         return std::string();
+    }
     ethtool_drvinfo info{};
     info.cmd = ETHTOOL_GDRVINFO;
     std::memcpy(request.ifr_name, interfaceName.data(), interfaceName.size());

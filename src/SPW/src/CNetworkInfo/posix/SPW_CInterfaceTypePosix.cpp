@@ -47,12 +47,14 @@ constexpr KnownKind kKinds[] = {
 
 unsigned SPW_InterfaceTypePosix(const SPW_CLinkTablePosix::Link& link, std::string_view deviceType) {
     for (const KnownKind& known : kKinds) {
-        if (link.kind == known.kind)
+        if (link.kind == known.kind) {
             return known.type;
+        }
     }
     // Modems show themselves as Ethernet, or as something without a header, which tunnels do, too.
-    if (deviceType == "wwan")
+    if (deviceType == "wwan") {
         return kMobile;
+    }
     switch (link.hardwareType) {
         case ARPHRD_ETHER:
             return deviceType == "wlan" ? kWireless : kEthernet;

@@ -21,16 +21,18 @@ constexpr std::size_t kAlignment = 4;  // of messages, attributes and next hops
 // Reads a structure off the front; false when the bytes are too few.
 template <typename T>
 bool copyFront(std::string_view bytes, T& value) {
-    if (bytes.size() < sizeof value)
+    if (bytes.size() < sizeof value) {
         return false;
+    }
     std::memcpy(&value, bytes.data(), sizeof value);
     return true;
 }
 
 // Something that begins with its own length: cut off the front, with the padding behind it.
 bool takeSized(std::string_view& bytes, std::size_t length, std::size_t headSize, std::string_view& item) {
-    if (length < headSize || length > bytes.size())
+    if (length < headSize || length > bytes.size()) {
         return false;
+    }
     item = bytes.substr(0, length);
     bytes.remove_prefix(std::min((length + kAlignment - 1) & ~(kAlignment - 1), bytes.size()));
     return true;
@@ -46,8 +48,9 @@ void forEachMessage(std::string_view messages, std::uint16_t type, Visit visit) 
     nlmsghdr head;
     std::string_view message;
     while (copyFront(messages, head) && takeSized(messages, head.nlmsg_len, sizeof head, message)) {
-        if (head.nlmsg_type == type)
+        if (head.nlmsg_type == type) {
             visit(behind(message, sizeof head));
+        }
     }
 }
 
@@ -56,8 +59,9 @@ template <typename Visit>
 void forEachAttribute(std::string_view attributes, Visit visit) {
     rtattr head;
     std::string_view attribute;
-    while (copyFront(attributes, head) && takeSized(attributes, head.rta_len, sizeof head, attribute))
+    while (copyFront(attributes, head) && takeSized(attributes, head.rta_len, sizeof head, attribute)) {
         visit(head.rta_type & NLA_TYPE_MASK, behind(attribute, sizeof head));
+    }
 }
 
 std::uint32_t numberOf(std::string_view value) {
@@ -68,11 +72,13 @@ std::uint32_t numberOf(std::string_view value) {
 
 // An IPv4 address as it is sent.
 bool addressOf(std::string_view value, std::uint32_t& address) {
-    if (value.size() != 4)
+    if (value.size() != 4) {
         return false;
+    }
     address = 0;
-    for (const char octet : value)
+    for (const char octet : value) {
         address = address << 8 | static_cast<unsigned char>(octet);
+    }
     return true;
 }
 
@@ -83,8 +89,9 @@ std::string textOf(std::string_view value) {
 std::string kindOf(std::string_view linkInfo) {
     std::string kind;
     forEachAttribute(linkInfo, [&kind](int type, std::string_view value) {
-        if (type == IFLA_INFO_KIND)
+        if (type == IFLA_INFO_KIND) {
             kind = textOf(value);
+        }
     });
     return kind;
 }
@@ -95,19 +102,21 @@ bool isHardwareAddress(std::string_view value) {
 
 void addLink(std::vector<Link>& links, std::string_view body) {
     ifinfomsg head;
-    if (!copyFront(body, head) || head.ifi_index <= 0)
+    if (!copyFront(body, head) || head.ifi_index <= 0) {
         return;
+    }
     Link link;
     link.index = static_cast<std::uint32_t>(head.ifi_index);
     link.hardwareType = head.ifi_type;
     link.flags = head.ifi_flags;
     forEachAttribute(behind(body, sizeof head), [&link](int type, std::string_view value) {
-        if (type == IFLA_IFNAME)
+        if (type == IFLA_IFNAME) {
             link.name = textOf(value);
-        else if (type == IFLA_ADDRESS && isHardwareAddress(value))
+        } else if (type == IFLA_ADDRESS && isHardwareAddress(value)) {
             link.hardwareAddress = std::string(value);
-        else if (type == IFLA_LINKINFO)
+        } else if (type == IFLA_LINKINFO) {
             link.kind = kindOf(value);
+        }
     });
     links.push_back(std::move(link));
 }
@@ -120,8 +129,9 @@ Link* find(std::vector<Link>& links, std::uint32_t index) {
 
 void addAddress(std::vector<Link>& links, std::string_view body) {
     ifaddrmsg head;
-    if (!copyFront(body, head) || head.ifa_family != AF_INET)
+    if (!copyFront(body, head) || head.ifa_family != AF_INET) {
         return;
+    }
     Address address;
     address.prefixLength = head.ifa_prefixlen;
     std::uint32_t flags = head.ifa_flags;
@@ -140,17 +150,20 @@ void addAddress(std::vector<Link>& links, std::string_view body) {
             address.validForSeconds = times.ifa_valid;
         }
     });
-    if (!hasLocal)
+    if (!hasLocal) {
         address.address = peer;
+    }
     address.isLeased = (flags & IFA_F_PERMANENT) == 0 && address.validForSeconds != kForEver;
     Link* const link = find(links, head.ifa_index);
-    if (link != nullptr && (hasLocal || hasPeer))
+    if (link != nullptr && (hasLocal || hasPeer)) {
         link->addresses.push_back(address);
+    }
 }
 
 void addGateway(std::vector<Link>& links, std::uint32_t index, const Gateway& gateway) {
-    if (Link* const link = find(links, index))
+    if (Link* const link = find(links, index)) {
         link->gateways.push_back(gateway);
+    }
 }
 
 // A route that leads to several gateways lists them in an attribute.
@@ -160,8 +173,9 @@ void addNextHops(std::vector<Link>& links, std::string_view hops, std::uint32_t 
     while (copyFront(hops, head) && takeSized(hops, head.rtnh_len, sizeof head, hop)) {
         forEachAttribute(behind(hop, sizeof head), [&](int type, std::string_view value) {
             Gateway gateway{0, metric};
-            if (type == RTA_GATEWAY && addressOf(value, gateway.address))
+            if (type == RTA_GATEWAY && addressOf(value, gateway.address)) {
                 addGateway(links, static_cast<std::uint32_t>(head.rtnh_ifindex), gateway);
+            }
         });
     }
 }
@@ -170,24 +184,27 @@ void addNextHops(std::vector<Link>& links, std::string_view hops, std::uint32_t 
 void addDefaultRoute(std::vector<Link>& links, std::string_view body) {
     rtmsg head;
     if (!copyFront(body, head) || head.rtm_family != AF_INET || head.rtm_dst_len != 0 ||
-        head.rtm_table != RT_TABLE_MAIN || head.rtm_type != RTN_UNICAST)
+        head.rtm_table != RT_TABLE_MAIN || head.rtm_type != RTN_UNICAST) {
         return;
+    }
     Gateway gateway;
     std::uint32_t index = 0;
     bool hasGateway = false;
     std::string_view hops;
     forEachAttribute(behind(body, sizeof head), [&](int type, std::string_view value) {
-        if (type == RTA_GATEWAY)
+        if (type == RTA_GATEWAY) {
             hasGateway = addressOf(value, gateway.address);
-        else if (type == RTA_OIF)
+        } else if (type == RTA_OIF) {
             index = numberOf(value);
-        else if (type == RTA_PRIORITY)
+        } else if (type == RTA_PRIORITY) {
             gateway.metric = numberOf(value);
-        else if (type == RTA_MULTIPATH)
+        } else if (type == RTA_MULTIPATH) {
             hops = value;
+        }
     });
-    if (hasGateway)
+    if (hasGateway) {
         addGateway(links, index, gateway);
+    }
     addNextHops(links, hops, gateway.metric);
 }
 
@@ -214,7 +231,8 @@ std::vector<Link> SPW_CLinkTablePosix::read(std::string_view links, std::string_
         table.end());
     forEachMessage(addresses, RTM_NEWADDR, [&table](std::string_view body) { addAddress(table, body); });
     forEachMessage(routes, RTM_NEWROUTE, [&table](std::string_view body) { addDefaultRoute(table, body); });
-    for (Link& link : table)
+    for (Link& link : table) {
         sortGateways(link.gateways);
+    }
     return table;
 }

@@ -14,8 +14,9 @@ using SPW_CNetlinkAnswerPosix::Answer;
 // nothing that could be trusted.
 int errorOf(std::string_view body) {
     int error;
-    if (body.size() < sizeof error)
+    if (body.size() < sizeof error) {
         return EBADMSG;
+    }
     std::memcpy(&error, body.data(), sizeof error);
     return error < 0 && error >= -4095 ? -error : 0;
 }
@@ -29,8 +30,9 @@ void readEnd(std::string_view body, Answer& answer) {
 void readError(std::string_view body, Answer& answer) {
     answer.error = errorOf(body);
     // "No error" would confirm a request that asked for confirmation; ours did not.
-    if (answer.error == 0)
+    if (answer.error == 0) {
         answer.error = EBADMSG;
+    }
     answer.progress = SPW_CNetlinkAnswerPosix::kRefused;
 }
 
@@ -41,14 +43,16 @@ Answer SPW_CNetlinkAnswerPosix::examine(std::string_view datagram) {
     nlmsghdr head;
     while (answer.progress == kMore && datagram.size() >= sizeof head) {
         std::memcpy(&head, datagram.data(), sizeof head);
-        if (head.nlmsg_len < sizeof head || head.nlmsg_len > datagram.size())
+        if (head.nlmsg_len < sizeof head || head.nlmsg_len > datagram.size()) {
             break;
+        }
         const std::string_view body = datagram.substr(sizeof head, head.nlmsg_len - sizeof head);
         answer.isOutdated = answer.isOutdated || (head.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
-        if (head.nlmsg_type == NLMSG_DONE)
+        if (head.nlmsg_type == NLMSG_DONE) {
             readEnd(body, answer);
-        else if (head.nlmsg_type == NLMSG_ERROR)
+        } else if (head.nlmsg_type == NLMSG_ERROR) {
             readError(body, answer);
+        }
         datagram.remove_prefix(std::min<std::size_t>(NLMSG_ALIGN(head.nlmsg_len), datagram.size()));
     }
     return answer;

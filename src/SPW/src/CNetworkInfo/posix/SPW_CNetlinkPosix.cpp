@@ -25,8 +25,9 @@ class Channel {
 public:
     Channel() : m_descriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {}
     ~Channel() {
-        if (m_descriptor != -1)
+        if (m_descriptor != -1) {
             (void)::close(m_descriptor);
+        }
     }
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
@@ -43,8 +44,9 @@ public:
         request.head.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
         request.body.rtgen_family = AF_INET;
         // With links the kernel takes the family for that of a protocol's own settings; it wants none.
-        if (type == RTM_GETLINK)
+        if (type == RTM_GETLINK) {
             request.body.rtgen_family = AF_UNSPEC;
+        }
         sockaddr_nl kernel{};
         kernel.nl_family = AF_NETLINK;
         return ::sendto(m_descriptor, &request, request.head.nlmsg_len, 0, reinterpret_cast<const sockaddr*>(&kernel),
@@ -61,8 +63,9 @@ public:
             size = ::recvfrom(m_descriptor, buffer.data(), buffer.size(), MSG_TRUNC,
                               reinterpret_cast<sockaddr*>(&sender), &senderSize);
         } while ((size == -1 && errno == EINTR) || (size >= 0 && sender.nl_pid != 0));
-        if (size <= static_cast<ssize_t>(buffer.size()))
+        if (size <= static_cast<ssize_t>(buffer.size())) {
             return size;
+        }
         errno = EMSGSIZE;
         return -1;
     }
@@ -74,14 +77,16 @@ private:
 SPW_Result readOnce(std::uint16_t request, std::string& messages, bool& isOutdated) {
     messages.clear();
     Channel channel;
-    if (!channel.isOpen() || !channel.send(request))
+    if (!channel.isOpen() || !channel.send(request)) {
         return SPW_CSysErrorPosix::fail();
+    }
     std::vector<char> buffer(kReceiveBuffer);
     Answer answer;
     while (answer.progress == SPW_CNetlinkAnswerPosix::kMore) {
         const ssize_t size = channel.receive(buffer);
-        if (size == -1)
+        if (size == -1) {
             return SPW_CSysErrorPosix::fail();
+        }
         const std::string_view datagram(buffer.data(), static_cast<std::size_t>(size));
         answer = SPW_CNetlinkAnswerPosix::examine(datagram);
         isOutdated = isOutdated || answer.isOutdated;
@@ -100,7 +105,8 @@ SPW_Result SPW_CNetlinkPosix::readTable(std::uint16_t request, std::string& mess
         isOutdated = false;
         code = readOnce(request, messages, isOutdated);
     }
-    if (code != kSysOk)
+    if (code != kSysOk) {
         messages.clear();
+    }
     return code;
 }

@@ -42,8 +42,9 @@ bool readResolverFile(const std::string& path, Resolver& resolver) {
     std::string text;
     const bool isThere = SPW_CSmallFilePosix::read(path.c_str(), kLargestResolverFile, text);
     // Where the limit cuts amid a line, the beginning of an address may look like one.
-    if (text.size() == kLargestResolverFile)
+    if (text.size() == kLargestResolverFile) {
         text.erase(text.rfind('\n') + 1);
+    }
     resolver = SPW_CResolverFilePosix::parse(text);
     return isThere;
 }
@@ -62,17 +63,20 @@ Resolver readResolver(const std::string& root) {
     Resolver resolver;
     (void)readResolverFile(root + "/etc/resolv.conf", resolver);  // without a file there is no server and no domain
     Resolver list;
-    if (!SPW_CResolverFilePosix::namesOnlyThisDevice(resolver) || !readServiceList(root, resolver, list))
+    if (!SPW_CResolverFilePosix::namesOnlyThisDevice(resolver) || !readServiceList(root, resolver, list)) {
         return resolver;
-    if (!resolver.domain.empty())
+    }
+    if (!resolver.domain.empty()) {
         list.domain = resolver.domain;
+    }
     return list;
 }
 
 std::string readHostName() {
     char name[256];
-    if (::gethostname(name, sizeof name) != 0)
+    if (::gethostname(name, sizeof name) != 0) {
         return std::string();
+    }
     name[sizeof name - 1] = 0;
     return name;
 }
@@ -94,13 +98,15 @@ bool isSetForAny(const std::string& root, const char* setting, const std::vector
 SPW_Result readNetwork(const std::string& root, Network& network) {
     std::vector<SPW_CAdapterPosix> adapters;
     const SPW_Result code = SPW_AdaptersPosix(root, adapters);
-    if (code != kSysOk)
+    if (code != kSysOk) {
         return code;
+    }
     network.hostName = readHostName();
     network.resolver = readResolver(root);
     const std::size_t dot = network.hostName.find('.');
-    if (network.resolver.domain.empty() && dot != std::string::npos)
+    if (network.resolver.domain.empty() && dot != std::string::npos) {
         network.resolver.domain = network.hostName.substr(dot + 1);
+    }
     network.usesDhcp = std::any_of(adapters.begin(), adapters.end(),
                                    [](const SPW_CAdapterPosix& adapter) { return adapter.usesDhcp; });
     network.routes = isSetForAny(root, "forwarding", adapters);
@@ -114,8 +120,9 @@ SPW_Result readNetwork(const std::string& root, Network& network) {
 template <std::size_t size>
 void writeText(char (&field)[size], const std::string& text) {
     std::size_t length = std::min(text.size(), size - 1);
-    while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
+    while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) {
         --length;
+    }
     std::memcpy(field, text.data(), length);
     field[length] = 0;
 }
@@ -145,28 +152,32 @@ void writeList(SPW_AddressNode& first, const AddressList& list, SPW_AddressNode*
 
 AddressList addressesOf(const Link& link) {
     AddressList list;
-    for (const Address& address : link.addresses)
+    for (const Address& address : link.addresses) {
         list.push_back({SPW_CAddressTextPosix::text(address.address), maskText(address.prefixLength)});
+    }
     return list;
 }
 
 AddressList gatewaysOf(const Link& link) {
     AddressList list;
-    for (const Gateway& gateway : link.gateways)
+    for (const Gateway& gateway : link.gateways) {
         list.push_back({SPW_CAddressTextPosix::text(gateway.address), std::string()});
+    }
     return list;
 }
 
 AddressList dhcpServersOf(const SPW_CAdapterPosix& adapter) {
-    if (adapter.lease.server == 0)
+    if (adapter.lease.server == 0) {
         return AddressList();
+    }
     return {{SPW_CAddressTextPosix::text(adapter.lease.server), std::string()}};
 }
 
 AddressList dnsServersOf(const Resolver& resolver) {
     AddressList list;
-    for (const std::string& server : resolver.servers)
+    for (const std::string& server : resolver.servers) {
         list.push_back({server, std::string()});
+    }
     return list;
 }
 
@@ -189,8 +200,9 @@ void writeAdapter(SPW_AdapterRecord& record, const SPW_CAdapterPosix& adapter, S
 // Whether the caller's buffer can be filled; else size becomes what is needed.
 bool fits(const void* buffer, std::size_t needed, std::uint32_t& size) {
     const bool isLargeEnough = buffer != nullptr && size >= needed;
-    if (!isLargeEnough)
+    if (!isLargeEnough) {
         size = static_cast<std::uint32_t>(needed);
+    }
     return isLargeEnough;
 }
 
@@ -203,12 +215,14 @@ SPW_CNetworkInfo* SPW_CNetworkInfo::instance = &networkInfo.value;
 SPW_Result SPW_CNetworkInfoPosix::networkParameters(SPW_NetworkParameters* buffer, std::uint32_t& size) {
     Network network;
     const SPW_Result code = readNetwork(m_root, network);
-    if (code != kSysOk)
+    if (code != kSysOk) {
         return code;
+    }
     const AddressList servers = dnsServersOf(network.resolver);
     // The first server is told twice: as the head of the list, and as the one that is asked first.
-    if (!fits(buffer, sizeof *buffer + servers.size() * sizeof(SPW_AddressNode), size))
+    if (!fits(buffer, sizeof *buffer + servers.size() * sizeof(SPW_AddressNode), size)) {
         return kSysBufferOverflow;
+    }
     SPW_NetworkParameters& record = *new (buffer) SPW_NetworkParameters();
     SPW_AddressNode* free = reinterpret_cast<SPW_AddressNode*>(buffer + 1);
     writeText(record.hostName, network.hostName);
@@ -229,16 +243,19 @@ SPW_Result SPW_CNetworkInfoPosix::networkParameters(SPW_NetworkParameters* buffe
 SPW_Result SPW_CNetworkInfoPosix::adapters(SPW_AdapterRecord* buffer, std::uint32_t& size) {
     std::vector<SPW_CAdapterPosix> adapters;
     const SPW_Result code = SPW_AdaptersPosix(m_root, adapters);
-    if (code != kSysOk)
+    if (code != kSysOk) {
         return code;
-    if (adapters.empty())
+    }
+    if (adapters.empty()) {
         return kSysNoData;
+    }
     std::size_t nodes = 0;
     for (const SPW_CAdapterPosix& adapter : adapters) {
         nodes += nodesBehindFirst(addressesOf(adapter.link)) + nodesBehindFirst(gatewaysOf(adapter.link));
     }
-    if (!fits(buffer, adapters.size() * sizeof *buffer + nodes * sizeof(SPW_AddressNode), size))
+    if (!fits(buffer, adapters.size() * sizeof *buffer + nodes * sizeof(SPW_AddressNode), size)) {
         return kSysBufferOverflow;
+    }
     SPW_AddressNode* free = reinterpret_cast<SPW_AddressNode*>(buffer + adapters.size());
     for (std::size_t i = 0; i < adapters.size(); ++i) {
         writeAdapter(*new (buffer + i) SPW_AdapterRecord(), adapters[i], free);

@@ -23,16 +23,18 @@ std::string_view takeWord(std::string_view& line) {
 
 // The root domain is written "." and is no domain of ours; a dot at the end changes nothing.
 std::string domainOf(std::string_view word) {
-    if (!word.empty() && word.back() == '.')
+    if (!word.empty() && word.back() == '.') {
         word.remove_suffix(1);
+    }
     return std::string(word);
 }
 
 // As the C library reads it, which takes short and octal forms: 127.1 is 127.0.0.1, 010.0.0.1 is 8.0.0.1.
 bool parseServer(const std::string& word, std::uint32_t& address) {
     in_addr parsed;
-    if (word.find('\0') != std::string::npos || ::inet_aton(word.c_str(), &parsed) == 0)
+    if (word.find('\0') != std::string::npos || ::inet_aton(word.c_str(), &parsed) == 0) {
         return false;
+    }
     address = ntohl(parsed.s_addr);
     return true;
 }
@@ -45,16 +47,18 @@ bool isIpv6(const std::string& word) {
 
 void addServer(Resolver& resolver, const std::string& word) {
     std::uint32_t address;
-    if (parseServer(word, address))
+    if (parseServer(word, address)) {
         resolver.servers.push_back(SPW_CAddressTextPosix::text(address));
-    else if (isIpv6(word))
+    } else if (isIpv6(word)) {
         resolver.hasOtherServers = true;
+    }
 }
 
 // A line without a domain says nothing.
 void setDomain(Resolver& resolver, std::string_view word) {
-    if (!word.empty())
+    if (!word.empty()) {
         resolver.domain = domainOf(word);
+    }
 }
 
 bool isOfResolved(const std::string& server) {
@@ -70,10 +74,11 @@ Resolver SPW_CResolverFilePosix::parse(std::string_view file) {
         // Keywords stand at the very beginning of their line.
         const bool isIndented = kBlanks.find(line.empty() ? ' ' : line.front()) != std::string_view::npos;
         const std::string_view keyword = isIndented ? std::string_view() : takeWord(line);
-        if (keyword == "nameserver")
+        if (keyword == "nameserver") {
             addServer(resolver, std::string(takeWord(line)));
-        else if (keyword == "domain" || keyword == "search")
+        } else if (keyword == "domain" || keyword == "search") {
             setDomain(resolver, takeWord(line));
+        }
     }
     return resolver;
 }

@@ -21,8 +21,9 @@ mode_t rightsTo(SPW_CRegistrySys::Hive hive) {
 
 bool limitOpen(int file, mode_t rights) {
     struct stat status;
-    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
         return true;
+    }
     const mode_t present = status.st_mode & 07777;
     return (present & rights) == present || ::fchmod(file, present & rights) == 0;
 }
@@ -35,8 +36,9 @@ bool SPW_CHiveRights::limit(const SPW_CString& path) {
     const std::string own(SPW_CString(path).toAnsi());  // toAnsi changes its string, and the caller's may be shared
     // A new file has no others' rights from its first moment: what is once open stays readable.
     const int file = ::open(own.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNormal & rights);
-    if (file == -1)
+    if (file == -1) {
         return false;
+    }
     const bool isLimited = limitOpen(file, rights);
     (void)::close(file);  // nothing has been written
     return isLimited;

@@ -14,8 +14,9 @@ constexpr std::string_view kEscaped = "\"\\$`";
 
 std::string_view withoutBlanks(std::string_view text) {
     const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos)
+    if (begin == std::string_view::npos) {
         return std::string_view();
+    }
     return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
@@ -55,16 +56,18 @@ bool isHighSurrogate(char16_t c) {
 // Cuts no character in two.
 SPW_CString cutToLimit(const SPW_CString& text) {
     int length = SPW_COsReleasePosix::kNameLimit;
-    if (text.length() > length && isHighSurrogate(text.at(length - 1)))
+    if (text.length() > length && isHighSurrogate(text.at(length - 1))) {
         --length;
+    }
     return text.left(length);
 }
 
 SPW_CString showable(const std::string& bytes) {
     const SPW_CString wide = cutToLimit(SPW_CString(bytes.c_str()));
     SPW_CString shown;
-    for (int i = 0; i < wide.length(); ++i)
+    for (int i = 0; i < wide.length(); ++i) {
         shown.append(isControl(wide.at(i)) ? u'?' : wide.at(i));
+    }
     return shown;
 }
 
@@ -75,8 +78,9 @@ SPW_CString SPW_COsReleasePosix::prettyName(std::string_view file) {
     while (!file.empty()) {
         const std::string_view line = withoutBlanks(SPW_CTextLinesPosix::takeLine(file));
         std::string value;
-        if (line.substr(0, kPrettyName.size()) == kPrettyName && unquoted(line.substr(kPrettyName.size()), value))
+        if (line.substr(0, kPrettyName.size()) == kPrettyName && unquoted(line.substr(kPrettyName.size()), value)) {
             name = value;
+        }
     }
     // A null would end the text for whoever reads on.
     std::replace(name.begin(), name.end(), '\0', '?');

@@ -31,8 +31,9 @@ bool isOwnProgramFile(const char* path) {
 
 bool kernelVersion(SPW_CKernelVersionPosix::Version& version) {
     utsname kernel;
-    if (uname(&kernel) != 0)
+    if (uname(&kernel) != 0) {
         return false;
+    }
     std::string signature;
     (void)SPW_CSmallFilePosix::read("/proc/version_signature", kLongestSignature, signature);  // few kernels have one
     return SPW_CKernelVersionPosix::parse(kernel.release, kernel.version, signature, version);
@@ -41,16 +42,18 @@ bool kernelVersion(SPW_CKernelVersionPosix::Version& version) {
 // The second file counts only where the first is missing, not where it says nothing.
 SPW_CString distribution() {
     std::string file;
-    if (!SPW_CSmallFilePosix::read("/etc/os-release", kLongestOsRelease, file))
+    if (!SPW_CSmallFilePosix::read("/etc/os-release", kLongestOsRelease, file)) {
         (void)SPW_CSmallFilePosix::read("/usr/lib/os-release", kLongestOsRelease, file);
+    }
     return SPW_COsReleasePosix::prettyName(file);
 }
 
 // False for a time that no calendar shows.
 bool toSystemTime(const SPW_CalendarTime& time, std::tm& calendar) {
     const std::uint64_t moment = SPW_CClock::fromUtc(time);
-    if (moment == 0)
+    if (moment == 0) {
         return false;
+    }
     SPW_CalendarTime newYear;
     newYear.year = time.year;
     calendar = {};
@@ -75,8 +78,9 @@ public:
     constexpr SystemInfo() = default;
 
     bool fileVersion(const SPW_CString& path, std::uint32_t& high, std::uint32_t& low) override {
-        if (!isOwnProgramFile(path.toAnsi()))
+        if (!isOwnProgramFile(path.toAnsi())) {
             return false;
+        }
         high = LINKOMETRY_VERSION_MAJOR << 16 | LINKOMETRY_VERSION_MINOR;
         low = LINKOMETRY_VERSION_PATCH << 16 | LINKOMETRY_VERSION_TWEAK;
         return true;
@@ -84,8 +88,9 @@ public:
 
     bool osVersion(SPW_OsVersion& version) override {
         SPW_CKernelVersionPosix::Version kernel;
-        if (!kernelVersion(kernel))
+        if (!kernelVersion(kernel)) {
             return false;
+        }
         version.platform = kOsLinux;
         version.major = kernel.major;
         version.minor = kernel.minor;
@@ -98,16 +103,18 @@ public:
 
     SPW_CString shortDate(const SPW_CalendarTime& time) override {
         std::tm calendar;
-        if (!toSystemTime(time, calendar))
+        if (!toSystemTime(time, calendar)) {
             return SPW_CString();
+        }
         const SPW_CUserLocalePosix locale;
         return cutToLimit(locale.formatted(locale.text(D_FMT), calendar));
     }
 
     SPW_CString shortTime(const SPW_CalendarTime& time) override {
         std::tm calendar;
-        if (!toSystemTime(time, calendar))
+        if (!toSystemTime(time, calendar)) {
             return SPW_CString();
+        }
         const SPW_CUserLocalePosix locale;
         const SPW_CString format = SPW_CTimeFormatPosix::withoutSeconds(locale.text(T_FMT), locale.text(T_FMT_AMPM));
         return cutToLimit(locale.formatted(format, calendar));

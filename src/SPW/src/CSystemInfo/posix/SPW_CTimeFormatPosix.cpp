@@ -32,26 +32,31 @@ bool isBlank(char16_t c) {
 // Where the last character of a word ends; 0 when there is none.
 int endOfWords(const SPW_CString& text) {
     int end = text.length();
-    while (end > 0 && !isOfWord(text.at(end - 1)))
+    while (end > 0 && !isOfWord(text.at(end - 1))) {
         --end;
+    }
     return end;
 }
 
 // How many characters a conversion at the percent sign takes: flags, width, modifier and letter; 0 for none.
 int conversionLength(const SPW_CString& format, int percent) {
     int end = percent + 1;
-    while (isOneOf(format.at(end), u"_-0^#+"))
+    while (isOneOf(format.at(end), u"_-0^#+")) {
         ++end;
-    while (format.at(end) >= u'0' && format.at(end) <= u'9')
+    }
+    while (format.at(end) >= u'0' && format.at(end) <= u'9') {
         ++end;
-    if (format.at(end) == u'E' || format.at(end) == u'O')
+    }
+    if (format.at(end) == u'E' || format.at(end) == u'O') {
         ++end;
+    }
     return isAsciiLetter(format.at(end)) ? end + 1 - percent : 0;
 }
 
 void appendText(Pieces& pieces, char16_t c) {
-    if (pieces.empty() || pieces.back().conversion != 0)
+    if (pieces.empty() || pieces.back().conversion != 0) {
         pieces.emplace_back();
+    }
     pieces.back().text.append(c);
 }
 
@@ -76,12 +81,14 @@ void dropConversion(Pieces& pieces, std::size_t index) {
         // Numbers that have units have them all: "%H:%M:%S Uhr" names the whole. Some languages put them in front.
         const bool hasUnits = endOfWords(pieces[index - 1].text) > 0;
         const bool hasUnitBehind = hasTextBehind && endOfWords(pieces[index + 1].text) > 0;
-        if (hasUnits && !hasUnitBehind && isText(pieces, 0) && endOfWords(pieces[0].text) > 0)
+        if (hasUnits && !hasUnitBehind && isText(pieces, 0) && endOfWords(pieces[0].text) > 0) {
             pieces[index - 1].text.clear();
-        else
+        } else {
             dropSeparator(pieces[index - 1].text);
-        if (hasUnits && hasUnitBehind)
+        }
+        if (hasUnits && hasUnitBehind) {
             dropUnit(pieces[index + 1].text);
+        }
     } else if (hasTextBehind && index == 0) {
         pieces[1].text.clear();
     }
@@ -90,8 +97,9 @@ void dropConversion(Pieces& pieces, std::size_t index) {
 
 void dropAll(Pieces& pieces, std::u16string_view conversions) {
     for (std::size_t i = pieces.size(); i > 0; --i) {
-        if (pieces[i - 1].conversion != 0 && isOneOf(pieces[i - 1].conversion, conversions))
+        if (pieces[i - 1].conversion != 0 && isOneOf(pieces[i - 1].conversion, conversions)) {
             dropConversion(pieces, i - 1);
+        }
     }
 }
 
@@ -117,8 +125,9 @@ SPW_CString joined(const Pieces& pieces) {
     for (const Piece& piece : pieces) {
         for (int i = 0; i < piece.text.length(); ++i) {
             format.append(piece.text.at(i));
-            if (piece.conversion == 0 && piece.text.at(i) == u'%')
+            if (piece.conversion == 0 && piece.text.at(i) == u'%') {
                 format.append(u'%');
+            }
         }
     }
     return format;
@@ -127,10 +136,12 @@ SPW_CString joined(const Pieces& pieces) {
 SPW_CString withoutOuterBlanks(const SPW_CString& text) {
     int begin = 0;
     int end = text.length();
-    while (begin < end && isBlank(text.at(begin)))
+    while (begin < end && isBlank(text.at(begin))) {
         ++begin;
-    while (end > begin && isBlank(text.at(end - 1)))
+    }
+    while (end > begin && isBlank(text.at(end - 1))) {
         --end;
+    }
     return text.mid(begin, end - begin);
 }
 
@@ -159,7 +170,8 @@ SPW_CString SPW_CTimeFormatPosix::withoutSeconds(const SPW_CString& format, cons
     Pieces pieces = spelledOut(format, twelveHourFormat);
     dropAll(pieces, u"S");
     dropAll(pieces, u"Zz");
-    if (!hasConversion(pieces))
+    if (!hasConversion(pieces)) {
         return kShortTime;
+    }
     return withoutOuterBlanks(joined(pieces));
 }

@@ -14,8 +14,9 @@ namespace {
 const char* nameOfTimeLocale() {
     for (const char* variable : {"LC_ALL", "LC_TIME", "LANG"}) {
         const char* const name = std::getenv(variable);
-        if (name != nullptr && *name != 0)
+        if (name != nullptr && *name != 0) {
             return name;
+        }
     }
     return "C";
 }
@@ -27,8 +28,9 @@ locale_t openLocale(const char* name) {
 // False when the text is not of that charset, or no converter is installed.
 bool toUtf8(const char* charset, const char* text, std::string& utf8) {
     const iconv_t converter = ::iconv_open("UTF-8", charset);
-    if (converter == reinterpret_cast<iconv_t>(-1))
+    if (converter == reinterpret_cast<iconv_t>(-1)) {
         return false;
+    }
     std::string input(text);
     utf8.resize(4 * input.size());  // no character of one byte needs more
     char* from = input.data();
@@ -44,13 +46,15 @@ bool toUtf8(const char* charset, const char* text, std::string& utf8) {
 }  // namespace
 
 SPW_CUserLocalePosix::SPW_CUserLocalePosix() : m_locale(openLocale(nameOfTimeLocale())) {
-    if (m_locale == locale_t())
+    if (m_locale == locale_t()) {
         m_locale = openLocale("C");
+    }
 }
 
 SPW_CUserLocalePosix::~SPW_CUserLocalePosix() {
-    if (m_locale != locale_t())
+    if (m_locale != locale_t()) {
         ::freelocale(m_locale);
+    }
 }
 
 SPW_CString SPW_CUserLocalePosix::text(nl_item item) const {
@@ -59,14 +63,16 @@ SPW_CString SPW_CUserLocalePosix::text(nl_item item) const {
 
 SPW_CString SPW_CUserLocalePosix::formatted(const SPW_CString& format, const std::tm& time) const {
     SPW_CString text;
-    for (const SPW_CTimeFormatPosix::Piece& piece : SPW_CTimeFormatPosix::cut(format))
+    for (const SPW_CTimeFormatPosix::Piece& piece : SPW_CTimeFormatPosix::cut(format)) {
         text += piece.conversion == 0 ? piece.text : conversion(piece.text.toAnsi(), time);
+    }
     return text;
 }
 
 SPW_CString SPW_CUserLocalePosix::conversion(const char* format, const std::tm& time) const {
-    if (m_locale == locale_t())
+    if (m_locale == locale_t()) {
         return SPW_CString();
+    }
     char text[1024];
     // 0 for an empty text too, such as that of the half of the day where nobody uses it; the buffer is undefined then.
     return ::strftime_l(text, sizeof text, format, &time, m_locale) == 0 ? SPW_CString() : wide(text);
@@ -75,7 +81,8 @@ SPW_CString SPW_CUserLocalePosix::conversion(const char* format, const std::tm& 
 SPW_CString SPW_CUserLocalePosix::wide(const char* text) const {
     const char* const charset = ::nl_langinfo_l(CODESET, m_locale);
     std::string utf8;
-    if (std::strcmp(charset, "UTF-8") != 0 && toUtf8(charset, text, utf8))
+    if (std::strcmp(charset, "UTF-8") != 0 && toUtf8(charset, text, utf8)) {
         return SPW_CString(utf8.c_str());
+    }
     return SPW_CString(text);
 }

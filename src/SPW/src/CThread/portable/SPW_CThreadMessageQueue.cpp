@@ -15,13 +15,15 @@ constexpr std::uint32_t kTraceLevel = 16;
 // Every log line passes here twice, so no text is made unless somebody wants to read it.
 void trace(SPW_CError::TraceKind kind, int line, const char* method, const char16_t* message = u"") {
     SPW_CError* const reporter = SPW_CError::instance;
-    if (reporter->isTraced(kTraceLevel))
+    if (reporter->isTraced(kTraceLevel)) {
         reporter->trace(kTraceLevel, kind, kModule, line, "SPW_CThreadMessageQueue", method, message);
+    }
 }
 
 void traceRemoveIndex(std::uint32_t index) {
-    if (!SPW_CError::instance->isTraced(kTraceLevel))
+    if (!SPW_CError::instance->isTraced(kTraceLevel)) {
         return;
+    }
     SPW_CString text;
     text.format(u"myRemoveIndex is %u", index);
     trace(SPW_CError::kNote, 141, "qGetMsg", text.text());
@@ -59,10 +61,12 @@ SPW_CThreadMessageQueue::SPW_CThreadMessageQueue(std::uint32_t capacity)
 }
 
 SPW_CThreadMessageQueue::~SPW_CThreadMessageQueue() {
-    if (m_items != nullptr)
+    if (m_items != nullptr) {
         SPW_CThreadSys::destroySemaphore(m_items);
-    if (m_freeSlots != nullptr)
+    }
+    if (m_freeSlots != nullptr) {
         SPW_CThreadSys::destroySemaphore(m_freeSlots);
+    }
 }
 
 SPW_Result SPW_CThreadMessageQueue::queueResult() const {
@@ -70,8 +74,9 @@ SPW_Result SPW_CThreadMessageQueue::queueResult() const {
 }
 
 void SPW_CThreadMessageQueue::qAddMsg(std::uintptr_t message) {
-    if (queueResult() != 0)
+    if (queueResult() != 0) {
         return;
+    }
     trace(SPW_CError::kEntry, 157, "qAddMsg");
     acquire(m_freeSlots);
     {
@@ -97,13 +102,15 @@ SPW_Result SPW_CThreadMessageQueue::qGetMsg(std::uintptr_t& message, std::uint32
             return static_cast<SPW_Result>(remaining);
         }
         timedMessageFirst = remaining < static_cast<std::int64_t>(timeoutMs);
-        if (timedMessageFirst)
+        if (timedMessageFirst) {
             waitMs = static_cast<std::uint32_t>(remaining);
+        }
     }
     if (!waitForItem(waitMs)) {
         trace(SPW_CError::kExit, 128, "qGetMsg", u"wait timed out");
-        if (!timedMessageFirst)
+        if (!timedMessageFirst) {
             return kTimedOut;
+        }
         message = takeTimedMessage();
         return 0;
     }

@@ -5,8 +5,9 @@
 SPW_CThreadSlot::SPW_CThreadSlot() : m_slot(0), m_valid(SPW_CThreadSys::createSlot(m_slot)) {}
 
 SPW_CThreadSlot::~SPW_CThreadSlot() {
-    if (m_valid)
+    if (m_valid) {
         SPW_CThreadSys::destroySlot(m_slot);
+    }
 }
 
 std::intptr_t SPW_CThreadSlot::get() const {
@@ -14,6 +15,7 @@ std::intptr_t SPW_CThreadSlot::get() const {
 }
 
 void SPW_CThreadSlot::set(std::intptr_t value) {
-    if (m_valid)
+    if (m_valid) {
         SPW_CThreadSys::setSlotValue(m_slot, value);
+    }
 }

@@ -49,10 +49,12 @@ SPW_CGatePosix::~SPW_CGatePosix() {
 
 bool SPW_CGatePosix::wait(std::uint32_t timeoutMs) {
     const Hold hold(m_mutex);
-    if (m_count == 0)
+    if (m_count == 0) {
         return timeoutMs != 0 && waitInLine(timeoutMs);
-    if (!m_staysOpen)
+    }
+    if (!m_staysOpen) {
         --m_count;
+    }
     return true;
 }
 
@@ -69,8 +71,9 @@ bool SPW_CGatePosix::waitInLine(std::uint32_t timeoutMs) {
         failure = timeoutMs == kSPWForever ? pthread_cond_wait(&self.wake, &m_mutex)
                                            : pthread_cond_timedwait(&self.wake, &m_mutex, &deadline);
     }
-    if (!self.granted)
+    if (!self.granted) {
         leaveLine(&self);
+    }
     pthread_cond_destroy(&self.wake);
     return self.granted;
 }
@@ -81,10 +84,12 @@ bool SPW_CGatePosix::release() {
         grantFirst();
         return true;
     }
-    while (m_first != nullptr)
+    while (m_first != nullptr) {
         grantFirst();
-    if (m_count == m_maximum)
+    }
+    if (m_count == m_maximum) {
         return false;
+    }
     ++m_count;
     return true;
 }
@@ -103,9 +108,11 @@ void SPW_CGatePosix::grantFirst() {
 
 void SPW_CGatePosix::leaveLine(const Waiter* waiter) {
     Waiter** link = &m_first;
-    while (*link != waiter)
+    while (*link != waiter) {
         link = &(*link)->next;
+    }
     *link = waiter->next;
-    if (m_end == &waiter->next)
+    if (m_end == &waiter->next) {
         m_end = link;
+    }
 }

@@ -56,15 +56,17 @@ pthread_mutex_t* mutexOf(SPW_Handle section) {
 SPW_Handle SPW_CThreadSys::createThread(void (*entry)(void*), void* argument) {
     std::unique_ptr<pthread_t> thread(new (std::nothrow) pthread_t);
     std::unique_ptr<Start> start(new (std::nothrow) Start{entry, argument});
-    if (thread == nullptr || start == nullptr)
+    if (thread == nullptr || start == nullptr) {
         return nullptr;
+    }
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, SPW_CThreadSys::kStackBytes + stackShareOfTheLibrary());
     const int failure = pthread_create(thread.get(), &attributes, runThread, start.get());
     pthread_attr_destroy(&attributes);
-    if (failure != 0)
+    if (failure != 0) {
         return nullptr;
+    }
     (void)start.release();  // the thread's
     return thread.release();
 }
@@ -80,8 +82,9 @@ std::uint32_t SPW_CThreadSys::currentThreadId() {
 }
 
 SPW_Handle SPW_CThreadSys::createSemaphore(std::uint32_t initial, std::uint32_t maximum) {
-    if (maximum == 0 || initial > maximum)
+    if (maximum == 0 || initial > maximum) {
         return nullptr;
+    }
     return new (std::nothrow) SPW_CGatePosix(initial, maximum, false);
 }
 
@@ -118,8 +121,9 @@ void SPW_CThreadSys::leaveCriticalSection(SPW_Handle section) {
 
 bool SPW_CThreadSys::createSlot(std::uintptr_t& slot) {
     pthread_key_t key;
-    if (pthread_key_create(&key, nullptr) != 0)
+    if (pthread_key_create(&key, nullptr) != 0) {
         return false;
+    }
     slot = key;
     return true;
 }

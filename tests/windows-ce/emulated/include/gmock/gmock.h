@@ -182,7 +182,7 @@ inline auto HasSubstr(std::string part) {
 }  // namespace testing
 
 #define EXPECT_THAT(value, ...) GTEST_CHECK_(::testing::internal::checkMatch(value, __VA_ARGS__, #value), )
-#define ASSERT_THAT(value, ...) GTEST_CHECK_(::testing::internal::checkMatch(value, __VA_ARGS__, #value), return )
+#define ASSERT_THAT(value, ...) GTEST_CHECK_(::testing::internal::checkMatch(value, __VA_ARGS__, #value), return)
 
 #define MATCHER_P4(name, p0, p1, p2, p3, description)                         \
     template <typename P0, typename P1, typename P2, typename P3>             \
