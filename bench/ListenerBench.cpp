@@ -83,7 +83,7 @@ void receiveBare(Line& line) {
 
 class NoSink final : public UiSink {
 public:
-    void updatePeerRow(const SPW_CString&, int, int, std::int32_t, std::int32_t) override {}
+    void rowChanged(const PeerRowValues&, int) override {}
 };
 
 void receiveWithEngine(const Folder& folder, Line& line) {

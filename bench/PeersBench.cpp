@@ -32,7 +32,7 @@ std::vector<std::string> peerAddresses(int peers) {
 
 class NoSink final : public UiSink {
 public:
-    void updatePeerRow(const SPW_CString&, int, int, std::int32_t, std::int32_t) override {}
+    void rowChanged(const PeerRowValues&, int) override {}
 };
 
 enum Request : char { kStart, kStop, kRestartLateness, kAskResult };

@@ -10,10 +10,6 @@ namespace {
 
 constexpr int kFirstSlots = 64;
 
-SPW_CString namedLabel(const SPW_CString& address, const SPW_CString& name) {
-    return address + u" (" + name + u")";
-}
-
 // The report's second figure of a pair is deliberately not the total that the list shows, but total plus lost.
 int totalPlusLost(const SequenceCounter& counter) {
     const std::int64_t sum = static_cast<std::int64_t>(counter.total()) + counter.lost();
@@ -22,8 +18,8 @@ int totalPlusLost(const SequenceCounter& counter) {
 
 }  // namespace
 
-PeerRow::PeerRow(const SPW_CString& address, const SPW_CString& name, const SPW_CString& label)
-    : m_address(address), m_name(showableText(name)), m_label(showableText(label)) {}
+PeerRow::PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName)
+    : m_number(number), m_address(address), m_name(showableText(name)), m_hasName(hasName) {}
 
 void PeerRow::reset() {
     for (SequenceCounter& counter : m_counters) {
@@ -43,9 +39,10 @@ int PeerRow::quality() const {
 
 PeerRowValues PeerRow::values() const {
     PeerRowValues values;
+    values.number = m_number;
     values.address = showableText(m_address);
     values.name = m_name;
-    values.label = m_label;
+    values.hasName = m_hasName;
     values.quality = quality();
     for (int protocol = 0; protocol < kProtocols; ++protocol) {
         const SequenceCounter& counter = m_counters[protocol];
@@ -63,7 +60,7 @@ SPW_CString PeerRow::reportLine() const {
     SPW_CString line;
     line.format(
         u"S Name: %-30.30s Quality: %3d%% Multicast: %5d / %-5d Tcpip: %5d / %-5d Udp: %5d / %-5d Ping: %5d / %-5d",
-        m_label.text(), quality(), multicast.total(), totalPlusLost(multicast), tcpip.total(), totalPlusLost(tcpip),
+        label().text(), quality(), multicast.total(), totalPlusLost(multicast), tcpip.total(), totalPlusLost(tcpip),
         udp.total(), totalPlusLost(udp), ping.total(), totalPlusLost(ping));
     return line;
 }
@@ -76,31 +73,34 @@ PeerRow* PeerTable::find(const SPW_CString& address) {
     return entry == 0 ? nullptr : m_rows[entry - 1];
 }
 
-void PeerTable::addNamed(const SPW_CString& address, const SPW_CString& name) {
-    add(address, name, namedLabel(address, name));
+std::int32_t PeerTable::addNamed(const SPW_CString& address, const SPW_CString& name) {
+    return add(address, name, true);
 }
 
-void PeerTable::addDiscovered(const SPW_CString& address, const SPW_CString& name) {
-    add(address, name, name.isEmpty() ? address : namedLabel(address, name));
+std::int32_t PeerTable::addDiscovered(const SPW_CString& address, const SPW_CString& name) {
+    return add(address, name, !name.isEmpty());
 }
 
-void PeerTable::empty() {
+void PeerTable::clear() {
     for (int i = 0; i < size(); ++i) {
         delete m_rows[i];
     }
+    m_firstNumber += size();
     m_rows.empty();
     m_slots.empty();
 }
 
-void PeerTable::add(const SPW_CString& address, const SPW_CString& name, const SPW_CString& label) {
+std::int32_t PeerTable::add(const SPW_CString& address, const SPW_CString& name, bool hasName) {
     if ((size() + 1) * 2 > m_slots.numberOfElements()) {
         grow();
     }
-    m_rows.append(new PeerRow(address, name, label));
+    const std::int32_t number = m_firstNumber + size();
+    m_rows.append(new PeerRow(number, address, name, hasName));
     std::int32_t& entry = m_slots[slotOf(address)];
     if (entry == 0) {
         entry = size();
     }
+    return number;
 }
 
 // The slot that holds the first row with this address, or the free one where it belongs.

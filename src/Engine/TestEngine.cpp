@@ -206,17 +206,17 @@ void TestEngine::resetStatistics() {
     const int rows = rowCount();
     for (int i = 0; i < rows; ++i) {
         const SPW_CGuard order(m_sinkLock);
-        SPW_CString label;
+        PeerRowValues row;
         {
             const SPW_CGuard guard(m_lock);
             if (i >= m_peers.size()) {
                 return;  // a start on another thread has forgotten the rows meanwhile
             }
             m_peers.at(i).reset();
-            label = m_peers.at(i).label();
+            row = m_peers.at(i).values();
         }
         for (int protocol = 0; protocol < kProtocols; ++protocol) {
-            m_sink->updatePeerRow(label, 0, protocol, 0, 0);
+            m_sink->rowChanged(row, protocol);
         }
     }
 }
@@ -406,11 +406,10 @@ TestEngine::ProbePlan TestEngine::probePlan() const {
 // ---- Making, starting, stopping and destroying probes; under the control lock
 
 void TestEngine::createProbes(const PeerRecord& peer) {
-    int row = 0;
+    std::int32_t row = 0;
     {
         const SPW_CGuard guard(m_lock);
-        row = m_peers.size();
-        m_peers.addNamed(peer.address, peer.name);
+        row = m_peers.addNamed(peer.address, peer.name);
     }
     const ProbePlan plan = probePlan();
     if (peer.udp && plan.udp) {
@@ -490,19 +489,20 @@ int TestEngine::addPinger(VTR_CPinger* pinger) {
 
 // A row without probes must not pass for that of a silent peer. The log's line is beside that of the start that fails,
 // which a discovery does not write.
-void TestEngine::noteRowNotMade(const SPW_CString& why, const SPW_CString& what, int row, int protocol) {
+void TestEngine::noteRowNotMade(const SPW_CString& why, const SPW_CString& what, std::int32_t row, int protocol) {
     if (why.isEmpty()) {
         return;
     }
     noteNotMade(why, what);
     const SPW_CGuard order(m_sinkLock);
-    SPW_CString label;
+    PeerRowValues values;
     {
         const SPW_CGuard guard(m_lock);
-        m_peers.at(row).setNotMade(protocol);
-        label = m_peers.at(row).label();
+        PeerRow& found = m_peers.numbered(row);
+        found.setNotMade(protocol);
+        values = found.values();
     }
-    m_sink->probesNotMade(label, protocol);
+    m_sink->probesNotMade(values, protocol);
 }
 
 void TestEngine::noteNotMade(const SPW_CString& why, const SPW_CString& what) {
@@ -590,7 +590,7 @@ void TestEngine::destroyProbes() {
     destroyAll(m_listeners, m_lock);
     destroyAll(m_pingers, m_lock);
     const SPW_CGuard guard(m_lock);
-    m_peers.empty();
+    m_peers.clear();
     m_onceOnly.empty();
     m_startProblems.empty();
 }

@@ -24,7 +24,7 @@ class VTR_CPinger;
 //
 // Threads: start(), stop(), its two halves, addPeer() and retryLog() may be called from any thread and wait for one
 // another; they may take long, since stopping a probe waits for its step. All other operations may be called from any
-// thread at any time, except from within UiSink::updatePeerRow, where only the const ones are allowed. Destruction
+// thread at any time, except from within the UiSink, where only the const ones are allowed. Destruction
 // needs that nobody else calls any more; the probes' own calls are taken care of.
 //
 // Ownership: the engine owns its probes, its statistics and its log. The sink must outlive it.
@@ -111,7 +111,7 @@ private:
     };
     // What a discovery has been given to go on with.
     struct Discovery {
-        int row = 0;
+        std::int32_t row = 0;  // its number
         bool startAtOnce = false;
         ProbePlan plan;
     };
@@ -134,7 +134,7 @@ private:
     void addConnector(ProbeConnector* connector);
     void addListener(ProbeListener* listener, std::uint32_t kind);
     int addPinger(VTR_CPinger* pinger);
-    void noteRowNotMade(const SPW_CString& why, const SPW_CString& what, int row, int protocol);
+    void noteRowNotMade(const SPW_CString& why, const SPW_CString& what, std::int32_t row, int protocol);
     void noteNotMade(const SPW_CString& why, const SPW_CString& what);
     void startProbes();
     void startListeners();

@@ -123,23 +123,17 @@ void TestEngine::logProbeLine(const SPW_CString& line, std::int32_t waitMs) {
 // False when no row has this address.
 bool TestEngine::count(const SPW_CString& address, int protocol, std::int32_t sequence) {
     const SPW_CGuard order(m_sinkLock);
-    SPW_CString label;
-    int quality = 0;
-    std::int32_t received = 0;
-    std::int32_t total = 0;
+    PeerRowValues row;
     {
         const SPW_CGuard guard(m_lock);
-        PeerRow* row = m_peers.find(address);
-        if (row == nullptr) {
+        PeerRow* found = m_peers.find(address);
+        if (found == nullptr) {
             return false;
         }
-        row->record(protocol, sequence);
-        label = row->label();
-        quality = row->quality();
-        received = row->counter(protocol).received();
-        total = row->counter(protocol).total();
+        found->record(protocol, sequence);
+        row = found->values();
     }
-    m_sink->updatePeerRow(label, quality, protocol, received, total);
+    m_sink->rowChanged(row, protocol);
     return true;
 }
 
@@ -214,8 +208,7 @@ TestEngine::Judgement TestEngine::beginDiscovery(const SPW_CString& address, con
     const SPW_CGuard guard(m_lock);
     const Judgement judged = lockedJudgeSender(address);
     if (judged == kStranger) {
-        discovery.row = m_peers.size();
-        m_peers.addDiscovered(address, name);
+        discovery.row = m_peers.addDiscovered(address, name);
         discovery.plan = probePlan();
         discovery.startAtOnce = m_running;
         ++m_discoveriesInProgress;

@@ -35,7 +35,7 @@ struct Form {
 constexpr Form kForms[] = {{Form::kWhole, 2}, {Form::kOnTwoLines, 2}, {Form::kOnTwoLines, 1}, {Form::kFirstWord, 1}};
 
 void fillCells(const PeerRowValues& row, Cells& cells) {
-    cells[kLabelColumn] = row.label;
+    cells[kLabelColumn] = row.label();
     cells[kQualityColumn] = qualityText(row.quality);
     for (int protocol = 0; protocol < kProtocols; ++protocol) {
         const ProtocolCounts& counts = row.counts[protocol];
@@ -144,7 +144,7 @@ void appendNotMade(SPW_CString& table, const SPW_CArray<PeerRowValues>& rows) {
     for (int i = 0; i < rows.numberOfElements(); ++i) {
         const SPW_CString text = notMadeText(rows[i].isNotMade);
         if (!text.isEmpty() && ++count <= kMostLines) {
-            table += cutToWidth(rows[i].label, kWidestLabel) + u": " + text + u'\n';
+            table += cutToWidth(rows[i].label(), kWidestLabel) + u": " + text + u'\n';
         }
     }
     if (count > kMostLines) {

@@ -46,7 +46,7 @@ std::string formatJson(std::uint64_t wall100ns, int testNumber, bool isFinal, co
             {"test", testNumber},
             {"address", row.address.toAnsi()},
             {"name", row.name.toAnsi()},
-            {"label", row.label.toAnsi()},
+            {"label", row.label().toAnsi()},
             {"quality", row.quality},
             {"multicast", protocolObject(row, kMulticast)},
             {"tcpip", protocolObject(row, kTcpip)},

@@ -25,7 +25,7 @@ SPW_CArray<PeerRowValues> oneRow() {
     PeerRowValues values;
     values.address = u"10.0.0.7";
     values.name = u"caf\u00e9 \"x\"";
-    values.label = u"10.0.0.7 (caf\u00e9 \"x\")";
+    values.hasName = true;
     values.quality = 66;
     values.counts[kMulticast] = {1, 2, 1};
     values.counts[kTcpip] = {3, 5, 2};

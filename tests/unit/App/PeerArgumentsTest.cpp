@@ -37,7 +37,7 @@ protected:
         m_engine->snapshot(rows);
         std::vector<std::string> result;
         for (int i = 0; i < rows.numberOfElements(); ++i) {
-            result.emplace_back(rows[i].label.toAnsi());
+            result.emplace_back(rows[i].label().toAnsi());
         }
         return result;
     }

@@ -12,7 +12,7 @@ namespace {
 
 PeerRowValues row(const char16_t* label, int quality, std::int32_t received, std::int32_t total) {
     PeerRowValues values;
-    values.label = label;
+    values.address = label;
     values.quality = quality;
     for (ProtocolCounts& counts : values.counts) {
         counts.received = received;

@@ -33,9 +33,9 @@ public:
         m_latest[{label.toAnsi(), protocol}] = text.str();
         m_latestQuality[label.toAnsi()] = quality;
     }
-    void probesNotMade(const SPW_CString& label, int protocol) override {
+    void probesNotMade(const PeerRowValues& row, int protocol) override {
         const std::lock_guard<std::mutex> guard(m_mutex);
-        m_notMade.push_back(label.toAnsi() + std::string(" ") + std::to_string(protocol));
+        m_notMade.push_back(row.label().toAnsi() + std::string(" ") + std::to_string(protocol));
     }
     // What could not be made since the last call, as texts "label protocol".
     std::vector<std::string> takeNotMade() {
@@ -105,7 +105,7 @@ protected:
         engine().snapshot(rows);
         std::vector<std::string> result;
         for (int i = 0; i < rows.numberOfElements(); ++i) {
-            result.emplace_back(rows[i].label.toAnsi());
+            result.emplace_back(rows[i].label().toAnsi());
         }
         return result;
     }

@@ -76,7 +76,7 @@ TEST(PeerTableTest, AnEmptiedTableFindsNothingAndFillsAgain) {
     PeerTable table;
     table.addNamed(u"10.0.0.7", u"a");
     table.addNamed(u"10.0.0.8", u"b");
-    table.empty();
+    table.clear();
     EXPECT_EQ(table.size(), 0);
     EXPECT_EQ(table.find(u"10.0.0.7"), nullptr);
     table.addNamed(u"10.0.0.8", u"b");
@@ -84,12 +84,32 @@ TEST(PeerTableTest, AnEmptiedTableFindsNothingAndFillsAgain) {
     EXPECT_EQ(table.find(u"10.0.0.7"), nullptr);
 }
 
+TEST(PeerTableTest, RowsAreNumberedFromOneInTheOrderInWhichTheyAreMade) {
+    PeerTable table;
+    EXPECT_EQ(table.addNamed(u"10.0.0.7", u"a"), 1);
+    EXPECT_EQ(table.addDiscovered(u"10.0.0.8", u""), 2);
+    EXPECT_EQ(table.addNamed(u"10.0.0.7", u"a"), 3);
+    for (int i = 0; i < table.size(); ++i) {
+        EXPECT_EQ(table.at(i).values().number, i + 1);
+        EXPECT_EQ(&table.numbered(i + 1), &table.at(i));
+    }
+}
+
+TEST(PeerTableTest, ARowsNumberDoesNotComeAgain) {
+    PeerTable table;
+    table.addNamed(u"10.0.0.7", u"a");
+    table.addNamed(u"10.0.0.8", u"b");
+    table.clear();
+    EXPECT_EQ(table.addNamed(u"10.0.0.7", u"a"), 3);
+    EXPECT_EQ(&table.numbered(3), &table.at(0));
+}
+
 TEST(PeerRowTest, WithoutAnyProbeTheQualityIsZero) {
-    EXPECT_EQ(PeerRow(u"10.0.0.7", u"", u"10.0.0.7").quality(), 0);
+    EXPECT_EQ(PeerRow(1, u"10.0.0.7", u"", false).quality(), 0);
 }
 
 TEST(PeerRowTest, TheQualityIsOverAllProtocolsTogether) {
-    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    PeerRow row(1, u"10.0.0.7", u"", false);
     row.record(kMulticast, 1);
     row.record(kMulticast, 5);  // 5 expected, 3 lost
     row.record(kUdp, 1);
@@ -101,7 +121,7 @@ TEST(PeerRowTest, TheQualityIsOverAllProtocolsTogether) {
 }
 
 TEST(PeerRowTest, TheQualityStaysAPercentageForTheGreatestCounts) {
-    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    PeerRow row(1, u"10.0.0.7", u"", false);
     for (int protocol = 0; protocol < kProtocols; ++protocol) {
         row.record(protocol, 1);
         row.record(protocol, 2147483647);
@@ -111,7 +131,7 @@ TEST(PeerRowTest, TheQualityStaysAPercentageForTheGreatestCounts) {
 }
 
 TEST(PeerRowTest, TheQualityOfALongRunDoesNotWrap) {
-    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    PeerRow row(1, u"10.0.0.7", u"", false);
     for (int i = 1; i <= 22000000; ++i) {  // 100 times that exceeds 31 bits
         row.record(kUdp, i);
     }
@@ -119,7 +139,7 @@ TEST(PeerRowTest, TheQualityOfALongRunDoesNotWrap) {
 }
 
 TEST(PeerRowTest, TheReportPairIsTotalAndTotalPlusLost) {
-    PeerRow row(u"10.0.0.7", u"printer", u"10.0.0.7 (printer)");
+    PeerRow row(1, u"10.0.0.7", u"printer", true);
     row.record(kMulticast, 1);
     row.record(kMulticast, 2);
     row.record(kMulticast, 5);
@@ -129,7 +149,7 @@ TEST(PeerRowTest, TheReportPairIsTotalAndTotalPlusLost) {
 }
 
 TEST(PeerRowTest, TheReportHasTcpipBeforeUdp) {
-    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    PeerRow row(1, u"10.0.0.7", u"", false);
     row.record(kUdp, 1);
     row.record(kUdp, 2);
     row.record(kTcpip, 1);
@@ -142,17 +162,17 @@ TEST(PeerRowTest, TheReportHasTcpipBeforeUdp) {
 }
 
 TEST(PeerRowTest, TheReportCutsTheLabelAtThirtyCharacters) {
-    const PeerRow row(u"192.168.100.100", u"a long name", u"192.168.100.100 (a name that is too long)");
+    const PeerRow row(1, u"192.168.100.100", u"a name that is too long", true);
     EXPECT_EQ(row.reportLine().left(47), SPW_CString(u"S Name: 192.168.100.100 (a name that i Quality:"));
 }
 
 TEST(PeerRowTest, APercentSignInTheLabelIsNoFormat) {
-    const PeerRow row(u"10.0.0.7", u"%s%n", u"10.0.0.7 (%s%n)");
+    const PeerRow row(1, u"10.0.0.7", u"%s%n", true);
     EXPECT_EQ(row.reportLine().left(38), SPW_CString(u"S Name: 10.0.0.7 (%s%n)               "));
 }
 
 TEST(PeerRowTest, ValuesAreReceivedTotalAndLostByProtocol) {
-    PeerRow row(u"10.0.0.7", u"printer", u"10.0.0.7 (printer)");
+    PeerRow row(1, u"10.0.0.7", u"printer", true);
     row.record(kUdp, 1);
     row.record(kUdp, 4);
     row.record(kPing, 9);
@@ -161,7 +181,7 @@ TEST(PeerRowTest, ValuesAreReceivedTotalAndLostByProtocol) {
     const PeerRowValues values = row.values();
     EXPECT_EQ(values.address, SPW_CString(u"10.0.0.7"));
     EXPECT_EQ(values.name, SPW_CString(u"printer"));
-    EXPECT_EQ(values.label, SPW_CString(u"10.0.0.7 (printer)"));
+    EXPECT_EQ(values.label(), SPW_CString(u"10.0.0.7 (printer)"));
     EXPECT_EQ(values.quality, 71);
     EXPECT_EQ(values.counts[kUdp].received, 2);
     EXPECT_EQ(values.counts[kUdp].total, 4);
@@ -178,7 +198,7 @@ TEST(PeerRowTest, WhatTheNetworkWroteIsMadeShowable) {
     table.addDiscovered(u"10.0.0.7", u"evil\r\n\u202Ename");
     const PeerRowValues values = table.at(0).values();
     EXPECT_EQ(values.name, SPW_CString(u"evil???name"));
-    EXPECT_EQ(values.label, SPW_CString(u"10.0.0.7 (evil???name)"));
+    EXPECT_EQ(values.label(), SPW_CString(u"10.0.0.7 (evil???name)"));
 }
 
 TEST(PeerRowTest, TheKeyStaysAsItWasGiven) {
@@ -189,7 +209,7 @@ TEST(PeerRowTest, TheKeyStaysAsItWasGiven) {
 }
 
 TEST(PeerRowTest, ResetEmptiesEveryCounter) {
-    PeerRow row(u"10.0.0.7", u"", u"10.0.0.7");
+    PeerRow row(1, u"10.0.0.7", u"", false);
     for (int protocol = 0; protocol < kProtocols; ++protocol) {
         row.record(protocol, 1);
     }

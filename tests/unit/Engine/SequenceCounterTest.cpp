@@ -48,7 +48,7 @@ protected:
         }
     }
 
-    PeerRow m_row{u"10.0.0.7", u"", u"10.0.0.7"};
+    PeerRow m_row{1, u"10.0.0.7", u"", false};
 };
 
 TEST_P(SequenceScenario, CountsAsWritten) {

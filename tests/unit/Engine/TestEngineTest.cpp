@@ -1051,7 +1051,7 @@ TEST_F(DiscoveryTest, AProbeOverTheNetworkIsHeardAndCounted) {
     for (int i = 0; i < 3000 && row(0).counts[kUdp].total == 0; ++i) {
         SPW_CClock::instance->sleepMs(10);
     }
-    EXPECT_EQ(row(0).label, SPW_CString(u"10.0.0.7 (far)"));
+    EXPECT_EQ(row(0).label(), SPW_CString(u"10.0.0.7 (far)"));
     EXPECT_EQ(row(0).counts[kUdp].total, 1);
 }
 

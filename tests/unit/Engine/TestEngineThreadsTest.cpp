@@ -255,7 +255,7 @@ public:
         engine->snapshot(rows);
         for (int i = 0; i < rows.numberOfElements(); ++i) {
             // Nothing can have been counted since.
-            if (rows[i].label == label && (rows[i].quality != quality || rows[i].counts[protocol].total != total)) {
+            if (rows[i].label() == label && (rows[i].quality != quality || rows[i].counts[protocol].total != total)) {
                 ++contradictions;
             }
         }

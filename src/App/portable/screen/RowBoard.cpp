@@ -11,8 +11,8 @@ void RowBoard::updatePeerRow(const SPW_CString& label, int quality, int protocol
     });
 }
 
-void RowBoard::probesNotMade(const SPW_CString& label, int protocol) {
-    change(label, protocol, [=](Entry& entry) { entry.isNotMade[protocol] = true; });
+void RowBoard::probesNotMade(const PeerRowValues& row, int protocol) {
+    change(row.label(), protocol, [=](Entry& entry) { entry.isNotMade[protocol] = true; });
 }
 
 template <typename Change>

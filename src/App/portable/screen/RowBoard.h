@@ -27,7 +27,7 @@ public:
 
     void updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t received,
                        std::int32_t total) override;
-    void probesNotMade(const SPW_CString& label, int protocol) override;
+    void probesNotMade(const PeerRowValues& row, int protocol) override;
     // Forgets all rows: a new test begins.
     void empty();
 

@@ -77,7 +77,9 @@ TEST_F(RowBoardTest, ThousandsOfRowsAreKeptApart) {
 }
 
 TEST_F(RowBoardTest, ProbesThatCouldNotBeMadeAreNewsAndStayWithTheirColumn) {
-    m_board.probesNotMade(u"a", kUdp);
+    PeerRowValues a;
+    a.address = u"a";
+    m_board.probesNotMade(a, kUdp);
     RowBoard::News news = m_board.take();
     ASSERT_EQ(news.updates.size(), 1U);
     EXPECT_EQ(news.updates[0].column, kUdpColumn);

@@ -1,0 +1,5 @@
+#include "PeerRowValues.h"
+
+SPW_CString PeerRowValues::label() const {
+    return hasName ? address + u" (" + name + u")" : address;
+}

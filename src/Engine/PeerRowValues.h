@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "SPW_CString.h"
+
+// Protocol numbers of row updates.
+enum Protocol : int { kMulticast = 0, kUdp = 1, kTcpip = 2, kPing = 3, kProtocols = 4 };
+
+// What one protocol of one peer has counted so far.
+struct ProtocolCounts {
+    std::int32_t received = 0;
+    std::int32_t total = 0;
+    std::int32_t lost = 0;  // total - received
+};
+
+// One peer's row: all that the engine knows of it, taken together at one moment. PeerRow::values() fills it and nobody
+// else does. Front ends hold it as it is and make texts and columns of it where they draw or print. All texts are safe
+// to show.
+struct PeerRowValues {
+    // The row's key. An engine numbers its rows from 1 in the order in which they are made and gives no number twice,
+    // in no test. Two rows may bear the same address, the same name and hence the same label.
+    std::int32_t number = 0;
+    SPW_CString address;
+    SPW_CString name;
+    bool hasName = false;               // false for a discovered peer that announced none; an added one's may be empty
+    int quality = 0;                    // percent
+    ProtocolCounts counts[kProtocols];  // by protocol number
+    bool isNotMade[kProtocols] = {};    // by protocol number: the probes of this kind could not be made; none are sent
+
+    // "address (name)", or the bare address of a peer without a name.
+    SPW_CString label() const;
+};
