@@ -171,6 +171,12 @@ class ServiceTest(TemporaryTest):
         self.assertEqual(self.values("Restart"), ["on-failure"])
         self.assertEqual(self.values("StandardOutput") + self.values("StandardError"), ["journal", "journal"])
 
+    def test_systemd_finds_it_little_exposed(self):
+        self.needs("systemd-analyze")
+        result = run("systemd-analyze", "security", "--offline=true", "--threshold=15",
+                     os.path.join(PACKAGING, "linkometry.service"))
+        self.assertEqual(result.returncode, 0, result.stdout)
+
     def test_systemd_has_nothing_to_say_about_it(self):
         self.needs("systemd-analyze")
         unit = os.path.join(self.folder, "linkometry.service")

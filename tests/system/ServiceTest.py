@@ -9,6 +9,7 @@ import signal
 import lab
 
 UNIT = os.path.join(os.path.dirname(__file__), "..", "..", "packaging", "linkometry.service")
+FILTER = os.path.join(os.path.dirname(__file__), "syscallfilter.py")
 # As DynamicUser, CapabilityBoundingSet, AmbientCapabilities and NoNewPrivileges of the unit have it.
 RESTRICTED = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+net_raw",
               "--ambient-caps=-all,+net_raw", "--bounding-set=-all,+net_raw", "--no-new-privs")
@@ -33,12 +34,15 @@ class ServiceTest(lab.SystemTest):
         os.chmod(self.lab.folder, 0o755)
         os.chown(self.device.folder, 65534, 65534)
 
-    def start(self):
+    def start(self, filtered=False):
+        """Starts the service; filtered: with no other system calls than those that the unit leaves it."""
         command = shlex.split(unit_values("ExecStart")[0])
         self.assertEqual(command[0], "linkometry")
-        # Where the program was built may be closed to the user; of its copy the shell becomes one.
-        shutil.copy(lab.program_path(), os.path.join(self.device.folder, "linkometry"))
-        program = self.device.start(*command[1:], through=(*RESTRICTED, "sh", "-c", 'exec ./linkometry "$@"'))
+        # The user may have no access to where the program was built. Its copy is in the user's own folder.
+        for path in (lab.program_path(), UNIT, FILTER):
+            shutil.copy(path, self.device.folder)
+        through = ("./" + os.path.basename(FILTER), os.path.basename(UNIT)) if filtered else ()
+        program = self.device.start(*command[1:], through=(*RESTRICTED, *through, "sh", "-c", 'exec ./linkometry "$@"'))
         lab.eventually(lambda: "measures its peers" in program.errors(), lab.PATIENCE, lambda: str(program))
         return program
 
@@ -81,6 +85,22 @@ class ServiceTest(lab.SystemTest):
         self.assertEqual(program.stop(), 0)
         self.assertEqual(os.listdir(self.device.registry_folder), [os.path.basename(self.device.hive_path)])
         self.assertEqual(self.device.read_hive(), before)
+
+    def test_the_system_calls_that_the_unit_leaves_are_enough(self):
+        self.device.configure("multicast", "ping", "udp", "tcpip", peers={"workshop": self.peer.address})
+        self.peer.configure("multicast", "ping", "udp", "tcpip", peers={"service": self.device.address})
+        peer = self.peer.start("-headless")
+        program = self.start(filtered=True)
+        with open(f"/proc/{program.process.pid}/status", encoding="ascii") as file:
+            self.assertRegex(file.read(), r"(?m)^Seccomp:\s+2$", "the program itself is under the filter")
+        all_heard = r"10\.77\.0\.2 \(workshop\) +100 *%?" + r" +[1-9]\d*/[1-9]\d*" * 4 + r"\n"
+        self.wait_for_result(program, all_heard)
+        program.signal(signal.SIGHUP)
+        self.wait_for_result(program, r"test 2, (?s:.*)" + all_heard)
+        self.assertEqual(program.stop(), 0)
+        peer.stop()
+        self.assertNotIn("not permitted", program.output() + program.errors())
+        self.assertTrue(any("Test 2 complete" in line for line in self.device.log_lines()))
 
     def test_unreachable_peer_and_no_peer_are_no_failures_of_the_service(self):
         self.device.configure("udp", peers={"nobody": "10.77.0.99"})
