@@ -20,22 +20,13 @@ PeerColumn columnOfProtocol(int protocol) {
     return kColumns[protocol];
 }
 
-int protocolOfColumn(int column) {
-    int protocol = 0;
-    while (columnOfProtocol(protocol) != column) {
-        ++protocol;
-    }
-    return protocol;
-}
-
 SPW_CString protocolName(int protocol) {
     return SPW_CString(peerColumnHeader(columnOfProtocol(protocol))).token(u" ");
 }
 
 SPW_CString notMadeText(const bool (&isNotMade)[kProtocols]) {
     SPW_CString names;
-    for (int column = kMulticastColumn; column < kPeerColumns; ++column) {
-        const int protocol = protocolOfColumn(column);
+    for (const Protocol protocol : kProtocolOrder) {
         if (isNotMade[protocol]) {
             names += (names.isEmpty() ? u"" : u", ") + protocolName(protocol);
         }
@@ -51,4 +42,15 @@ SPW_CString countsText(std::int32_t received, std::int32_t total) {
     SPW_CString text;
     text.format(u"%d/%d", received, total);
     return text;
+}
+
+SPW_CString cellText(const PeerRowValues& row, int column) {
+    if (column == kLabelColumn) {
+        return row.label();
+    }
+    if (column == kQualityColumn) {
+        return qualityText(row.quality);
+    }
+    const ProtocolCounts& counts = row.counts[protocolOfColumn(column)];
+    return countsText(counts.received, counts.total);
 }

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
+#include "PeerRowValues.h"
 #include "SPW_CString.h"
-#include "UiSink.h"
 
 // The columns of the peer list: the same, in the same order, in the dialog, on the screen and in printed tables.
 enum PeerColumn : int {
@@ -16,6 +16,9 @@ enum PeerColumn : int {
     kPeerColumns = 6,
 };
 
+// The protocols in the order of their columns.
+constexpr Protocol kProtocolOrder[kProtocols] = {kMulticast, kTcpip, kUdp, kPing};
+
 // column: 0 to kPeerColumns - 1.
 const char16_t* peerColumnHeader(int column);
 // The header on two lines, for narrow screens: "Quality (%)" is "Quality" and "(%)".
@@ -24,7 +27,9 @@ void splitPeerColumnHeader(int column, SPW_CString& upper, SPW_CString& lower);
 // protocol: 0 to kProtocols - 1.
 PeerColumn columnOfProtocol(int protocol);
 // column: kMulticastColumn to kPeerColumns - 1.
-int protocolOfColumn(int column);
+constexpr Protocol protocolOfColumn(int column) {
+    return kProtocolOrder[column - kMulticastColumn];
+}
 
 // As the column says it: "Mcast", "Tcpip", "Udp" or "Ping".
 SPW_CString protocolName(int protocol);
@@ -36,3 +41,5 @@ SPW_CString notMadeText(const bool (&isNotMade)[kProtocols]);
 // The texts of the cells.
 SPW_CString qualityText(int quality);
 SPW_CString countsText(std::int32_t received, std::int32_t total);
+// column: 0 to kPeerColumns - 1.
+SPW_CString cellText(const PeerRowValues& row, int column);

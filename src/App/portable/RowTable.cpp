@@ -15,7 +15,6 @@ RowPlace RowTable::apply(const RowUpdate& update) {
         m_rows.insertElementAt(place.index, row);
     }
     Row& row = m_rows[place.index];
-    row.quality = update.quality;
     row.cells[update.column] = countsText(update.received, update.total);
     row.cells[kQualityColumn] = qualityText(update.quality);
     return place;

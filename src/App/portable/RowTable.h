@@ -6,14 +6,13 @@
 #include "SPW_CArray.h"
 #include "SPW_CString.h"
 
-// What the engine tells about one row, on its way from the probe's thread to the user interface's own.
+// What the engine tells the dialog about one row, on its way from the probe's thread to the window's own.
 struct RowUpdate {
     SPW_CString label;
     int column = kLabelColumn;
     int quality = 0;
     std::int32_t received = 0;
     std::int32_t total = 0;
-    bool isNotMade = false;  // the probes of the column's protocol could not be made
 };
 
 // Where a row stands after an update.
@@ -22,26 +21,23 @@ struct RowPlace {
     bool isNew = false;
 };
 
-// The rows of the peer list as the user sees them. A row is known by its label: two peers whose labels are equal share
-// one. The first row stays at the top; each further one comes in just below it.
+// The rows of the dialog's list as the user sees them. The dialog knows a row by its label, as its design has it: two
+// peers whose labels are equal share a row. The first row stays at the top; each further one comes in just below it.
 //
 // Threads: none; it belongs to the user interface's thread.
 class RowTable {
 public:
     // Enters the update and says where its row is now. A new row pushes those from its place on one further down.
     RowPlace apply(const RowUpdate& update);
-    void empty() { m_rows.empty(); }
+    void clear() { m_rows.empty(); }
 
     int size() const { return m_rows.numberOfElements(); }
     // index: 0, the top row, to size() - 1; column: 0 to kPeerColumns - 1. Empty where nothing was counted yet.
     const SPW_CString& cell(int index, int column) const { return m_rows[index].cells[column]; }
-    // Percent.
-    int quality(int index) const { return m_rows[index].quality; }
 
 private:
     struct Row {
         SPW_CString cells[kPeerColumns];
-        int quality = 0;
     };
     SPW_CArray<Row> m_rows;  // as they are shown, from the top
 };

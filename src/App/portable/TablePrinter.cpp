@@ -35,11 +35,8 @@ struct Form {
 constexpr Form kForms[] = {{Form::kWhole, 2}, {Form::kOnTwoLines, 2}, {Form::kOnTwoLines, 1}, {Form::kFirstWord, 1}};
 
 void fillCells(const PeerRowValues& row, Cells& cells) {
-    cells[kLabelColumn] = row.label();
-    cells[kQualityColumn] = qualityText(row.quality);
-    for (int protocol = 0; protocol < kProtocols; ++protocol) {
-        const ProtocolCounts& counts = row.counts[protocol];
-        cells[columnOfProtocol(protocol)] = countsText(counts.received, counts.total);
+    for (int column = 0; column < kPeerColumns; ++column) {
+        cells[column] = cellText(row, column);
     }
 }
 

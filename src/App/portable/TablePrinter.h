@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PeerTable.h"
+#include "PeerRowValues.h"
 #include "SPW_CArray.h"
 #include "SPW_CString.h"
 

@@ -112,7 +112,7 @@ void EngineWorker::begin() {
         tellProblems();
         return;
     }
-    m_board.empty();
+    m_board.clear();
     m_lastTest = m_engine->testNumber();
     m_engine->start();
     tell([title = m_engine->title(), log = openLog(), number = m_lastTest,

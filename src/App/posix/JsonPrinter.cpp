@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "PeerColumns.h"
 #include "SPW_CClock.h"
 
 namespace {
@@ -17,19 +18,21 @@ std::string rfc3339(std::uint64_t wall100ns) {
     return text;
 }
 
-Json protocolObject(const PeerRowValues& row, Protocol protocol) {
-    const ProtocolCounts& figures = row.counts[protocol];
+const char* keyOf(Protocol protocol) {
+    static constexpr const char* kKeys[kProtocols] = {"multicast", "udp", "tcpip", "ping"};
+    return kKeys[protocol];
+}
+
+Json figuresObject(const ProtocolCounts& figures) {
     return {{"received", figures.received}, {"total", figures.total}, {"lost", figures.lost}};
 }
 
 // The protocols whose probes could not be made.
 Json notMade(const PeerRowValues& row) {
     Json names = Json::array();
-    const std::pair<Protocol, const char*> kNames[] = {
-        {kMulticast, "multicast"}, {kTcpip, "tcpip"}, {kUdp, "udp"}, {kPing, "ping"}};
-    for (const auto& [protocol, name] : kNames) {
+    for (const Protocol protocol : kProtocolOrder) {
         if (row.isNotMade[protocol]) {
-            names.push_back(name);
+            names.push_back(keyOf(protocol));
         }
     }
     return names;
@@ -42,17 +45,13 @@ std::string formatJson(std::uint64_t wall100ns, int testNumber, bool isFinal, co
     for (int i = 0; i < rows.numberOfElements(); ++i) {
         const PeerRowValues& row = rows[i];
         Json object = {
-            {"time", rfc3339(wall100ns)},
-            {"test", testNumber},
-            {"address", row.address.toAnsi()},
-            {"name", row.name.toAnsi()},
-            {"label", row.label().toAnsi()},
-            {"quality", row.quality},
-            {"multicast", protocolObject(row, kMulticast)},
-            {"tcpip", protocolObject(row, kTcpip)},
-            {"udp", protocolObject(row, kUdp)},
-            {"ping", protocolObject(row, kPing)},
+            {"time", rfc3339(wall100ns)},      {"test", testNumber},
+            {"address", row.address.toAnsi()}, {"name", row.name.toAnsi()},
+            {"label", row.label().toAnsi()},   {"quality", row.quality},
         };
+        for (const Protocol protocol : kProtocolOrder) {
+            object[keyOf(protocol)] = figuresObject(row.counts[protocol]);
+        }
         const Json missing = notMade(row);
         if (!missing.empty()) {
             object["notMade"] = missing;

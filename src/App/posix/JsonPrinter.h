@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "PeerTable.h"
+#include "PeerRowValues.h"
 #include "SPW_CArray.h"
 
 // One snapshot as JSON, one object per row and line (see docs/formats.md).

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "CommandLine.h"
-#include "PeerTable.h"
+#include "PeerRowValues.h"
 #include "SPW_CArray.h"
 
 // Of which test a snapshot is.

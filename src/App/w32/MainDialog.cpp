@@ -220,7 +220,7 @@ void MainDialog::startTest() {
     }
     // Updates of the former test that are still on their way would bring its rows back.
     dropPendingUpdates();
-    m_rows.empty();
+    m_rows.clear();
     (void)SendMessageW(control(IDC_PEERS), LVM_DELETEALLITEMS, 0, 0);
     m_engine->start();
     showTitle();

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ForeignText.h"
+#include "PeerTable.h"
 #include "SPW_CClock.h"
 
 namespace {

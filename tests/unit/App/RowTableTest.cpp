@@ -45,7 +45,6 @@ TEST_F(RowTableTest, AKnownLabelChangesItsRowWhereItStands) {
     EXPECT_EQ(place.index, 2);
     EXPECT_EQ(column(kPingColumn), (Texts{"", "", "3/4"}));
     EXPECT_EQ(column(kQualityColumn), (Texts{"100", "100", "75"}));
-    EXPECT_EQ(m_table.quality(2), 75);
 }
 
 TEST_F(RowTableTest, TwoPeersWithOneLabelShareOneRow) {
@@ -76,7 +75,7 @@ TEST_F(RowTableTest, EachProtocolHasItsColumn) {
 TEST_F(RowTableTest, AfterEmptyingTheRowsComeBackAsTheyAreCounted) {
     update(u"a");
     update(u"b", kPing, 1, 2);
-    m_table.empty();
+    m_table.clear();
     EXPECT_EQ(m_table.size(), 0);
     update(u"b", kUdp, 1, 1);
     EXPECT_EQ(column(kLabelColumn), Texts{"b"});
@@ -88,6 +87,12 @@ TEST(PeerColumnsTest, HeadersAreThoseOfTheList) {
                          "Tcpip (Recv/Total)", "Udp (Recv/Total)", "Ping (Ack/Sent)"};
     for (int c = 0; c < kPeerColumns; ++c) {
         EXPECT_EQ(SPW_CString(peerColumnHeader(c)).toAnsi(), expected[static_cast<std::size_t>(c)]);
+    }
+}
+
+TEST(PeerColumnsTest, EachProtocolHasOneColumnAndEachColumnItsProtocol) {
+    for (int protocol = 0; protocol < kProtocols; ++protocol) {
+        EXPECT_EQ(protocolOfColumn(columnOfProtocol(protocol)), protocol);
     }
 }
 

@@ -13,9 +13,6 @@ constexpr int kFigureWidth = 9;
 // Quality, a blank line, headers, two lines a protocol, a blank line and the legend.
 constexpr int kLinesAtLength = 3 + 2 * kProtocols + 2;
 
-// In the order of the columns.
-constexpr int kOrder[kProtocols] = {kMulticast, kTcpip, kUdp, kPing};
-
 SPW_CString shareText(const ProtocolCounts& counts) {
     if (counts.total == 0) {
         return u"-";
@@ -63,11 +60,11 @@ void DetailBox::drawAtLength(Canvas& canvas, const Area& room, int row) {
     int y = room.y;
     canvas.put(room.x, y, SPW_CString(peerColumnHeader(kQualityColumn)) + u": " + m_list.cell(row, kQualityColumn),
                Look::kBox, room.width);
-    canvas.putFitted(room.x, y + 1, room.width, notMadeText(m_list.isNotMade(row)), Look::kFailure);
+    canvas.putFitted(room.x, y + 1, room.width, notMadeText(m_list.values(row).isNotMade), Look::kFailure);
     y += 2;
     putFigures(canvas, room.x, y++, u"", {u"received", u"total", u"lost", u"quality"});
-    for (const int protocol : kOrder) {
-        const ProtocolCounts& counts = m_list.counts(row, protocol);
+    for (const Protocol protocol : kProtocolOrder) {
+        const ProtocolCounts& counts = m_list.values(row).counts[protocol];
         putFigures(
             canvas, room.x, y++, protocolName(protocol),
             {SPW_CString(counts.received), SPW_CString(counts.total), SPW_CString(counts.lost), shareText(counts)});
@@ -81,15 +78,15 @@ void DetailBox::drawInShort(Canvas& canvas, const Area& room, int row) {
     int y = room.y;
     const int bottom = room.y + room.height;
     int figuresWidth = 0;
-    for (const int protocol : kOrder) {
-        const ProtocolCounts& counts = m_list.counts(row, protocol);
+    for (const Protocol protocol : kProtocolOrder) {
+        const ProtocolCounts& counts = m_list.values(row).counts[protocol];
         figuresWidth = std::max(figuresWidth, displayWidth(countsText(counts.received, counts.total)));
     }
-    for (const int protocol : kOrder) {
+    for (const Protocol protocol : kProtocolOrder) {
         if (y >= bottom) {
             return;
         }
-        const ProtocolCounts& counts = m_list.counts(row, protocol);
+        const ProtocolCounts& counts = m_list.values(row).counts[protocol];
         int x = room.x;
         canvas.put(x, y, protocolName(protocol), Look::kBox);
         x += kNameWidth;
@@ -104,7 +101,7 @@ void DetailBox::drawInShort(Canvas& canvas, const Area& room, int row) {
                          Look::kBox);
     }
     if (y < bottom - 1) {
-        canvas.putFitted(room.x, bottom - 2, room.width, notMadeText(m_list.isNotMade(row)), Look::kFailure);
+        canvas.putFitted(room.x, bottom - 2, room.width, notMadeText(m_list.values(row).isNotMade), Look::kFailure);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "PeerColumns.h"
 #include "SPW_CIpAddress.h"
 
 namespace {
@@ -26,58 +25,74 @@ int compareLabels(const SPW_CString& left, const SPW_CString& right) {
     return left.compare(right);
 }
 
+bool isBefore(const PeerRowValues& left, const PeerRowValues& right, int column) {
+    if (column == kLabelColumn) {
+        return compareLabels(left.label(), right.label()) < 0;
+    }
+    if (column == kQualityColumn) {
+        return left.quality < right.quality;
+    }
+    const int protocol = protocolOfColumn(column);
+    const ProtocolCounts& a = left.counts[protocol];
+    const ProtocolCounts& b = right.counts[protocol];
+    return a.lost != b.lost ? a.lost > b.lost : a.received < b.received;
+}
+
 }  // namespace
 
-bool PeerList::apply(const RowUpdate& update) {
-    const RowPlace changed = m_rows.apply(update);
-    if (changed.isNew) {
-        insert(changed.index);
+bool PeerList::apply(const RowChange& change) {
+    int place = m_places.find(change.row.number);
+    const bool isNew = place == RowPlaces::kNone;
+    if (isNew) {
+        place = m_places.add(change.row.number);
+        addRow();
     }
-    Detail& detail = *m_details[static_cast<std::size_t>(changed.index)];
-    const int protocol = protocolOfColumn(update.column);
-    detail.counts[protocol] = {update.received, update.total, update.total - update.received};
-    detail.histories[protocol].count(update.received, update.total);
-    detail.isNotMade[protocol] = update.isNotMade;
-    m_isOrderDue = true;
-    return changed.isNew;
-}
-
-// Unsorted rows are shown as they stand in the table.
-void PeerList::insert(int place) {
-    m_details.insert(m_details.begin() + place, std::make_unique<Detail>());
-    for (int& each : m_order) {
-        if (each >= place) {
-            ++each;
+    Row& row = at(place);
+    row.values = change.row;
+    for (int protocol = 0; protocol < kProtocols; ++protocol) {
+        if (change.isTold[protocol]) {
+            const ProtocolCounts& counts = row.values.counts[protocol];
+            row.isTold[protocol] = true;
+            row.histories[protocol].count(counts.received, counts.total);
         }
     }
-    if (m_selectedPlace >= place) {
-        ++m_selectedPlace;
-    }
-    if (m_selectedPlace < 0) {
-        m_selectedPlace = 0;
-    }
-    m_order.insert(m_order.begin() + place, place);
+    m_isOrderDue = true;
+    return isNew;
 }
 
-void PeerList::empty() {
-    m_rows.empty();
-    m_details.clear();
+void PeerList::addRow() {
+    const int place = size();
+    m_rows.push_back(std::make_unique<Row>());
+    m_order.insert(m_order.begin() + std::min(place, 1), place);
+    if (m_selectedPlace < 0) {
+        m_selectedPlace = place;
+    }
+}
+
+void PeerList::clear() {
+    m_rows.clear();
+    m_places.clear();
     m_order.clear();
     m_selectedPlace = -1;
     m_firstVisible = 0;
 }
 
+SPW_CString PeerList::cell(int index, int column) const {
+    const bool isBlank = column >= kMulticastColumn && !row(index).isTold[protocolOfColumn(column)];
+    return isBlank ? SPW_CString() : cellText(values(index), column);
+}
+
 void PeerList::closePeriod(int expected) {
-    for (const std::unique_ptr<Detail>& detail : m_details) {
-        for (History& history : detail->histories) {
+    for (const std::unique_ptr<Row>& row : m_rows) {
+        for (History& history : row->histories) {
             history.closePeriod(expected);
         }
     }
 }
 
 void PeerList::skipPeriod() {
-    for (const std::unique_ptr<Detail>& detail : m_details) {
-        for (History& history : detail->histories) {
+    for (const std::unique_ptr<Row>& row : m_rows) {
+        for (History& history : row->histories) {
             history.skipPeriod();
         }
     }
@@ -94,23 +109,20 @@ void PeerList::sort() {
         return;
     }
     m_isOrderDue = false;
-    std::sort(m_order.begin(), m_order.end());
+    putInOrderOfDialog();
     if (m_sortColumn != kUnsorted) {
-        std::stable_sort(m_order.begin(), m_order.end(), [this](int a, int b) { return isBefore(a, b); });
+        std::stable_sort(m_order.begin(), m_order.end(), [this](int left, int right) {
+            return isBefore(at(left).values, at(right).values, m_sortColumn);
+        });
     }
 }
 
-bool PeerList::isBefore(int place, int other) const {
-    if (m_sortColumn == kLabelColumn) {
-        return compareLabels(m_rows.cell(place, kLabelColumn), m_rows.cell(other, kLabelColumn)) < 0;
+// The row that came first is on top. Each further one comes in just below it.
+void PeerList::putInOrderOfDialog() {
+    m_order.clear();
+    for (int i = 0; i < size(); ++i) {
+        m_order.push_back(i == 0 ? 0 : size() - i);
     }
-    if (m_sortColumn == kQualityColumn) {
-        return m_rows.quality(place) < m_rows.quality(other);
-    }
-    const int protocol = protocolOfColumn(m_sortColumn);
-    const ProtocolCounts& left = m_details[static_cast<std::size_t>(place)]->counts[protocol];
-    const ProtocolCounts& right = m_details[static_cast<std::size_t>(other)]->counts[protocol];
-    return left.lost != right.lost ? left.lost > right.lost : left.received < right.received;
 }
 
 int PeerList::selected() const {

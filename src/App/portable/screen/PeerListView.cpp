@@ -113,11 +113,11 @@ void PeerListView::drawHeader(Canvas& canvas, const ListLayout& layout) {
 }
 
 void PeerListView::drawRow(Canvas& canvas, const ListLayout& layout, int row, int y) {
-    const int quality = m_list.quality(row);
+    const int quality = m_list.values(row).quality;
     Style style = styleOfQuality(quality);
     style.isReversed = row == m_list.selected();
     canvas.fill({m_area.x, y, m_area.width, 1}, style);
-    const bool isWhole = notMadeText(m_list.isNotMade(row)).isEmpty();
+    const bool isWhole = notMadeText(m_list.values(row).isNotMade).isEmpty();
     canvas.put(m_area.x, y, SPW_CString(isWhole ? qualityMark(quality) : kNotMadeMark), style);
     int x = m_area.x + ListLayout::kMarkWidth;
     for (int column = 0; column < kPeerColumns; ++column) {

@@ -71,12 +71,12 @@ void Screen::showMessage(int message, const SPW_CString& caption, const SPW_CStr
 }
 
 void Screen::apply(const RowBoard::News& news) {
-    if (news.isEmptied) {
-        m_list.empty();
+    if (news.isCleared) {
+        m_list.clear();
     }
-    for (const RowUpdate& update : news.updates) {
-        if (m_list.apply(update) && m_status.state == StatusLine::kRunning) {
-            tell(update.label + u" found");
+    for (const RowChange& change : news.changes) {
+        if (m_list.apply(change) && m_status.state == StatusLine::kRunning) {
+            tell(change.row.label() + u" found");
         }
     }
 }
@@ -279,7 +279,7 @@ void Screen::press(ScreenButton button) {
 }
 
 void Screen::startTest() {
-    m_list.empty();
+    m_list.clear();
     m_status.state = StatusLine::kStarting;
     m_status.testNumber = 0;
     tell(u"");

@@ -5,6 +5,7 @@
 
 #include "AddPeerBox.h"
 #include "DetailBox.h"
+#include "LabelledRows.h"
 #include "PeerColumns.h"
 #include "QuestionBox.h"
 #include "RecordingCommands.h"
@@ -320,8 +321,9 @@ protected:
         count(u"10.0.0.2 (b)", kPing, 1, 1, 100);
     }
     void count(const char16_t* label, int protocol, int received, int total, int quality) {
-        m_list.apply({label, columnOfProtocol(protocol), quality, received, total});
+        m_list.apply(m_rows.change(label, quality, protocol, received, total));
     }
+    LabelledRows m_rows;
     PeerList m_list;
     DetailBox m_box{m_list, 1000};
 };

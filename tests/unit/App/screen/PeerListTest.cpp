@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "LabelledRows.h"
 #include "PeerColumns.h"
 #include "PeerListView.h"
 #include "StringPrinting.h"
@@ -16,7 +17,7 @@ class PeerListTest : public testing::Test {
 protected:
     bool update(const char16_t* label, int quality = 100, int protocol = kUdp, std::int32_t received = 1,
                 std::int32_t total = 1) {
-        return m_list.apply({label, columnOfProtocol(protocol), quality, received, total});
+        return m_list.apply(m_rows.change(label, quality, protocol, received, total));
     }
     std::vector<std::string> labels() {
         m_list.sort();
@@ -29,6 +30,7 @@ protected:
     std::string chosen() {
         return m_list.selected() < 0 ? "none" : m_list.cell(m_list.selected(), kLabelColumn).toAnsi();
     }
+    LabelledRows m_rows;
     PeerList m_list;
 };
 
@@ -40,6 +42,27 @@ TEST_F(PeerListTest, UnsortedItIsInTheOrderOfTheDialog) {
     EXPECT_TRUE(update(u"c"));
     EXPECT_FALSE(update(u"b"));
     EXPECT_EQ(labels(), (Texts{"a", "c", "b"}));
+}
+
+TEST_F(PeerListTest, TwoPeersWithOneLabelHaveARowEach) {
+    update(u"a", 90, kUdp, 9, 10);
+    RowChange other = m_rows.change(u"b", 50, kUdp, 1, 2);
+    other.row.address = u"a";
+    EXPECT_TRUE(m_list.apply(other));
+    EXPECT_EQ(labels(), (Texts{"a", "a"}));
+    EXPECT_EQ(m_list.cell(0, kUdpColumn), u"9/10");
+    EXPECT_EQ(m_list.cell(1, kUdpColumn), u"1/2");
+}
+
+TEST_F(PeerListTest, ACellIsBlankUntilItsProtocolWasTold) {
+    update(u"a", 75, kPing, 3, 4);
+    EXPECT_EQ(m_list.cell(0, kPingColumn), u"3/4");
+    EXPECT_EQ(m_list.cell(0, kQualityColumn), u"75");
+    EXPECT_EQ(m_list.values(0).quality, 75);
+    EXPECT_EQ(m_list.cell(0, kUdpColumn), u"");
+    update(u"a", 75, kUdp, 0, 0);
+    EXPECT_EQ(m_list.cell(0, kUdpColumn), u"0/0");
+    EXPECT_EQ(m_list.cell(0, kPingColumn), u"3/4");
 }
 
 TEST_F(PeerListTest, LabelsAreSortedByTheNumbersOfTheirAddresses) {
@@ -56,7 +79,7 @@ TEST_F(PeerListTest, LabelsWithoutAnAddressFollowThoseWithOneInWhateverOrderThey
     Texts texts = {"10.0.0.10", "10.0.0.9", "10.0.0.5x", "1", "printer", "9.0.0.1"};
     std::sort(texts.begin(), texts.end());
     do {
-        m_list.empty();
+        m_list.clear();
         for (const std::string& text : texts) {
             update(SPW_CString(text.c_str()).text());
         }
@@ -140,12 +163,13 @@ TEST_F(PeerListTest, ScrollingTakesTheChoiceAlongWhereItMust) {
     EXPECT_EQ(m_list.firstVisible(5), 15);
 }
 
-TEST_F(PeerListTest, LostIsWhatWasExpectedAndDidNotArrive) {
+TEST_F(PeerListTest, ARowsRecordIsTheOneThatTheEngineFilled) {
     update(u"a", 70, kTcpip, 7, 10);
-    EXPECT_EQ(m_list.counts(0, kTcpip).received, 7);
-    EXPECT_EQ(m_list.counts(0, kTcpip).total, 10);
-    EXPECT_EQ(m_list.counts(0, kTcpip).lost, 3);
-    EXPECT_EQ(m_list.counts(0, kPing).total, 0);
+    const PeerRowValues& row = m_list.values(0);
+    EXPECT_EQ(row.counts[kTcpip].received, 7);
+    EXPECT_EQ(row.counts[kTcpip].total, 10);
+    EXPECT_EQ(row.counts[kTcpip].lost, 3);
+    EXPECT_EQ(row.counts[kPing].total, 0);
 }
 
 TEST_F(PeerListTest, EachRowAndProtocolHasItsOwnHistory) {
@@ -165,7 +189,7 @@ TEST_F(PeerListTest, EmptiedItStartsAfresh) {
     update(u"a");
     update(u"b");
     m_list.select(1);
-    m_list.empty();
+    m_list.clear();
     EXPECT_EQ(m_list.size(), 0);
     EXPECT_EQ(m_list.selected(), -1);
     update(u"c");

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "LabelledRows.h"
 #include "PeerColumns.h"
 #include "RecordingCommands.h"
 #include "RedrawPace.h"
@@ -25,7 +26,7 @@ protected:
     }
     void count(const char16_t* label, int quality = 100, int received = 1, int total = 1) {
         RowBoard::News news;
-        news.updates.push_back({label, kUdpColumn, quality, received, total});
+        news.changes.push_back(m_rows.change(label, quality, kUdp, received, total));
         m_screen.apply(news);
     }
     void type(const char* text) {
@@ -64,6 +65,7 @@ protected:
     }
     std::string status() { return shown().back(); }
 
+    LabelledRows m_rows;
     RecordingCommands m_commands;
     Screen m_screen{m_commands, Screen::kEndless};
     Canvas m_canvas{0, 0, kAsciiGlyphs};
@@ -291,7 +293,7 @@ TEST_F(ScreenTest, TheBoxOfARowIsClosedWhenANewTestBeginsWithoutIt) {
     press(Input::kEnter);
     EXPECT_TRUE(isShown("received"));
     RowBoard::News emptied;
-    emptied.isEmptied = true;
+    emptied.isCleared = true;
     m_screen.apply(emptied);
     (void)shown();
     EXPECT_FALSE(isShown("received"));
@@ -404,12 +406,7 @@ TEST_F(ScreenTest, ARowToWhichNotAllCouldBeSentIsMarkedAndItsDetailsSayWhat) {
     count(u"10.0.0.7 (printer)");
     EXPECT_TRUE(isShown("  10.0.0.7 (printer)"));
     RowBoard::News news;
-    RowUpdate update;
-    update.label = u"10.0.0.7 (printer)";
-    update.column = kPingColumn;
-    update.quality = 100;
-    update.isNotMade = true;
-    news.updates.push_back(update);
+    news.changes.push_back(m_rows.notMade(u"10.0.0.7 (printer)", kPing));
     m_screen.apply(news);
     EXPECT_TRUE(isShown("? 10.0.0.7 (printer)"));
     press(Input::kEnter);

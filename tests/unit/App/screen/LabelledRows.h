@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "RowChange.h"
+
+// Changes of rows as the board hands them on, for tests that name a row by its label: each label has one row, with a
+// number of its own and the counts that it was given so far.
+class LabelledRows {
+public:
+    RowChange change(const SPW_CString& label, int quality = 100, int protocol = kUdp, std::int32_t received = 1,
+                     std::int32_t total = 1) {
+        PeerRowValues& row = rowOf(label);
+        row.quality = quality;
+        row.counts[protocol] = {received, total, total - received};
+        return toldOf(row, protocol);
+    }
+    RowChange notMade(const SPW_CString& label, int protocol) {
+        PeerRowValues& row = rowOf(label);
+        row.isNotMade[protocol] = true;
+        return toldOf(row, protocol);
+    }
+    PeerRowValues& rowOf(const SPW_CString& label) {
+        PeerRowValues& row = m_rows[label.text()];
+        if (row.number == 0) {
+            row.number = static_cast<std::int32_t>(m_rows.size());
+            row.address = label;
+        }
+        return row;
+    }
+
+private:
+    static RowChange toldOf(const PeerRowValues& row, int protocol) {
+        RowChange change;
+        change.row = row;
+        change.isTold[protocol] = true;
+        return change;
+    }
+
+    std::map<std::u16string, PeerRowValues> m_rows;
+};
