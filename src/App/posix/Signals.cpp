@@ -133,13 +133,16 @@ void Signals::work() {
         }
         isEnding = isEnding || sources[4].revents != 0;
         const int stop = take(m_stopSource);
+        const int number = stop != 0 ? stop : take(m_otherSource);
+        if (number != 0) {
+            m_pending |= std::uint64_t{1} << number;
+        }
+        // A stop is requested only when next() can give its signal.
         if (stop != 0) {
             takeStop(stop);
             isEnding = true;
         }
-        const int other = stop != 0 ? 0 : take(m_otherSource);
-        if (stop != 0 || other != 0) {
-            m_pending |= std::uint64_t{1} << (stop != 0 ? stop : other);
+        if (number != 0) {
             m_wakeup.wake();
         }
         if (isEnding) {
