@@ -69,19 +69,20 @@ class Build:
 
 
 class WindowsDevice:
-    """A device of the lab that runs Windows programs, with these settings from the start. Close it before the lab.
+    """A device of the lab that runs Windows programs, with these settings and named peers (name: address) from the start.
+    Close it before the lab.
 
     Another build's folder may be named than that of the test. `handheld` are words for the host of the handheld's program
     (tests/windows-ce/host); without any it poses as a desktop, whose files have drives.
     """
 
-    def __init__(self, device, settings=None, build=None, handheld="desktop,drives,noaygshell"):
+    def __init__(self, device, settings=None, build=None, handheld="desktop,drives,noaygshell", peers=None):
         self.device = device
         self.build = Build(build or build_folder())
         self.handheld = handheld
         self.prefix = os.path.join(device.folder, "wine")
         self._copy_files(self.build.prepared_prefix())
-        self._set_up_user(settings or {})
+        self._set_up_user(settings or {}, peers or {})
         self._processes = []
         self._programs = []
         self.screen = self._start_screen()
@@ -98,7 +99,7 @@ class WindowsDevice:
             else:
                 shutil.copy2(entry.path, self.prefix)
 
-    def _set_up_user(self, settings):
+    def _set_up_user(self, settings, peers):
         """Without a window manager Wine itself must draw captions and frames. And it is to be a Windows of today, which
         poses as an older one to programs that do not name it."""
         path = os.path.join(self.prefix, "user.reg")
@@ -108,9 +109,11 @@ class WindowsDevice:
         with open(path, "w", encoding="utf-8", newline="") as file:
             file.write(text + '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n'
                        '\n[Software\\\\Wine]\n"Version"="win10"\n')
-            if settings:
-                file.write("\n[Software\\\\Vantiro Networks\\\\Vantiro Diagnostic]\n" +
-                           "".join(f'"{name}"="{lab.escaped(text)}"\n' for name, text in settings.items()))
+            key = r"Software\\Vantiro Networks\\Vantiro Diagnostic"
+            for name, values in ((key, settings), (key + r"\\Named-IP-Addresses", peers)):
+                if values:
+                    file.write(f"\n[{name}]\n" + "".join(f'"{name}"="{lab.escaped(text)}"\n'
+                                                         for name, text in values.items()))
 
     def _start_screen(self):
         # Each network namespace has a screen 0 of its own; what its server has in the file system, a socket and for a
@@ -298,6 +301,10 @@ class Program:
     def status(self):
         """The exit status, or "running"."""
         return self.owner.ask("status", self.handle)
+
+    def kill(self):
+        self.owner.ask("kill", self.handle)
+        self.exit_status()
 
     def exit_status(self, within=60):
         lab.eventually(lambda: self.status() != "running", within, "the end of the program", every=0.1)

@@ -11,6 +11,7 @@
 #include "Journal.h"
 #include "Lock.h"
 #include "Options.h"
+#include "Space.h"
 #include "Watch.h"
 
 namespace {
@@ -78,8 +79,13 @@ Word take(Word size, std::uint8_t fill) {
         Journal::write("HEAP allocation %ld of %u bytes refused", allocations, size);
         return 0;
     }
+    if (!Space::take(size)) {
+        Journal::write("HEAP allocation %ld of %u bytes refused: no addresses are left", allocations, size);
+        return 0;
+    }
     Block* const block = static_cast<Block*>(std::malloc(sizeof(Block) + size + kBehindSize));
     if (block == nullptr) {
+        Space::give(size);
         return 0;
     }
     block->size = size;
@@ -103,6 +109,7 @@ void give(Processor& cpu, Word memory, const char* use) {
     block.mark = kDead;
     std::memset(block.bytes(), kFreed, block.size);
     liveBytes -= block.size;
+    Space::give(block.size);
     kept.push_back(&block);
     if (kept.size() > kMostKept) {
         checkFreed(cpu, *kept.front());

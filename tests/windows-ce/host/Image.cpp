@@ -8,6 +8,7 @@
 
 #include "Calls.h"
 #include "Journal.h"
+#include "Space.h"
 
 namespace {
 
@@ -86,6 +87,9 @@ void load(const std::wstring& path) {
     size = optional.SizeOfImage;
     entryPoint = base + optional.AddressOfEntryPoint;
     stackReserve = optional.SizeOfStackReserve;
+    if (!Space::take(size)) {
+        refuse("the program is too large");
+    }
     char* const memory = pointerTo<char>(base);
     if (VirtualAlloc(memory, size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE) != memory) {
         refuse("the program's addresses are taken");

@@ -10,6 +10,7 @@
 #include "Image.h"
 #include "Journal.h"
 #include "Options.h"
+#include "Space.h"
 #include "Threads.h"
 #include "Watch.h"
 
@@ -120,6 +121,7 @@ std::uint64_t terminate(Processor& cpu, const Word* a) {
     Heap::finish(cpu);
     Journal::write("END with %u", a[1]);
     Threads::describe();
+    Space::describe();
     describeCalls();
     return static_cast<Word>(TerminateProcess(GetCurrentProcess(), a[1]));
 }

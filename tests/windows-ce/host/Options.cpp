@@ -53,6 +53,15 @@ void screen(int& width, int& height) {
     }
 }
 
+unsigned spaceMegabytes() {
+    unsigned megabytes = 32;
+    const std::size_t place = words.find(",space=");
+    if (place != std::string::npos) {
+        (void)std::sscanf(words.c_str() + place, ",space=%u", &megabytes);
+    }
+    return megabytes;
+}
+
 bool tracesCalls() {
     return isTracing;
 }

@@ -12,6 +12,8 @@ void read();
 bool has(const char* word);
 // The W and H of the word screen=WxH; 240 and 320 without it.
 void screen(int& width, int& height);
+// The N of the word space=N; 32 without it.
+unsigned spaceMegabytes();
 bool tracesCalls();
 
 // The guest's file; empty: the one beside the host.

@@ -10,13 +10,16 @@
 #include "Journal.h"
 #include "Lock.h"
 #include "Options.h"
+#include "Space.h"
 #include "Watch.h"
 
 namespace {
 
 DWORD slot = 0;
-LONG threads = 1;  // those that are to begin included
 Lock lock;
+// Under the lock; the threads that are about to begin count.
+long threads = 1;
+long mostThreads = 1;
 std::vector<Processor*> running;
 unsigned long long endedInstructions = 0;
 Word endedDeepest = 0;
@@ -59,6 +62,42 @@ void destroyProcessor(Processor* cpu) {
     delete cpu;
 }
 
+// The number of threads has two limits: the one of the options, and the addresses that the stacks take.
+bool takeThread() {
+    const Guard guard(lock);
+    const long limit = Options::threadLimit();
+    if ((limit != 0 && threads >= limit) || !Space::take(Image::stackSize())) {
+        return false;
+    }
+    mostThreads = std::max(mostThreads, ++threads);
+    return true;
+}
+
+void giveThread() {
+    const Guard guard(lock);
+    --threads;
+    Space::give(Image::stackSize());
+}
+
+unsigned long long instructionsSoFar() {
+    const Guard guard(lock);
+    unsigned long long result = endedInstructions;
+    for (const Processor* cpu : running) {
+        result += cpu->instructions;
+    }
+    return result;
+}
+
+// Another thread may be counting at this moment. Its number is then wrong if its lower half runs over, which takes
+// minutes of nothing but counting.
+[[noreturn]] DWORD WINAPI readMeter(void*) {
+    constexpr DWORD kPeriodMs = 10000;
+    for (;;) {
+        Sleep(kPeriodMs);
+        Journal::write("METER %llu instructions", instructionsSoFar());
+    }
+}
+
 struct Start {
     Word function;
     Word argument;
@@ -72,15 +111,12 @@ DWORD WINAPI startThread(void* parameter) {
     run(*cpu, start.function);
     const Word code = cpu->r[0];
     destroyProcessor(cpu);
-    (void)InterlockedDecrement(&threads);
+    giveThread();
     return code;
 }
 
-// A process of Windows CE has 32 MB of addresses, so the number of stacks has an end there.
 std::uint64_t createThread(Processor&, const Word* a) {
-    const long limit = Options::threadLimit();
-    if (InterlockedIncrement(&threads) > limit && limit != 0) {
-        (void)InterlockedDecrement(&threads);
+    if (!takeThread()) {
         Journal::write("THREAD refused, at %x", a[2]);
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return 0;
@@ -90,7 +126,7 @@ std::uint64_t createThread(Processor&, const Word* a) {
     const HANDLE thread = CreateThread(nullptr, kHostStack, startThread, start,
                                        a[4] | STACK_SIZE_PARAM_IS_A_RESERVATION, pointerTo<DWORD>(a[5]));
     if (thread == nullptr) {
-        (void)InterlockedDecrement(&threads);
+        giveThread();
         delete start;
     }
     return addressOf(thread);
@@ -142,9 +178,13 @@ namespace Threads {
 
 void prepare() {
     slot = TlsAlloc();
+    if (Options::has("meter")) {
+        (void)CloseHandle(CreateThread(nullptr, 0, readMeter, nullptr, 0, nullptr));
+    }
 }
 
 Word runMain(Word start, Word a, Word b, Word c, Word d) {
+    (void)Space::take(Image::stackSize());
     Processor* const cpu = makeProcessor(start);
     cpu->r[0] = a;
     cpu->r[1] = b;
@@ -193,8 +233,8 @@ void describe() {
         instructions += cpu->instructions;
         deepest = std::max(deepest, cpu->deepestStack());
     }
-    Journal::write("THREADS %llu instructions, deepest stack %u of %u bytes", instructions, deepest,
-                   Image::stackSize());
+    Journal::write("THREADS %llu instructions, deepest stack %u of %u bytes, at most %ld at a time", instructions,
+                   deepest, Image::stackSize(), mostThreads);
 }
 
 const SystemFunction* functions() {

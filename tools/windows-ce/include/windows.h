@@ -23,6 +23,10 @@
 #define TIME_ZONE_ID_INVALID 0xFFFFFFFF
 #define TLS_OUT_OF_INDEXES 0xFFFFFFFF
 
+#define MEM_RESERVE 0x2000
+#define MEM_RELEASE 0x8000
+#define PAGE_NOACCESS 1
+
 #define GENERIC_READ 0x80000000
 #define GENERIC_WRITE 0x40000000
 #define FILE_WRITE_ATTRIBUTES 0x0100
@@ -332,6 +336,9 @@ BOOL ReleaseSemaphore(HANDLE semaphore, LONG count, LONG* previous);
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds);
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 DWORD MsgWaitForMultipleObjectsEx(DWORD count, HANDLE* objects, DWORD milliseconds, DWORD wakeMask, DWORD flags);
+void* VirtualAlloc(void* address, DWORD size, DWORD kind, DWORD protection);
+BOOL VirtualFree(void* address, DWORD size, DWORD kind);
+
 void InitializeCriticalSection(CRITICAL_SECTION* section);
 void EnterCriticalSection(CRITICAL_SECTION* section);
 void LeaveCriticalSection(CRITICAL_SECTION* section);

@@ -11,12 +11,25 @@ struct Start {
     void* argument;
 };
 
-// The stack size is what a thread may use, not what it gets at once. Windows CE knows the flag from 4.0 on; before, the
-// size in the program file counts.
 #ifdef UNDER_CE
+// Windows CE gives each stack the size that the program file names. It knows the flag below from version 4.0 on.
 constexpr DWORD kCreationFlags = 0;
+constexpr DWORD kStackInProgramFile = 64 * 1024;
+// The stacks and the heap share the 32 MB of addresses of a process. A thread that took the last of them would end the
+// program, which would find no memory for the next row. The heap of 130 peers takes 2 MB at most.
+constexpr DWORD kLeftForHeap = 1024 * 1024;
+
+bool hasRoomForStack() {
+    void* const trial = VirtualAlloc(nullptr, kStackInProgramFile + kLeftForHeap, MEM_RESERVE, PAGE_NOACCESS);
+    return trial != nullptr && VirtualFree(trial, 0, MEM_RELEASE);
+}
 #else
+// The stack size is what a thread may use, not what it gets at once.
 constexpr DWORD kCreationFlags = STACK_SIZE_PARAM_IS_A_RESERVATION;
+
+bool hasRoomForStack() {
+    return true;
+}
 #endif
 
 DWORD WINAPI runThread(void* start) {
@@ -33,7 +46,7 @@ CRITICAL_SECTION* sectionOf(SPW_Handle section) {
 }  // namespace
 
 SPW_Handle SPW_CThreadSys::createThread(void (*entry)(void*), void* argument) {
-    Start* const start = new (std::nothrow) Start{entry, argument};
+    Start* const start = hasRoomForStack() ? new (std::nothrow) Start{entry, argument} : nullptr;
     if (start == nullptr) {
         return nullptr;
     }
