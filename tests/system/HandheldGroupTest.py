@@ -19,6 +19,10 @@ def has_enough(row):
 
 
 class HandheldGroupTest(lab.SystemTest):
+    def setUp(self):
+        super().setUp()
+        lab.take_precedence()
+
     def start(self, name, **more):
         """(the device, its program, its main window); the test is running."""
         device = windows.WindowsDevice(self.lab.device(name), SETTINGS, **more)

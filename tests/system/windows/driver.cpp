@@ -25,6 +25,7 @@
 //     set NAME VALUE       a variable of the environment for the programs that are started from now on
 //     start COMMAND LINE   starts a program; a handle, or 0
 //     status HANDLE        the exit status of that program, or "running"
+//     kill HANDLE          ends that program; 1 or 0
 //     cost HWND            how many handles, threads and bytes of memory of its own the window's process has
 //     listen               makes a window that waits for the report's outcome; its handle
 //     heard                the outcome that it was told last, or "nothing"
@@ -353,6 +354,10 @@ std::string answer(const std::string& line) {
     input >> id;
     if (command == "status") {
         return statusOf(reinterpret_cast<HANDLE>(handle));
+    }
+    if (command == "kill") {
+        constexpr UINT kKilled = 137;
+        return std::to_string(TerminateProcess(reinterpret_cast<HANDLE>(handle), kKilled));
     }
     const HWND window = reinterpret_cast<HWND>(handle);
     const HWND control = id != 0 ? GetDlgItem(window, id) : nullptr;
