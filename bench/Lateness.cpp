@@ -26,6 +26,11 @@ void LatenessClock::sleepMs(std::uint32_t milliseconds) {
     m_real.sleepMs(milliseconds);
 }
 
+void LatenessClock::sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent& wake) {
+    self.look = 0;
+    m_real.sleepTowards(due100ns, milliseconds, wake);
+}
+
 void LatenessClock::note(std::uint64_t decision100ns) {
     const std::uint64_t due = self.decision + m_period100ns;
     if (self.decision != 0 && decision100ns >= due) {

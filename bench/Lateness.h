@@ -18,6 +18,7 @@ public:
     std::uint64_t wall100ns() override { return m_real.wall100ns(); }
     SPW_CalendarTime toLocal(std::uint64_t wall100ns) override { return m_real.toLocal(wall100ns); }
     void sleepMs(std::uint32_t milliseconds) override;
+    void sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent& wake) override;
 
     // Forgets what was noted so far.
     void restart();

@@ -14,7 +14,7 @@ ProbeConnector::ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const S
       m_ttl(ttl),
       m_needsConnect(needsConnect),
       m_needsTtl(needsTtl),
-      m_schedule(periodMs) {
+      m_schedule(periodMs, m_worker.wake()) {
     m_worker.begin(*this);
 }
 

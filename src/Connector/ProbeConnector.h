@@ -19,9 +19,9 @@
 // the sink, on that thread. Socket failures are reported and followed by a new socket one period later, without
 // limit; nothing stops a connector but its owner.
 //
-// One owner thread constructs, starts, stops and destroys. askToStop() closes the socket, which wakes a connect or send
-// in progress; StopSending() and the destructor do so, too, and wait for the step to end: at most one sleep (1 s) and
-// one sink call.
+// One owner thread constructs, starts, stops and destroys. askToStop() closes the socket and so ends a connect or send
+// in progress; it ends a sleep, too. StopSending() and the destructor ask as well and wait for the step to end: for one
+// sink call at most.
 class ProbeConnector : public SPW_CThread {
 public:
     ~ProbeConnector() override;

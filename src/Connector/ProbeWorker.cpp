@@ -1,8 +1,11 @@
 #include "ProbeWorker.h"
 
 void ProbeWorker::begin(SPW_CThread& thread) {
-    // Without the event nobody could wait for the thread.
+    // Without these events nobody could wait for the thread or wake it.
     m_beginResult = m_handedOver.create(false, false, nullptr);
+    if (m_beginResult == 0) {
+        m_beginResult = m_wake.create(false, false, nullptr);
+    }
     if (m_beginResult != 0) {
         return;
     }
@@ -23,7 +26,12 @@ void ProbeWorker::openGate(SPW_CThread& thread) {
 }
 
 bool ProbeWorker::askToStop() {
-    return !m_isGateHeld && !m_stopAsked.exchange(true);
+    if (m_isGateHeld || m_stopAsked.exchange(true)) {
+        return false;
+    }
+    // After the flag: the step that follows the end of the sleep looks at it.
+    (void)m_wake.set();
+    return true;
 }
 
 void ProbeWorker::closeGate() {
@@ -44,6 +52,7 @@ bool ProbeWorker::askToEnd(SPW_CThread& thread) {
         closeGate();  // which the thread hands over first, so that its event means but one thing at a time
     }
     thread.requestStop();
+    (void)m_wake.set();
     if (m_isGateHeld) {
         thread.unlock();
     }

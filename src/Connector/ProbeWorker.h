@@ -48,6 +48,8 @@ public:
 
     // Any thread: whether askToStop() came last, and not openGate().
     bool isStopAsked() const { return m_stopAsked; }
+    // Ends the thread's sleeps in SPW_CClock::sleepTowards(). askToStop() and askToEnd() set it.
+    VTR_CEvent& wake() { return m_wake; }
 
     // ---- The thread's
 
@@ -60,6 +62,7 @@ public:
 private:
     // Set when the thread has handed the gate over, and when it has left its loop.
     VTR_CEvent m_handedOver;
+    VTR_CEvent m_wake;
     std::atomic<bool> m_stopAsked{false};
     SPW_Result m_beginResult = 0;
     bool m_isRunning = false;

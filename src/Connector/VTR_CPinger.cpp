@@ -12,7 +12,7 @@
 static const std::uint64_t kReplyBytesPerByte = 28;
 
 VTR_CPinger::VTR_CPinger(ProbeEventSink* sink, const SPW_CString& address, std::int32_t periodMs, std::int32_t dataSize)
-    : m_sink(sink), m_address(address), m_dataSize(dataSize), m_schedule(periodMs) {
+    : m_sink(sink), m_address(address), m_dataSize(dataSize), m_schedule(periodMs, m_worker.wake()) {
     m_worker.begin(*this);
 }
 
@@ -29,6 +29,7 @@ SPW_Result VTR_CPinger::StartPinging() {
     }
     m_worker.openGate(*this);
     m_state = 1;
+    (void)m_worker.wake().set();  // a step between the two lines sleeps as one that is switched off
     return 0;
 }
 

@@ -17,8 +17,8 @@
 // needs nothing on the peer's side.
 //
 // One owner thread constructs, starts, stops and destroys; reports are made on the pinger's own thread. StopPinging()
-// and the destructor end the ping in progress, which then counts neither as sent nor as lost, and wait for its step: at
-// most 1 s, when it sleeps. (On a device that cannot end it: at most one period; see SPW_CIcmp::cancel().)
+// and the destructor end the ping in progress, which then counts neither as sent nor as lost, or its sleep, and
+// wait for its step. (On a device that cannot end a ping: at most one period; see SPW_CIcmp::cancel().)
 class VTR_CPinger : public SPW_CThread {
 public:
     // address: dotted quad or host name. periodMs: between requests, and the time-out of each.

@@ -42,6 +42,8 @@ public:
         m_sleeps.push_back(milliseconds);
         advance(milliseconds);
     }
+    // Merges nothing. What does not block need not be woken.
+    void sleepTowards(std::uint64_t, std::uint32_t milliseconds, VTR_CEvent&) override { sleepMs(milliseconds); }
 
     void advanceMs(std::uint64_t milliseconds) {
         const std::lock_guard<std::mutex> guard(m_mutex);

@@ -3,12 +3,13 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "SPW_CClock.h"
+#include "ClockForwarder.h"
 
-// A clock that can be stopped: who asks for the local time, as the log's writer does for every line, then waits.
-class StoppableClock : public SPW_CClock {
+// A clock that can be stopped. Whoever asks a stopped one for the local time waits; the log's writer asks for every
+// line.
+class StoppableClock : public ClockForwarder {
 public:
-    explicit StoppableClock(SPW_CClock& clock) : m_clock(clock) {}
+    using ClockForwarder::ClockForwarder;
     void stop(bool stopped) {
         const std::lock_guard<std::mutex> guard(m_mutex);
         m_stopped = stopped;
@@ -18,20 +19,16 @@ public:
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait(lock, [this] { return m_isHeldUp; });
     }
-    std::uint64_t now100ns() override { return m_clock.now100ns(); }
-    std::uint64_t wall100ns() override { return m_clock.wall100ns(); }
     SPW_CalendarTime toLocal(std::uint64_t wall100ns) override {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_isHeldUp = m_stopped;
         m_changed.notify_all();
         m_changed.wait(lock, [this] { return !m_stopped; });
         m_isHeldUp = false;
-        return m_clock.toLocal(wall100ns);
+        return ClockForwarder::toLocal(wall100ns);
     }
-    void sleepMs(std::uint32_t milliseconds) override { m_clock.sleepMs(milliseconds); }
 
 private:
-    SPW_CClock& m_clock;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_stopped = false;

@@ -4,6 +4,8 @@
 
 #include "SPW_CObject.h"
 
+class VTR_CEvent;
+
 // Calendar time, as SYSTEMTIME has it.
 struct SPW_CalendarTime {
     int year = 1601;
@@ -36,6 +38,20 @@ public:
     // Blocks the calling thread for at least that time, whatever signals arrive. 0 gives up the processor for the
     // shortest time that pays; never spins.
     virtual void sleepMs(std::uint32_t milliseconds) = 0;
+    // One of the sleeps with which a thread closes in on `due100ns` (as now100ns() counts), when all that it does
+    // between two such sleeps is to look at the clock. Lasts for at least that time (0 as above). Setting `wake`, an
+    // event with automatic reset that only this thread waits for, ends the sleep at once. A set that finds no sleep
+    // ends the next one.
+    //
+    // A platform may merge these sleeps: the first one then lasts until due100ns. Only the clock and the battery can
+    // tell the difference.
+    // (a) A thread that wakes before its time sends nothing, reports nothing and changes nothing.
+    // (b) Either way the thread acts at its first look at the clock at or after due100ns. Neither way is a look early.
+    //     A merged sleep ends nearer to due100ns than several sleeps do.
+    // (c) The time left cannot change during a sleep. Nobody sets the clock of now100ns(). While the device is
+    //     suspended, that clock and every sleep stand still together.
+    // (d) What must not wait for the end of a sleep sets `wake`: a start, a stop, a destruction.
+    virtual void sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent& wake) = 0;
 
     // Between the two epochs that systems count from, in seconds.
     static constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;

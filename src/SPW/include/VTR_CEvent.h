@@ -34,6 +34,8 @@ public:
     // Waits without limit and keeps a user-interface thread alive meanwhile by dispatching its window messages; plain
     // waiting where there are none. Always 0.
     SPW_Result waitAndProcessMsgs();
+    // The platform's event, for the platform halves of other classes; null before create().
+    SPW_Handle handle() const { return m_hEvent; }
 
 private:
     SPW_Handle m_hEvent;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "ScriptedClock.h"
+#include "VTR_CEvent.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -13,25 +14,26 @@ class ProbeScheduleTest : public testing::Test {
 protected:
     // A schedule whose first probe has just been sent, with that much time to the next.
     std::uint32_t sleepWith(std::int32_t remainingMs) {
-        ProbeSchedule schedule(remainingMs);
+        ProbeSchedule schedule(remainingMs, wake);
         EXPECT_TRUE(schedule.isDue(true));
         EXPECT_FALSE(schedule.isDue(true));
         return clock.sleeps().back();
     }
 
     ScriptedClock clock;
+    VTR_CEvent wake;
 };
 
 }  // namespace
 
 TEST_F(ProbeScheduleTest, FirstProbeIsDueAtOnce) {
-    ProbeSchedule schedule(100000);
+    ProbeSchedule schedule(100000, wake);
     EXPECT_TRUE(schedule.isDue(true));
     EXPECT_THAT(clock.sleeps(), IsEmpty());
 }
 
 TEST_F(ProbeScheduleTest, PeriodOfZeroIsDueAtEveryTurnWithoutASleep) {
-    ProbeSchedule schedule(0);
+    ProbeSchedule schedule(0, wake);
     for (int turn = 0; turn < 100; ++turn) {
         EXPECT_TRUE(schedule.isDue(true));
     }
@@ -39,7 +41,7 @@ TEST_F(ProbeScheduleTest, PeriodOfZeroIsDueAtEveryTurnWithoutASleep) {
 }
 
 TEST_F(ProbeScheduleTest, NegativePeriodIsDueAtEveryTurn) {
-    ProbeSchedule schedule(-2147483647 - 1);
+    ProbeSchedule schedule(-2147483647 - 1, wake);
     EXPECT_TRUE(schedule.isDue(true));
     EXPECT_TRUE(schedule.isDue(true));
 }
@@ -63,7 +65,7 @@ TEST_F(ProbeScheduleTest, SleepsASecondWithTenSecondsOrMoreLeft) {
 }
 
 TEST_F(ProbeScheduleTest, ClosesInOnTheDueTime) {
-    ProbeSchedule schedule(1000);
+    ProbeSchedule schedule(1000, wake);
     const std::uint64_t start = clock.now100ns();
     ASSERT_TRUE(schedule.isDue(true));
     while (!schedule.isDue(true)) {
@@ -73,7 +75,7 @@ TEST_F(ProbeScheduleTest, ClosesInOnTheDueTime) {
 }
 
 TEST_F(ProbeScheduleTest, IsDueWhenThePeriodHasPassedToTheUnit) {
-    ProbeSchedule schedule(50);
+    ProbeSchedule schedule(50, wake);
     ASSERT_TRUE(schedule.isDue(true));
     clock.advanceMs(49);
     EXPECT_FALSE(schedule.isDue(true));
@@ -82,7 +84,7 @@ TEST_F(ProbeScheduleTest, IsDueWhenThePeriodHasPassedToTheUnit) {
 }
 
 TEST_F(ProbeScheduleTest, LatenessIsNotMadeUp) {
-    ProbeSchedule schedule(100);
+    ProbeSchedule schedule(100, wake);
     ASSERT_TRUE(schedule.isDue(true));
     clock.advanceMs(1050);
     EXPECT_TRUE(schedule.isDue(true));
@@ -92,7 +94,7 @@ TEST_F(ProbeScheduleTest, LatenessIsNotMadeUp) {
 }
 
 TEST_F(ProbeScheduleTest, SwitchedOffSleepsASecondAndIsNeverDue) {
-    ProbeSchedule schedule(0);
+    ProbeSchedule schedule(0, wake);
     EXPECT_FALSE(schedule.isDue(false));
     EXPECT_FALSE(schedule.isDue(false));
     EXPECT_THAT(clock.sleeps(), ElementsAre(1000u, 1000u));
@@ -106,7 +108,7 @@ TEST_F(ProbeScheduleTest, APeriodBeyondThirtyTwoBitsIsKept) {
     constexpr std::int32_t kDays = 24 * kHours;
     for (const std::int32_t periodMs :
          {214748, 214749, 5 * kMinutes, 8 * kMinutes, kHours, 7 * kHours, kDays, 24 * kDays, 2147483647}) {
-        ProbeSchedule schedule(periodMs);
+        ProbeSchedule schedule(periodMs, wake);
         ASSERT_TRUE(schedule.isDue(true));
         // At no time before, and without a pause above or below a second while it is far away.
         for (int part = 0; part < 100; ++part) {
@@ -123,7 +125,7 @@ TEST_F(ProbeScheduleTest, APeriodBeyondThirtyTwoBitsIsKept) {
 }
 
 TEST_F(ProbeScheduleTest, ALongPeriodEndsToTheUnit) {
-    ProbeSchedule schedule(300000);
+    ProbeSchedule schedule(300000, wake);
     ASSERT_TRUE(schedule.isDue(true));
     clock.advanceMs(299999);
     EXPECT_FALSE(schedule.isDue(true));
@@ -134,7 +136,7 @@ TEST_F(ProbeScheduleTest, ALongPeriodEndsToTheUnit) {
 // What is scheduled follows the clock that nobody sets.
 TEST_F(ProbeScheduleTest, SettingTheDevicesTimeMovesNoProbe) {
     constexpr std::uint64_t kHour = std::uint64_t{3600} * 1000 * ScriptedClock::k100nsPerMs;
-    ProbeSchedule schedule(1000);
+    ProbeSchedule schedule(1000, wake);
     ASSERT_TRUE(schedule.isDue(true));
     clock.setWall(clock.wall100ns() + kHour);
     EXPECT_FALSE(schedule.isDue(true));

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <thread>
 
+#include "ClockForwarder.h"
 #include "EngineFixture.h"
 #include "RecordingReporter.h"
 #include "RegistrySysForwarder.h"
@@ -270,21 +271,17 @@ TEST_F(TestEngineTest, AStartCreatesAddedPeersThenNamedOnesThenTheListeners) {
 }
 
 // Notes how long the thread that made it sleeps.
-class OwnSleepsClock : public SPW_CClock {
+class OwnSleepsClock : public ClockForwarder {
 public:
-    std::uint64_t now100ns() override { return m_real.now100ns(); }
-    std::uint64_t wall100ns() override { return m_real.wall100ns(); }
-    SPW_CalendarTime toLocal(std::uint64_t wall100ns) override { return m_real.toLocal(wall100ns); }
     void sleepMs(std::uint32_t milliseconds) override {
         if (std::this_thread::get_id() == m_owner) {
             m_sleeps.push_back(milliseconds);
         }
-        m_real.sleepMs(milliseconds);
+        ClockForwarder::sleepMs(milliseconds);
     }
     std::vector<std::uint32_t> takeSleeps() { return std::exchange(m_sleeps, {}); }
 
 private:
-    SPW_CClock& m_real = *SPW_CClock::instance;
     const std::thread::id m_owner = std::this_thread::get_id();
     std::vector<std::uint32_t> m_sleeps;
     const ScopedInstance<SPW_CClock> m_installed{*this};

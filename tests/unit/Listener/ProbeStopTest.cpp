@@ -11,6 +11,7 @@
 #include <mutex>
 #include <thread>
 
+#include "ClockForwarder.h"
 #include "HeldUntilClose.h"
 #include "Patience.h"
 #include "RecordingReporter.h"
@@ -20,6 +21,7 @@
 #include "ScriptedIcmp.h"
 #include "SocketForwarder.h"
 #include "SocketLibrary.h"
+#include "VTR_CEvent.h"
 #include "VTR_CMulticastConnector.h"
 #include "VTR_CMulticastListener.h"
 #include "VTR_CPinger.h"
@@ -33,8 +35,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// A stop waits for one sleep of at most a second; the rest is for a busy machine. Whatever else could hold a stop up
-// here lasts longer or for ever.
+// All of it is for a busy machine: a stop waits for nothing but threads. Whatever could hold a stop up here lasts
+// longer or for ever.
 constexpr milliseconds kBound(20000);
 constexpr SPW_CIpAddress kLoopback(127, 0, 0, 1);
 
@@ -190,6 +192,30 @@ private:
 
 // --- The scenarios: an object, and the call in which it blocks.
 
+// The platform's clock, but that only a wake ends a sender's sleep.
+class EndlessSleeps : public ClockForwarder {
+public:
+    void sleepTowards(std::uint64_t, std::uint32_t, VTR_CEvent& wake) override {
+        {
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            ++m_sleeps;
+            m_changed.notify_all();
+        }
+        EXPECT_EQ(wake.wait(kSPWForever), 0u);
+    }
+    // True when so many sleeps have begun.
+    bool waitForSleeps(int count) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, kPatience, [&] { return m_sleeps >= count; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_sleeps = 0;
+    const ScopedInstance<SPW_CClock> m_installed{*this};
+};
+
 // What all scenarios stand on; the sockets are watched before anything else is made.
 struct Ground {
     WatchedSockets sockets;
@@ -231,13 +257,20 @@ struct SendToPeerThatDoesNotRead : ConnectorScenario<VTR_CTcpipConnector> {
 };
 
 struct SleepBetweenProbes : ConnectorScenario<VTR_CUdpConnector> {
+    EndlessSleeps clock;
     SleepBetweenProbes() { object = std::make_unique<VTR_CUdpConnector>(&sink, u"127.0.0.1", 9, u"me", 60000); }
-    bool waitUntilBlocked() {
-        const bool sent = sockets.waitForEntries(WatchedSockets::kSendTo, 1);
-        // By then the next step sleeps its second.
-        std::this_thread::sleep_for(milliseconds(20));
-        return sent;
-    }
+    ~SleepBetweenProbes() { object.reset(); }
+    bool waitUntilBlocked() { return clock.waitForSleeps(1); }
+};
+
+struct SleepBetweenPings : Ground {
+    EndlessSleeps clock;
+    ScriptedIcmp icmp;
+    ScopedInstance<SPW_CIcmp> icmpInstalled{icmp};
+    std::unique_ptr<VTR_CPinger> object = std::make_unique<VTR_CPinger>(&sink, u"127.0.0.1", 60000, 32);
+    SPW_Result start() { return object->StartPinging(); }
+    SPW_Result stop() { return object->StopPinging(); }
+    bool waitUntilBlocked() { return clock.waitForSleeps(1); }
 };
 
 struct SendToGroup : ConnectorScenario<VTR_CMulticastConnector> {
@@ -320,9 +353,9 @@ protected:
     Scenario scenario;
 };
 
-typedef testing::Types<ConnectToSilentAddress, SendToPeerThatDoesNotRead, SleepBetweenProbes, SendToGroup,
-                       SelectWithoutClients, SelectWithClients, AcceptOfNobody, ReceiveOfNothing, ReceiveDatagram,
-                       SelectForGroup, WaitForReply>
+typedef testing::Types<ConnectToSilentAddress, SendToPeerThatDoesNotRead, SleepBetweenProbes, SleepBetweenPings,
+                       SendToGroup, SelectWithoutClients, SelectWithClients, AcceptOfNobody, ReceiveOfNothing,
+                       ReceiveDatagram, SelectForGroup, WaitForReply>
     Scenarios;
 TYPED_TEST_SUITE(ProbeStopTest, Scenarios);
 
@@ -408,20 +441,18 @@ TYPED_TEST(ProbeStopTest, AnIdleObjectThatIsAskedStartsAsEver) {
 
 namespace {
 
-// Senders that are asleep, each for what is left of a second of its own.
+// Senders that are asleep.
 class ProbeStopManyTest : public testing::Test {
 protected:
     static constexpr int kSenders = 200;
-    // One step lasts a second. One after another, whose sleeps end at any time in a second, they would take a minute
-    // and more.
-    static constexpr milliseconds kAFewSteps{8000};
+    static constexpr milliseconds kSoon{8000};
 
     ProbeStopManyTest() {
         for (int i = 0; i < kSenders; ++i) {
             senders.push_back(std::make_unique<VTR_CUdpConnector>(&sink, u"127.0.0.1", 9, u"me", 60000));
             EXPECT_EQ(senders.back()->StartSending(), 0u);
-            std::this_thread::sleep_for(milliseconds(1000) / kSenders);
         }
+        EXPECT_TRUE(clock.waitForSleeps(kSenders));
     }
     void askAll() {
         for (const auto& sender : senders) {
@@ -431,28 +462,29 @@ protected:
 
     WatchedSockets sockets;
     const ScopedInstance<SPW_CSocket> installed{sockets};
+    EndlessSleeps clock;
     RecordingSink sink;
     std::vector<std::unique_ptr<VTR_CUdpConnector>> senders;
 };
 
 }  // namespace
 
-TEST_F(ProbeStopManyTest, ThoseWhoWereAskedStopInAboutOneStep) {
+TEST_F(ProbeStopManyTest, ThoseThatWereAskedStopSoon) {
     const steady_clock::time_point begin = steady_clock::now();
     askAll();
     for (const auto& sender : senders) {
         EXPECT_EQ(sender->StopSending(), 0u);
     }
-    EXPECT_LT(steady_clock::now() - begin, kAFewSteps);
+    EXPECT_LT(steady_clock::now() - begin, kSoon);
 }
 
-TEST_F(ProbeStopManyTest, ThoseWhoWereAskedAreDestroyedInAboutOneStep) {
+TEST_F(ProbeStopManyTest, ThoseThatWereAskedAreDestroyedSoon) {
     const steady_clock::time_point begin = steady_clock::now();
     for (const auto& sender : senders) {
         sender->askToEnd();
     }
     senders.clear();
-    EXPECT_LT(steady_clock::now() - begin, kAFewSteps);
+    EXPECT_LT(steady_clock::now() - begin, kSoon);
 }
 
 // --- A stop that meets the making of a socket

@@ -5,6 +5,7 @@
 
 #include "SPW_CClockSys.h"
 #include "SPW_CImmortal.h"
+#include "VTR_CEvent.h"
 
 namespace {
 
@@ -30,6 +31,10 @@ public:
     }
     SPW_CalendarTime localNow() override { return toUtc(SPW_CClockSys::localNow100ns()); }
     void sleepMs(std::uint32_t milliseconds) override { SPW_CClockSys::sleepMs(milliseconds); }
+    // The caller has due100ns from now100ns(), which has fixed the anchor.
+    void sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent& wake) override {
+        SPW_CClockSys::sleepTowards(due100ns - m_wallAtZero, milliseconds, wake.handle());
+    }
 
 private:
     // What the wall clock showed when the monotonic clock was 0; 0 until the first use.

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "SPW_Types.h"
+
 // What a platform half gives SPW_CClock. Any thread may call every function.
 namespace SPW_CClockSys {
 
@@ -17,5 +19,8 @@ std::uint64_t localFromWall(std::uint64_t wall100ns);
 std::uint64_t localNow100ns();
 // Blocks the calling thread for that time on the monotonic clock; 0 for the shortest sleep that pays.
 void sleepMs(std::uint32_t milliseconds);
+// The same, and setting the event `wake`, a handle of VTR_CEventSys, ends it at once. A half may also go on until
+// monotonic100ns() is dueMonotonic100ns; SPW_CClock::sleepTowards() tells why nobody notices.
+void sleepTowards(std::uint64_t dueMonotonic100ns, std::uint32_t milliseconds, SPW_Handle wake);
 
 }  // namespace SPW_CClockSys

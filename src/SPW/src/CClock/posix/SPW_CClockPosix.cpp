@@ -5,6 +5,7 @@
 
 #include "SPW_CClock.h"
 #include "SPW_CClockSys.h"
+#include "SPW_CGatePosix.h"
 
 namespace {
 
@@ -88,4 +89,13 @@ std::uint64_t SPW_CClockSys::localNow100ns() {
 
 void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {
     sleepNs(milliseconds == 0 ? kShortestSleepNs : milliseconds * std::uint64_t(1000000));
+}
+
+// Merges the sleeps, for thousands of senders would otherwise wake some forty times a period each to find that nothing
+// is due.
+void SPW_CClockSys::sleepTowards(std::uint64_t dueMonotonic100ns, std::uint32_t, SPW_Handle wake) {
+    timespec due;
+    due.tv_sec = static_cast<time_t>(dueMonotonic100ns / kPerSecond);
+    due.tv_nsec = static_cast<long>(dueMonotonic100ns % kPerSecond) * 100;
+    (void)static_cast<SPW_CGatePosix*>(wake)->waitUntil(due);  // the caller looks at the clock, whatever ended the wait
 }

@@ -34,6 +34,18 @@ SPW_CZoneRule::Season toSeason(const SYSTEMTIME& begin, LONG bias) {
     return season;
 }
 
+// Blocks for at least that time, 1 ms at least, unless wait(milliseconds) answers that it has been woken. One wait may
+// end early by a part of a tick.
+template <typename Wait>
+void waitFor(std::uint32_t milliseconds, Wait wait) {
+    const std::uint32_t wanted = milliseconds == 0 ? 1 : milliseconds;
+    const DWORD start = GetTickCount();
+    bool isWoken = false;
+    for (std::uint32_t passed = 0; passed < wanted && !isWoken; passed = GetTickCount() - start) {
+        isWoken = wait(wanted - passed);
+    }
+}
+
 }  // namespace
 
 std::uint64_t SPW_CClockSys::wall100ns() {
@@ -67,12 +79,16 @@ std::uint64_t SPW_CClockSys::localNow100ns() {
     return toCount(now);
 }
 
+// A sleep of 0 is made 1 ms: it would give the processor to a thread of the same priority only, and return at once
+// without one.
 void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {
-    // A sleep of 0 gives the processor to a thread of the same priority only and returns at once without one.
-    const std::uint32_t wanted = milliseconds == 0 ? 1 : milliseconds;
-    const DWORD start = GetTickCount();
-    // A sleep may end early by a part of a tick.
-    for (std::uint32_t passed = 0; passed < wanted; passed = GetTickCount() - start) {
-        Sleep(wanted - passed);
-    }
+    waitFor(milliseconds, [](DWORD left) {
+        Sleep(left);
+        return false;
+    });
+}
+
+// Merges no sleeps: every one of them ends with a tick, one that lasts until the due time as well.
+void SPW_CClockSys::sleepTowards(std::uint64_t, std::uint32_t milliseconds, SPW_Handle wake) {
+    waitFor(milliseconds, [wake](DWORD left) { return WaitForSingleObject(wake, left) != WAIT_TIMEOUT; });
 }

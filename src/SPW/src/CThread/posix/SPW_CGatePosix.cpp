@@ -1,7 +1,5 @@
 #include "SPW_CGatePosix.h"
 
-#include <time.h>
-
 namespace {
 
 // Holds a mutex for the life of a block.
@@ -49,8 +47,27 @@ SPW_CGatePosix::~SPW_CGatePosix() {
 
 bool SPW_CGatePosix::wait(std::uint32_t timeoutMs) {
     const Hold hold(m_mutex);
+    if (takeFree()) {
+        return true;
+    }
+    if (timeoutMs == 0) {
+        return false;
+    }
+    if (timeoutMs == kSPWForever) {
+        return waitInLine(nullptr);
+    }
+    const timespec deadline = monotonicDeadline(timeoutMs);
+    return waitInLine(&deadline);
+}
+
+bool SPW_CGatePosix::waitUntil(const timespec& deadline) {
+    const Hold hold(m_mutex);
+    return takeFree() || waitInLine(&deadline);
+}
+
+bool SPW_CGatePosix::takeFree() {
     if (m_count == 0) {
-        return timeoutMs != 0 && waitInLine(timeoutMs);
+        return false;
     }
     if (!m_staysOpen) {
         --m_count;
@@ -58,8 +75,7 @@ bool SPW_CGatePosix::wait(std::uint32_t timeoutMs) {
     return true;
 }
 
-bool SPW_CGatePosix::waitInLine(std::uint32_t timeoutMs) {
-    const timespec deadline = monotonicDeadline(timeoutMs == kSPWForever ? 0 : timeoutMs);
+bool SPW_CGatePosix::waitInLine(const timespec* deadline) {
     Waiter self;
     initialiseMonotonic(self.wake);
     self.granted = false;
@@ -68,8 +84,8 @@ bool SPW_CGatePosix::waitInLine(std::uint32_t timeoutMs) {
     m_end = &self.next;
     int failure = 0;
     while (!self.granted && failure == 0) {
-        failure = timeoutMs == kSPWForever ? pthread_cond_wait(&self.wake, &m_mutex)
-                                           : pthread_cond_timedwait(&self.wake, &m_mutex, &deadline);
+        failure = deadline == nullptr ? pthread_cond_wait(&self.wake, &m_mutex)
+                                      : pthread_cond_timedwait(&self.wake, &m_mutex, deadline);
     }
     if (!self.granted) {
         leaveLine(&self);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <time.h>
 
 #include <cstdint>
 
@@ -25,6 +26,8 @@ public:
 
     // False when timeoutMs passed without a unit. The time is measured on the monotonic clock.
     bool wait(std::uint32_t timeoutMs);
+    // The same with a moment of the monotonic clock.
+    bool waitUntil(const timespec& deadline);
     // False when the count was at its maximum already.
     bool release();
     // Takes all units away.
@@ -36,7 +39,8 @@ private:
         bool granted;
         Waiter* next;
     };
-    bool waitInLine(std::uint32_t timeoutMs);
+    bool takeFree();
+    bool waitInLine(const timespec* deadline);
     void grantFirst();
     void leaveLine(const Waiter* waiter);
 
