@@ -3,7 +3,7 @@
 #include "ProbePacket.h"
 #include "SPW_CSysError.h"
 
-ProbeConnector::ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const SPW_CString& targetAddress,
+ProbeConnector::ProbeConnector(ProbeKind kind, ProbeEventSink* sink, const SPW_CString& targetAddress,
                                std::uint32_t targetPort, const SPW_CString& name, std::int32_t periodMs,
                                std::int32_t ttl, bool needsConnect, bool needsTtl)
     : m_sink(sink),

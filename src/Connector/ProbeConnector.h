@@ -52,7 +52,7 @@ public:
     const ProbeWorker& worker() const { return m_worker; }
 
 protected:
-    ProbeConnector(std::uint32_t kind, ProbeEventSink* sink, const SPW_CString& targetAddress, std::uint32_t targetPort,
+    ProbeConnector(ProbeKind kind, ProbeEventSink* sink, const SPW_CString& targetAddress, std::uint32_t targetPort,
                    const SPW_CString& name, std::int32_t periodMs, std::int32_t ttl, bool needsConnect, bool needsTtl);
 
     // Sends at most one probe, or sleeps.
@@ -94,7 +94,7 @@ private:
     void report(const char16_t* failure, SPW_Result code);
 
     // Set at construction.
-    const std::uint32_t m_kind;
+    const ProbeKind m_kind;
     const SPW_CString m_targetAddress;
     const std::uint32_t m_targetPort;
     const SPW_CString m_name;

@@ -5,7 +5,7 @@ static const char16_t* const kKindNames[] = {
     u"multicast connector", u"multicast listener", u"pinger",
 };
 
-const char16_t* probeKindName(std::uint32_t kind) {
+const char16_t* probeKindName(ProbeKind kind) {
     return kind <= kPinger ? kKindNames[kind] : u"";
 }
 

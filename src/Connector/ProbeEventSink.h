@@ -17,7 +17,7 @@ enum ProbeKind : std::uint32_t {
 };
 
 // "tcpip connector" ... "pinger"; empty for anything else.
-const char16_t* probeKindName(std::uint32_t kind);
+const char16_t* probeKindName(ProbeKind kind);
 
 // A failing step's text followed by the error code in decimal.
 SPW_CString probeFailureText(const char16_t* failure, SPW_Result code);
@@ -40,10 +40,10 @@ class ProbeEventSink {
 public:
     virtual ~ProbeEventSink() = default;
     // message: the failing step's text, usually followed by the error code in decimal.
-    virtual void onSocketError(std::uint32_t kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
+    virtual void onSocketError(ProbeKind kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
                                const SPW_CString& message) = 0;
-    virtual void onDataReceived(std::uint32_t kind, std::uint32_t port, const SPW_CString& sender,
-                                std::int32_t sequence, const SPW_CString& text) = 0;
-    virtual void onDataSent(std::uint32_t kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
+    virtual void onDataReceived(ProbeKind kind, std::uint32_t port, const SPW_CString& sender, std::int32_t sequence,
+                                const SPW_CString& text) = 0;
+    virtual void onDataSent(ProbeKind kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
                             const SPW_CString& text) = 0;
 };

@@ -148,27 +148,32 @@ bool VTR_CPinger::findTarget(SPW_CIpAddress& target) const {
 SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target) {
     static const char16_t kShortOfMemory[] = u"running short of memory";
     // A negative size is one beyond all memory, as is one whose reply cannot be counted in 32 bits.
-    const std::uint64_t requestSize = static_cast<std::uint32_t>(m_dataSize);
-    const std::uint64_t replySize = requestSize * kReplyBytesPerByte;
+    const std::uint64_t dataSize = static_cast<std::uint32_t>(m_dataSize);
+    const std::uint64_t replySize = dataSize * kReplyBytesPerByte;
     if (replySize > std::numeric_limits<std::uint32_t>::max()) {
         return fail(kShortOfMemory, kSysNotEnoughMemory);
     }
     // Zeroed, so that a request shows nothing of this program's memory; never empty, because no memory is wanted for
     // no data, and that is no failure.
-    Buffer request(std::calloc(static_cast<std::size_t>(requestSize) + 1, 1));
-    Buffer reply(std::calloc(static_cast<std::size_t>(replySize) + 1, 1));
-    if (!request || !reply) {
+    Buffer data(std::calloc(static_cast<std::size_t>(dataSize) + 1, 1));
+    Buffer replyBuffer(std::calloc(static_cast<std::size_t>(replySize) + 1, 1));
+    if (!data || !replyBuffer) {
         // Deliberately not freed at once: the pinger holds on to it until it fails so again or ends.
-        m_keptRequest = std::move(request);
+        m_keptRequest = std::move(data);
         return fail(kShortOfMemory, kSysNotEnoughMemory);
     }
     const std::int32_t periodMs = m_schedule.periodMs();
-    const std::uint32_t timeoutMs = periodMs > 0 ? static_cast<std::uint32_t>(periodMs) : 0;
-    const std::uint32_t replies =
-        SPW_CIcmp::instance->echo(service, target, request.get(), static_cast<std::uint16_t>(requestSize), reply.get(),
-                                  static_cast<std::uint32_t>(replySize), timeoutMs);
+    SPW_EchoRequest request;
+    request.address = target;
+    request.data = data.get();
+    request.dataSize = static_cast<std::uint16_t>(dataSize);
+    request.timeoutMs = periodMs > 0 ? static_cast<std::uint32_t>(periodMs) : 0;
+    SPW_EchoReply reply;
+    reply.buffer = replyBuffer.get();
+    reply.bufferSize = static_cast<std::uint32_t>(replySize);
+    SPW_CIcmp::instance->echo(service, request, reply);
     // Any reply counts, whatever its status says.
-    if (replies != 0) {
+    if (reply.count != 0) {
         return 0;
     }
     const SPW_Result code = SPW_CIcmp::instance->lastError();

@@ -472,7 +472,7 @@ void TestEngine::addConnector(ProbeConnector* connector) {
 }
 
 // One without a thread says so when it is started; one that is not there cannot.
-void TestEngine::addListener(ProbeListener* listener, std::uint32_t kind) {
+void TestEngine::addListener(ProbeListener* listener, ProbeKind kind) {
     if (listener == nullptr) {
         addProblem(StartProblem::ofListener(SPW_CString(probeKindName(kind)) + u" : " + whyNotMade(listener)));
     }

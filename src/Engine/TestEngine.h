@@ -91,11 +91,11 @@ public:
     // from here on is lost. The engine must not be destroyed any more.
     void giveUpLog() { m_log.giveUp(); }
 
-    void onSocketError(std::uint32_t kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
+    void onSocketError(ProbeKind kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
                        const SPW_CString& message) override;
-    void onDataReceived(std::uint32_t kind, std::uint32_t port, const SPW_CString& sender, std::int32_t sequence,
+    void onDataReceived(ProbeKind kind, std::uint32_t port, const SPW_CString& sender, std::int32_t sequence,
                         const SPW_CString& text) override;
-    void onDataSent(std::uint32_t kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
+    void onDataSent(ProbeKind kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
                     const SPW_CString& text) override;
 
 private:
@@ -132,7 +132,7 @@ private:
     void createProbes(const PeerRecord& peer);
     void createListeners();
     void addConnector(ProbeConnector* connector);
-    void addListener(ProbeListener* listener, std::uint32_t kind);
+    void addListener(ProbeListener* listener, ProbeKind kind);
     int addPinger(VTR_CPinger* pinger);
     void noteRowNotMade(const SPW_CString& why, const SPW_CString& what, std::int32_t row, int protocol);
     void noteNotMade(const SPW_CString& why, const SPW_CString& what);

@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint32_t kDiscoveryWaitMs = 5;
 
 // False for the kinds that receive nothing.
-bool protocolOf(std::uint32_t kind, int& protocol) {
+bool protocolOf(ProbeKind kind, int& protocol) {
     switch (kind) {
         case kTcpipListener:
             protocol = kTcpip;
@@ -56,7 +56,7 @@ SPW_CString announcedName(const SPW_CString& announcement) {
 
 }  // namespace
 
-void TestEngine::onSocketError(std::uint32_t kind, std::uint32_t, const SPW_CString& address, SPW_Result,
+void TestEngine::onSocketError(ProbeKind kind, std::uint32_t, const SPW_CString& address, SPW_Result,
                                const SPW_CString& message) {
     {
         const SPW_CGuard guard(m_lock);
@@ -67,7 +67,7 @@ void TestEngine::onSocketError(std::uint32_t kind, std::uint32_t, const SPW_CStr
     logLine(TestLog::socketErrorLine(kind, address, message));
 }
 
-void TestEngine::onDataSent(std::uint32_t kind, std::uint32_t, const SPW_CString& target, std::int32_t sequence,
+void TestEngine::onDataSent(ProbeKind kind, std::uint32_t, const SPW_CString& target, std::int32_t sequence,
                             const SPW_CString& text) {
     if (kind == kTcpipConnector || kind == kUdpConnector) {
         const SPW_CGuard guard(m_lock);
@@ -80,7 +80,7 @@ void TestEngine::onDataSent(std::uint32_t kind, std::uint32_t, const SPW_CString
     }
 }
 
-void TestEngine::onDataReceived(std::uint32_t kind, std::uint32_t, const SPW_CString& sender, std::int32_t sequence,
+void TestEngine::onDataReceived(ProbeKind kind, std::uint32_t, const SPW_CString& sender, std::int32_t sequence,
                                 const SPW_CString& text) {
     int protocol = 0;
     if (!protocolOf(kind, protocol)) {

@@ -85,7 +85,7 @@ void TestLog::giveUp() {
 
 namespace {
 
-SPW_CString probeLine(std::uint32_t kind, const char16_t* verb, std::int32_t sequence, const char16_t* preposition,
+SPW_CString probeLine(ProbeKind kind, const char16_t* verb, std::int32_t sequence, const char16_t* preposition,
                       const SPW_CString& address) {
     SPW_CString line(u"E :");
     line += probeKindName(kind);
@@ -98,7 +98,7 @@ SPW_CString probeLine(std::uint32_t kind, const char16_t* verb, std::int32_t seq
 
 // What stands before the component's name in the line of a socket error. The misspelling is part of the texts,
 // which people search their logs for.
-const char16_t* socketErrorPrefix(std::uint32_t kind) {
+const char16_t* socketErrorPrefix(ProbeKind kind) {
     switch (kind) {
         case kTcpipConnector:
             return u"SOCKET ERROR: (logged only once until successfull tcpip send to this address to avoid filling "
@@ -116,7 +116,7 @@ const char16_t* socketErrorPrefix(std::uint32_t kind) {
 
 }  // namespace
 
-SPW_CString TestLog::sentLine(std::uint32_t kind, std::int32_t sequence, const SPW_CString& target,
+SPW_CString TestLog::sentLine(ProbeKind kind, std::int32_t sequence, const SPW_CString& target,
                               const SPW_CString* data) {
     SPW_CString line = probeLine(kind, u" sent seq # ", sequence, u" to ", target);
     if (data != nullptr) {
@@ -126,7 +126,7 @@ SPW_CString TestLog::sentLine(std::uint32_t kind, std::int32_t sequence, const S
     return line;
 }
 
-SPW_CString TestLog::receivedLine(std::uint32_t kind, std::int32_t sequence, const SPW_CString& sender,
+SPW_CString TestLog::receivedLine(ProbeKind kind, std::int32_t sequence, const SPW_CString& sender,
                                   const SPW_CString* data) {
     SPW_CString line = probeLine(kind, u" received seq # ", sequence, u" from ", sender);
     if (data != nullptr) {
@@ -136,7 +136,7 @@ SPW_CString TestLog::receivedLine(std::uint32_t kind, std::int32_t sequence, con
     return line;
 }
 
-SPW_CString TestLog::socketErrorLine(std::uint32_t kind, const SPW_CString& address, const SPW_CString& message) {
+SPW_CString TestLog::socketErrorLine(ProbeKind kind, const SPW_CString& address, const SPW_CString& message) {
     SPW_CString line(socketErrorPrefix(kind));
     line += probeKindName(kind);
     line += u" ( ";
@@ -182,12 +182,12 @@ int AddressSet::find(const SPW_CString& address, std::uint32_t hash) const {
     return -1;
 }
 
-bool OnceOnlyErrors::admit(std::uint32_t kind, const SPW_CString& address) {
+bool OnceOnlyErrors::admit(ProbeKind kind, const SPW_CString& address) {
     AddressSet* list = listOf(kind);
     return list == nullptr || list->add(address);
 }
 
-void OnceOnlyErrors::forget(std::uint32_t kind, const SPW_CString& address) {
+void OnceOnlyErrors::forget(ProbeKind kind, const SPW_CString& address) {
     AddressSet* list = listOf(kind);
     if (list != nullptr) {
         list->remove(address);
@@ -200,7 +200,7 @@ void OnceOnlyErrors::empty() {
     m_ping.empty();
 }
 
-AddressSet* OnceOnlyErrors::listOf(std::uint32_t kind) {
+AddressSet* OnceOnlyErrors::listOf(ProbeKind kind) {
     switch (kind) {
         case kTcpipConnector:
             return &m_tcpip;

@@ -50,11 +50,11 @@ public:
     void giveUp();
 
     // The lines about probes. data: what the probe carried, or null to leave it out.
-    static SPW_CString sentLine(std::uint32_t kind, std::int32_t sequence, const SPW_CString& target,
+    static SPW_CString sentLine(ProbeKind kind, std::int32_t sequence, const SPW_CString& target,
                                 const SPW_CString* data);
-    static SPW_CString receivedLine(std::uint32_t kind, std::int32_t sequence, const SPW_CString& sender,
+    static SPW_CString receivedLine(ProbeKind kind, std::int32_t sequence, const SPW_CString& sender,
                                     const SPW_CString* data);
-    static SPW_CString socketErrorLine(std::uint32_t kind, const SPW_CString& address, const SPW_CString& message);
+    static SPW_CString socketErrorLine(ProbeKind kind, const SPW_CString& address, const SPW_CString& message);
     // What is logged, without limit, when a line about a probe found no room in time.
     static SPW_CString lostLine(const SPW_CString& line);
 
@@ -89,13 +89,13 @@ private:
 class OnceOnlyErrors {
 public:
     // Whether an error of that probe kind at that address is to be logged; remembers it.
-    bool admit(std::uint32_t kind, const SPW_CString& address);
+    bool admit(ProbeKind kind, const SPW_CString& address);
     // A probe of that kind has reached the address: its next error is news again.
-    void forget(std::uint32_t kind, const SPW_CString& address);
+    void forget(ProbeKind kind, const SPW_CString& address);
     void empty();
 
 private:
-    AddressSet* listOf(std::uint32_t kind);
+    AddressSet* listOf(ProbeKind kind);
 
     AddressSet m_tcpip;
     AddressSet m_udp;

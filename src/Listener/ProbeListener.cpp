@@ -5,7 +5,7 @@
 
 static const int kListenBacklog = 5;
 
-ProbeListener::ProbeListener(ProbeEventSink* sink, std::uint32_t kind, std::uint32_t port, bool needsListen,
+ProbeListener::ProbeListener(ProbeEventSink* sink, ProbeKind kind, std::uint32_t port, bool needsListen,
                              bool hasClients, bool reserved)
     : m_sink(sink),
       m_kind(kind),

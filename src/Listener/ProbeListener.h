@@ -48,7 +48,7 @@ public:
 
 protected:
     // reserved: false for every listener that there is.
-    ProbeListener(ProbeEventSink* sink, std::uint32_t kind, std::uint32_t port, bool needsListen, bool hasClients,
+    ProbeListener(ProbeEventSink* sink, ProbeKind kind, std::uint32_t port, bool needsListen, bool hasClients,
                   bool reserved);
 
     void listenStep();
@@ -86,7 +86,7 @@ protected:
     // ends then has nothing to tell.
     std::atomic<bool> m_stopping{false};
     ProbeEventSink* const m_sink;
-    const std::uint32_t m_kind;
+    const ProbeKind m_kind;
     const std::uint32_t m_port;
 
 private:

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,53 @@ struct ServiceNames {
     }
 };
 
+// One echo. A test names what it varies; the rest is such that the loopback answers.
+class Echo {
+public:
+    Echo(SPW_CIcmp& icmp, SPW_Handle service) : m_icmp(icmp), m_service(service) {}
+
+    Echo& to(const SPW_CIpAddress& address) {
+        m_address = address;
+        return *this;
+    }
+    Echo& carrying(const std::string& data) {
+        m_data = data;
+        return *this;
+    }
+    Echo& carryingBytes(int count) { return carrying(std::string(static_cast<std::size_t>(count), 'd')); }
+    Echo& withinMs(std::uint32_t timeoutMs) {
+        m_timeoutMs = timeoutMs;
+        return *this;
+    }
+    // Otherwise there is room for a reply that carries as much as the request.
+    Echo& withReplyBytes(std::uint32_t count) {
+        m_replyBytes = count;
+        return *this;
+    }
+    // Sends it, waits for its end, and gives the number of replies.
+    std::uint32_t replies() {
+        SPW_EchoRequest request;
+        request.address = m_address;
+        request.data = m_data.data();
+        request.dataSize = static_cast<std::uint16_t>(m_data.size());
+        request.timeoutMs = m_timeoutMs;
+        SPW_EchoReply reply;
+        reply.bufferSize = m_replyBytes.value_or(kSmallestIcmpReply + static_cast<std::uint32_t>(m_data.size()));
+        std::vector<char> buffer(reply.bufferSize);
+        reply.buffer = buffer.data();
+        m_icmp.echo(m_service, request, reply);
+        return reply.count;
+    }
+
+private:
+    SPW_CIcmp& m_icmp;
+    const SPW_Handle m_service;
+    SPW_CIpAddress m_address = kLoopback;
+    std::string m_data = std::string(32, 'd');
+    std::uint32_t m_timeoutMs = kPatienceMs;
+    std::optional<std::uint32_t> m_replyBytes;
+};
+
 template <typename Implementation>
 class IcmpContractTest : public testing::Test {
 protected:
@@ -45,12 +93,8 @@ protected:
     }
 
     SPW_CIcmp& icmp() { return m_implementation.icmp(); }
-    std::uint32_t echo(const SPW_CIpAddress& address, std::uint16_t dataSize, std::uint32_t timeoutMs) {
-        const std::vector<char> data(dataSize + 1u, 'd');
-        std::vector<char> reply(kSmallestIcmpReply + dataSize);
-        return icmp().echo(m_service, address, data.data(), dataSize, reply.data(),
-                           static_cast<std::uint32_t>(reply.size()), timeoutMs);
-    }
+    // An echo through the test's own service.
+    Echo echo() { return Echo(icmp(), m_service); }
 
     Implementation m_implementation;
     SPW_Handle m_service = nullptr;

@@ -40,20 +40,19 @@ using Services = IcmpServices<ScriptedService>;
 TYPED_TEST_SUITE(IcmpContractTest, Services, ServiceNames);
 
 TYPED_TEST(IcmpContractTest, AnAddressThatAnswersGivesOneReply) {
-    EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u) << this->icmp().lastError();
+    EXPECT_EQ(this->echo().replies(), 1u) << this->icmp().lastError();
 }
 
 TYPED_TEST(IcmpContractTest, AnyNumberOfBytesIsAnswered) {
     for (const int size : {0, 1, 7, 8, 9, 100, 1472, 1473, 10000, 65507}) {
-        EXPECT_EQ(this->echo(kLoopback, static_cast<std::uint16_t>(size), kPatienceMs), 1u)
-            << size << ": " << this->icmp().lastError();
+        EXPECT_EQ(this->echo().carryingBytes(size).replies(), 1u) << size << ": " << this->icmp().lastError();
     }
 }
 
 TYPED_TEST(IcmpContractTest, NoReplyIsATimeOutAfterThatTime) {
     const SPW_CIpAddress silent = this->m_implementation.silentAddress();
     const auto before = Time::now();
-    EXPECT_EQ(this->echo(silent, 32, 80), 0u);
+    EXPECT_EQ(this->echo().to(silent).withinMs(80).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
     const auto elapsed = Time::now() - before;
     EXPECT_GE(elapsed, milliseconds(80) - kTimerTick);
@@ -63,36 +62,31 @@ TYPED_TEST(IcmpContractTest, NoReplyIsATimeOutAfterThatTime) {
 TYPED_TEST(IcmpContractTest, NoTimeIsTheShortestTime) {
     const SPW_CIpAddress silent = this->m_implementation.silentAddress();
     const auto before = Time::now();
-    EXPECT_EQ(this->echo(silent, 32, 0), 0u);
+    EXPECT_EQ(this->echo().to(silent).withinMs(0).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
     EXPECT_LT(Time::now() - before, kPatience);
 }
 
 TYPED_TEST(IcmpContractTest, WithoutALimitAReplyStillEndsTheWait) {
-    EXPECT_EQ(this->echo(kLoopback, 32, kSPWForever), 1u);
+    EXPECT_EQ(this->echo().withinMs(kSPWForever).replies(), 1u);
 }
 
 TYPED_TEST(IcmpContractTest, AReplyBufferThatHoldsNoReplyIsRefused) {
-    char data[1] = {};
-    char reply[kSmallestIcmpReply] = {};
-    SPW_CIcmp& icmp = this->icmp();
-    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 0, nullptr, 0, kPatienceMs), 0u);
-    EXPECT_EQ(icmp.lastError(), kSysInsufficientBuffer);
-    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 1, reply, kSmallestIcmpReply - 1, kPatienceMs), 0u);
-    EXPECT_EQ(icmp.lastError(), kSysInsufficientBuffer);
-    EXPECT_EQ(icmp.echo(this->m_service, kLoopback, data, 1, reply, kSmallestIcmpReply, kPatienceMs), 1u);
+    EXPECT_EQ(this->echo().carryingBytes(0).withReplyBytes(0).replies(), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kSysInsufficientBuffer);
+    EXPECT_EQ(this->echo().carryingBytes(1).withReplyBytes(kSmallestIcmpReply - 1).replies(), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kSysInsufficientBuffer);
+    EXPECT_EQ(this->echo().carryingBytes(1).withReplyBytes(kSmallestIcmpReply).replies(), 1u);
 }
 
 TYPED_TEST(IcmpContractTest, WithoutAServiceThereIsNoEcho) {
-    char data[1] = {};
-    char reply[kSmallestIcmpReply] = {};
-    EXPECT_EQ(this->icmp().echo(nullptr, kLoopback, data, 1, reply, sizeof reply, kPatienceMs), 0u);
+    EXPECT_EQ(Echo(this->icmp(), nullptr).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kSysInvalidHandle);
     this->icmp().close(nullptr);
 }
 
 TYPED_TEST(IcmpContractTest, EachThreadHasItsOwnLastError) {
-    EXPECT_EQ(this->icmp().echo(this->m_service, kLoopback, nullptr, 0, nullptr, 0, 1), 0u);
+    EXPECT_EQ(this->echo().withReplyBytes(0).replies(), 0u);
     std::thread other([this] { EXPECT_EQ(this->icmp().lastError(), kSysOk); });
     other.join();
     EXPECT_EQ(this->icmp().lastError(), kSysInsufficientBuffer);
@@ -105,7 +99,7 @@ TYPED_TEST(IcmpContractTest, ManyThreadsEchoThroughOneServiceAtOnce) {
         threads.emplace_back([this, &replies, i] {
             for (int n = 0; n < 50; ++n) {
                 // Short ones have no room for a token.
-                replies += static_cast<int>(this->echo(kLoopback, static_cast<std::uint16_t>(i * 2), kPatienceMs));
+                replies += static_cast<int>(this->echo().carryingBytes(i * 2).replies());
             }
         });
     }
@@ -122,10 +116,7 @@ TYPED_TEST(IcmpContractTest, ManyServicesEchoAtOnceAndComeAndGo) {
         threads.emplace_back([this, &replies] {
             for (int n = 0; n < 25; ++n) {
                 const SPW_Handle service = this->icmp().open();
-                char data[64] = {};
-                char reply[64] = {};
-                replies += static_cast<int>(
-                    this->icmp().echo(service, kLoopback, data, sizeof data, reply, sizeof reply, kPatienceMs));
+                replies += static_cast<int>(Echo(this->icmp(), service).replies());
                 this->icmp().close(service);
             }
         });
@@ -142,7 +133,8 @@ TYPED_TEST(IcmpContractTest, EchoesThatAreNotAnsweredEndEachAtItsOwnTime) {
     const SPW_CIpAddress silent = this->m_implementation.silentAddress();
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([this, &timeouts, &silent, i] {
-            timeouts += this->echo(silent, 32, static_cast<std::uint32_t>(20 + 10 * i)) == 0 ? 1 : 0;
+            timeouts +=
+                this->echo().to(silent).withinMs(static_cast<std::uint32_t>(20 + 10 * i)).replies() == 0 ? 1 : 0;
         });
     }
     for (std::thread& thread : threads) {
@@ -161,7 +153,7 @@ TYPED_TEST(IcmpContractTest, ACancelEndsTheEchoesUnderWayAtOnce) {
     // One of several threads is the one that looks after the replies of all.
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([this, &cancelled, &silent] {
-            EXPECT_EQ(this->echo(silent, 32, TypeParam::kLeftEchoMs), 0u);
+            EXPECT_EQ(this->echo().to(silent).withinMs(TypeParam::kLeftEchoMs).replies(), 0u);
             cancelled += this->icmp().lastError() == kSysOperationAborted ? 1 : 0;
         });
     }
@@ -177,7 +169,7 @@ TYPED_TEST(IcmpContractTest, ACancelEndsTheEchoesUnderWayAtOnce) {
 
 TYPED_TEST(IcmpContractTest, AnEchoAfterTheCancelIsNotSent) {
     this->icmp().cancel(this->m_service);
-    EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 0u);
+    EXPECT_EQ(this->echo().replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
     this->icmp().cancel(this->m_service);
     this->icmp().cancel(nullptr);
@@ -186,17 +178,17 @@ TYPED_TEST(IcmpContractTest, AnEchoAfterTheCancelIsNotSent) {
 TYPED_TEST(IcmpContractTest, ACancelLeavesOtherServicesAlone) {
     const SPW_Handle other = this->icmp().open();
     ASSERT_NE(other, nullptr);
-    std::thread echoing(
-        [this] { EXPECT_EQ(this->echo(this->m_implementation.silentAddress(), 32, TypeParam::kLeftEchoMs), 0u); });
+    std::thread echoing([this] {
+        EXPECT_EQ(this->echo().to(this->m_implementation.silentAddress()).withinMs(TypeParam::kLeftEchoMs).replies(),
+                  0u);
+    });
     std::this_thread::sleep_for(milliseconds(50));
     this->icmp().cancel(other);
-    char data[1] = {};
-    char reply[kSmallestIcmpReply] = {};
-    EXPECT_EQ(this->icmp().echo(other, kLoopback, data, 1, reply, sizeof reply, kPatienceMs), 0u);
+    EXPECT_EQ(Echo(this->icmp(), other).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
     this->icmp().close(other);
     const SPW_Handle later = this->icmp().open();
-    EXPECT_EQ(this->icmp().echo(later, this->m_implementation.silentAddress(), data, 1, reply, sizeof reply, 30), 0u);
+    EXPECT_EQ(Echo(this->icmp(), later).to(this->m_implementation.silentAddress()).withinMs(30).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut) << "the other echo is still under way";
     this->icmp().close(later);
     this->icmp().cancel(this->m_service);
@@ -210,10 +202,7 @@ TYPED_TEST(IcmpContractTest, ItDoesNotMatterWhenDuringAnEchoTheServiceIsCancelle
         const SPW_Handle service = this->icmp().open();
         ASSERT_NE(service, nullptr);
         std::thread echoing([this, service, &silent] {
-            char data[32] = {};
-            char reply[60] = {};
-            EXPECT_EQ(
-                this->icmp().echo(service, silent, data, sizeof data, reply, sizeof reply, TypeParam::kLeftEchoMs), 0u);
+            EXPECT_EQ(Echo(this->icmp(), service).to(silent).withinMs(TypeParam::kLeftEchoMs).replies(), 0u);
             EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
         });
         std::this_thread::sleep_for(std::chrono::microseconds(round));
@@ -235,9 +224,11 @@ TEST(ScriptedIcmpTest, FailuresComeInOrderAndRequestsAreRecorded) {
     ASSERT_NE(service, nullptr);
     EXPECT_EQ(icmp.openServices(), 1);
     icmp.failEcho(kIcmpHostUnreachable);
-    EXPECT_EQ(icmp.echo(service, kForeign, "ab", 2, nullptr, 56, 1000), 0u);
+    Echo echo(icmp, service);
+    echo.to(kForeign).carrying("ab").withReplyBytes(56).withinMs(1000);
+    EXPECT_EQ(echo.replies(), 0u);
     EXPECT_EQ(icmp.lastError(), kIcmpHostUnreachable);
-    EXPECT_EQ(icmp.echo(service, kForeign, "ab", 2, nullptr, 56, 1000), 1u);
+    EXPECT_EQ(echo.replies(), 1u);
     ASSERT_EQ(icmp.requests().size(), 1u);
     EXPECT_EQ(icmp.requests()[0].address, kForeign);
     EXPECT_EQ(icmp.requests()[0].bytes, "ab");

@@ -18,15 +18,15 @@
 // Any thread may report. The test waits for as many reports as it expects.
 class RecordingSink : public ProbeEventSink {
 public:
-    void onSocketError(std::uint32_t kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
+    void onSocketError(ProbeKind kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
                        const SPW_CString& message) override {
         add("error " + head(kind, port, address) + std::to_string(code) + ": " + message.toAnsi());
     }
-    void onDataReceived(std::uint32_t kind, std::uint32_t port, const SPW_CString& sender, std::int32_t sequence,
+    void onDataReceived(ProbeKind kind, std::uint32_t port, const SPW_CString& sender, std::int32_t sequence,
                         const SPW_CString& text) override {
         add("received " + head(kind, port, sender) + "#" + std::to_string(sequence) + ": " + text.toAnsi());
     }
-    void onDataSent(std::uint32_t kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
+    void onDataSent(ProbeKind kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
                     const SPW_CString& text) override {
         add("sent " + head(kind, port, target) + "#" + std::to_string(sequence) + ": " + text.toAnsi());
     }
@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    static std::string head(std::uint32_t kind, std::uint32_t port, const SPW_CString& address) {
+    static std::string head(ProbeKind kind, std::uint32_t port, const SPW_CString& address) {
         return std::to_string(kind) + " " + std::to_string(port) + " " + address.toAnsi() + " ";
     }
     void add(std::string event) {

@@ -86,39 +86,43 @@ public:
         }
     }
 
-    std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
-                       void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) override {
-        (void)reply;  // what a platform writes there is its own affair
+    void echo(SPW_Handle service, const SPW_EchoRequest& request, SPW_EchoReply& reply) override {
+        reply.count = isAnswered(service, request, reply.bufferSize) ? 1 : 0;
+    }
+
+    SPW_Result lastError() override { return lastCode(); }
+
+private:
+    // Tells why not through lastError().
+    bool isAnswered(SPW_Handle service, const SPW_EchoRequest& request, std::uint32_t replySize) {
         bool answered = false;
         {
             std::unique_lock<std::mutex> lock(m_lock);
             const SPW_Result code = refusalOf(service, replySize);
             if (code != kSysOk) {
                 lastCode() = code;
-                return 0;
+                return false;
             }
-            m_requests.push_back(
-                {address, std::string(static_cast<const char*>(data), dataSize), replySize, timeoutMs});
+            m_requests.push_back({request.address,
+                                  std::string(static_cast<const char*>(request.data), request.dataSize), replySize,
+                                  request.timeoutMs});
             m_changed.notify_all();
-            const auto found = m_answers.find(keyOf(address));
+            const auto found = m_answers.find(keyOf(request.address));
             answered = found == m_answers.end() || found->second;
-            const bool endless = !answered && timeoutMs == kSPWForever;
+            const bool endless = !answered && request.timeoutMs == kSPWForever;
             m_changed.wait(lock, [&] { return (!m_held && !endless) || isCancelled(service); });
             if (isCancelled(service)) {
                 lastCode() = kSysOperationAborted;
-                return 0;
+                return false;
             }
         }
         if (!answered) {
-            SPW_CClock::instance->sleepMs(timeoutMs);
+            SPW_CClock::instance->sleepMs(request.timeoutMs);
             lastCode() = kIcmpTimedOut;
         }
-        return answered ? 1 : 0;
+        return answered;
     }
 
-    SPW_Result lastError() override { return lastCode(); }
-
-private:
     static SPW_Result& lastCode() {
         static thread_local SPW_Result code = kSysOk;
         return code;

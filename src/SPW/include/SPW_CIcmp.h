@@ -9,6 +9,25 @@
 // Bytes of reply buffer that the smallest reply needs.
 constexpr std::uint32_t kSmallestIcmpReply = 28;
 
+// What an echo sends, and how long it waits. The caller owns the data, which must stay until the echo has ended.
+struct SPW_EchoRequest {
+    SPW_CIpAddress address;
+    const void* data = nullptr;
+    std::uint16_t dataSize = 0;   // bytes
+    std::uint32_t timeoutMs = 0;  // 0: the shortest wait that there is; kSPWForever: without limit
+};
+
+// What became of an echo.
+struct SPW_EchoReply {
+    // The caller's: memory in which the platform may keep the reply while the echo lasts. Its content is not defined
+    // afterwards.
+    void* buffer = nullptr;
+    std::uint32_t bufferSize = 0;  // bytes
+
+    // The echo's: the number of replies, 0 or 1.
+    std::uint32_t count = 0;
+};
+
 // The platform's ICMP echo service ("ping"), reached through `instance`. A service belongs to its caller, who opens,
 // uses and closes it; any thread may do so, and several threads may send echoes through one service at once, but none
 // may be under way, nor be cancelled, when it is closed.
@@ -28,22 +47,17 @@ public:
     // its time-out; only later ones fail.
     virtual void cancel(SPW_Handle service) = 0;
 
-    // Sends one echo request to address and waits up to timeoutMs (0: the shortest wait that there is; kSPWForever:
-    // without limit) for its reply. Returns the number of replies (1), or 0:
+    // Sends one echo request and waits for its reply. Without a reply the count is 0, and lastError() tells why:
     //   kIcmpTimedOut            no reply came in time
     //   kIcmpNetUnreachable, kIcmpHostUnreachable, kIcmpProtocolUnreachable, kIcmpPortUnreachable, kIcmpPacketTooBig,
     //   kIcmpTtlExpired          somebody on the way, or this device, said that there will be none
-    //   kSysInsufficientBuffer   replySize is below kSmallestIcmpReply; nothing was sent
+    //   kSysInsufficientBuffer   the reply buffer is below kSmallestIcmpReply; nothing was sent
     //   kSysInvalidHandle        service is null
     //   kSysOperationAborted     the service was cancelled
     //   another code             the request could not be sent
-    // data: dataSize bytes to send along. Their number is kept, their content is not promised: where the platform
-    // leaves it to us to tell our replies from others, the first eight bytes are replaced by a token.
-    // reply: replySize bytes of the caller's, in which the platform may keep the reply while the call lasts. What it
-    // holds afterwards is not defined: the number of replies is all that the call tells.
-    virtual std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data,
-                               std::uint16_t dataSize, void* reply, std::uint32_t replySize,
-                               std::uint32_t timeoutMs) = 0;
+    // The number of data bytes is kept, their content is not promised: where the platform leaves it to us to tell our
+    // replies from others, the first eight bytes are replaced by a token.
+    virtual void echo(SPW_Handle service, const SPW_EchoRequest& request, SPW_EchoReply& reply) = 0;
 
     // A test begins. What this device lacked so far is looked for again at the next call; between two of these a lack
     // is remembered, because looking takes long.

@@ -38,14 +38,14 @@ TYPED_TEST_SUITE(PlatformIcmpTest, PlatformServices, ServiceNames);
 
 TYPED_TEST(PlatformIcmpTest, WithoutARouteTheEchoFailsAtOnce) {
     const auto before = Time::now();
-    EXPECT_EQ(this->echo(kForeign, 32, kSPWForever), 0u);
+    EXPECT_EQ(this->echo().to(kForeign).withinMs(kSPWForever).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpNetUnreachable);
     EXPECT_LT(Time::now() - before, kPatience);
 }
 
 TYPED_TEST(PlatformIcmpTest, ARequestThatNoPacketHoldsIsRefused) {
     for (const int size : {65508, 65535}) {
-        EXPECT_EQ(this->echo(kLoopback, static_cast<std::uint16_t>(size), kPatienceMs), 0u) << size;
+        EXPECT_EQ(this->echo().carryingBytes(size).replies(), 0u) << size;
         EXPECT_EQ(this->icmp().lastError(), kIcmpPacketTooBig) << size;
     }
 }
@@ -116,7 +116,7 @@ TYPED_TEST(PlatformIcmpTest, AnUnreachableMessageEndsTheEchoEarly) {
     for (const auto& entry : kCases) {
         SPW_Result code = kSysOk;
         std::thread echoing([&] {
-            EXPECT_EQ(this->echo(kLoopback, 32, kSPWForever), 0u);
+            EXPECT_EQ(this->echo().withinMs(kSPWForever).replies(), 0u);
             code = this->icmp().lastError();
         });
         const std::vector<std::uint8_t> request = observer.nextRequest();
@@ -127,14 +127,14 @@ TYPED_TEST(PlatformIcmpTest, AnUnreachableMessageEndsTheEchoEarly) {
         EXPECT_EQ(code, entry.expected);
     }
     // What went wrong before is no matter of the next echo.
-    EXPECT_EQ(this->echo(kLoopback, 32, 1), 0u);
+    EXPECT_EQ(this->echo().withinMs(1).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
 }
 
 TYPED_TEST(PlatformIcmpTest, ARedirectAndWhatElseIsNoUnreachableMessageEndNothing) {
     this->m_implementation.silence();
     Observer observer;
-    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u) << this->icmp().lastError(); });
+    std::thread echoing([&] { EXPECT_EQ(this->echo().replies(), 1u) << this->icmp().lastError(); });
     const std::vector<std::uint8_t> request = observer.nextRequest();
     for (const std::uint8_t type : {std::uint8_t{5}, std::uint8_t{12}}) {
         std::vector<std::uint8_t> message{type, 1, 0, 0, 127, 0, 0, 1};
@@ -148,13 +148,13 @@ TYPED_TEST(PlatformIcmpTest, ARedirectAndWhatElseIsNoUnreachableMessageEndNothin
 TYPED_TEST(PlatformIcmpTest, RepliesBeyondTheFirstAreNobodys) {
     this->m_implementation.silence();
     Observer observer;
-    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u); });
+    std::thread echoing([&] { EXPECT_EQ(this->echo().replies(), 1u); });
     const std::vector<std::uint8_t> reply = withChecksum(replyTo(observer.nextRequest()));
     for (int i = 0; i < 5; ++i) {
         sendIcmp(reply);
     }
     echoing.join();
-    EXPECT_EQ(this->echo(kLoopback, 32, 100), 0u);
+    EXPECT_EQ(this->echo().withinMs(100).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
 }
 
@@ -168,7 +168,9 @@ TYPED_TEST(PlatformIcmpTest, EchoesToOneAddressAreEndedEachByItsOwnReply) {
     std::vector<std::vector<std::uint8_t>> requests;
     for (int i = 0; i < kEchoes; ++i) {
         const std::uint32_t timeoutMs = i < kEchoes / 2 ? 1000 : kPatienceMs;
-        threads.emplace_back([&, timeoutMs] { ++(this->echo(kLoopback, 4, timeoutMs) == 1 ? answered : timeouts); });
+        threads.emplace_back([&, timeoutMs] {
+            ++(this->echo().carryingBytes(4).withinMs(timeoutMs).replies() == 1 ? answered : timeouts);
+        });
         requests.push_back(observer.nextRequest());
     }
     // The last come first, and each twice.
@@ -186,7 +188,7 @@ TYPED_TEST(PlatformIcmpTest, EchoesToOneAddressAreEndedEachByItsOwnReply) {
 TYPED_TEST(PlatformIcmpTest, AReplyWithAnotherTokenIsNotOurs) {
     this->m_implementation.silence();
     Observer observer;
-    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, 300), 0u); });
+    std::thread echoing([&] { EXPECT_EQ(this->echo().withinMs(300).replies(), 0u); });
     std::vector<std::uint8_t> reply = replyTo(observer.nextRequest());
     reply[8] ^= 1;
     sendIcmp(withChecksum(reply));
@@ -196,9 +198,9 @@ TYPED_TEST(PlatformIcmpTest, AReplyWithAnotherTokenIsNotOurs) {
 TYPED_TEST(PlatformIcmpTest, AReplyThatComesTooLateIsNobodys) {
     this->m_implementation.silence();
     Observer observer;
-    EXPECT_EQ(this->echo(kLoopback, 32, 1), 0u);
+    EXPECT_EQ(this->echo().withinMs(1).replies(), 0u);
     sendIcmp(withChecksum(replyTo(observer.nextRequest())));
-    EXPECT_EQ(this->echo(kLoopback, 32, 100), 0u);
+    EXPECT_EQ(this->echo().withinMs(100).replies(), 0u);
     EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
 }
 
@@ -206,10 +208,7 @@ TYPED_TEST(PlatformIcmpTest, TheRequestIsAsItsComposerMakesIt) {
     this->m_implementation.silence();
     Observer observer;
     const std::string data = "12345678 and what the caller sends";
-    char reply[100];
-    EXPECT_EQ(this->icmp().echo(this->m_service, kLoopback, data.data(), static_cast<std::uint16_t>(data.size()), reply,
-                                sizeof reply, 1),
-              0u);
+    EXPECT_EQ(this->echo().carrying(data).withinMs(1).replies(), 0u);
     const std::vector<std::uint8_t> packet = observer.nextRequest();
     ASSERT_EQ(packet.size(), 20 + 8 + data.size());
     EXPECT_EQ(packet[20], 8);
@@ -269,8 +268,7 @@ protected:
 
 private:
     std::future<std::uint32_t> begin(std::vector<std::uint8_t>& request) {
-        std::future<std::uint32_t> replies =
-            std::async(std::launch::async, [this] { return this->echo(kLoopback, 32, kPatienceMs); });
+        std::future<std::uint32_t> replies = std::async(std::launch::async, [this] { return this->echo().replies(); });
         request = m_observer->nextRequest();
         return replies;
     }
@@ -300,12 +298,15 @@ TYPED_TEST(TwoEchoesTest, WhenTheOneThatReceivesHasEndedTheOtherReceivesItsReply
 TYPED_TEST(PlatformIcmpTest, AnEchoKeepsItsNumberForItselfHoweverManyFollow) {
     this->m_implementation.silence();
     Observer observer;
-    std::thread echoing([&] { EXPECT_EQ(this->echo(kLoopback, 32, kPatienceMs), 1u) << this->icmp().lastError(); });
+    std::thread echoing([&] { EXPECT_EQ(this->echo().replies(), 1u) << this->icmp().lastError(); });
     const std::vector<std::uint8_t> request = observer.nextRequest();
     // The 65536th would get the same one. They take no time, for there is no route.
     int unsent = 0;
     for (int i = 0; i < 65536; ++i) {
-        unsent += this->echo(kForeign, 0, 1) == 0 && this->icmp().lastError() == kIcmpNetUnreachable ? 1 : 0;
+        unsent += this->echo().to(kForeign).carryingBytes(0).withinMs(1).replies() == 0 &&
+                          this->icmp().lastError() == kIcmpNetUnreachable
+                      ? 1
+                      : 0;
     }
     EXPECT_EQ(unsent, 65536);
     sendIcmp(withChecksum(replyTo(request)));
@@ -336,14 +337,14 @@ TYPED_TEST(PlatformIcmpTest, AFloodOfOtherRepliesPutsNoTimeOutOff) {
         return Time::now() < endOfFlood ? static_cast<ssize_t>(reply.size()) : 0;
     };
     const auto timeOut = [this] {
-        EXPECT_EQ(this->echo(kLoopback, 32, 50), 0u);
+        EXPECT_EQ(this->echo().withinMs(50).replies(), 0u);
         EXPECT_EQ(this->icmp().lastError(), kIcmpTimedOut);
     };
     timeOut();
     // The same while another echo is the one that receives.
     Observer observer;
     std::thread receiving([&] {
-        EXPECT_EQ(this->echo(kLoopback, 32, static_cast<std::uint32_t>(2 * flood.count())), 0u);
+        EXPECT_EQ(this->echo().withinMs(static_cast<std::uint32_t>(2 * flood.count())).replies(), 0u);
         EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
     });
     (void)observer.nextRequest();
@@ -379,7 +380,7 @@ TEST_F(RawIcmpTest, AllServicesShareOneSocketThatGoesWithTheLast) {
     for (const SPW_Handle service : services) {
         icmp().close(service);
     }
-    EXPECT_EQ(echo(kLoopback, 32, kPatienceMs), 1u);
+    EXPECT_EQ(echo().replies(), 1u);
     icmp().close(m_service);
     m_service = nullptr;
     EXPECT_EQ(numberOfSockets(), withOne - 1);
@@ -431,9 +432,7 @@ TEST(IcmpPrivilegeTest, WithoutPrivilegesTheDatagramSocketServes) {
     const WithoutRawSockets unprivileged;
     const SPW_Handle service = SPW_CIcmp::instance->open();
     ASSERT_NE(service, nullptr) << SPW_CIcmp::instance->lastError();
-    char data[32] = {};
-    char reply[60] = {};
-    EXPECT_EQ(SPW_CIcmp::instance->echo(service, kLoopback, data, sizeof data, reply, sizeof reply, kPatienceMs), 1u);
+    EXPECT_EQ(Echo(*SPW_CIcmp::instance, service).replies(), 1u);
     SPW_CIcmp::instance->close(service);
 }
 

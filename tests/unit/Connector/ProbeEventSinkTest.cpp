@@ -18,8 +18,8 @@ TEST(ProbeEventSinkTest, KindsAreNumberedFromZeroToSix) {
 }
 
 TEST(ProbeEventSinkTest, AnythingElseHasNoName) {
-    EXPECT_TRUE(SPW_CString(probeKindName(7)).isEmpty());
-    EXPECT_TRUE(SPW_CString(probeKindName(0xFFFFFFFFu)).isEmpty());
+    EXPECT_TRUE(SPW_CString(probeKindName(ProbeKind{7})).isEmpty());
+    EXPECT_TRUE(SPW_CString(probeKindName(ProbeKind{0xFFFFFFFFu})).isEmpty());
 }
 
 TEST(ProbeEventSinkTest, FailureTextEndsInTheCode) {

@@ -252,7 +252,7 @@ namespace {
 // Keeps a pinger's thread in its report until the test lets it go.
 class HoldingSink : public RecordingSink {
 public:
-    void onDataSent(std::uint32_t kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
+    void onDataSent(ProbeKind kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
                     const SPW_CString& text) override {
         RecordingSink::onDataSent(kind, port, target, sequence, text);
         std::unique_lock<std::mutex> lock(m_lock);

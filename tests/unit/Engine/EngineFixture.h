@@ -95,8 +95,7 @@ protected:
     static PeerRecord peer(const char16_t* address, const char16_t* name) {
         return PeerRecord{address, name, true, true, true};
     }
-    void receive(std::uint32_t kind, const char16_t* sender, std::int32_t sequence,
-                 const char16_t* text = kAnnouncement) {
+    void receive(ProbeKind kind, const char16_t* sender, std::int32_t sequence, const char16_t* text = kAnnouncement) {
         engine().onDataReceived(kind, 5009, sender, sequence, text);
     }
 

@@ -871,8 +871,7 @@ TEST_F(CountingTest, WhatASenderSaysItReceivedIsIgnored) {
     m_registry.setSetting(u"log events", u"yes");
     engine().start();
     m_ui.take();
-    for (const std::uint32_t kind : {std::uint32_t{kTcpipConnector}, std::uint32_t{kUdpConnector},
-                                     std::uint32_t{kMulticastConnector}, std::uint32_t{7}}) {
+    for (const ProbeKind kind : {kTcpipConnector, kUdpConnector, kMulticastConnector, ProbeKind{7}}) {
         receive(kind, u"10.0.0.7", 1);
         receive(kind, u"10.0.0.9", 1);
     }
@@ -1126,7 +1125,7 @@ TEST_F(EventLogTest, ASocketErrorIsLoggedOnceUntilASendSucceeds) {
 TEST_F(EventLogTest, AUdpSendMakesTheNextUdpErrorNewsAndNoOther) {
     begin(u"no", u"no");
     const auto fail = [this] {
-        for (const std::uint32_t kind : {kTcpipConnector, kUdpConnector, kPinger}) {
+        for (const ProbeKind kind : {kTcpipConnector, kUdpConnector, kPinger}) {
             engine().onSocketError(kind, 5009, u"10.0.0.7", 10065, u"failed 10065");
         }
     };

@@ -20,7 +20,7 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr std::uint32_t kListenerKinds[] = {kMulticastListener, kUdpListener, kTcpipListener};
+constexpr ProbeKind kListenerKinds[] = {kMulticastListener, kUdpListener, kTcpipListener};
 constexpr int kSenders = 12;
 
 class TestEngineThreadsTest : public EngineFixture {
@@ -49,7 +49,7 @@ protected:
 
     // Every kind of listener hears every sender, over and over.
     void beginStorm() {
-        for (const std::uint32_t kind : kListenerKinds) {
+        for (const ProbeKind kind : kListenerKinds) {
             m_storm.emplace_back([this, kind] {
                 for (std::int32_t sequence = 0; !m_stormIsOver; ++sequence) {
                     for (int sender = 0; sender < kSenders; ++sender) {

@@ -141,7 +141,7 @@ TEST(TestLogTest, AFolderThatDoesNotExistShowsInTheResult) {
     EXPECT_EQ(log.log(u"nowhere", TestLog::kNoLimit), 0u);
 }
 
-class OnceOnlyErrorsTest : public testing::TestWithParam<std::uint32_t> {
+class OnceOnlyErrorsTest : public testing::TestWithParam<ProbeKind> {
 protected:
     OnceOnlyErrors m_errors;
 };
@@ -182,7 +182,7 @@ TEST_F(OnceOnlyErrorsTest, TheKindsAreKeptApart) {
 }
 
 TEST_F(OnceOnlyErrorsTest, ErrorsOfOtherKindsAlwaysPass) {
-    for (const std::uint32_t kind : {kTcpipListener, kUdpListener, kMulticastConnector, kMulticastListener}) {
+    for (const ProbeKind kind : {kTcpipListener, kUdpListener, kMulticastConnector, kMulticastListener}) {
         EXPECT_TRUE(m_errors.admit(kind, kAddress));
         EXPECT_TRUE(m_errors.admit(kind, kAddress));
     }

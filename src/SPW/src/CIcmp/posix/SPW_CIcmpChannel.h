@@ -8,8 +8,8 @@
 #include <unordered_map>
 
 #include "SPW_CDeadlinePosix.h"
+#include "SPW_CIcmp.h"
 #include "SPW_CIcmpPacket.h"
-#include "SPW_CIpAddress.h"
 #include "SPW_Types.h"
 
 // One ICMP socket and the echoes that are under way through it. Any number of threads at once.
@@ -37,8 +37,7 @@ public:
     SPW_CIcmpChannel& operator=(const SPW_CIcmpChannel&) = delete;
 
     // Sends one request and waits for what becomes of it: 0 for a reply, else a code as SPW_CIcmp::echo() has them.
-    SPW_Result echo(Group& group, const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize,
-                    std::uint32_t timeoutMs);
+    SPW_Result echo(Group& group, const SPW_EchoRequest& request);
     // Ends the group's echoes under way, and every later one before it is sent.
     void cancel(Group& group);
 

@@ -128,16 +128,15 @@ SPW_CIcmpChannel::~SPW_CIcmpChannel() {
     }
 }
 
-SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize,
-                                  std::uint32_t timeoutMs) {
-    const std::size_t size = kRequestHeader + dataSize;
+SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_EchoRequest& request) {
+    const std::size_t size = kRequestHeader + request.dataSize;
     const std::unique_ptr<std::uint8_t[]> packet(new (std::nothrow) std::uint8_t[size]);
     if (packet == nullptr) {
         return kSysNotEnoughMemory;
     }
     Waiter waiter;
     waiter.group = &group;
-    waiter.echo.target = target;
+    waiter.echo.target = request.address;
     waiter.echo.identifier = m_identifier;
     waiter.echo.checksIdentifier = m_kind == kRaw;
     {
@@ -148,11 +147,11 @@ SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_CIpAddress& target, co
         if (!enter(waiter)) {
             return kSockNoBuffers;
         }
-        SPW_CIcmpPacket::composeRequest(waiter.echo, data, dataSize, packet.get());
+        SPW_CIcmpPacket::composeRequest(waiter.echo, request.data, request.dataSize, packet.get());
     }
     // The time-out counts from the sending.
     SPW_Result code = send(waiter, packet.get(), size);
-    const SPW_CDeadlinePosix deadline(timeoutMs == 0 ? 1 : timeoutMs);
+    const SPW_CDeadlinePosix deadline(request.timeoutMs == 0 ? 1 : request.timeoutMs);
     std::unique_lock<std::mutex> lock(m_lock);
     if (code == kSysOk) {
         code = await(lock, waiter, deadline);

@@ -50,9 +50,7 @@ public:
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    SPW_Result echo(const SPW_CIpAddress& target, const void* data, std::uint16_t dataSize, std::uint32_t timeoutMs) {
-        return m_channel->echo(m_echoes, target, data, dataSize, timeoutMs);
-    }
+    SPW_Result echo(const SPW_EchoRequest& request) { return m_channel->echo(m_echoes, request); }
     void cancel() { m_channel->cancel(m_echoes); }
 
 private:
@@ -85,22 +83,19 @@ public:
         }
     }
 
-    std::uint32_t echo(SPW_Handle service, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
-                       void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) override {
-        (void)reply;  // the number of replies is all that the contract promises
+    void echo(SPW_Handle service, const SPW_EchoRequest& request, SPW_EchoReply& reply) override {
         SPW_Result code = kSysOk;
         if (service == nullptr) {
             code = kSysInvalidHandle;
-        } else if (replySize < kSmallestIcmpReply) {
+        } else if (reply.bufferSize < kSmallestIcmpReply) {
             code = kSysInsufficientBuffer;
         } else {
-            code = static_cast<Service*>(service)->echo(address, data, dataSize, timeoutMs);
+            code = static_cast<Service*>(service)->echo(request);
         }
-        if (code == kSysOk) {
-            return 1;
+        reply.count = code == kSysOk ? 1 : 0;
+        if (code != kSysOk) {
+            lastCode = code;
         }
-        lastCode = code;
-        return 0;
     }
 
     SPW_Result lastError() override { return lastCode; }

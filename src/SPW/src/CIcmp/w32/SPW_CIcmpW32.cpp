@@ -67,15 +67,18 @@ struct Echo {
     char* reply() { return data() + roundUp(dataSize); }
     static std::uint32_t roundUp(std::uint32_t size) { return (size + 15u) / 16u * 16u; }
 
-    static Echo* make(const void* data, std::uint16_t dataSize, std::uint32_t replySize) {
-        Echo* const echo = static_cast<Echo*>(std::calloc(sizeof(Echo) + roundUp(dataSize) + replySize, 1));
+    static Echo* make(const SPW_EchoRequest& request) {
+        const std::uint32_t replySize = sizeof(ICMP_ECHO_REPLY) + request.dataSize + kErrorRoom + kStateRoom;
+        Echo* const echo = static_cast<Echo*>(std::calloc(sizeof(Echo) + roundUp(request.dataSize) + replySize, 1));
         if (echo == nullptr) {
             return nullptr;
         }
-        echo->dataSize = dataSize;
+        echo->address = SPW_CSocketAddressW32::toNumber(request.address);
+        echo->timeoutMs = request.timeoutMs == 0 ? 1 : request.timeoutMs;
+        echo->dataSize = request.dataSize;
         echo->replySize = replySize;
-        if (dataSize > 0) {
-            std::memcpy(echo->data(), data, dataSize);
+        if (request.dataSize > 0) {
+            std::memcpy(echo->data(), request.data, request.dataSize);
         }
         return echo;
     }
@@ -245,14 +248,20 @@ public:
 
     // What the platform wants of room for a reply differs from what the caller's rule gives, and a caller who leaves
     // takes its buffers along. So the platform never sees them.
-    std::uint32_t echo(SPW_Handle handle, const SPW_CIpAddress& address, const void* data, std::uint16_t dataSize,
-                       void* reply, std::uint32_t replySize, std::uint32_t timeoutMs) override {
-        (void)reply;  // the number of replies is all that the contract promises
-        Service* const service = static_cast<Service*>(handle);
+    void echo(SPW_Handle service, const SPW_EchoRequest& request, SPW_EchoReply& reply) override {
+        reply.count = countReplies(static_cast<Service*>(service), request, reply.bufferSize);
+    }
+
+    void lookAgain() override { SPW_CIpHelperW32::lookAgain(); }
+
+    SPW_Result lastError() override { return lastCode.value.get(); }
+
+private:
+    std::uint32_t countReplies(Service* service, const SPW_EchoRequest& request, std::uint32_t bufferSize) {
         if (service == nullptr) {
             return failWith(kSysInvalidHandle);
         }
-        if (replySize < kSmallestIcmpReply) {
+        if (bufferSize < kSmallestIcmpReply) {
             return failWith(kSysInsufficientBuffer);
         }
         if (WaitForSingleObject(service->cancelled, 0) == WAIT_OBJECT_0) {
@@ -262,20 +271,14 @@ public:
         if (sendEcho == nullptr) {
             return failWith(kSysNotSupported);
         }
-        Echo* const echo = Echo::make(data, dataSize, sizeof(ICMP_ECHO_REPLY) + dataSize + kErrorRoom + kStateRoom);
+        Echo* const echo = Echo::make(request);
         if (echo == nullptr) {
             return failWith(kSysNotEnoughMemory);
         }
         echo->service = service;
         echo->call = sendEcho;
-        echo->address = SPW_CSocketAddressW32::toNumber(address);
-        echo->timeoutMs = timeoutMs == 0 ? 1 : timeoutMs;
         return await(echo);
     }
-
-    void lookAgain() override { SPW_CIpHelperW32::lookAgain(); }
-
-    SPW_Result lastError() override { return lastCode.value.get(); }
 };
 
 SPW_CImmortal<IcmpW32> icmp;
