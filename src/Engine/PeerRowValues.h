@@ -24,7 +24,7 @@ struct PeerRowValues {
     SPW_CString address;
     SPW_CString name;
     bool hasName = false;               // false for a discovered peer that announced none; an added one's may be empty
-    int quality = 0;                    // percent
+    int quality = 0;                    // percent of the expected probes that arrived, over all protocols together
     ProtocolCounts counts[kProtocols];  // by protocol number
     bool isNotMade[kProtocols] = {};    // by protocol number: the probes of this kind could not be made; none are sent
 

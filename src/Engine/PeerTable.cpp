@@ -11,8 +11,8 @@ namespace {
 constexpr int kFirstSlots = 64;
 
 // The report's second figure of a pair is deliberately not the total that the list shows, but total plus lost.
-int totalPlusLost(const SequenceCounter& counter) {
-    const std::int64_t sum = static_cast<std::int64_t>(counter.total()) + counter.lost();
+int totalPlusLost(const ProtocolCounts& counts) {
+    const std::int64_t sum = std::int64_t{counts.total} + counts.lost;
     return static_cast<int>(std::min<std::int64_t>(sum, std::numeric_limits<std::int32_t>::max()));
 }
 
@@ -27,6 +27,7 @@ void PeerRow::reset() {
     }
 }
 
+// 0 before the first probe.
 int PeerRow::quality() const {
     std::int64_t total = 0;
     std::int64_t received = 0;
@@ -53,15 +54,16 @@ PeerRowValues PeerRow::values() const {
 }
 
 SPW_CString PeerRow::reportLine() const {
-    const SequenceCounter& multicast = m_counters[kMulticast];
-    const SequenceCounter& tcpip = m_counters[kTcpip];
-    const SequenceCounter& udp = m_counters[kUdp];
-    const SequenceCounter& ping = m_counters[kPing];
+    const PeerRowValues row = values();
+    const ProtocolCounts& multicast = row.counts[kMulticast];
+    const ProtocolCounts& tcpip = row.counts[kTcpip];
+    const ProtocolCounts& udp = row.counts[kUdp];
+    const ProtocolCounts& ping = row.counts[kPing];
     SPW_CString line;
     line.format(
         u"S Name: %-30.30s Quality: %3d%% Multicast: %5d / %-5d Tcpip: %5d / %-5d Udp: %5d / %-5d Ping: %5d / %-5d",
-        label().text(), quality(), multicast.total(), totalPlusLost(multicast), tcpip.total(), totalPlusLost(tcpip),
-        udp.total(), totalPlusLost(udp), ping.total(), totalPlusLost(ping));
+        row.label().text(), row.quality, multicast.total, totalPlusLost(multicast), tcpip.total, totalPlusLost(tcpip),
+        udp.total, totalPlusLost(udp), ping.total, totalPlusLost(ping));
     return line;
 }
 

@@ -24,19 +24,17 @@ public:
 
     // The address exactly as it was given: what a sender is known by.
     const SPW_CString& address() const { return m_address; }
-    SPW_CString label() const { return values().label(); }
-    const SequenceCounter& counter(int protocol) const { return m_counters[protocol]; }
     void record(int protocol, std::int32_t sequence) { m_counters[protocol].record(sequence); }
     void setNotMade(int protocol) { m_isNotMade[protocol] = true; }
     void reset();
-    // Percent of the expected probes that arrived, over all protocols together; 0 before the first one.
-    int quality() const;
     // The one place where the record of a row is filled.
     PeerRowValues values() const;
     // "S Name: ... Quality: ..." for the test log.
     SPW_CString reportLine() const;
 
 private:
+    int quality() const;
+
     const std::int32_t m_number;
     const SPW_CString m_address;
     const SPW_CString m_name;

@@ -5,7 +5,8 @@
 // Counts the probes of one protocol of one peer from the sequence numbers that arrive.
 //
 // A number that does not exceed the last one is a repeat or the peer's new start, and counts as one more probe;
-// a gap counts as probes expected and lost. Threads: none; the owner locks.
+// a gap counts as probes expected and lost. The first number and whether the counter has started belong to its design,
+// though the program itself asks for neither. Threads: none; the owner locks.
 class SequenceCounter {
 public:
     void record(std::int32_t sequence);

@@ -14,21 +14,21 @@ TEST(PeerTableTest, AnAddedPeerIsLabelledWithAddressAndName) {
     PeerTable table;
     table.addNamed(u"10.0.0.7", u"printer");
     EXPECT_EQ(table.at(0).address(), SPW_CString(u"10.0.0.7"));
-    EXPECT_EQ(table.at(0).label(), SPW_CString(u"10.0.0.7 (printer)"));
+    EXPECT_EQ(table.at(0).values().label(), SPW_CString(u"10.0.0.7 (printer)"));
 }
 
 TEST(PeerTableTest, AnAddedPeerWithoutANameKeepsTheEmptyParentheses) {
     PeerTable table;
     table.addNamed(u"10.0.0.7", u"");
-    EXPECT_EQ(table.at(0).label(), SPW_CString(u"10.0.0.7 ()"));
+    EXPECT_EQ(table.at(0).values().label(), SPW_CString(u"10.0.0.7 ()"));
 }
 
 TEST(PeerTableTest, ADiscoveredPeerWithoutANameIsLabelledWithTheBareAddress) {
     PeerTable table;
     table.addDiscovered(u"10.0.0.7", u"");
     table.addDiscovered(u"10.0.0.8", u"pocket2");
-    EXPECT_EQ(table.at(0).label(), SPW_CString(u"10.0.0.7"));
-    EXPECT_EQ(table.at(1).label(), SPW_CString(u"10.0.0.8 (pocket2)"));
+    EXPECT_EQ(table.at(0).values().label(), SPW_CString(u"10.0.0.7"));
+    EXPECT_EQ(table.at(1).values().label(), SPW_CString(u"10.0.0.8 (pocket2)"));
 }
 
 TEST(PeerTableTest, AnUnknownAddressIsNotFound) {
@@ -105,7 +105,7 @@ TEST(PeerTableTest, ARowsNumberDoesNotComeAgain) {
 }
 
 TEST(PeerRowTest, WithoutAnyProbeTheQualityIsZero) {
-    EXPECT_EQ(PeerRow(1, u"10.0.0.7", u"", false).quality(), 0);
+    EXPECT_EQ(PeerRow(1, u"10.0.0.7", u"", false).values().quality, 0);
 }
 
 TEST(PeerRowTest, TheQualityIsOverAllProtocolsTogether) {
@@ -117,7 +117,7 @@ TEST(PeerRowTest, TheQualityIsOverAllProtocolsTogether) {
     row.record(kTcpip, 2);
     row.record(kPing, 1);
     row.record(kPing, 2);  // 10 expected in all
-    EXPECT_EQ(row.quality(), 70);
+    EXPECT_EQ(row.values().quality, 70);
 }
 
 TEST(PeerRowTest, TheQualityStaysAPercentageForTheGreatestCounts) {
@@ -127,7 +127,7 @@ TEST(PeerRowTest, TheQualityStaysAPercentageForTheGreatestCounts) {
         row.record(protocol, 2147483647);
     }
     row.record(kUdp, 2147483647);
-    EXPECT_EQ(row.quality(), 0);
+    EXPECT_EQ(row.values().quality, 0);
 }
 
 TEST(PeerRowTest, TheQualityOfALongRunDoesNotWrap) {
@@ -135,7 +135,7 @@ TEST(PeerRowTest, TheQualityOfALongRunDoesNotWrap) {
     for (int i = 1; i <= 22000000; ++i) {  // 100 times that exceeds 31 bits
         row.record(kUdp, i);
     }
-    EXPECT_EQ(row.quality(), 100);
+    EXPECT_EQ(row.values().quality, 100);
 }
 
 TEST(PeerRowTest, TheReportPairIsTotalAndTotalPlusLost) {
@@ -215,9 +215,9 @@ TEST(PeerRowTest, ResetEmptiesEveryCounter) {
     }
     row.reset();
     for (int protocol = 0; protocol < kProtocols; ++protocol) {
-        EXPECT_EQ(row.counter(protocol).total(), 0);
+        EXPECT_EQ(row.values().counts[protocol].total, 0);
     }
-    EXPECT_EQ(row.quality(), 0);
+    EXPECT_EQ(row.values().quality, 0);
 }
 
 }  // namespace

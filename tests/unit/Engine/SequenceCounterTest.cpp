@@ -36,15 +36,15 @@ protected:
             m_row.reset();
         } else if (word == "quality") {
             ASSERT_TRUE(values >> number);
-            EXPECT_EQ(m_row.quality(), number);
+            EXPECT_EQ(m_row.values().quality, number);
         } else {
             ASSERT_EQ(word, "expect");
             std::int32_t total = -1, lost = -1, received = -1;
             ASSERT_TRUE(values >> total >> lost >> received);
-            const SequenceCounter& counter = m_row.counter(kUdp);
-            EXPECT_EQ(counter.total(), total);
-            EXPECT_EQ(counter.lost(), lost);
-            EXPECT_EQ(counter.received(), received);
+            const ProtocolCounts counts = m_row.values().counts[kUdp];
+            EXPECT_EQ(counts.total, total);
+            EXPECT_EQ(counts.lost, lost);
+            EXPECT_EQ(counts.received, received);
         }
     }
 
