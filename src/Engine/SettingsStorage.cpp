@@ -56,14 +56,6 @@ public:
         return code != SPW_CRegistryEdits::kOvertaken;
     }
 
-    bool readFlag(const char16_t* name, const char16_t* defaultText) {
-        return readSetting(name, defaultText).compareNoCase(u"yes") == 0;
-    }
-
-    std::int32_t readNumber(const char16_t* name, const SPW_CString& defaultText) {
-        return readSetting(name, defaultText).toInt();
-    }
-
     void readNamedPeers(SPW_CArray<SPW_CString>& addresses, SPW_CArray<SPW_CString>& names) {
         std::uint32_t count = 0;
         if (m_namedPeers.getNumberOfValues(count) != 0) {
@@ -93,37 +85,50 @@ private:
     SPW_CString m_overwritten;  // a line for each setting that had something else than a text
 };
 
-SPW_CString defaultMulticastPort(std::int32_t override) {
-    return override == kNoMulticastPortOverride ? SPW_CString(u"7550") : SPW_CString(static_cast<int>(override));
+// The default of "multicast port" can come from a companion product.
+SPW_CString defaultOf(const Setting& setting, std::int32_t multicastPortOverride) {
+    const bool isOverridden =
+        setting.field.number == &Settings::multicastPort && multicastPortOverride != kNoMulticastPortOverride;
+    return isOverridden ? SPW_CString(static_cast<int>(multicastPortOverride)) : SPW_CString(setting.defaultText);
 }
 
-// The order of reading is also the order in which missing values are created.
+void setFromText(Settings& settings, const SettingField& field, const SPW_CString& text) {
+    switch (field.type) {
+        case SettingType::kText:
+            settings.*field.text = text;
+            break;
+        case SettingType::kAddress:
+            settings.*field.text = withoutBlanks(text);
+            break;
+        case SettingType::kNumber:
+            settings.*field.number = text.toInt();
+            break;
+        case SettingType::kFlag:
+            settings.*field.flag = text.compareNoCase(u"yes") == 0;
+            break;
+        case SettingType::kFrequencyUnit:
+            settings.*field.milliseconds = unitToMilliseconds(text);
+            break;
+        case SettingType::kNamedPeers:
+            break;  // no text of its own
+    }
+}
+
+// False when somebody else has changed the settings meanwhile.
 bool tryLoad(Settings& settings, std::int32_t multicastPortOverride) {
     // Not on the stack, which is small on a handheld.
-    const std::unique_ptr<SettingsStore> owned(new SettingsStore());
-    SettingsStore& store = *owned;
+    const std::unique_ptr<SettingsStore> store(new SettingsStore());
     SPW_CApp::getModulePath(settings.applicationPath, true);
     settings.version = readVersion(settings.applicationPath);
-    settings.displayNameSource = store.readSetting(u"display name", u"Host Name");
-    settings.description = store.readSetting(u"description", u"This is a linkometry test logfile");
-    settings.frequencyQty = store.readNumber(u"frequency qty", u"1");
-    settings.frequencyUnitMs = unitToMilliseconds(store.readSetting(u"frequency units", u"seconds"));
-    settings.logDataPackets = store.readFlag(u"log data packets", u"no");
-    settings.logEvents = store.readFlag(u"log events", u"no");
-    settings.logFileName = store.readSetting(u"log filename", u"VantiroDiagnostics.txt");
-    settings.multicastGroup = withoutBlanks(store.readSetting(u"multicast group", u"228.227.226.225"));
-    settings.multicastPort = store.readNumber(u"multicast port", defaultMulticastPort(multicastPortOverride));
-    settings.multicastSelected = store.readFlag(u"multicast selected", u"yes");
-    settings.multicastTtl = store.readNumber(u"multicast ttl", u"3");
-    store.readNamedPeers(settings.namedPeerAddresses, settings.namedPeerNames);
-    settings.overheadBytes = store.readNumber(u"overhead bytes", u"10");
-    settings.includeAnyoneInReach = store.readFlag(u"peer set includes anyone-in-reach", u"yes");
-    settings.includeNamedIpAddresses = store.readFlag(u"peer set includes named-ip-addresses", u"yes");
-    settings.pingSelected = store.readFlag(u"ping selected", u"yes");
-    settings.port = store.readNumber(u"port", u"5009");
-    settings.tcpipSelected = store.readFlag(u"tcpip selected", u"yes");
-    settings.udpSelected = store.readFlag(u"udp selected", u"yes");
-    return store.finish();
+    for (const Setting& setting : kSettings) {
+        if (setting.field.type == SettingType::kNamedPeers) {
+            store->readNamedPeers(settings.namedPeerAddresses, settings.namedPeerNames);
+        } else if (setting.name != nullptr) {
+            setFromText(settings, setting.field,
+                        store->readSetting(setting.name, defaultOf(setting, multicastPortOverride)));
+        }
+    }
+    return store->finish();
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 
 // Everything that the user can set for a test run, as the registry of the current user holds it. Read only: the
 // program writes a value back only where it was missing or unreadable, and then its default.
+//
+// To add a setting: a member here and a row in kSettings below.
 struct Settings {
     SPW_CString applicationPath;
     SPW_CString description;
@@ -33,11 +35,90 @@ struct Settings {
     bool udpSelected = false;
     SPW_CString version;
 
-    // Milliseconds between probes: the product in 32 bits. Beyond the greatest number (24 days) it stays there, because
-    // a product that wrapped around to a negative or a small number would be a flood.
+    // Milliseconds between probes. The product is limited to 32 bits (24 days): one that wrapped around to a negative
+    // or a small number would be a flood.
     std::int32_t periodMs() const {
         typedef std::numeric_limits<std::int32_t> Limits;
         const std::int64_t product = std::int64_t{frequencyQty} * frequencyUnitMs;
         return static_cast<std::int32_t>(std::clamp<std::int64_t>(product, Limits::min(), Limits::max()));
     }
+};
+
+// How the registry's text becomes a setting's value, and the value a text of the report.
+enum class SettingType {
+    kText,           // as stored
+    kAddress,        // as stored, without the blanks around it
+    kNumber,         // the leading decimal digits with their sign; without digits 0
+    kFlag,           // true for "yes" in any case, false for any other text
+    kFrequencyUnit,  // a word for a unit of time; the value is its milliseconds
+    kNamedPeers,     // many values: all those of the named peers' own key
+};
+
+// Where Settings keeps a setting, and as what type. One of the pointers is set, the one for the type's kind of value.
+struct SettingField {
+    static constexpr SettingField ofText(SPW_CString Settings::*member) {
+        return {SettingType::kText, member, nullptr, nullptr, nullptr};
+    }
+    static constexpr SettingField ofAddress(SPW_CString Settings::*member) {
+        return {SettingType::kAddress, member, nullptr, nullptr, nullptr};
+    }
+    static constexpr SettingField ofNumber(std::int32_t Settings::*member) {
+        return {SettingType::kNumber, nullptr, member, nullptr, nullptr};
+    }
+    static constexpr SettingField ofFlag(bool Settings::*member) {
+        return {SettingType::kFlag, nullptr, nullptr, member, nullptr};
+    }
+    static constexpr SettingField ofFrequencyUnit(std::uint32_t Settings::*member) {
+        return {SettingType::kFrequencyUnit, nullptr, nullptr, nullptr, member};
+    }
+    // namedPeerAddresses and namedPeerNames; no pointer is set.
+    static constexpr SettingField ofNamedPeers() {
+        return {SettingType::kNamedPeers, nullptr, nullptr, nullptr, nullptr};
+    }
+
+    SettingType type;
+    SPW_CString Settings::*text;
+    std::int32_t Settings::*number;
+    bool Settings::*flag;
+    std::uint32_t Settings::*milliseconds;
+};
+
+struct Setting {
+    // The setting's value in the settings' key of the registry; nullptr when no such value holds it.
+    const char16_t* name;
+    // What is created when the value is missing; nullptr without a name.
+    const char16_t* defaultText;
+    SettingField field;
+    // What the report calls it. The report's lines follow the alphabetical order of the labels.
+    const char16_t* label;
+};
+
+// All settings, in the order in which they are read; missing values are created in this order too.
+inline constexpr Setting kSettings[] = {
+    // What the program's own file tells.
+    {nullptr, nullptr, SettingField::ofText(&Settings::applicationPath), u"Application Name"},
+    {nullptr, nullptr, SettingField::ofText(&Settings::version), u""},
+
+    {u"display name", u"Host Name", SettingField::ofText(&Settings::displayNameSource), u"Display Name"},
+    {u"description", u"This is a linkometry test logfile", SettingField::ofText(&Settings::description),
+     u"Description"},
+    {u"frequency qty", u"1", SettingField::ofNumber(&Settings::frequencyQty), u"Frequency Qty"},
+    {u"frequency units", u"seconds", SettingField::ofFrequencyUnit(&Settings::frequencyUnitMs), u"Frequency Units"},
+    {u"log data packets", u"no", SettingField::ofFlag(&Settings::logDataPackets), u"Log Data Packets"},
+    {u"log events", u"no", SettingField::ofFlag(&Settings::logEvents), u"Log Events"},
+    {u"log filename", u"VantiroDiagnostics.txt", SettingField::ofText(&Settings::logFileName), u"Logfile Name"},
+    {u"multicast group", u"228.227.226.225", SettingField::ofAddress(&Settings::multicastGroup), u"Multicast Group"},
+    {u"multicast port", u"7550", SettingField::ofNumber(&Settings::multicastPort), u"Multicast Port"},
+    {u"multicast selected", u"yes", SettingField::ofFlag(&Settings::multicastSelected), u"Multicast Selected"},
+    {u"multicast ttl", u"3", SettingField::ofNumber(&Settings::multicastTtl), u"Multicast Ttl"},
+    {nullptr, nullptr, SettingField::ofNamedPeers(), u"Named Ip Address"},
+    {u"overhead bytes", u"10", SettingField::ofNumber(&Settings::overheadBytes), u"Overhead Packet Size"},
+    {u"peer set includes anyone-in-reach", u"yes", SettingField::ofFlag(&Settings::includeAnyoneInReach),
+     u"Anyone In Reach selected"},
+    {u"peer set includes named-ip-addresses", u"yes", SettingField::ofFlag(&Settings::includeNamedIpAddresses),
+     u"Named Ip Address Selected"},
+    {u"ping selected", u"yes", SettingField::ofFlag(&Settings::pingSelected), u"Ping Selected"},
+    {u"port", u"5009", SettingField::ofNumber(&Settings::port), u"Port"},
+    {u"tcpip selected", u"yes", SettingField::ofFlag(&Settings::tcpipSelected), u"Tcpip Selected"},
+    {u"udp selected", u"yes", SettingField::ofFlag(&Settings::udpSelected), u"Udp Selected"},
 };

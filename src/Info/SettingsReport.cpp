@@ -1,42 +1,70 @@
 #include "SettingsReport.h"
 
+#include <string_view>
+
 #include "ReportFields.h"
 
 namespace {
 
-void printNamedPeers(ReportLines& lines, const Settings& settings) {
+struct SettingOrder {
+    const Setting* rows[std::size(kSettings)];
+};
+
+// The settings in the order of their lines.
+constexpr SettingOrder sortedByLabel() {
+    SettingOrder order{};
+    for (std::size_t i = 0; i < std::size(kSettings); ++i) {
+        std::size_t place = i;
+        for (; place > 0 && std::u16string_view(kSettings[i].label) < order.rows[place - 1]->label; --place) {
+            order.rows[place] = order.rows[place - 1];
+        }
+        order.rows[place] = &kSettings[i];
+    }
+    return order;
+}
+
+// The version has no label; its value stands alone.
+SPW_CString lineStart(const Setting& setting) {
+    const SPW_CString indent(u"   ");
+    return setting.label[0] == u'\0' ? indent : indent + setting.label + u": ";
+}
+
+void printNamedPeers(ReportLines& lines, const SPW_CString& start, const Settings& settings) {
     for (int i = 0; i < settings.namedPeerAddresses.numberOfElements(); ++i) {
-        printText(lines, u"   Named Ip Address: ",
-                  settings.namedPeerAddresses[i] + u" (" + settings.namedPeerNames[i] + u")");
+        lines.line(start + settings.namedPeerAddresses[i] + u" (" + settings.namedPeerNames[i] + u")");
+    }
+}
+
+void printSetting(ReportLines& lines, const Setting& setting, const Settings& settings) {
+    const SettingField& field = setting.field;
+    const SPW_CString start = lineStart(setting);
+    switch (field.type) {
+        case SettingType::kText:
+        case SettingType::kAddress:
+            printText(lines, start.text(), settings.*field.text);
+            break;
+        case SettingType::kNumber:
+            printNumber(lines, start.text(), settings.*field.number);
+            break;
+        case SettingType::kFlag:
+            printFlag(lines, start.text(), settings.*field.flag ? 1 : 0);
+            break;
+        case SettingType::kFrequencyUnit:
+            lines.line(start + static_cast<unsigned long>(settings.*field.milliseconds) + u" milliseconds");
+            break;
+        case SettingType::kNamedPeers:
+            printNamedPeers(lines, start, settings);
+            break;
     }
 }
 
 }  // namespace
 
-// The version, then the settings in the alphabetical order of their labels.
 void printSettings(ReportLines& lines, const Settings& settings) {
+    static constexpr SettingOrder kByLabel = sortedByLabel();
     lines.line(u"**Application Settings**");
-    printText(lines, u"   ", settings.version);
-    printFlag(lines, u"   Anyone In Reach selected: ", settings.includeAnyoneInReach);
-    printText(lines, u"   Application Name: ", settings.applicationPath);
-    printText(lines, u"   Description: ", settings.description);
-    printText(lines, u"   Display Name: ", settings.displayNameSource);  // the choice, not the name that it leads to
-    printNumber(lines, u"   Frequency Qty: ", settings.frequencyQty);
-    printText(lines, u"   Frequency Units: ",
-              SPW_CString(static_cast<unsigned long>(settings.frequencyUnitMs)) + u" milliseconds");
-    printFlag(lines, u"   Log Data Packets: ", settings.logDataPackets);
-    printFlag(lines, u"   Log Events: ", settings.logEvents);
-    printText(lines, u"   Logfile Name: ", settings.logFileName);
-    printText(lines, u"   Multicast Group: ", settings.multicastGroup);
-    printNumber(lines, u"   Multicast Port: ", settings.multicastPort);
-    printFlag(lines, u"   Multicast Selected: ", settings.multicastSelected);
-    printNumber(lines, u"   Multicast Ttl: ", settings.multicastTtl);
-    printNamedPeers(lines, settings);
-    printFlag(lines, u"   Named Ip Address Selected: ", settings.includeNamedIpAddresses);
-    printNumber(lines, u"   Overhead Packet Size: ", settings.overheadBytes);
-    printFlag(lines, u"   Ping Selected: ", settings.pingSelected);
-    printNumber(lines, u"   Port: ", settings.port);
-    printFlag(lines, u"   Tcpip Selected: ", settings.tcpipSelected);
-    printFlag(lines, u"   Udp Selected: ", settings.udpSelected);
+    for (const Setting* setting : kByLabel.rows) {
+        printSetting(lines, *setting, settings);
+    }
     lines.line(u"**End of Application Settings**");
 }

@@ -3,16 +3,20 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
 #include <initializer_list>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "RecordedLines.h"
 #include "RecordingReporter.h"
 #include "SPW_CApp.h"
 #include "SPW_CSystemInfo.h"
 #include "ScopedInstance.h"
 #include "ScriptedSystemInfo.h"
+#include "SettingsReport.h"
 #include "StringPrinting.h"
 #include "TemporaryRegistry.h"
 #include "Wine.h"
@@ -30,56 +34,49 @@ protected:
     TemporaryRegistry m_registry;
 };
 
-struct Default {
-    const char16_t* name;
-    const char16_t* text;
-};
-constexpr Default kDefaults[] = {
-    {u"description", u"This is a linkometry test logfile"},
-    {u"display name", u"Host Name"},
-    {u"frequency qty", u"1"},
-    {u"frequency units", u"seconds"},
-    {u"log data packets", u"no"},
-    {u"log events", u"no"},
-    {u"log filename", u"VantiroDiagnostics.txt"},
-    {u"multicast group", u"228.227.226.225"},
-    {u"multicast port", u"7550"},
-    {u"multicast selected", u"yes"},
-    {u"multicast ttl", u"3"},
-    {u"overhead bytes", u"10"},
-    {u"peer set includes anyone-in-reach", u"yes"},
-    {u"peer set includes named-ip-addresses", u"yes"},
-    {u"ping selected", u"yes"},
-    {u"port", u"5009"},
-    {u"tcpip selected", u"yes"},
-    {u"udp selected", u"yes"},
-};
+// The values of the settings' key, in their order: a line "name = text" for each.
+std::vector<std::string> storedSettings() {
+    SPW_CRegistry registry(u"HKEY_CURRENT_USER", TemporaryRegistry::kSettings);
+    std::uint32_t count = 0;
+    EXPECT_EQ(registry.getNumberOfValues(count), 0u);
+    std::vector<std::string> lines;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        SPW_CString name;
+        SPW_CString text;
+        SPW_CRegistryData data;
+        EXPECT_EQ(registry.enumValue(i, name, data), 0u);
+        EXPECT_TRUE(data.toText(text)) << name.toAnsi();
+        lines.emplace_back((name + u" = " + text).toAnsi());
+    }
+    return lines;
+}
 
-TEST_F(SettingsStorageTest, AnEmptyKeyYieldsTheDefaults) {
-    const Settings settings = load();
-    SPW_CString program;
-    SPW_CApp::getModulePath(program, true);
-    EXPECT_EQ(settings.applicationPath, program);
-    EXPECT_EQ(settings.description, SPW_CString(u"This is a linkometry test logfile"));
-    EXPECT_EQ(settings.displayNameSource, SPW_CString(u"Host Name"));
-    EXPECT_EQ(settings.frequencyQty, 1);
-    EXPECT_EQ(settings.frequencyUnitMs, 1000u);
-    EXPECT_FALSE(settings.logDataPackets);
-    EXPECT_FALSE(settings.logEvents);
-    EXPECT_EQ(settings.logFileName, SPW_CString(u"VantiroDiagnostics.txt"));
-    EXPECT_EQ(settings.multicastGroup, SPW_CString(u"228.227.226.225"));
-    EXPECT_EQ(settings.multicastPort, 7550);
-    EXPECT_TRUE(settings.multicastSelected);
-    EXPECT_EQ(settings.multicastTtl, 3);
-    EXPECT_EQ(settings.namedPeerAddresses.numberOfElements(), 0);
-    EXPECT_EQ(settings.namedPeerNames.numberOfElements(), 0);
-    EXPECT_EQ(settings.overheadBytes, 10);
-    EXPECT_TRUE(settings.includeAnyoneInReach);
-    EXPECT_TRUE(settings.includeNamedIpAddresses);
-    EXPECT_TRUE(settings.pingSelected);
-    EXPECT_EQ(settings.port, 5009);
-    EXPECT_TRUE(settings.tcpipSelected);
-    EXPECT_TRUE(settings.udpSelected);
+// A file of the sources.
+std::string sourceFile(const char* path) {
+    std::ifstream file(std::string(LINKOMETRY_SOURCE_DIR "/") + path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+constexpr const char* kExample = "packaging/HKEY_CURRENT_USER.reg";
+
+// The lines of the documentation's example of a log between these two, without its margin.
+std::vector<std::string> documentedLines(const std::string& first, const std::string& behindLast) {
+    std::istringstream page(sourceFile("docs/configuration-report.md"));
+    std::vector<std::string> lines;
+    bool isInside = false;
+    for (std::string line; std::getline(page, line);) {
+        line.erase(0, std::min<std::size_t>(line.find_first_not_of(' '), 4));
+        if (isInside && line == behindLast) {
+            return lines;
+        }
+        if (isInside) {
+            lines.push_back(line);
+        }
+        isInside = isInside || line == first;
+    }
+    ADD_FAILURE() << "the documentation has no " << first << " before " << behindLast;
+    return {};
 }
 
 TEST_F(SettingsStorageTest, TheVersionIsThatOfTheProgramsOwnFile) {
@@ -94,52 +91,82 @@ TEST_F(SettingsStorageTest, TheVersionIsThatOfTheProgramsOwnFile) {
     system.fileVersionHigh = 0x00010002;
     system.fileVersionLow = 0x00030004;
     Settings settings = load();
+    SPW_CString program;
+    SPW_CApp::getModulePath(program, true);
+    EXPECT_EQ(settings.applicationPath, program);
     EXPECT_EQ(settings.version, SPW_CString(u"Version 1.2.3.4"));
-    EXPECT_EQ(system.asked, settings.applicationPath);
+    EXPECT_EQ(system.asked, program);
     system.hasFileVersion = false;
     loadSettings(settings, kNoMulticastPortOverride);
     EXPECT_EQ(settings.version, SPW_CString(u"Version and build unavailable"));
 }
 
-TEST_F(SettingsStorageTest, LoadingCreatesEveryMissingValueAndBothKeys) {
+TEST_F(SettingsStorageTest, LoadingCreatesWhatTheExampleFileHoldsAndBothKeys) {
     load();
-    for (const Default& expected : kDefaults) {
-        EXPECT_EQ(m_registry.setting(expected.name), SPW_CString(expected.text));
-    }
-    EXPECT_EQ(m_registry.numberOfValues(TemporaryRegistry::kSettings), static_cast<int>(std::size(kDefaults)));
+    const std::vector<std::string> created = storedSettings();
     EXPECT_EQ(m_registry.numberOfValues(TemporaryRegistry::kNamedPeers), 0);
+    m_registry.load("HKEY_CURRENT_USER", sourceFile(kExample));
+    const std::vector<std::string> example = storedSettings();
+    EXPECT_GE(example.size(), 18u);
+    EXPECT_THAT(created, testing::UnorderedElementsAreArray(example));
 }
 
-TEST_F(SettingsStorageTest, MissingValuesAreCreatedInTheOrderOfLoading) {
+TEST_F(SettingsStorageTest, MissingValuesAreCreatedInTheOrderThatTheDocumentationShows) {
     load();
-    std::vector<std::u16string> order = {u"display name",
-                                         u"description",
-                                         u"frequency qty",
-                                         u"frequency units",
-                                         u"log data packets",
-                                         u"log events",
-                                         u"log filename",
-                                         u"multicast group",
-                                         u"multicast port",
-                                         u"multicast selected",
-                                         u"multicast ttl",
-                                         u"overhead bytes",
-                                         u"peer set includes anyone-in-reach",
-                                         u"peer set includes named-ip-addresses",
-                                         u"ping selected",
-                                         u"port",
-                                         u"tcpip selected",
-                                         u"udp selected"};
+    constexpr const char* kKey = "HKEY_CURRENT_USER\\Software\\Vantiro Networks\\Vantiro Diagnostic";
+    std::vector<std::string> documented = documentedLines(kKey, std::string(" ") + kKey + "\\Named-IP-Addresses");
+    for (std::string& line : documented) {
+        line.erase(0, 1);  // the indent of the key's values
+    }
     if (runsUnderWine()) {
-        std::sort(order.begin(), order.end());  // in which Wine enumerates what was set in any other
+        std::sort(documented.begin(), documented.end());  // in which Wine enumerates what was set in any other
     }
-    SPW_CRegistry registry(u"HKEY_CURRENT_USER", TemporaryRegistry::kSettings);
-    for (std::uint32_t i = 0; i < order.size(); ++i) {
-        SPW_CString name;
-        SPW_CRegistryData data;
-        ASSERT_EQ(registry.enumValue(i, name, data), 0u);
-        EXPECT_EQ(name, SPW_CString(order[i].c_str()));
+    EXPECT_EQ(storedSettings(), documented);
+}
+
+TEST_F(SettingsStorageTest, TheDefaultsAreReportedAsTheDocumentationShows) {
+    m_registry.setNamedPeer(u"Gate 1", u"192.0.2.21");
+    Settings settings = load();
+    settings.applicationPath = u"/usr/local/bin/linkometry";
+    settings.version = u"Version 1.0.0.0";
+    const std::vector<std::string> lines =
+        RecordedLines::of([&](ReportLines& report) { printSettings(report, settings); });
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(std::vector<std::string>(lines.begin() + 1, lines.end() - 1),
+              documentedLines(lines.front(), lines.back()));
+}
+
+TEST(SettingsTableTest, NoTwoSettingsShareAMemberANameOrALabel) {
+    for (const Setting& one : kSettings) {
+        for (const Setting& other : kSettings) {
+            if (&one == &other) {
+                continue;
+            }
+            const SettingField& a = one.field;
+            const SettingField& b = other.field;
+            EXPECT_STRNE(SPW_CString(one.label).toAnsi(), SPW_CString(other.label).toAnsi());
+            EXPECT_FALSE(one.name != nullptr && other.name != nullptr && SPW_CString(one.name) == other.name)
+                << SPW_CString(one.name).toAnsi();
+            EXPECT_FALSE((a.text != nullptr && a.text == b.text) || (a.number != nullptr && a.number == b.number) ||
+                         (a.flag != nullptr && a.flag == b.flag) ||
+                         (a.milliseconds != nullptr && a.milliseconds == b.milliseconds))
+                << SPW_CString(one.label).toAnsi();
+        }
     }
+}
+
+TEST_F(SettingsStorageTest, EachTypeOfSettingHasItsValueInItsMember) {
+    m_registry.setSetting(u"description", u"hall 3");
+    m_registry.setSetting(u"multicast group", u" 228.1.1.1 ");
+    m_registry.setSetting(u"port", u"6000");
+    m_registry.setSetting(u"ping selected", u"no");
+    m_registry.setSetting(u"frequency units", u"hours");
+    const Settings settings = load();
+    EXPECT_EQ(settings.description, SPW_CString(u"hall 3"));
+    EXPECT_EQ(settings.multicastGroup, SPW_CString(u"228.1.1.1"));
+    EXPECT_EQ(settings.port, 6000);
+    EXPECT_FALSE(settings.pingSelected);
+    EXPECT_EQ(settings.frequencyUnitMs, 3600000u);
 }
 
 TEST_F(SettingsStorageTest, StoredTextsAreTakenAsTheyAre) {
@@ -162,17 +189,8 @@ TEST_F(SettingsStorageTest, OnlyYesIsTrueInAnyCase) {
     } cases[] = {{u"yes", true}, {u"YES", true},   {u"Yes", true}, {u"true", false}, {u"1", false},
                  {u"y", false},  {u"yes ", false}, {u"", false},   {u"no", false}};
     for (const auto& c : cases) {
-        for (const char16_t* name :
-             {u"tcpip selected", u"udp selected", u"multicast selected", u"ping selected", u"log events",
-              u"log data packets", u"peer set includes anyone-in-reach", u"peer set includes named-ip-addresses"}) {
-            m_registry.setSetting(name, c.text);
-        }
-        const Settings settings = load();
-        for (const bool flag : {settings.tcpipSelected, settings.udpSelected, settings.multicastSelected,
-                                settings.pingSelected, settings.logEvents, settings.logDataPackets,
-                                settings.includeAnyoneInReach, settings.includeNamedIpAddresses}) {
-            EXPECT_EQ(flag, c.flag) << SPW_CString(c.text).toAnsi();
-        }
+        m_registry.setSetting(u"log events", c.text);
+        EXPECT_EQ(load().logEvents, c.flag) << SPW_CString(c.text).toAnsi();
     }
 }
 
@@ -182,15 +200,8 @@ TEST_F(SettingsStorageTest, NumbersAreLeadingDigitsWithASign) {
         std::int32_t number;
     } cases[] = {{u"42", 42}, {u"-7", -7}, {u"+8", 8}, {u"12ab", 12}, {u"abc", 0}, {u"", 0}, {u"1.9", 1}};
     for (const auto& c : cases) {
-        for (const char16_t* name :
-             {u"port", u"multicast port", u"multicast ttl", u"overhead bytes", u"frequency qty"}) {
-            m_registry.setSetting(name, c.text);
-        }
-        const Settings settings = load();
-        for (const std::int32_t number : {settings.port, settings.multicastPort, settings.multicastTtl,
-                                          settings.overheadBytes, settings.frequencyQty}) {
-            EXPECT_EQ(number, c.number) << SPW_CString(c.text).toAnsi();
-        }
+        m_registry.setSetting(u"port", c.text);
+        EXPECT_EQ(load().port, c.number) << SPW_CString(c.text).toAnsi();
     }
 }
 

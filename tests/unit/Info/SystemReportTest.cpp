@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "RecordedLines.h"
 #include "RecordingReporter.h"
 #include "ScriptedClock.h"
 #include "ScriptedNetworkInfo.h"
 #include "ScriptedSystemInfo.h"
+#include "SettingsReport.h"
 #include "TemporaryRegistry.h"
 
 namespace {
@@ -113,25 +115,11 @@ Owner: Ada Lovelace
 
 TEST_F(SystemReportTest, TheTestLogReportIsThisByteForByte) {
     m_settings.version = u"1.0.0.0";
-    m_settings.applicationPath = u"/usr/bin/linkometry";
     m_settings.description = u"hall 3";
-    m_settings.displayNameSource = u"Host Name";
-    m_settings.frequencyQty = 1;
-    m_settings.frequencyUnitMs = 1000;
-    m_settings.logFileName = u"VantiroDiagnostics.txt";
-    m_settings.multicastGroup = u"228.227.226.225";
-    m_settings.multicastPort = 7550;
-    m_settings.multicastSelected = true;
-    m_settings.multicastTtl = 3;
     m_settings.namedPeerAddresses.append(u"192.168.4.21");
     m_settings.namedPeerNames.append(u"Gate 1");
-    m_settings.includeAnyoneInReach = true;
-    m_settings.includeNamedIpAddresses = true;
-    m_settings.overheadBytes = 10;
-    m_settings.pingSelected = true;
-    m_settings.port = 5009;
-    m_settings.tcpipSelected = true;
-    m_settings.udpSelected = true;
+    const std::vector<std::string> settingsBlock =
+        RecordedLines::of([this](ReportLines& lines) { printSettings(lines, m_settings); });
     m_registry.load("HKEY_CURRENT_USER", R"([HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\TLP]
 "Friendly Name"="Gate"
 [HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro Diagnostic]
@@ -190,30 +178,8 @@ Owner: Ada Lovelace
    Type: 71
 **End of Adapter IP Settings**
 **End of IP Settings**
-**Application Settings**
-   1.0.0.0
-   Anyone In Reach selected: yes
-   Application Name: /usr/bin/linkometry
-   Description: hall 3
-   Display Name: Host Name
-   Frequency Qty: 1
-   Frequency Units: 1000 milliseconds
-   Log Data Packets: no
-   Log Events: no
-   Logfile Name: VantiroDiagnostics.txt
-   Multicast Group: 228.227.226.225
-   Multicast Port: 7550
-   Multicast Selected: yes
-   Multicast Ttl: 3
-   Named Ip Address: 192.168.4.21 (Gate 1)
-   Named Ip Address Selected: yes
-   Overhead Packet Size: 10
-   Ping Selected: yes
-   Port: 5009
-   Tcpip Selected: yes
-   Udp Selected: yes
-**End of Application Settings**
-**Vantiro Registry Settings**
+)" + joined(settingsBlock, "\n") +
+                                   R"(**Vantiro Registry Settings**
 recursivly logging HKEY_CURRENT_USER\Software\Vantiro Networks
 HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro
  HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\TLP
