@@ -15,16 +15,14 @@ import sys
 import tempfile
 import unittest
 
-SOURCES = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "system"))
+
+from documents import SOURCES, default_settings, read, values_of  # pylint: disable=wrong-import-position
+
 PACKAGING = os.path.join(SOURCES, "packaging")
 SKIPPED = 77
 
 program = version = None
-
-
-def read(*path):
-    with open(os.path.join(SOURCES, *path), encoding="utf-8") as file:
-        return file.read()
 
 
 def run(*command, **options):
@@ -191,7 +189,7 @@ class LogRotationTest(unittest.TestCase):
     def test_it_rotates_the_services_log_in_place_and_keeps_as_many_as_the_service(self):
         rules = read("packaging", "linkometry.logrotate")
         folder = re.search(r"^LogsDirectory=(.*)$", read("packaging", "linkometry.service"), re.MULTILINE)[1]
-        name = re.search(r'^"log filename"="(.*)"$', read("packaging", "HKEY_CURRENT_USER.reg"), re.MULTILINE)[1]
+        name = default_settings()["log filename"]
         self.assertRegex(rules, rf"(?m)^/var/log/{folder}/{re.escape(name)} {{$")
         self.assertRegex(rules, r"(?m)^    copytruncate$")
         # The machine's own rules may ask for names that the service would not find.
@@ -206,23 +204,19 @@ class LogRotationTest(unittest.TestCase):
 class ExampleSettingsTest(TemporaryTest):
     EXAMPLE = os.path.join(PACKAGING, "HKEY_CURRENT_USER.reg")
 
-    def settings(self, path):
-        with open(path, encoding="utf-8") as file:
-            return dict(re.findall(r'^"([^"]+)"="([^"]*)"$', file.read(), re.MULTILINE))
-
     def read_by_the_program(self):
         """Has the program read the settings file in the folder; the text that it leaves there."""
         environment = dict(os.environ, VANTIRO_REGISTRY_DIR=self.folder)
         self.assertEqual(run(program, "-getinfo", os.path.join(self.folder, "report"), env=environment).returncode, 0)
-        return os.path.join(self.folder, "HKEY_CURRENT_USER.reg")
+        with open(os.path.join(self.folder, "HKEY_CURRENT_USER.reg"), encoding="utf-8") as file:
+            return file.read()
 
     def test_program_reads_it_and_finds_nothing_to_add(self):
         shutil.copy(self.EXAMPLE, self.folder)
-        with open(self.read_by_the_program(), encoding="utf-8") as file:
-            self.assertEqual(file.read(), read("packaging", "HKEY_CURRENT_USER.reg"))
+        self.assertEqual(self.read_by_the_program(), read("packaging", "HKEY_CURRENT_USER.reg"))
 
     def test_it_holds_the_programs_own_defaults(self):
-        self.assertEqual(self.settings(self.EXAMPLE), self.settings(self.read_by_the_program()))
+        self.assertEqual(default_settings(), values_of(self.read_by_the_program()))
 
     def test_it_holds_every_setting_of_the_document_with_its_default(self):
         section = read("docs", "hive-files.md").partition("## The settings")[2].partition("\n## ")[0]
@@ -231,7 +225,7 @@ class ExampleSettingsTest(TemporaryTest):
             names, defaults = re.findall("`(.*?)`", names), re.findall("`(.*?)`", defaults)
             # One default may stand for all names of its line.
             documented.update(zip(names, defaults if len(defaults) > 1 else defaults * len(names)))
-        self.assertEqual(self.settings(self.EXAMPLE), documented)
+        self.assertEqual(default_settings(), documented)
 
 
 class InstallationTest(TemporaryTest):

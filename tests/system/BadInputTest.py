@@ -7,26 +7,9 @@ import stat
 import subprocess
 import time
 
+import documents
 import lab
 import traffic
-
-SETTINGS = ("display name", "description", "frequency qty", "frequency units", "log data packets", "log events",
-            "log filename", "multicast group", "multicast port", "multicast selected", "multicast ttl",
-            "overhead bytes", "peer set includes anyone-in-reach", "peer set includes named-ip-addresses",
-            "ping selected", "port", "tcpip selected", "udp selected")
-DEFAULTS = ("Host Name", "This is a linkometry test logfile", "1", "seconds", "no", "no", "VantiroDiagnostics.txt",
-            "228.227.226.225", "7550", "yes", "3", "10", "yes", "yes", "yes", "5009", "yes", "yes")
-
-
-def values_of(hive):
-    """The text values of the settings' key in a hive file, each of which must stand there once."""
-    section = hive.split(f"[{lab.SETTINGS_KEY}]\n")
-    if len(section) != 2:
-        raise AssertionError(f"the key stands {len(section) - 1} times in\n{hive}")
-    found = re.findall(r'^"(.*?)"="(.*)"$', section[1].split("\n[")[0], re.MULTILINE)
-    if len(dict(found)) != len(found):
-        raise AssertionError(f"a value stands twice in\n{hive}")
-    return dict(found)
 
 
 class SettingsTest(lab.SystemTest):
@@ -45,7 +28,7 @@ class SettingsTest(lab.SystemTest):
         self.assertEqual(self.device.start("-headless", "-duration", "0").wait(), 2)
         hive = self.device.read_hive()
         self.assertTrue(hive.startswith("Windows Registry Editor Version 5.00\n"))
-        self.assertEqual(values_of(hive), dict(zip(SETTINGS, DEFAULTS)))
+        self.assertEqual(documents.values_of(hive), documents.default_settings())
         self.assertIn(f"[{lab.PEERS_KEY}]\n", hive)
         # Who looks again finds all there.
         self.assertEqual(self.device.start("-headless", "-duration", "0").wait(), 2)
@@ -115,7 +98,7 @@ class SettingsTest(lab.SystemTest):
         program = self.device.measure()
         self.listens(5009)
         self.assertEqual(program.stop(), 2)
-        values = values_of(self.device.read_hive())
+        values = documents.values_of(self.device.read_hive())
         self.assertEqual((values["port"], values["udp selected"]), ("5009", "yes"))
 
     def test_peer_that_is_no_address_is_tried_and_reported_like_any_other(self):
@@ -161,7 +144,7 @@ class SettingsTest(lab.SystemTest):
         program = self.device.measure()
         self.listens(6006)
         self.assertEqual(program.stop(), 2)
-        self.assertEqual(values_of(self.device.read_hive())["multicast port"], "6006")
+        self.assertEqual(documents.values_of(self.device.read_hive())["multicast port"], "6006")
 
 
 class HiveFileTest(lab.SystemTest):
@@ -225,7 +208,7 @@ class HiveFileTest(lab.SystemTest):
         self.assertIn(program.wait(), (0, 1, 2))
         self.assertNotIn(".reg", program.errors())
         hive = self.device.read_hive()
-        self.assertEqual(values_of(hive), dict(zip(SETTINGS, DEFAULTS)) | {"port": "6000", "ping selected": "no"})
+        self.assertEqual(documents.values_of(hive), documents.default_settings() | {"port": "6000", "ping selected": "no"})
 
     def test_lock_that_somebody_keeps_is_named_and_holds_up_no_test_for_long(self):
         text = lab.hive_text({lab.SETTINGS_KEY: {"port": "6000"}})
@@ -249,7 +232,7 @@ class HiveFileTest(lab.SystemTest):
             self.assertIn(program.wait(), (0, 1, 2))
             self.assertNotIn(".reg", program.errors())
         hive = self.device.read_hive()
-        self.assertEqual(values_of(hive), dict(zip(SETTINGS, DEFAULTS)))
+        self.assertEqual(documents.values_of(hive), documents.default_settings())
         self.assertTrue(hive.startswith('[HKEY_CURRENT_USER\\First]\n"a"="b" ; kept\n'), hive)
         self.assertEqual([name for name in os.listdir(self.device.registry_folder) if name.endswith(".tmp")], [])
 
@@ -265,7 +248,7 @@ class HiveFileTest(lab.SystemTest):
             program = self.device.start("-headless", "-duration", "0")
             self.assertEqual(program.wait(), 2)
             self.assertNotIn(".reg", program.errors())
-            self.assertEqual(values_of(self.device.read_hive()), dict(zip(SETTINGS, DEFAULTS)))
+            self.assertEqual(documents.values_of(self.device.read_hive()), documents.default_settings())
 
     def test_folder_that_cannot_be_made_leaves_the_defaults(self):
         os.rmdir(self.device.registry_folder)

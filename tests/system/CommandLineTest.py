@@ -5,6 +5,7 @@ import os
 import re
 import time
 
+import documents
 import lab
 import traffic
 
@@ -40,6 +41,13 @@ UNUSABLE = {
     ("--intervall=5",): "-intervall: there is no such option; did you mean -interval?",
     ("-verb\x1bose",): "-verb?ose: there is no such option",
 }
+
+
+def json_form(line):
+    """A row of JSON without what differs between two tests: the digits of its time, other numbers, and the peer."""
+    line = re.sub(r'(?<="time":")[^"]*', lambda time: re.sub(r"\d", "0", time[0]), line)
+    line = re.sub(r'"(address|name|label)":"[^"]*"', r'"\1":""', line)
+    return re.sub(r"(?<=:)\d+(?=[,}])", "0", line)
 
 
 class UnusableCommandLineTest(lab.SystemTest):
@@ -187,6 +195,16 @@ class OptionsTest(lab.SystemTest):
                 '"test":1,"address":"10.77.0.99","name":"\u00e9\\"x","label":"10.77.0.99 (\u00e9\\"x)","quality":0,'
                 f'"multicast":{none},"tcpip":{none},"udp":{none},"ping":{none},"final":true}}') + r"\n\Z"))
         self.assertEqual(json.loads(program.output())["name"], '\u00e9"x')
+
+    def test_the_documentation_shows_a_real_row_of_json(self):
+        chapter = documents.section("formats.md", "## Snapshots as JSON")
+        (documented,), = documents.examples(chapter)
+        program = self.device.start("-headless", "-format", "json", "-duration", "0", "-peer", f"{NOWHERE}=nobody")
+        program.wait()
+        self.assertEqual(json_form(program.output()), json_form(documented + "\n"))
+        fields = [field for cell in documents.first_cells(chapter) for field in cell]
+        # That one stands only where probes could not be made.
+        self.assertEqual([field for field in fields if field != "notMade"], list(json.loads(documented)))
 
     def test_table_is_what_is_printed_unless_something_else_is_asked_for(self):
         program = self.device.start("-headless", "-duration", "0", "-peer", f"{NOWHERE}=nobody")

@@ -5,10 +5,31 @@ import re
 import stat
 import time
 
+import documents
 import lab
 import traffic
 
 RULER = "-" * 80
+
+
+KIND = "(?:(?:tcpip|udp|multicast) (?:connector|listener)|pinger)"
+
+
+def line_patterns(samples):
+    """{sample: pattern} for the examples of a line that stand together in the documentation. Bare names of classes among
+    them may stand in place of the first example's class."""
+    classes = [sample for sample in samples if re.fullmatch(r"VTR_C\w+", sample)]
+    return {sample: line_pattern(sample, classes) for sample in samples if sample not in classes}
+
+
+def line_pattern(sample, classes):
+    """The pattern for a line: other figures, addresses, names and kinds of probe may stand in place of the sample's."""
+    pattern = re.escape(sample).replace(r"\ ", " ").replace(r"\#", "#")
+    pattern = re.sub(r"VTR_C\w+", lambda own: "(?:" + "|".join([own[0], *classes]) + ")", pattern)
+    pattern = re.sub(KIND, KIND, pattern)
+    pattern = pattern.replace(r"10\.0\.0\.7", r"[\d.]+").replace("pocket1", r"\S+").replace(r"\.\.\.", ".*")
+    # Columns are as wide as what stands in them.
+    return re.compile(re.sub("  +", "  +", re.sub(r" *(?<!\d)\d+(?![\d.])", r" *\\d+", pattern)))
 
 
 class LogTest(lab.SystemTest):
@@ -61,6 +82,38 @@ class LogTest(lab.SystemTest):
             "Created VTR_CMulticastListener", "Created VTR_CUdpListener", "Created VTR_CTcpipListener",
             "S Name: 10.77.0.2 (peer)               Quality:   0% Multicast:     0 / 0     Tcpip:     0 / 0     "
             "Udp:     0 / 0     Ping:     0 / 0    ", " ---- Test 1 complete ---"])
+
+    def test_the_documentation_shows_the_header_and_every_line_of_a_real_log(self):
+        self.peer.configure(*lab.PROTOCOLS)
+        self.peer.measure()
+        rest = []
+        # A named peer and one that is found; without the probes' texts and with them.
+        for peers, log_data in (({"peer": self.peer.address}, "no"), ({}, "yes")):
+            self.device.write_settings({"log events": "yes", "log data packets": log_data}, peers)
+            program = self.device.measure()
+            for line in ("tcpip listener received", "multicast listener received", "sent seq # 3 to 10.77.0.2"):
+                self.device.wait_for_log_line(re.escape(line), within=30)
+            program.stop()
+            lines = self.device.log_lines()
+            rest += lab.split_report(lines[6:])[1]
+            os.remove(self.device.log_path)
+        chapter = documents.section("formats.md", "## The test log")
+        header, = documents.examples(chapter)
+        self.assertEqual([re.sub(r"(?<=: )(/|Version ).*|\d+", "", line) for line in lines[:6]],
+                         [re.sub(r"(?<=: )(/|Version ).*|\d+", "", line) for line in header])
+        patterns = {}
+        for samples in documents.first_cells(chapter):
+            patterns.update(line_patterns(samples))
+        seen = set()
+        for line in rest:
+            if "SOCKET ERROR" in line:  # of a device that comes before the other
+                continue
+            found = {sample for sample, pattern in patterns.items() if pattern.fullmatch(line[9:])}
+            self.assertTrue(found, line)
+            seen |= found
+        of_failures = {sample for sample in patterns if "ERROR" in sample or "failed" in sample}
+        of_the_report = {sample for sample in patterns if sample.startswith("**")}
+        self.assertEqual(set(patterns) - of_failures - of_the_report - seen, set())
 
     def test_program_that_starts_again_begins_the_log_anew(self):
         self.device.configure("udp", description="first")

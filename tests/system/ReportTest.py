@@ -11,11 +11,14 @@ import struct
 import subprocess
 import time
 
+import documents
 import lab
 
 MACHINE_HIVE = "HKEY_LOCAL_MACHINE.reg"
 CURRENT_USER = r"HKEY_CURRENT_USER\Software\Vantiro Networks"
 LOCAL_MACHINE = r"HKEY_LOCAL_MACHINE\Software\Vantiro Networks"
+OWNER_KEY = r"HKEY_CURRENT_USER\ControlPanel\Owner"
+PAGE = "configuration-report.md"
 NO_INTERFACE = "linkometry: no network interface has an address by which other devices could reach this one"
 
 
@@ -31,6 +34,12 @@ def adapter(name, description, addresses=(), gateways=(), mac="Not Set", dhcp="n
               ["   IP Address: Not Set"]),
             f"   Lease Expires: {expires}", f"   Lease Obtained: {obtained}", f"   Mac Address: {mac}",
             "   Uses Wins: no", "   Primary Wins: Not Set", "   Secondary Wins: Not Set", f"   Type: {number}"]
+
+
+def setting_line(line, changed):
+    """A line about a setting with the text that stands behind its label in `changed`, if any does."""
+    label, colon, _ = line[3:].rpartition(": ")
+    return f"   {label}{colon}{changed[label]}" if label in changed else line
 
 
 def shown(seconds):
@@ -116,6 +125,39 @@ class ReportTest(lab.SystemTest):
 
 
 class WholeReportTest(ReportTest):
+    def become_the_documented_device(self):
+        """The device of the documentation's examples, all that a test can choose of it."""
+        self.device.join(self.lab.add_network())
+        self.ip("address flush dev eth0", "address flush dev eth1", "link set eth0 address 00:0a:95:9d:68:16",
+                "link set eth1 address 00:0a:95:9d:68:17", "address add 192.0.2.17/24 brd + dev eth0",
+                "route add default via 192.0.2.1")
+        self.put("/etc/resolv.conf", "search example.net\nnameserver 192.0.2.53\nnameserver 192.0.2.54\n")
+        self.put("/etc/os-release", 'PRETTY_NAME="Debian GNU/Linux 12 (bookworm)"\n')
+        self.put("/var/lib/dhcp/dhclient.eth0.leases",
+                 'lease {\n  interface "eth0";\n  fixed-address 192.0.2.17;\n  option dhcp-lease-time 86400;\n'
+                 "  option dhcp-server-identifier 192.0.2.1;\n  expire 6 2026/11/21 22:04:00;\n}\n")
+        self.device.write_hive(lab.hive_text({OWNER_KEY: {"Owner": "Ada Lovelace"},
+                                              lab.PEERS_KEY: {"Gate 1": "192.0.2.21"}}))
+
+    def as_documented(self, line):
+        """A line of a report as it is on the documentation's device: kernel, program file and version are others."""
+        if re.fullmatch(r"Linux version \d+\.\d+ Debian GNU/Linux 12 \(bookworm\) Build \d+", line):
+            return "Linux version 6.18 Debian GNU/Linux 12 (bookworm) Build 44"
+        return {f"   {lab.program_version()}": "   Version 1.0.0.0",
+                f"   Application Name: {os.path.realpath(lab.program_path())}":
+                    "   Application Name: /usr/local/bin/linkometry",
+                # What ends in blanks does not show in a text.
+                " ": ""}.get(line, line)
+
+    def test_the_documentation_shows_a_real_report_line_by_line(self):
+        self.become_the_documented_device()
+        in_the_log, = documents.examples(documents.section(PAGE, "## In the log"))
+        self.assertEqual([" ---- Test 1 starting ---", *map(self.as_documented, self.report())], in_the_log)
+        _, in_a_file = documents.examples(documents.section(PAGE, "## In a file"))
+        text = self.local_info()
+        self.assertTrue(text.endswith("\r\n"))
+        self.assertEqual([self.as_documented(line) for line in text.split("\r\n")[:-1]], in_a_file)
+
     def test_a_device_that_the_test_configured_is_reported_line_by_line(self):
         self.device.join(self.lab.add_network())
         self.put("/etc/resolv.conf", "search office.example lab.example\nnameserver 10.77.0.53\nnameserver 10.78.0.53\n")
@@ -162,15 +204,13 @@ class WholeReportTest(ReportTest):
             "**End of Other System IP Settings**",
             "**Adapter IP Settings**", *joined(groups[name] for name in by_index), "**End of Adapter IP Settings**",
             "**End of IP Settings**"])
-        self.assertEqual(self.block("Application Settings", report), [
-            f"   {lab.program_version()}", "   Anyone In Reach selected: yes",
-            f"   Application Name: {os.path.realpath(lab.program_path())}", "   Description: The meadow",
-            "   Display Name: Host Name", "   Frequency Qty: 2", "   Frequency Units: 60000 milliseconds",
-            "   Log Data Packets: no", "   Log Events: no", "   Logfile Name: VantiroDiagnostics.txt",
-            "   Multicast Group: 228.227.226.225", "   Multicast Port: 7550", "   Multicast Selected: no",
-            "   Multicast Ttl: 3", "   Named Ip Address: 10.77.0.9 (Gate 1)", "   Named Ip Address Selected: yes",
-            "   Overhead Packet Size: 10", "   Ping Selected: no", "   Port: 5009", "   Tcpip Selected: no",
-            "   Udp Selected: yes"])
+        changed = {"": lab.program_version(), "Application Name": os.path.realpath(lab.program_path()),
+                   "Description": "The meadow", "Frequency Qty": "2", "Frequency Units": "60000 milliseconds",
+                   "Multicast Selected": "no", "Named Ip Address": "10.77.0.9 (Gate 1)", "Ping Selected": "no",
+                   "Tcpip Selected": "no"}
+        documented, = documents.examples(documents.section(PAGE, "## In the log"))
+        self.assertEqual(self.block("Application Settings", report),
+                         [setting_line(line, changed) for line in self.block("Application Settings", documented)])
         registry = self.block("Vantiro Registry Settings", report)
         self.assertEqual(registry[:2], [rf"recursivly logging {CURRENT_USER}", rf"{CURRENT_USER}\Vantiro Diagnostic"])
         self.assertEqual(registry[-3:], [rf" {CURRENT_USER}\Vantiro Diagnostic\Named-IP-Addresses",

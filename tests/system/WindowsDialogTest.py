@@ -3,20 +3,13 @@
 import os
 import re
 
+import documents
 import lab
 import traffic
 import windows
 from windows import ADD_IP, CANCEL, INFO, LOG, OCTETS, OK, PEER_NAME, PEERS, RESET, START, STOP
 
 SETTINGS = r"HKCU\Software\Vantiro Networks\Vantiro Diagnostic"
-DEFAULTS = {
-    "display name": "Host Name", "description": "This is a linkometry test logfile", "frequency qty": "1",
-    "frequency units": "seconds", "log data packets": "no", "log events": "no",
-    "log filename": "VantiroDiagnostics.txt", "multicast group": "228.227.226.225", "multicast port": "7550",
-    "multicast selected": "yes", "multicast ttl": "3", "overhead bytes": "10",
-    "peer set includes anyone-in-reach": "yes", "peer set includes named-ip-addresses": "yes", "ping selected": "yes",
-    "port": "5009", "tcpip selected": "yes", "udp selected": "yes",
-}
 HEADERS = ["IP-Address (name)", "Quality (%)", "Mcast (Recv/Total)", "Tcpip (Recv/Total)", "Udp (Recv/Total)",
            "Ping (Ack/Sent)"]
 CENTRED = "2"
@@ -67,10 +60,11 @@ class MainDialogTest(WindowsTest):
         self.assertEqual([column[1] for column in columns[1:]], [CENTRED] * 5)
         self.assertTrue(all(int(column[2]) > 50 for column in columns), columns)
         self.assertEqual(dialog.rows(), [])
-        self.assertEqual(self.windows.registry(SETTINGS), DEFAULTS)
+        defaults = documents.default_settings()
+        self.assertEqual(self.windows.registry(SETTINGS), defaults)
         lines = self.windows.log_lines()
         self.assertEqual((lines[0], lines[1], lines[5]),
-                         ("-" * 80, "Description: This is a linkometry test logfile", "-" * 80))
+                         ("-" * 80, f"Description: {defaults['description']}", "-" * 80))
         self.assertEqual(len(lines), 6)
         self.windows.picture("main-stopped")
 
