@@ -218,15 +218,6 @@ class ExampleSettingsTest(TemporaryTest):
     def test_it_holds_the_programs_own_defaults(self):
         self.assertEqual(default_settings(), values_of(self.read_by_the_program()))
 
-    def test_it_holds_every_setting_of_the_document_with_its_default(self):
-        section = read("docs", "hive-files.md").partition("## The settings")[2].partition("\n## ")[0]
-        documented = {}
-        for names, defaults in re.findall(r"^\| (`.*?) \| (`.*?) \|", section, re.MULTILINE):
-            names, defaults = re.findall("`(.*?)`", names), re.findall("`(.*?)`", defaults)
-            # One default may stand for all names of its line.
-            documented.update(zip(names, defaults if len(defaults) > 1 else defaults * len(names)))
-        self.assertEqual(default_settings(), documented)
-
 
 class InstallationTest(TemporaryTest):
     DOCUMENTS = "share/doc/linkometry/"
