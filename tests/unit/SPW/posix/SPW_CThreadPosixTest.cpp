@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <pthread.h>
+#include <sys/syscall.h>
 
 #include <atomic>
 #include <cerrno>
@@ -45,15 +46,13 @@ std::function<void()> atTimeOut;
 
 }  // namespace
 
-// And its timed waits here.
-extern "C" int __real_pthread_cond_timedwait(pthread_cond_t*, pthread_mutex_t*, const timespec*);
-extern "C" int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
-                                             const timespec* deadline) {
-    const int result = __real_pthread_cond_timedwait(condition, mutex, deadline);
-    if (result == ETIMEDOUT && atTimeOut) {
-        pthread_mutex_unlock(mutex);
+// And its calls of the kernel by number here, waits among them.
+extern "C" long __real_syscall(long number, ...);
+extern "C" long __wrap_syscall(long number, long first, long second, long third, long fourth, long fifth, long sixth) {
+    const long result = __real_syscall(number, first, second, third, fourth, fifth, sixth);
+    if (number == SYS_futex && result == -1 && errno == ETIMEDOUT && atTimeOut) {
         std::exchange(atTimeOut, nullptr)();
-        pthread_mutex_lock(mutex);
+        errno = ETIMEDOUT;
     }
     return result;
 }

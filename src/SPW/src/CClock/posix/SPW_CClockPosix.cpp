@@ -11,23 +11,7 @@ namespace {
 
 constexpr std::uint64_t kPerSecond = 10000000;
 
-// How long a sleep of 0 lasts. Every sender sleeps a tenth of what is left of its period again and again, and 0 ms many
-// times over in the last 10 ms, so with thousands of threads the wake-ups are what costs. Measured with threads that do
-// nothing but follow that schedule, period 1 s, on a virtual machine with two cores, Linux 6.18; processor time in
-// cores, median lateness of the send:
-//
-//   sleep(0)  timer slack    768 threads      3000 threads
-//     50 us      50 us      0.43  0.05 ms     1.10  0.1 ms
-//      1 ms      50 us      0.32  0.6 ms      0.87  0.6 ms
-//     50 us       1 ms      0.16  0.6 ms      0.60  0.6 ms
-//      1 ms       1 ms      0.15  0.9 ms      0.57  1.0 ms    as here
-//      2 ms       1 ms      0.15  1.5 ms      0.57  1.7 ms
-//      5 ms       1 ms      0.15  2.0 ms      0.52  2.7 ms
-//      1 ms       5 ms      0.10  3.2 ms      0.44  2.7 ms
-//
-// It is the slack that pays (SPW_CThreadPosix.cpp sets it): it lets the sleeps of many threads end in one interrupt.
-// Beside it the length of this sleep hardly matters, so it is a short one. Of a hundred sends ninety-nine were at most
-// 3 ms late in undisturbed runs as here; with other work on both cores, 20 to 80 ms.
+// How long a sleep of 0 lasts. Shorter ones cost more processor time than they are worth.
 constexpr std::uint64_t kShortestSleepNs = 1000000;
 
 std::uint64_t read100ns(clockid_t clock) {

@@ -1,5 +1,10 @@
 #include "SPW_CGatePosix.h"
 
+#include <errno.h>
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 namespace {
 
 // Holds a mutex for the life of a block.
@@ -26,12 +31,21 @@ timespec monotonicDeadline(std::uint32_t timeoutMs) {
     return deadline;
 }
 
-void initialiseMonotonic(pthread_cond_t& condition) {
-    pthread_condattr_t attributes;
-    pthread_condattr_init(&attributes);
-    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
-    pthread_cond_init(&condition, &attributes);
-    pthread_condattr_destroy(&attributes);
+// False when the deadline on the monotonic clock has passed; null is none.
+bool sleepUntilSet(std::atomic<std::uint32_t>& word, const timespec* deadline) {
+    while (word.load(std::memory_order_acquire) == 0) {
+        const long result =
+            syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, 0, deadline, nullptr, FUTEX_BITSET_MATCH_ANY);
+        if (result == -1 && errno == ETIMEDOUT) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void setAndWake(std::atomic<std::uint32_t>& word) {
+    word.store(1, std::memory_order_release);
+    (void)syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1);
 }
 
 }  // namespace
@@ -46,26 +60,46 @@ SPW_CGatePosix::~SPW_CGatePosix() {
 }
 
 bool SPW_CGatePosix::wait(std::uint32_t timeoutMs) {
-    const Hold hold(m_mutex);
-    if (takeFree()) {
-        return true;
-    }
     if (timeoutMs == 0) {
-        return false;
+        return waitInLine(kLookOnly, {});
     }
     if (timeoutMs == kSPWForever) {
-        return waitInLine(nullptr);
+        return waitInLine(kForever, {});
     }
-    const timespec deadline = monotonicDeadline(timeoutMs);
-    return waitInLine(&deadline);
+    return waitInLine(kUntilDeadline, monotonicDeadline(timeoutMs));
 }
 
 bool SPW_CGatePosix::waitUntil(const timespec& deadline) {
-    const Hold hold(m_mutex);
-    return takeFree() || waitInLine(&deadline);
+    return waitInLine(kUntilDeadline, deadline);
 }
 
-bool SPW_CGatePosix::takeFree() {
+bool SPW_CGatePosix::waitInLine(Limit limit, const timespec& deadline) {
+    Waiter self;
+    {
+        const Hold hold(m_mutex);
+        if (takeUnit()) {
+            return true;
+        }
+        if (limit == kLookOnly) {
+            return false;
+        }
+        *m_end = &self;
+        m_end = &self.next;
+    }
+    if (sleepUntilSet(self.isGranted, limit == kUntilDeadline ? &deadline : nullptr)) {
+        return true;
+    }
+    {
+        const Hold hold(m_mutex);
+        if (leaveLine(&self)) {
+            return false;
+        }
+    }
+    // A release took it out of the line just now. It is about to set the word, which must still be there then.
+    return sleepUntilSet(self.isGranted, nullptr);
+}
+
+bool SPW_CGatePosix::takeUnit() {
     if (m_count == 0) {
         return false;
     }
@@ -75,60 +109,59 @@ bool SPW_CGatePosix::takeFree() {
     return true;
 }
 
-bool SPW_CGatePosix::waitInLine(const timespec* deadline) {
-    Waiter self;
-    initialiseMonotonic(self.wake);
-    self.granted = false;
-    self.next = nullptr;
-    *m_end = &self;
-    m_end = &self.next;
-    int failure = 0;
-    while (!self.granted && failure == 0) {
-        failure = deadline == nullptr ? pthread_cond_wait(&self.wake, &m_mutex)
-                                      : pthread_cond_timedwait(&self.wake, &m_mutex, deadline);
-    }
-    if (!self.granted) {
-        leaveLine(&self);
-    }
-    pthread_cond_destroy(&self.wake);
-    return self.granted;
-}
-
-bool SPW_CGatePosix::release() {
-    const Hold hold(m_mutex);
-    if (m_first != nullptr && !m_staysOpen) {
-        grantFirst();
-        return true;
-    }
-    while (m_first != nullptr) {
-        grantFirst();
-    }
-    if (m_count == m_maximum) {
-        return false;
-    }
-    ++m_count;
-    return true;
-}
-
-void SPW_CGatePosix::close() {
-    const Hold hold(m_mutex);
-    m_count = 0;
-}
-
-void SPW_CGatePosix::grantFirst() {
-    Waiter* const waiter = m_first;
-    leaveLine(waiter);
-    waiter->granted = true;
-    pthread_cond_signal(&waiter->wake);
-}
-
-void SPW_CGatePosix::leaveLine(const Waiter* waiter) {
+bool SPW_CGatePosix::leaveLine(const Waiter* waiter) {
     Waiter** link = &m_first;
-    while (*link != waiter) {
+    while (*link != nullptr && *link != waiter) {
         link = &(*link)->next;
+    }
+    if (*link == nullptr) {
+        return false;
     }
     *link = waiter->next;
     if (m_end == &waiter->next) {
         m_end = link;
     }
+    return true;
+}
+
+bool SPW_CGatePosix::release() {
+    Waiter* granted = nullptr;
+    {
+        const Hold hold(m_mutex);
+        granted = takeGranted();
+        if (granted == nullptr || m_staysOpen) {
+            if (m_count == m_maximum) {
+                return false;
+            }
+            ++m_count;
+        }
+    }
+    while (granted != nullptr) {
+        Waiter* const next = granted->next;  // the waiter goes with its word
+        setAndWake(granted->isGranted);
+        granted = next;
+    }
+    return true;
+}
+
+// Takes those out of the line whom a release frees: the first, or all of a gate that stays open.
+SPW_CGatePosix::Waiter* SPW_CGatePosix::takeGranted() {
+    Waiter* const granted = m_first;
+    if (granted == nullptr) {
+        return nullptr;
+    }
+    Waiter* const rest = m_staysOpen ? nullptr : granted->next;
+    if (!m_staysOpen) {
+        granted->next = nullptr;
+    }
+    m_first = rest;
+    if (rest == nullptr) {
+        m_end = &m_first;
+    }
+    return granted;
+}
+
+void SPW_CGatePosix::close() {
+    const Hold hold(m_mutex);
+    m_count = 0;
 }

@@ -1,6 +1,5 @@
 #include <dlfcn.h>
 #include <pthread.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,13 +16,7 @@ struct Start {
     void* argument;
 };
 
-// How far the kernel may move a thread's wake-up to let it coincide with others (its own choice is 50 us). Thousands of
-// senders sleep some forty times a period each; with a millisecond their sleeps fall together and cost a third less
-// processor time. See SPW_CClockPosix.cpp for the measurements.
-constexpr unsigned long kTimerSlackNs = 1000000;
-
 extern "C" void* runThread(void* start) {
-    prctl(PR_SET_TIMERSLACK, kTimerSlackNs);
     const Start copy = *static_cast<Start*>(start);
     delete static_cast<Start*>(start);
     copy.entry(copy.argument);
