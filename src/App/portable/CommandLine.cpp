@@ -18,8 +18,8 @@ bool isDigit(char16_t c) {
     return c >= u'0' && c <= u'9';
 }
 
-// Seconds, with a decimal fraction or without, as milliseconds; what is left of a millisecond counts as a whole one,
-// so that only zero is zero. False for anything else, signs and exponents included.
+// Reads seconds, with a decimal fraction or without, as milliseconds. A part of a millisecond counts as a whole one,
+// and only zero gives zero. Returns false for anything else, also for signs and exponents.
 bool parseSeconds(const SPW_CString& text, std::int64_t& milliseconds) {
     const char16_t* c = text.text();
     bool hasDigits = false;
@@ -67,8 +67,8 @@ int hexDigit(char16_t c) {
     return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
 }
 
-// A number as "%X" reads it: blanks before it, a prefix 0x and anything behind it do not matter. Of a longer number the
-// low 32 bits count, which are all that a window handle has. Leaves value alone when there is no digit.
+// Reads a number as "%X" does: blanks before it, a prefix 0x and anything behind it do not matter. Of a longer number
+// the low 32 bits count, because a window handle has no more. Leaves value alone if there is no digit.
 void parseHex(const SPW_CString& text, std::uintptr_t& value) {
     const char16_t* c = text.text();
     while (*c == u' ' || *c == u'\t') {
@@ -91,7 +91,7 @@ SPW_CString quoted(const SPW_CString& token) {
     return SPW_CString(u"\"") + showableText(token) + u"\"";
 }
 
-// Each takes an option's argument in and answers why it cannot be used, or an empty text.
+// Each of these takes in an option's argument. It returns why the argument cannot be used, or an empty text.
 
 SPW_CString takeSeconds(const SPW_CString& argument, std::int64_t& milliseconds) {
     return parseSeconds(argument, milliseconds) ? SPW_CString() : quoted(argument) + u" is not a number of seconds";
@@ -129,8 +129,8 @@ bool isLetter(char16_t c) {
     return lower >= u'a' && lower <= u'z';
 }
 
-// Whether it can be a host's name at all; whether there is such a host is another question. One that ends in a number
-// is a mistyped address: the resolver would take "10.0.7" for 10.0.0.7.
+// Whether the text can be a host's name at all. Nobody asks here whether there is such a host. A text that ends in a
+// number is a mistyped address: the resolver would take "10.0.7" for 10.0.0.7.
 bool isHostName(const SPW_CString& text) {
     constexpr int kLongestName = 253;
     for (int i = 0; i < text.length(); ++i) {
@@ -144,7 +144,7 @@ bool isHostName(const SPW_CString& text) {
     return !text.isEmpty() && text.length() <= kLongestName && text.first() != u'.' && !endsInNumber;
 }
 
-// A host is called what the user calls it, as far as there is room.
+// The peer's name is what the user calls the host, cut where there is no room for all of it.
 SPW_CString nameOfHost(const SPW_CString& host) {
     const int dot = host.find(u'.');
     const bool isWhole = host.length() <= kPeerNameLimit || dot <= 0;
@@ -178,7 +178,7 @@ SPW_CString takePeer(CommandLine& line, const SPW_CString& argument, CommandLine
 
 struct Option {
     const char16_t* name;
-    // One of the two. With neither it belongs to the report, which is looked for first.
+    // One of the two is set. An option with neither belongs to the report, which is looked for first.
     bool CommandLine::*flag;
     SPW_CString (*take)(CommandLine& line, const SPW_CString& argument, CommandLine::Style style);
 
@@ -214,7 +214,7 @@ struct Word {
     bool hasArgument = false;
 };
 
-// kWindowsStyle knows two dashes with these two alone, and no "=".
+// kWindowsStyle knows two dashes only with these two options, and no "=".
 Word wordOf(const SPW_CString& token, CommandLine::Style style) {
     Word word;
     word.name = token;
@@ -266,7 +266,8 @@ int distance(const SPW_CString& one, const char16_t* other) {
     return row[second.length()];
 }
 
-// ", did you mean -duration?", or nothing when no option is like it. One that it is the beginning of goes first.
+// Returns ", did you mean -duration?", or nothing if no option is like the name. An option that begins with the name
+// goes first.
 SPW_CString suggestionFor(const SPW_CString& name) {
     constexpr int kMostChanges = 2;
     constexpr int kFewestLetters = 3;
@@ -286,7 +287,7 @@ SPW_CString suggestionFor(const SPW_CString& name) {
 
 typedef SPW_CArray<SPW_CString> Tokens;
 
-// How many tokens the report's option at index takes; 0 when there is none, or its argument is missing.
+// Returns how many tokens the report's option at index takes. Returns 0 if there is none or its argument is missing.
 int reportLength(const Tokens& tokens, int index, CommandLine::Style style) {
     const Word word = wordOf(tokens[index], style);
     const Option* option = findOption(word.name);
@@ -340,8 +341,8 @@ int takeOption(const Tokens& tokens, int index, const Option& option, const Word
     return 2;
 }
 
-// Takes in the token at index, with what belongs to it, and answers how many tokens that are; 0 when the line cannot be
-// used (line.error says why).
+// Takes in the token at index with what belongs to it, and returns how many tokens these are. Returns 0 if the line
+// cannot be used; line.error says why.
 int scanToken(const Tokens& tokens, int index, CommandLine::Style style, CommandLine& line) {
     int used = reportLength(tokens, index, style);
     if (used > 0) {

@@ -13,5 +13,6 @@ enum class PeerAdded {
 };
 
 // Adds a peer whose address is a dotted quad or a host's name. Of a host with several addresses the first is taken.
-// why: if it was not added, the reason for the user to read, safe to show. Blocks while a name server is asked.
+// why: the reason if the peer was not added, for the user to read and safe to show. Blocks while a name server is
+// asked.
 PeerAdded addPeer(TestEngine& engine, const PeerRecord& argument, SPW_CString& why);

@@ -21,10 +21,10 @@ bool makeReport(SPW_CString& text) {
 
 }  // namespace
 
-// The file comes first: without it the device is not even asked.
+// The file comes first. If it cannot be opened the device is not asked at all.
 bool writeReport(const SPW_CString& path) {
     SPW_CFile file;
-    // Whoever waits for the report may have the file open already.
+    // The program that waits for the report may have the file open already.
     if (file.openCreateShared(path) != 0) {
         return false;
     }

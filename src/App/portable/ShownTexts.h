@@ -3,16 +3,16 @@
 #include "SPW_CArray.h"
 #include "SPW_CString.h"
 
-// Which texts the user has been shown lately, so that what happens again every period is not shown every period.
+// Remembers which texts the user has been shown lately. A failure that comes again every period is thus shown once.
 //
 // Threads: none; the owner locks.
 class ShownTexts {
 public:
-    // Enough for every text that the program's own places can report. The memory is bounded all the same: of more texts
-    // than that the oldest is forgotten, and would be shown again.
+    // Enough for every text that the program's own places can report. Beyond that number the oldest text is forgotten,
+    // and would be shown again; the memory stays bounded.
     static constexpr int kRemembered = 256;
 
-    // True when the text has not been shown lately. It counts as shown from here on.
+    // Returns true if the text has not been shown lately. From then on it counts as shown.
     bool isNew(const SPW_CString& text);
 
 private:

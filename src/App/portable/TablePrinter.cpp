@@ -10,12 +10,12 @@
 namespace {
 
 constexpr int kWidestLabel = 60;
-// The least that a label is cut to is "255.255.255.255" and an ellipsis. A form of the table that leaves more, as that
-// for 80 columns does, is not given up for a narrower one, though it cuts names.
+// A label is never cut to less than "255.255.255.255" and an ellipsis. A form of the table that leaves the useful
+// width, as the one for 80 columns does, is not given up for a narrower form, though it cuts names.
 constexpr int kNarrowestLabel = 16;
 constexpr int kUsefulLabel = 22;
 
-// One line's texts. Not on the stack, which is small on a handheld.
+// One line's texts. They are not on the stack, because a handheld's stack is small.
 class Cells {
 public:
     SPW_CString& operator[](int column) { return m_texts[static_cast<std::size_t>(column)]; }
@@ -77,8 +77,8 @@ public:
         m_widths[kLabelColumn] = std::min(m_widths[kLabelColumn], kWidestLabel);
     }
 
-    // Gives the label the room that a terminal of that width leaves. False when that is so little that a narrower form
-    // had better be taken.
+    // Gives the label the room that a terminal of that width leaves. Returns false if the room is too little and a
+    // narrower form is better.
     bool fit(int width) {
         int room = width;
         for (int column = kLabelColumn + 1; column < kPeerColumns; ++column) {
@@ -134,7 +134,7 @@ Layout layoutFor(int width, const SPW_CArray<PeerRowValues>& rows) {
     return layout;
 }
 
-// One line for each row whose probes could not all be made; of many, for the first ones.
+// Appends one line for each row whose probes could not all be made, and of many rows only for the first ones.
 void appendNotMade(SPW_CString& table, const SPW_CArray<PeerRowValues>& rows) {
     constexpr int kMostLines = 5;
     int count = 0;

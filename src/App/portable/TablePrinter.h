@@ -15,12 +15,13 @@ struct TableHeading {
 // A table as wide as it needs to be.
 constexpr int kAnyWidth = 0;
 
-// A heading line, the column headers and one line per row, in the order given; lines end with LF.
-// Columns are as wide as their widest cell on the screen; a longer label than 60 columns is cut. With no row, one line
-// says so.
-// width: columns of the terminal, or kAnyWidth. Where the table is wider its headers get two lines, then the gaps one
-// column, then the headers one word; the label has the rest of the room. Its address is not cut, so on less than some
-// 50 columns lines are longer than the terminal.
+// Returns a heading line, the column headers and one line per row, in the order given. Lines end with LF. Columns are
+// as wide as their widest cell on the screen. A label longer than 60 columns is cut. Without rows one line says that
+// there are none.
+//
+// width: columns of the terminal, or kAnyWidth. A table that is wider is made narrower in steps: first its headers get
+// two lines, then its gaps one column, then its headers one word. The label has the rest of the room. Its address is
+// never cut, and lines are therefore longer than a terminal of less than some 50 columns.
 SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowValues>& rows, int width = kAnyWidth);
 
 // How many of the rows have at least minimumQuality percent.

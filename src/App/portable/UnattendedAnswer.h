@@ -2,5 +2,5 @@
 
 #include "SPW_CError.h"
 
-// The answer with which work goes on when nobody can be asked.
+// Returns the answer with which work goes on if nobody can be asked.
 SPW_CMessageBox::Answer answerThatGoesOn(SPW_CMessageBox::Buttons buttons);

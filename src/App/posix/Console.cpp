@@ -17,7 +17,7 @@ constexpr int kErrorPatienceMs = 2000;
 
 std::atomic<bool> isErrorStalled{false};
 
-// Waits until the descriptor takes something. False when it does not in that time (-1: without limit).
+// Waits until the descriptor takes something. Returns false if it does not in that time. -1 waits without limit.
 bool waitForRoom(int descriptor, int timeoutMs) {
     pollfd source = {descriptor, POLLOUT, 0};
     int result;
@@ -38,7 +38,7 @@ void sayOnStandardError(const std::string& text) {
     if (isErrorStalled) {
         return;
     }
-    // Who does not hear this cannot be told.
+    // If standard error fails too, nobody can be told.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Whom an information is for does not care which class found it out; an error's place helps to mend it.
+// An information is for the user, who does not care which class found it out. An error's place helps to mend it.
 SPW_CString whatToSay(const SPW_CString& text, const SPW_CString& caption, SPW_CMessageBox::Icon icon) {
     static const char16_t kBeforeMessage[] = u"\n\nMessage: ";
     const int place = text.findText(kBeforeMessage);
@@ -23,7 +23,7 @@ SPW_CString whatToSay(const SPW_CString& text, const SPW_CString& caption, SPW_C
 
 SPW_CMessageBox::Answer ConsoleMessageBox::show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons,
                                                 Icon icon) {
-    // One line a box: the line feed between place and message becomes a blank.
+    // A box becomes one line. The line feed between place and message becomes a blank.
     std::string line;
     SPW_CString rest = whatToSay(text, caption, icon);
     for (SPW_CString part = rest.nextToken(u"\n"); !part.isEmpty(); part = rest.nextToken(u"\n")) {

@@ -5,9 +5,9 @@
 #include "SPW_CError.h"
 #include "ShownTexts.h"
 
-// The reporter's message boxes on a program without a screen: lines on standard error, answered with the button that
-// goes on. A text that was shown before is not shown again: a cable that is out, or a disk that is full, would repeat
-// it every period. Any thread.
+// The reporter's message boxes in a program without a screen. Each is a line on standard error, and its answer is the
+// button with which work goes on. A text is shown once, because a pulled cable or a full disk would repeat it every
+// period. Any thread.
 class ConsoleMessageBox final : public SPW_CMessageBox {
 public:
     Answer show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons, Icon icon) override;

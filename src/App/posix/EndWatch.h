@@ -6,12 +6,12 @@
 #include "Signals.h"
 #include "TestEngine.h"
 
-// Keeps what can block for ever from holding up the program's end: it looks on, on the thread of the signals, while the
-// program ends.
+// Some things can block for ever. This class keeps them from holding up the program's end. It watches them on the
+// thread of the signals while the program ends.
 //
-// - A log that takes no lines is given up: whoever waits for it goes on, and its lines are lost.
+// - A log that takes no lines is given up. The threads that wait for it go on, and its lines are lost.
 // - A start that does not come to its end, because a settings file is locked or a name server silent, ends the program.
-// - So does a screen whose terminal takes nothing, so that it never comes to hear of the end.
+// - A screen whose terminal takes nothing never hears of the end. It ends the program, too.
 //
 // Threads: any.
 class EndWatch {
@@ -30,10 +30,11 @@ public:
     // Around everything that is done on the screen. Between them the program may end with status 1.
     void screenBegins();
     void screenEnds();
-    // From here on the engine's log is looked at; until waitForLog() the engine must live.
+    // From here on the engine's log is watched. The engine must live until waitForLog().
     void lookAtLogOf(TestEngine& engine);
-    // Waits until the log has taken all that was handed over. False, and the user is told, when it was given up: the
-    // log's thread may never come back then, so the engine must not be destroyed; the process is to end by _exit.
+    // Waits until the log has taken all that was handed over. If the log was given up, it tells the user and returns
+    // false. The log's thread may then never come back: the engine must not be destroyed, and the process must end by
+    // _exit.
     bool waitForLog();
 
 private:

@@ -42,7 +42,7 @@ void EngineWorker::logReport() {
 
 void EngineWorker::addPeer(const PeerRecord& peer) {
     ask([this, peer] {
-        // Asked once more: when the user was, the thread may have been busy, with the same address still to be added.
+        // The box has asked this before. Since then the thread may have added the same address.
         SPW_CArray<SPW_CString> known;
         m_engine->knownAddresses(known);
         const SPW_CString why = whyNotAdded(peer.address, known);
@@ -75,14 +75,14 @@ void EngineWorker::makeEngine() {
     m_engine = std::make_unique<TestEngine>(&m_board, true);
     m_endWatch.lookAtLogOf(*m_engine);
     tellProblems();
-    // Not before: what keeps the engine from opening its log has just been said in plainer words.
+    // Errors are shown only from here on, because tellProblems() has just said in plainer words why there is no log.
     SPW_CError::instance->setShowErrors(true);
     addPeers();
     m_endWatch.startEnds();
     tell([title = m_engine->title(), log = openLog()](Screen& screen) { screen.ready(title, log); });
 }
 
-// One that is known already is worth no box: the test is the one that was asked for.
+// A peer that is known already needs no box, because the test is the one that the user has asked for.
 void EngineWorker::addPeers() {
     for (int i = 0; i < m_options.peers.numberOfElements(); ++i) {
         SPW_CString why;
@@ -103,7 +103,7 @@ void EngineWorker::start() {
 }
 
 void EngineWorker::begin() {
-    // What keeps the log from being opened is told in plainer words.
+    // tellProblems() says in plainer words why the log cannot be opened.
     SPW_CError::instance->setShowErrors(false);
     m_engine->retryLog();
     SPW_CError::instance->setShowErrors(true);
@@ -136,7 +136,7 @@ void EngineWorker::tellProblems() {
     }
 }
 
-// Empty when there is none.
+// Returns the path of the log, or an empty text if there is no log.
 SPW_CString EngineWorker::openLog() const {
     const bool hasLog =
         !hasProblem(problems(), StartProblem::kLogInUse) && !hasProblem(problems(), StartProblem::kLogNotOpened);

@@ -17,20 +17,20 @@
 #include "TestEngine.h"
 #include "Wakeup.h"
 
-// Owns the test engine and does what the screen's user asks of it, one thing after another on a thread of its own:
-// starting and stopping may take seconds, and the screen goes on meanwhile. What came of it goes back to the screen.
+// Owns the test engine and does what the screen's user asks for, one thing after another, on a thread of its own.
+// Starting and stopping may take seconds, and the screen goes on meanwhile. The results go back to the screen as news.
 //
-// Threads: the screen's own, but for what the engine tells.
+// Threads: all functions are for the screen's thread. The engine tells the board on any thread.
 class EngineWorker final : public ScreenCommands, private RowBoard::Listener {
 public:
     using News = std::function<void(Screen&)>;
 
-    // Makes the engine, with the peers of the options. `wakeup` is woken when there is something to take; all four
-    // must outlive the worker.
+    // Makes the engine, with the peers of the options. `wakeup` is woken when there is something to take. All four must
+    // outlive the worker.
     EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box, EndWatch& endWatch);
     ~EngineWorker() override;
 
-    // False when there was no thread to be had: nothing is done then.
+    // False if the system has refused the thread. Then nothing is done.
     bool isReady() const { return m_thread.isRunning(); }
     void startTest() override;
     void stopTest() override;
@@ -45,7 +45,7 @@ public:
     std::vector<News> takeNews();
     RowBoard& board() { return m_board; }
 
-    // Ends the thread, when it is through with all that was asked for: a report for the log, for one, is written though
+    // Ends the thread after it has done all that was asked for. A report for the log, for example, is written even if
     // the user quits at once. The engine stays as it is.
     void finish();
     // After finish() only.

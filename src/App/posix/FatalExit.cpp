@@ -31,7 +31,7 @@ void exitAfterFatalError(int code) {
     screenBox->waitUntilRead();
     fatalCode = code;
     screenWakeup->wake();
-    // The screen's thread ends the process, unless it has no screen to leave any more.
+    // The screen's thread ends the process, unless it has left its screen already.
     while (!isScreenGone) {
         (void)poll(nullptr, 0, 20);
     }

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint32_t kOutputPatienceMs = 2000;
 
-// Where a file really is, whatever folder the program was started in; the path itself when that cannot be told.
+// Returns the path from the root to where the file really is. Returns the path as it is if this cannot be found out.
 SPW_CString wholePath(const SPW_CString& path) {
     char* const whole = realpath(path.toAnsi(), nullptr);
     SPW_CString result = whole != nullptr ? SPW_CString(whole) : path;
@@ -43,7 +43,7 @@ int Headless::run() {
     return endTest();
 }
 
-// The result is printed before the report lines go to the log: a log that stalls keeps nobody from it.
+// The result is printed before the report lines go to the log. A log that stalls thus cannot hold up the result.
 int Headless::endTest() {
     m_signals.endBegins();
     m_engine->stopProbing();
@@ -70,7 +70,7 @@ bool Headless::prepareTest() {
     m_endWatch.startBegins();
     m_engine.emplace(&m_sink, true);
     m_endWatch.lookAtLogOf(*m_engine);
-    // Not before: what keeps the engine from opening its log is said in plainer words.
+    // Errors are shown only from here on, because tellProblems() says in plainer words why there is no log.
     SPW_CError::instance->setShowErrors(true);
     m_canRun = tellProblems();
     for (int i = 0; m_canRun && i < m_options.peers.numberOfElements(); ++i) {
@@ -97,8 +97,8 @@ bool Headless::startTest() {
     return m_canRun;
 }
 
-// True when the test can go on. A test without its log is not the one that was asked for, and a listener that cannot be
-// opened would make this device look dead to all others: each is the end of the run, though the engine would go on.
+// Returns true if the test can go on. A test without its log is not the one that was asked for. A listener that cannot
+// be opened makes this device look dead to all others. Either ends the run, though the engine would go on.
 bool Headless::tellProblems() const {
     SPW_CArray<StartProblem> problems;
     m_engine->startProblems(problems);
@@ -110,9 +110,9 @@ bool Headless::tellProblems() const {
 }
 
 // 1. Sleep until a signal comes, a text is printed or the next duty is due.
-// 2. A signal goes first: whoever sent it waits.
-// 3. The end goes before an interval that falls on it: the final snapshot shows the same.
-// 4. A snapshot waits until the one before it is printed. Those that fall due meanwhile are one.
+// 2. Signals go first, because their senders wait.
+// 3. The end goes before an interval that falls on it, because the final snapshot shows the same.
+// 4. A snapshot waits until the one before it is printed. All that fall due meanwhile become one.
 void Headless::obeyRequests() {
     while (!m_stopping && m_canRun) {
         waitForSomething();
@@ -125,7 +125,7 @@ void Headless::obeyRequests() {
         }
         if (m_options.hasInterval && elapsedMs() >= m_nextSnapshotMs) {
             m_isSnapshotDue = true;
-            // Intervals that a suspended machine has slept through are left out.
+            // Intervals that have passed while the machine was suspended are left out.
             m_nextSnapshotMs = std::max(m_nextSnapshotMs, elapsedMs() - m_options.intervalMs) + m_options.intervalMs;
         }
         printDueSnapshot();
@@ -178,7 +178,7 @@ void Headless::printSnapshot(bool isFinal) {
     m_output.print(snapshotText(m_options, {m_testNumber, elapsedSeconds, isFinal}, m_rows));
 }
 
-// A reader that leaves, as `head` does, has what it wanted; anything else loses what somebody waits for.
+// A reader that leaves, as `head` does, has what it wanted. Any other failure loses a result that somebody waits for.
 void Headless::lookAtOutput() {
     const int failure = m_output.failure();
     if (failure == 0) {
@@ -191,7 +191,7 @@ void Headless::lookAtOutput() {
     }
 }
 
-// A reader may take all the time it wants until somebody asks for the end. False when it does not take everything.
+// A reader may take as long as it wants until somebody asks for the end. Returns false if it does not take everything.
 bool Headless::waitForOutput() {
     bool isDone = m_output.waitUntilWritten(kOutputPatienceMs);
     while (!isDone && !m_signals.isStopRequested()) {
@@ -218,7 +218,7 @@ std::uint32_t Headless::msUntilNextDuty() const {
     if (m_options.hasInterval) {
         due = std::min(due, m_nextSnapshotMs);
     }
-    // Rounded up by one: a wait that ends within the last millisecond would find nothing due.
+    // One is added because a wait that ends within the last millisecond would find nothing due.
     return static_cast<std::uint32_t>(std::max<std::int64_t>(due - elapsedMs(), 0)) + 1;
 }
 

@@ -17,15 +17,15 @@
 // output, says everything else on standard error, and obeys signals until it is told to stop, its time is over or its
 // output cannot be written.
 //
-// Lives on the main thread. It waits for signals and the time alone: what may block has a thread of its own (signals,
-// output, log) or is looked after by one (EndWatch).
+// Lives on the main thread, which waits only for signals and the time. What may block has a thread of its own (signals,
+// output, log) or is watched by one (EndWatch).
 class Headless {
 public:
-    // wakeup: the one that `signals` and `output` wake. All must outlive the object.
+    // wakeup: what `signals` and `output` wake. All must outlive the object.
     Headless(const CommandLine& options, Signals& signals, StandardOutput& output, Wakeup& wakeup);
 
-    // Runs one program's life and returns its exit status. When something that blocks would keep it from returning, it
-    // ends the process with that status.
+    // Runs the program and returns its exit status. If something that blocks keeps it from returning, it ends the
+    // process with that status.
     int run();
 
 private:

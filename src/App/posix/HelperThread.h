@@ -6,13 +6,13 @@
 #include <functional>
 #include <utility>
 
-// A thread for one job, which its owner waits for. No signal that somebody sends is delivered to it. It does without
-// exceptions: std::thread has no other way to say that there is none to be had.
+// A thread for one job. Its owner waits for the job's end. No signal that somebody sends is delivered to the thread. It
+// is not a std::thread, because that reports a refused thread only by an exception.
 class HelperThread {
 public:
     explicit HelperThread(std::function<void()> job) : m_job(std::move(job)) {
-        // The thread, and those that it starts, inherit what is blocked here. Not what a crash raises: its handler puts
-        // the terminal back.
+        // The thread and all threads that it starts inherit what is blocked here. The signals of a crash are not
+        // blocked, because their handler puts the terminal back.
         sigset_t sent;
         sigset_t former;
         sigfillset(&sent);
@@ -27,7 +27,7 @@ public:
     HelperThread(const HelperThread&) = delete;
     HelperThread& operator=(const HelperThread&) = delete;
 
-    // False when the system has refused the thread; the job is never done then.
+    // False if the system has refused the thread. Then the job is never done.
     bool isRunning() const { return m_isRunning; }
     // Waits for the end of the job. May be called twice.
     void join() {

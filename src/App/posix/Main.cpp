@@ -22,7 +22,7 @@
 
 namespace {
 
-// Each peer takes up to three descriptors; the usual soft limit of 1024 would end at some 300 peers.
+// Each peer takes up to three descriptors. The usual soft limit of 1024 would allow some 300 peers.
 void raiseDescriptorLimit() {
     rlimit limit;
     if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
@@ -31,7 +31,8 @@ void raiseDescriptorLimit() {
     }
 }
 
-// Started with one of the three closed, the program would get it for its log or a socket, and print into that.
+// If one of the three is closed at the start, the log or a socket would get its number, and the program would print
+// into that.
 void occupyStandardDescriptors() {
     int descriptor;
     do {
@@ -64,10 +65,11 @@ int runHeadless(const CommandLine& options, Signals& signals, StandardOutput& ou
     return status;
 }
 
-// The signals come before the screen, which none of them may leave standing, and before every other thread.
+// The signals come before the screen, because none of them may leave the screen standing. They come before every other
+// thread, too.
 int runTests(const CommandLine& options) {
     raiseDescriptorLimit();
-    // A cable that is out for a while must not end a program that runs for weeks.
+    // A cable that is pulled for a while must not end a program that runs for weeks.
     SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);
     Wakeup wakeup;
     const bool wantsScreen = canShowScreen(options);
@@ -86,11 +88,11 @@ int runTests(const CommandLine& options) {
     return runHeadless(options, signals, output, wakeup);
 }
 
-// Says nothing to anybody but by its exit status: it was another program that wanted the report.
+// Only the exit status tells the outcome, because another program has asked for the report.
 int runReport(const CommandLine& options) {
     SPW_CError::instance->setNoBox(true);
     ignoreWriteSignals();
-    // Of a name that is no UTF-8, as all texts here are, another name would have been made.
+    // All texts here are UTF-8. A name that is not UTF-8 would have become another name.
     const bool isTrueName = options.reportFile.find(u'\uFFFD') < 0;
     return isTrueName && writeReport(options.reportFile) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -51,7 +51,7 @@ int ScreenMessageBox::post(const SPW_CString& text, const SPW_CString& caption, 
     return message.number;
 }
 
-// Somebody waits for the answer to a choice, so that stays.
+// A choice is never dropped, because somebody waits for its answer.
 void ScreenMessageBox::dropOldestUntaken() {
     const auto oldest =
         std::find_if(m_untaken.begin(), m_untaken.end(), [](const Message& message) { return message.buttons == kOk; });

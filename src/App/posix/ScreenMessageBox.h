@@ -12,9 +12,9 @@
 
 // The reporter's message boxes on the terminal's screen. They come to the user one after another.
 //
-// A box that has nothing but OK keeps nobody waiting, since a probe that waited would look like one that is lost; and
-// the same text is shown once, as elsewhere. One with a choice blocks its thread until the user has answered. On the
-// screen's own thread, which could never answer itself, the choice is the one with which work goes on.
+// A box that has only OK keeps nobody waiting, because a probe that waited would look like a lost one. The same text is
+// shown once, as elsewhere. A box with a choice blocks its thread until the user has answered. The screen's own thread
+// could never answer itself; there the answer is the choice with which work goes on.
 //
 // Threads: show() and tell() any, the rest the one that made the object.
 class ScreenMessageBox final : public SPW_CMessageBox {
@@ -26,29 +26,30 @@ public:
         Buttons buttons;
     };
 
-    // wakeup is woken when there is a message to take; it must outlive the box.
+    // wakeup is woken when there is a message to take. It must outlive the box.
     explicit ScreenMessageBox(Wakeup& wakeup) : m_wakeup(wakeup) {}
 
     Answer show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons, Icon icon) override;
 
-    // A message of the program's own, with nothing but OK, that is shown as often as it is told: what the user did
-    // again has failed again. Any thread.
+    // A message of the program's own with only OK. It is shown as often as it is told, because what the user did again
+    // has failed again. Any thread.
     void tell(const SPW_CString& text, const SPW_CString& caption);
 
-    // The messages that have come since the last call, as long as not too many are unanswered. The wakeup comes again
+    // Returns the messages that have come since the last call, unless too many are unanswered. The wakeup comes again
     // when there is room.
     std::vector<Message> take();
     void answer(int number, Answer answer);
-    // There is no screen any more: nobody is kept waiting from here on, and what has not been read yet, and all that
-    // follows, goes to standard error.
+    // Says that there is no screen any more. From here on nobody is kept waiting. Messages that have not been read yet,
+    // and all that follow, go to standard error.
     void close();
 
-    // Blocks until everything that was to be read has been, or close(). Any thread; on the screen's, returns at once.
+    // Blocks until all messages have been read or close() is called. Any thread. On the screen's thread it returns at
+    // once.
     void waitUntilRead();
 
 private:
-    // Boxes that nobody closes must not fill the memory. A few go to the screen; of those behind them the oldest is
-    // dropped, since the latest may say why the program ends.
+    // Boxes that nobody closes must not fill the memory. A few go to the screen. Of those that wait behind them the
+    // oldest is dropped, because the latest may say why the program ends.
     static constexpr std::size_t kMostOnScreen = 16;
     static constexpr std::size_t kMostUntaken = 64;
 

@@ -35,7 +35,7 @@ ScreenProgram::ScreenProgram(const CommandLine& options, Terminal& terminal, Sig
       m_worker(options, m_wakeup, m_box, m_endWatch),
       m_screen(m_worker, options.hasDuration ? options.durationMs : Screen::kEndless) {}
 
-// Status 0: what the user saw is what there is to say.
+// The status is 0 after a screen, because the user has seen the result.
 int ScreenProgram::run() {
     if (!m_worker.isReady()) {
         m_terminal.close();
@@ -61,9 +61,10 @@ int ScreenProgram::run() {
     return EXIT_SUCCESS;
 }
 
-// 1. The time, since what follows happens now: a test that was told to run began only now, however long the wait was.
-// 2. The signals, since whoever sent one waits.
-// 3. What the engine has told, so that a key finds the state that it was pressed in, or a later one.
+// 1. The time goes first, because all that follows happens now. A test that is told to run begins only now, however
+// long the wait was.
+// 2. The signals go next, because their senders wait.
+// 3. The engine's news goes before the keys. A key then finds the state in which it was pressed, or a later one.
 // 4. The keys.
 void ScreenProgram::waitForSomething() {
     pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {m_wakeup.descriptor(), POLLIN, 0}};
@@ -134,7 +135,7 @@ void ScreenProgram::obeySignal(int number) {
 
 void ScreenProgram::takeNews() {
     const std::vector<EngineWorker::News> news = m_worker.takeNews();
-    // The rows go first: those that a test begins with are there before it is told to run.
+    // The rows go first. A test's first rows are thus there before the screen hears that it runs.
     if (!news.empty()) {
         m_screen.apply(m_worker.board().take());
     }
@@ -170,8 +171,8 @@ void ScreenProgram::drawIfDue() {
     m_pace.drawn(now);
 }
 
-// Nothing when no test was ever run. A terminal that is stopped may stay so until somebody asks for the end once more:
-// then the answer is false.
+// Prints nothing if no test was ever run. A terminal that is stopped may stay stopped. If somebody then asks for the
+// end once more, it returns false.
 bool ScreenProgram::printLastTable() {
     constexpr std::uint32_t kPatienceMs = 2000;
     if (m_worker.lastTest() == 0) {

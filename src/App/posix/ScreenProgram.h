@@ -17,16 +17,16 @@
 // The program with its screen on a terminal: waits for keys, signals and the engine's news, and draws. SIGINT, SIGTERM
 // and SIGHUP quit, SIGUSR1 presses Log and SIGUSR2 Reset. When the screen is gone, the last table is printed.
 //
-// Lives on the main thread, and is made before any thread but those of the signals and the output.
+// Lives on the main thread. It is made before all threads but those of the signals and the output.
 class ScreenProgram {
 public:
-    // terminal: open; closed at the end of run(). signals: receive SIGTSTP, SIGCONT and SIGWINCH, too. wakeup: the one
-    // that `signals` and `output` wake. All must outlive the program.
+    // terminal: must be open; run() closes it at its end. signals: must receive SIGTSTP, SIGCONT and SIGWINCH, too.
+    // wakeup: what `signals` and `output` wake. All must outlive the program.
     ScreenProgram(const CommandLine& options, Terminal& terminal, Signals& signals, StandardOutput& output,
                   Wakeup& wakeup);
 
-    // Runs the program's life and returns its exit status. When something that blocks would keep it from returning, it
-    // ends the process with that status.
+    // Runs the program and returns its exit status. If something that blocks keeps it from returning, it ends the
+    // process with that status.
     int run();
 
 private:
@@ -55,6 +55,6 @@ private:
     bool m_isTerminalGone = false;
 };
 
-// Whether a screen is what the user wants and has a terminal for. Says on standard error when there is a terminal but
-// none that can show one.
+// Whether the user wants a screen and has a terminal for it. If there is a terminal that cannot show a screen, it says
+// this on standard error.
 bool canShowScreen(const CommandLine& options);

@@ -20,7 +20,7 @@ bool isIgnored(int number) {
     return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
-// A blocked signal would come though it is ignored, so the ignored ones are left out.
+// A blocked signal comes even if it is ignored. Ignored signals are therefore left out.
 void add(std::initializer_list<int> numbers, sigset_t& set) {
     for (const int number : numbers) {
         if (!isIgnored(number)) {
@@ -49,7 +49,7 @@ int take(int source) {
                : 0;
 }
 
-// As the signal does when nobody handles it, so that whoever started the program sees what ended it.
+// Ends the program as the signal does if nobody handles it. The program's starter then sees which signal ended it.
 [[noreturn]] void endBySignal(int number) {
     TerminalRescue::restore();
     signal(number, SIG_DFL);
@@ -58,7 +58,7 @@ int take(int source) {
     sigaddset(&set, number);
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
     raise(number);
-    // Still here: the first process of a container is spared by the kernel.
+    // The kernel spares the first process of a container. That one comes here.
     _exit(kExitOfSignal + number);
 }
 
@@ -112,8 +112,9 @@ void Signals::setWatcher(std::function<void()> watcher) {
     m_watcher = std::move(watcher);
 }
 
-// The requests to stop have a source of their own. From one source the kernel gives the signal with the smallest number
-// first, which is SIGHUP, and somebody who sends that faster than it is read could not end the program with SIGTERM.
+// The requests to stop have a source of their own. A source gives the signal with the smallest number first, which is
+// SIGHUP. With one source for all, a sender of SIGHUP that is faster than the reader would keep SIGTERM from ending the
+// program.
 void Signals::work() {
     bool isEnding = false;
     for (;;) {

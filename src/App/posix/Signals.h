@@ -11,43 +11,45 @@
 #include "HelperThread.h"
 #include "Wakeup.h"
 
-// The signals that ask the program for something. They are received on a thread of their own, which waits for nothing
-// else; so a request to stop is noticed whatever the rest of the program is waiting for, and a second one ends the
+// The signals that ask the program for something. A thread of their own receives them and waits for nothing else. A
+// request to stop is therefore noticed whatever the rest of the program is waiting for, and a second request ends the
 // program at once.
 //
-// SIGINT and SIGTERM ask for a stop, SIGHUP as well if the constructor is told so. SIGUSR1, SIGUSR2 and those of
+// SIGINT and SIGTERM ask for a stop. SIGHUP does so too if the constructor is told so. SIGUSR1, SIGUSR2 and those of
 // alsoReceive() are handed on. A signal that was ignored when the program began stays ignored: a script's background
-// job keeps from Ctrl-C, and nohup has promised that the terminal's end changes nothing.
+// job must not hear Ctrl-C, and nohup has promised that the terminal's end changes nothing.
 //
-// Threads: the one that made the object, before it makes any other, but for what is said below. A process has one.
+// Threads: the one that made the object. It makes the object before any other thread. Functions for other threads say
+// so below. A process has one object.
 class Signals {
 public:
-    // A second request that comes sooner is the first one: timeout(1), for one, sends each of its signals twice.
+    // A second request that comes sooner than this counts as the first one. timeout(1), for example, sends each of its
+    // signals twice.
     static constexpr std::int64_t kSameRequestMs = 100;
     // How often the watcher is called while the program ends.
     static constexpr int kWatchMs = 100;
 
-    // wakeup: woken when next() has something; must outlive the object.
+    // wakeup: woken when next() has a signal. It must outlive the object.
     Signals(Wakeup& wakeup, bool doesHangupStop);
     ~Signals();
     Signals(const Signals&) = delete;
     Signals& operator=(const Signals&) = delete;
 
-    // False when there was no thread to be had: nothing is received then.
+    // False if the system has refused the thread. Then no signal is received.
     bool isReady() const { return m_thread.isRunning(); }
     void alsoReceive(std::initializer_list<int> numbers);
 
-    // The number of a signal that has come, or 0. A request to stop goes before all others; the same signal twice is
-    // one until it is taken. Any thread.
+    // Returns the number of a signal that has come, or 0. A request to stop goes before all others. A signal that comes
+    // twice before it is taken counts once. Any thread.
     int next();
     // Whether a stop has been asked for by a signal. Any thread.
     bool isStopRequested() const { return m_isStopRequested; }
     bool isStop(int number) const { return sigismember(&m_stops, number) == 1; }
 
-    // The program has begun to end, for whatever reason; a request to stop says so by itself. Any thread.
+    // Says that the program has begun to end. A request to stop says this by itself. Any thread.
     void endBegins() { m_end.wake(); }
-    // While the program ends, `watcher` is called every kWatchMs on the thread of the signals; an empty one ends that,
-    // and is not called any more on return. Any thread but that one.
+    // While the program ends, `watcher` is called every kWatchMs on the thread of the signals. An empty one ends this:
+    // after the return the former watcher is not called any more. Any thread but that of the signals.
     void setWatcher(std::function<void()> watcher);
 
 private:
@@ -76,6 +78,6 @@ private:
 // Whether a terminal's hang-up would reach this process.
 bool hasControllingTerminal();
 
-// Ignores SIGPIPE and SIGXFSZ, so that a reader of our output that goes away, and a file that reaches the limit set for
-// files, show as failed writes.
+// Ignores SIGPIPE and SIGXFSZ. A reader of the output that goes away, and a file that reaches the limit for files, then
+// show as failed writes.
 void ignoreWriteSignals();

@@ -8,20 +8,20 @@
 #include "HelperThread.h"
 #include "Wakeup.h"
 
-// The program's standard output, written by a thread of its own: a reader that stalls holds up its own text and nothing
-// else.
+// The program's standard output. A thread of its own writes it, and a reader that stalls therefore holds up only this
+// thread.
 //
-// Threads: the one that made the object, but for isBusy() and failure(), which any may call.
+// Threads: the one that made the object. isBusy() and failure() may be called on any thread.
 class StandardOutput {
 public:
-    // wakeup: woken when a text is written or lost; must outlive the object.
+    // wakeup: woken when a text is written or lost. It must outlive the object.
     explicit StandardOutput(Wakeup& wakeup);
-    // Nothing may be on its way: the thread could wait for the reader for ever.
+    // No text may be on its way, because the thread could wait for the reader for ever.
     ~StandardOutput();
     StandardOutput(const StandardOutput&) = delete;
     StandardOutput& operator=(const StandardOutput&) = delete;
 
-    // False when there was no thread to be had: nothing is written then.
+    // False if the system has refused the thread. Then nothing is written.
     bool isReady() const { return m_thread.isRunning(); }
     // Hands a text over. After a failure it goes nowhere.
     void print(const std::string& text);
@@ -29,7 +29,7 @@ public:
     bool isBusy() const;
     // The error number with which the first text was lost, or 0.
     int failure() const;
-    // Waits until everything is written or lost. False when nothing is taken for that long.
+    // Waits until everything is written or lost. Returns false if the reader takes nothing for that long.
     bool waitUntilWritten(std::uint32_t patienceMs);
 
 private:

@@ -16,7 +16,7 @@
 #include "DisplayWidth.h"
 #include "TerminalRescue.h"
 
-// term.h defines them as macros; here they are names like any other.
+// term.h defines these as macros. Here they are names like any other.
 #undef columns
 #undef lines
 
@@ -193,11 +193,11 @@ void Terminal::setModes() {
     keypad(stdscr, TRUE);
     nodelay(stdscr, TRUE);
     set_escdelay(kEscapeDelayMs);
-    // All, though few are used: ncurses would wait, and the program with it, for another event after one that is not
-    // asked for. A press and a release that come together are one click.
+    // All events are asked for, though few are used. After an event that is not asked for, ncurses would wait for
+    // another one, and the program would wait with it. A press and a release that come together are one click.
     mousemask(ALL_MOUSE_EVENTS, nullptr);
     mouseinterval(0);
-    // Ctrl-S would stop the terminal, and with it the program's answer to every signal.
+    // Ctrl-S would stop the terminal. The program could then no longer answer a signal.
     termios modes;
     if (tcgetattr(STDIN_FILENO, &modes) == 0) {
         modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
@@ -217,7 +217,8 @@ void Terminal::setColours() {
     m_hasColours = true;
 }
 
-// For a handler that can ask nobody any more: attributes and colours, keypad, mouse, cursor, the screen itself.
+// Returns what a handler that cannot ask ncurses any more writes to the terminal. It puts back attributes and colours,
+// keypad, mouse, cursor and the screen itself.
 std::string Terminal::leavingSequence() const {
     std::string sequence;
     for (const char* name : {"sgr0", "op", "rmkx", "cnorm", "rmcup"}) {
@@ -232,7 +233,7 @@ std::string Terminal::leavingSequence() const {
     return sequence;
 }
 
-// On a terminal with one screen only, what was drawn stays, and the next prompt comes on its last line.
+// A terminal with only one screen keeps what was drawn. The next prompt then comes on its last line.
 void Terminal::leaveScreen() {
     if (capability("rmcup") == nullptr) {
         move(LINES - 1, 0);
@@ -253,7 +254,7 @@ void Terminal::close() {
     TerminalRescue::disarm();
 }
 
-// The signal is the one that Ctrl-Z sends; so a process that nobody could ever continue is not stopped.
+// The signal is the one that Ctrl-Z sends. It does not stop a process that nobody could ever continue.
 void Terminal::suspend() {
     if (!m_canSuspend) {
         return;
@@ -270,7 +271,7 @@ void Terminal::suspend() {
     raise(SIGTSTP);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     sigaction(SIGTSTP, &former, nullptr);
-    // Modes that were changed meanwhile are those to come back to.
+    // If modes were changed meanwhile, the terminal is put back to the changed ones at the end.
     (void)tcgetattr(STDIN_FILENO, &m_formerModes);
     redrawAll();
 }
@@ -320,8 +321,8 @@ void Terminal::show(const Canvas& canvas) {
     doupdate();
 }
 
-// The canvas and the system's library may think differently of how wide a character is. Every cell has its place, so a
-// character about which they differ is shown as "?" there, and what follows stays where it belongs.
+// The canvas and the system's library may differ about the width of a character. Such a character is shown as "?" in
+// its cell, and what follows stays in its place.
 void Terminal::showCell(const Canvas::Cell& cell, int x, int y) {
     const auto character = static_cast<wchar_t>(cell.character);
     const int columns = displayWidth(cell.character);

@@ -12,8 +12,8 @@ struct screen;  // of ncurses
 
 // The terminal on standard input and output: shows canvases and reads keys and the mouse, by ncurses.
 //
-// From open() to close() the screen is the program's. Whatever ends the program in between, the terminal is put back
-// (TerminalRescue). Threads: one. A process has one.
+// From open() to close() the screen is the program's. TerminalRescue puts the terminal back, whatever ends the program
+// in between. Threads: one. A process has one object.
 class Terminal {
 public:
     Terminal() = default;
@@ -21,26 +21,27 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    // Empty, or why no screen can be shown on this terminal. To be asked before open().
+    // Returns why no screen can be shown on this terminal, or an empty text if one can. Must be asked before open().
     static SPW_CString unfitness();
 
-    // False when the terminal refuses; it is as before then.
+    // Returns false if the terminal refuses. Then it is as before.
     [[nodiscard]] bool open();
     // Puts the terminal back as it was before open(). May be called twice.
     void close();
-    // Gives the terminal back and stops the process, as Ctrl-Z asks; returns when it goes on, with the screen as it
-    // was.
+    // Gives the terminal back and stops the process, as Ctrl-Z asks. Returns when the process goes on, with the screen
+    // as it was.
     void suspend();
-    // After something else has drawn, or changed the terminal's modes: the next show() draws everything.
+    // Must be called after something else has drawn or has changed the terminal's modes. The next show() then draws
+    // everything.
     void redrawAll();
-    // After the window's size has changed.
+    // Must be called after the window's size has changed.
     void takeSize();
 
     int width() const;
     int height() const;
     const Glyphs& glyphs() const { return *m_glyphs; }
     void show(const Canvas& canvas);
-    // False when nothing is there to be read.
+    // Returns false if there is nothing to read.
     [[nodiscard]] bool read(Input& input);
 
 private:

@@ -11,11 +11,11 @@
 
 namespace {
 
-// All that would end the program without asking it.
+// The signals that would end the program without asking it.
 constexpr int kDeadly[] = {SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,   SIGBUS,  SIGFPE, SIGSEGV,  SIGSYS,
                            SIGXCPU, SIGALRM, SIGPROF, SIGVTALRM, SIGPOLL, SIGPWR, SIGSTKFLT};
 
-// A handler that runs in the middle of anything may touch nothing else than plain data that was there before.
+// A handler may run in the middle of anything. It touches only plain data that was there before.
 std::atomic<bool> isArmed{false};
 int terminalDescriptor;
 termios formerModes;
@@ -57,7 +57,7 @@ void keepStandardError() {
     }
 }
 
-// Descriptors stay open: another thread may be at the same.
+// Descriptors stay open, because another thread may be doing the same.
 void releaseStandardError() {
     if (realError < 0 || keptText < 0) {
         return;
@@ -80,8 +80,8 @@ bool isFault(int number, const siginfo_t& info) {
     return canBe && info.si_code > 0 && info.si_code != SI_KERNEL;
 }
 
-// The former action is what ends the program, and what says why: a fault happens again when this returns, with its own
-// address and stack; any other signal is sent again.
+// The former action ends the program and says why. A fault happens again when this returns, with its own address and
+// stack. Any other signal is sent again.
 void onDeadlySignal(int number, siginfo_t* info, void*) {
     TerminalRescue::restore();
     const int* const place = std::find(std::begin(kDeadly), std::end(kDeadly), number);

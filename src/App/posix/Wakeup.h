@@ -1,6 +1,7 @@
 #pragma once
 
-// Wakes the one thread that polls its descriptor. Any thread may wake; several calls before the thread looks are one.
+// Wakes the one thread that polls its descriptor. Any thread may wake it. Several calls before the thread looks count
+// as one.
 class Wakeup {
 public:
     Wakeup();

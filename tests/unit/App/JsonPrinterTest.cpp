@@ -52,7 +52,7 @@ TEST(JsonPrinterTest, OnlyTheLastSnapshotIsMarkedFinal) {
     EXPECT_EQ(last.size() - std::string(",\"final\":true}\n").size(), last.find(",\"final\":true}\n"));
 }
 
-// What a peer's name can hold, by the way that it takes: from the packet's bytes into a row.
+// Brings a name into a row on the way that a packet's name takes.
 std::string jsonOfName(const SPW_CString& name) {
     PeerTable table;
     table.addDiscovered(u"10.0.0.7", name);

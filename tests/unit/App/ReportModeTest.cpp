@@ -17,12 +17,12 @@
 
 namespace {
 
-// What operator new refuses; 0 for nothing.
+// The size of the blocks that operator new refuses. 0 refuses nothing.
 std::size_t refusedSize = 0;
 
 }  // namespace
 
-// The engine is made with the operator that answers null when there is no memory.
+// The engine is made with the operator that returns null if there is no memory.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return size == refusedSize ? nullptr : ::operator new(size);
 }

@@ -8,7 +8,7 @@ constexpr int kBoxWidth = 39;
 constexpr int kBoxHeight = 8;
 constexpr int kOctetWidth = 3;
 constexpr int kNameWidth = 17;
-// More than the form accepts, so that it can say so, as the dialog does.
+// More than the form accepts. The form then says that the text is too long, as the dialog does.
 constexpr int kTypedLimit = 60;
 
 const char16_t kTitle[] = u"Enter ip info";

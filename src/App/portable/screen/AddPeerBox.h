@@ -7,8 +7,8 @@
 
 // The box that adds a peer by hand: the form's fields, OK and Cancel.
 //
-// Tab and the arrows up and down go from field to field; a point in an octet goes on to the next one. Enter is OK
-// wherever it does not stand on Cancel. What cannot be accepted is said, and the field at fault gets the focus.
+// Tab and the arrows up and down go from field to field. A point in an octet goes on to the next octet. Enter means OK
+// unless Cancel has the focus. If a field cannot be accepted, a message says why and the field gets the focus.
 class AddPeerBox final : public ScreenBox {
 public:
     // An accepted peer is given to `commands`.

@@ -7,8 +7,8 @@
 
 namespace {
 
-// Of the characters without a width, those that are drawn upon the one before; the others only tell a renderer what to
-// do, and terminals differ widely on that.
+// Whether a character without a width is drawn upon the one before it. The others only tell a renderer what to do, and
+// terminals differ widely on that.
 bool isMark(char32_t c) {
     return c < 0x2000 || (c >= 0x20D0 && c <= 0x20FF) || (c >= 0x302A && c <= 0x309A) || (c >= 0xFE20 && c <= 0xFE2F);
 }
@@ -133,7 +133,7 @@ void Canvas::placeCursor(int x, int y) {
     m_cursorY = y;
 }
 
-// A wide character of which one half is overwritten is gone whole.
+// If one half of a wide character is overwritten, the other half goes too.
 void Canvas::release(int x, int y) {
     Cell& here = at(x, y);
     if (here.isRightHalf && x > 0) {

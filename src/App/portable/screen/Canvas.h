@@ -6,7 +6,7 @@
 #include "Glyphs.h"
 #include "SPW_CString.h"
 
-// What a piece of the screen is; the terminal decides how that looks.
+// What a piece of the screen is. The terminal decides how it looks.
 enum class Look : unsigned char {
     kPlain,
     kTitle,
@@ -42,12 +42,12 @@ struct Area {
     }
 };
 
-// A screenful of characters in memory. Everything is drawn here, and a terminal shows it; so all that the user sees can
-// be tested without a terminal.
+// A screenful of characters in memory. Everything is drawn here and a terminal shows it. All that the user sees can
+// thus be tested without a terminal.
 //
-// Nothing that is drawn can disturb the screen, whatever the text: a control character becomes "?", a wide character
-// that does not fit whole is left out, combining characters stay with the one before them, invisible ones go. What lies
-// outside is not drawn.
+// No text can disturb the screen. A control character becomes "?". A wide character that does not fit whole is left
+// out. Combining characters stay with the character before them. Invisible characters are dropped. What lies outside
+// the canvas is not drawn.
 class Canvas {
 public:
     struct Cell {
@@ -75,14 +75,15 @@ public:
     SPW_CString line(int y) const;
 
     void fill(const Area& area, Style style);
-    // Draws what fits into `limit` columns, and nothing right of the canvas. Returns the column behind it.
+    // Draws what fits into `limit` columns, and nothing right of the canvas. Returns the column behind the text.
     int put(int x, int y, const SPW_CString& text, Style style, int limit = 1 << 20);
-    // Fills exactly `width` columns: blanks around a shorter text, a longer one cut, with an ellipsis at its end.
+    // Fills exactly `width` columns. A shorter text gets blanks around it. A longer text is cut and ends with an
+    // ellipsis.
     void putFitted(int x, int y, int width, const SPW_CString& text, Style style, Alignment alignment = kLeft);
     // A frame around the area's edge, with a title in its upper line, and blanks inside.
     void frame(const Area& area, const SPW_CString& title);
 
-    // Where the terminal's cursor stands; hidden until it is placed, and outside the canvas.
+    // Where the terminal's cursor stands. It is hidden until it is placed, and while it is outside the canvas.
     void placeCursor(int x, int y);
     bool hasCursor() const { return m_hasCursor; }
     int cursorX() const { return m_cursorX; }

@@ -5,8 +5,8 @@
 #include "PeerList.h"
 #include "ScreenBox.h"
 
-// All about the chosen row: the figures of each protocol, and a strip chart of the last periods, the newest at the
-// right, which shows when something broke. Up and down choose another row.
+// All about the chosen row: the figures of each protocol, and a strip chart of the last periods. The chart shows when
+// something broke; the newest period is at the right. Up and down choose another row.
 class DetailBox final : public ScreenBox {
 public:
     // columnMs: how long a period of the list's histories is.

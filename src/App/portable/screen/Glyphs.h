@@ -11,7 +11,7 @@ struct Glyphs {
     char16_t ellipsis;  // where a text was cut
     char16_t moreLeft;
     char16_t moreRight;
-    // What arrived of the probes of one period: nothing, then more and more of it, up to all.
+    // How much of one period's probes arrived: from nothing at index 0 to all at the last index.
     static constexpr int kLevels = 9;
     char16_t levels[kLevels];
 };

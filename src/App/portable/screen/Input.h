@@ -1,6 +1,6 @@
 #pragma once
 
-// One thing that the user did, as the terminal tells it.
+// One thing that the user did, as the terminal reports it.
 struct Input {
     enum Kind { kKey, kText, kClick, kWheelUp, kWheelDown };
     enum Key {

@@ -6,20 +6,20 @@
 
 // How the peer list is fitted into a width: the columns that are shown, from left to right, and how wide each is.
 //
-// Headers stand on one line where there is room, else on two, cut before their unit. Where even that is too wide,
-// columns of protocols are left out at the right; the arrow keys bring them in.
+// Headers stand on one line if there is room, else on two, cut before their unit. If even that is too wide, columns of
+// protocols are left out at the right. The arrow keys bring them in.
 struct ListLayout {
-    // Of the line: the mark and a blank.
+    // The mark at the beginning of a line, and a blank.
     static constexpr int kMarkWidth = 2;
-    // The least that is left of a label before columns are left out: enough for every address.
+    // A label never gets less than this before columns are left out. It is enough for every address.
     static constexpr int kLeastLabelWidth = 15;
 
-    // firstProtocol: how many columns of protocols are to be left out at the left.
+    // firstProtocol: how many columns of protocols are left out at the left.
     ListLayout(const PeerList& list, int width, int firstProtocol);
 
     int headerLines = 1;
     int gap = 1;  // in front of each column but the first
-    // The columns of protocols that are shown: from the first to before the end.
+    // The columns of protocols that are shown: from firstProtocolColumn to endProtocolColumn - 1.
     int firstProtocolColumn = kMulticastColumn;
     int endProtocolColumn = kPeerColumns;
     int widths[kPeerColumns] = {};
@@ -40,8 +40,8 @@ public:
     // Brings in columns that found no room.
     void moveColumns(int by) { m_firstProtocol += by; }
 
-    // As of the latest drawing: how many rows have room, which one is the first, and which one stands in that line of
-    // the screen; -1 when none does.
+    // What the latest drawing has shown: how many rows have room, which row is the first, and which row stands at a
+    // place of the screen. rowAt() returns -1 if no row stands there.
     int lines() const { return m_lines; }
     int firstRow() const { return m_firstRow; }
     int rowAt(int x, int y) const;
@@ -58,7 +58,7 @@ private:
     int m_firstRow = 0;
 };
 
-// What marks a row whose probes could not all be made: its figures do not tell what its quality would be.
+// Marks a row whose probes could not all be made. Its figures do not tell what its quality would be.
 constexpr char16_t kNotMadeMark = u'?';
-// What marks a row of that quality without colour: a blank, "!" below 100, "X" at 0.
+// Marks a row's quality without colour: a blank at 100, "!" below 100, "X" at 0.
 char16_t qualityMark(int quality);

@@ -12,7 +12,7 @@ public:
     // Something has changed.
     void request() { m_isRequested = true; }
     bool isRequested() const { return m_isRequested; }
-    // How long to wait until it may be drawn: 0 for at once.
+    // Returns how long to wait until the screen may be drawn. 0 means at once.
     std::int64_t msUntilDue(std::int64_t nowMs) const {
         return m_isDrawn ? std::max(m_lastMs + kLeastMs - nowMs, std::int64_t{0}) : 0;
     }

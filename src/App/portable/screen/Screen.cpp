@@ -13,7 +13,7 @@ constexpr int kTitleLine = 0;
 constexpr int kButtonLine = 1;
 constexpr int kListLine = 2;
 constexpr std::int64_t kSecondMs = 1000;
-// The shortest column of a strip chart; shorter periods share one.
+// The shortest column of a strip chart. Shorter periods share a column.
 constexpr std::int64_t kLeastColumnMs = 1000;
 constexpr int kWheelRows = 3;
 
@@ -95,7 +95,8 @@ void Screen::tick(std::int64_t nowMs) {
     }
 }
 
-// All that came since the last look belongs to the last period; of several, nobody watched the others.
+// All that came since the last look belongs to the last period. If several periods have passed, nobody watched the
+// others.
 void Screen::closePeriods(std::int64_t nowMs) {
     if (nowMs < m_nextColumnMs) {
         return;
@@ -306,7 +307,7 @@ void Screen::draw(Canvas& canvas) {
     drawHint(canvas, area);
     drawButtons(canvas);
     canvas.putFitted(0, canvas.height() - 1, canvas.width(), m_status.text(canvas.width()), Look::kStatus);
-    // A new test begins without the row that the box was about.
+    // A new test has begun, and the box's row is gone.
     if (m_boxKind == kDetail && m_list.size() == 0) {
         open(kNoBox, nullptr);
     }

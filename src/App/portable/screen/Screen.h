@@ -16,9 +16,9 @@
 #include "StatusLine.h"
 #include "TextBox.h"
 
-// The whole screen without a terminal: title, buttons, peer list, status line and the boxes over them; what each key
-// and click does; what is shown of what the program tells. From 40 columns by 10 lines upwards everything can be
-// reached; below that the edges are cut.
+// The whole screen without a terminal: title, buttons, peer list, status line and the boxes over them. It decides what
+// each key and click does, and what is shown of the program's news. From 40 columns by 10 lines upwards everything can
+// be reached. On smaller screens the edges are cut.
 //
 // Times are milliseconds of any clock that does not run backwards. Threads: one.
 class Screen {
@@ -30,7 +30,7 @@ public:
 
     // --- What the program tells
 
-    // The engine is there. Before that nothing can be started. logFile: empty when nothing is logged.
+    // The engine has been made. Before that nothing can be started. logFile: empty if nothing is logged.
     void ready(const SPW_CString& title, const SPW_CString& logFile);
     // Whether and where there is a log may change with every start.
     void showLog(const SPW_CString& logFile) { m_status.logFile = logFile; }
@@ -41,17 +41,18 @@ public:
     void testStopped();
     // For the status line.
     void tell(const SPW_CString& event) { m_status.event = event; }
-    // The text that askForInfo asked for; dropped when its box was closed meanwhile.
+    // The text that askForInfo asked for. It is dropped if its box was closed meanwhile.
     void showInfo(const SPW_CString& text);
-    // Shows a box over all others, after those that came before. Its answer bears the number.
+    // Shows a box over all others, after the messages that came before. message: a number that its answer will bear.
     void showMessage(int message, const SPW_CString& caption, const SPW_CString& text,
                      SPW_CMessageBox::Buttons buttons);
-    // What the board held. To be given before tick() when both are due, so that a period has all of its probes.
+    // Enters what the board held. If tick() is due as well this comes first, because a period must have all of its
+    // probes before it ends.
     void apply(const RowBoard::News& news);
 
     // --- Time
 
-    // To be called before anything else happens at that time.
+    // Must be called before anything else that happens at that time.
     void tick(std::int64_t nowMs);
     // How long until tick() has something to do.
     std::int64_t msUntilTick(std::int64_t nowMs) const;
@@ -59,10 +60,10 @@ public:
     // --- The user
 
     void handle(const Input& input);
-    // As the user would; nothing when it cannot be used.
+    // Presses a button as the user would. Does nothing if the button cannot be used.
     void press(ScreenButton button);
     bool isOver() const { return m_isOver; }
-    // True once after the user has asked for the whole screen to be drawn afresh.
+    // Returns true once after the user has asked for a drawing of the whole screen.
     bool takeRedrawRequest();
 
     void draw(Canvas& canvas);

@@ -6,7 +6,7 @@
 #include "Input.h"
 #include "SPW_CString.h"
 
-// A box over the screen, which gets all that the user does while it is there.
+// A box over the screen. It gets all that the user does while it is open.
 class ScreenBox {
 public:
     virtual ~ScreenBox() = default;
@@ -15,7 +15,7 @@ public:
     [[nodiscard]] virtual bool handle(const Input& input) = 0;
 
 protected:
-    // The middle of the canvas, or all of it where that is smaller.
+    // Returns an area in the middle of the canvas, or the whole canvas if that is smaller.
     static Area centred(const Canvas& canvas, int width, int height);
     // What is inside a frame, with a blank column at either side.
     static Area inside(const Area& frame);
@@ -31,7 +31,7 @@ public:
     int width() const;
     // focus: which one has the keyboard's focus; -1 when none has.
     void draw(Canvas& canvas, const Area& line, int focus);
-    // As of the latest drawing; -1 when there is none.
+    // Returns which button the latest drawing has put there, or -1.
     int buttonAt(int x, int y) const;
 
 private:

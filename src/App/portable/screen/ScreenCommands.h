@@ -3,8 +3,8 @@
 #include "PeerTable.h"
 #include "SPW_CError.h"
 
-// What the user asks of the program behind the screen. Each call posts the request and returns; what comes of it is
-// told to the Screen later.
+// What the user asks of the program behind the screen. Each call posts the request and returns. The Screen is told of
+// the result later.
 class ScreenCommands {
 public:
     virtual ~ScreenCommands() = default;
@@ -16,7 +16,7 @@ public:
     // Screen::tell follows.
     virtual void logReport() = 0;
     virtual void addPeer(const PeerRecord& peer) = 0;
-    // The addresses that cannot be added once more; answers at once. Only after Screen::ready.
+    // The addresses that cannot be added once more. Returns at once. May be called only after Screen::ready.
     virtual void knownAddresses(SPW_CArray<SPW_CString>& addresses) const = 0;
     // Screen::showInfo follows.
     virtual void askForInfo() = 0;

@@ -14,8 +14,8 @@ struct StatusLine {
     SPW_CString logFile;               // empty when nothing is logged
     SPW_CString event;                 // what happened last
 
-    // In `width` columns at most where it can be: first the log file loses its folder, then it goes; whatever is still
-    // too long is for the caller to cut, and the event stands last.
+    // Returns a text of at most `width` columns if that is possible. If it is too long, first the log file loses its
+    // folder, then the log file is left out. The caller cuts what is still too long; the event stands last.
     SPW_CString text(int width) const;
 };
 

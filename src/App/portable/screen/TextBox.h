@@ -4,7 +4,7 @@
 
 #include "ScreenBox.h"
 
-// A text to be read, scrolled where it is longer than the box: the local info and the help.
+// Shows a text, the local info or the help. A text longer than the box can be scrolled.
 class TextBox final : public ScreenBox {
 public:
     TextBox(const SPW_CString& title, const SPW_CString& text) : m_title(title), m_text(text) {}

@@ -86,7 +86,7 @@ void TextField::moveTo(int index) {
 
 void TextField::draw(Canvas& canvas, int x, int y, bool hasFocus) {
     const Style style(Look::kField, hasFocus && m_isMarked);
-    // The cursor behind a text that fills the field wants a column of its own.
+    // The cursor behind a text that fills the field needs a column of its own.
     if (m_cursor < m_first) {
         m_first = m_cursor;
     }

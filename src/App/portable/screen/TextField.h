@@ -6,18 +6,19 @@
 
 // One line of text that the user edits, a part of a box.
 //
-// A field that has just got the keyboard's focus by Tab is marked whole: what is typed then replaces its text.
+// A field that has just got the keyboard's focus by Tab is marked whole. What is typed next replaces its text.
 class TextField {
 public:
     enum Kind { kAnyText, kDigits };
 
-    // width: columns on the screen; a longer text moves under them. limit: the most characters that can be typed.
+    // width: columns on the screen. Of a longer text only a part is in sight. limit: the most characters that can be
+    // typed.
     TextField(Kind kind, const SPW_CString& text, int width, int limit);
 
     const SPW_CString& text() const { return m_text; }
     int width() const { return m_width; }
     void focus();
-    // True when the input was for the field: typing, deleting, Left and Right, Home and End.
+    // Returns true if the field has used the input: typing, deleting, Left and Right, Home and End.
     bool handle(const Input& input);
     void draw(Canvas& canvas, int x, int y, bool hasFocus);
 

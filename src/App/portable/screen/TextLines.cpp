@@ -6,8 +6,8 @@
 
 namespace {
 
-// How many of the text's characters fit into that many columns; at least one, or a screen too narrow would go on
-// forever.
+// Returns how many of the text's characters fit into that many columns. Returns at least one, because otherwise
+// wrapping for a very narrow screen would never end.
 int fittingLength(const SPW_CString& text, int width) {
     int columns = 0;
     for (int i = 0; i < text.length();) {
@@ -21,7 +21,8 @@ int fittingLength(const SPW_CString& text, int width) {
     return text.length();
 }
 
-// Where to cut so that no word is: behind the last blank among the first `length` characters, if there is any.
+// Returns where to cut without cutting a word: behind the last blank among the first `length` characters, if there is
+// one.
 int cutAtBlank(const SPW_CString& text, int length, int indent) {
     if (text.at(length) == u' ') {
         return length;

@@ -12,7 +12,7 @@
 
 namespace {
 
-// What one test leaves pending or blocked is nothing to the others.
+// No test leaves a signal pending or blocked for the next one.
 class SignalsTest : public testing::Test {
 protected:
     SignalsTest() {
@@ -38,7 +38,7 @@ protected:
         }
         return *m_signals;
     }
-    // The next signal, which is waited for; 0 when none comes.
+    // Waits for the next signal. Returns 0 if none comes.
     int awaited(int timeoutMs = 10000) {
         pollfd source = {m_wakeup.descriptor(), POLLIN, 0};
         (void)poll(&source, 1, timeoutMs);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint32_t kLongMs = 20000;
 
-// The standard output is a pipe, whose reader is the test.
+// The standard output is a pipe. The test reads it.
 class StandardOutputTest : public testing::Test {
 protected:
     StandardOutputTest() {

@@ -42,7 +42,7 @@ protected:
         }
         return false;
     }
-    // False as soon as the box is to be closed.
+    // Returns false as soon as the box wants to be closed.
     static bool type(ScreenBox& box, const char* text) {
         for (; *text != '\0'; ++text) {
             if (!box.handle(Input::ofText(static_cast<unsigned char>(*text)))) {

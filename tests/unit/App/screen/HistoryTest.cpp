@@ -8,7 +8,7 @@ namespace {
 
 class HistoryTest : public testing::Test {
 protected:
-    // One period, at whose end so much has been counted since the beginning.
+    // Plays one period. received and total are the counts at its end, since the beginning.
     void period(int received, int total, int expected = 1) {
         m_history.count(received, total);
         m_history.closePeriod(expected);

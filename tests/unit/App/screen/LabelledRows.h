@@ -6,8 +6,8 @@
 
 #include "RowChange.h"
 
-// Changes of rows as the board hands them on, for tests that name a row by its label: each label has one row, with a
-// number of its own and the counts that it was given so far.
+// Makes changes of rows as the board hands them on, for tests that name a row by its label. Each label has one row with
+// a number of its own. The row keeps the counts that it was given so far.
 class LabelledRows {
 public:
     RowChange change(const SPW_CString& label, int quality = 100, int protocol = kUdp, std::int32_t received = 1,

@@ -73,8 +73,8 @@ TEST_F(PeerListTest, LabelsAreSortedByTheNumbersOfTheirAddresses) {
     EXPECT_EQ(labels(), (Texts{"9.0.0.1", "10.0.0.9 (a)", "10.0.0.9 (x)", "10.0.0.10", "printer"}));
 }
 
-// The text 10.0.0.5x stands between 10.0.0.10 and 10.0.0.9, whose numbers are in the other order: a circle, if texts
-// went among addresses.
+// As a text 10.0.0.5x stands between 10.0.0.10 and 10.0.0.9. By their numbers those two are in the other order. If
+// texts were sorted among addresses, the three would form a circle.
 TEST_F(PeerListTest, LabelsWithoutAnAddressFollowThoseWithOneInWhateverOrderTheyCame) {
     Texts texts = {"10.0.0.10", "10.0.0.9", "10.0.0.5x", "1", "printer", "9.0.0.1"};
     std::sort(texts.begin(), texts.end());
