@@ -1,5 +1,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <cstring>
@@ -16,6 +17,7 @@ namespace {
 
 constexpr int kBatch = 64;
 constexpr std::size_t kDatagramBytes = 60;
+constexpr double kPaceSeconds = 0.0002;
 
 sockaddr_in nearPort() {
     sockaddr_in address{};
@@ -57,6 +59,35 @@ void flood(Line& line) {
     }
 }
 
+int connectToNear() {
+    const int descriptor = socket(AF_INET, SOCK_STREAM, 0);
+    const sockaddr_in target = nearPort();
+    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof target) != 0) {
+        giveUp("a connection to the listener");
+    }
+    return descriptor;
+}
+
+// Sends one probe after another over the oldest of its connections, slowly enough for each to be received alone, until
+// the process is killed.
+void sendBesideIdle(int idleConnections, Line& line) {
+    const int descriptor = connectToNear();
+    const int on = 1;
+    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    for (int i = 0; i < idleConnections; ++i) {
+        (void)connectToNear();  // open as long as the process lives
+    }
+    line.signal();
+    for (std::uint32_t sequence = 0;; ++sequence) {
+        char probe[kDatagramBytes];
+        compose(probe, sequence);
+        if (send(descriptor, probe, sizeof probe, MSG_NOSIGNAL) == -1) {
+            giveUp("the sender's connection");
+        }
+        sleepSeconds(kPaceSeconds);
+    }
+}
+
 // A receiver says when it is ready, and its count whenever it is asked.
 
 void receiveBare(Line& line) {
@@ -81,13 +112,36 @@ void receiveBare(Line& line) {
     }
 }
 
+// The same over the first connection that comes.
+void receiveBareStream(Line& line) {
+    const int listening = socket(AF_INET, SOCK_STREAM, 0);
+    const int on = 1;
+    setsockopt(listening, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    const sockaddr_in own = nearPort();
+    if (bind(listening, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0 || listen(listening, 1) != 0) {
+        giveUp("the bare receiver's port");
+    }
+    line.signal();
+    const int descriptor = accept(listening, nullptr, nullptr);
+    char buffer[1024];
+    for (std::uint64_t count = 0;;) {
+        count += recv(descriptor, buffer, sizeof buffer, 0) > 0 ? 1 : 0;
+        char request;
+        if (count % 64 == 0 && recv(line.descriptor(), &request, 1, MSG_DONTWAIT) == 1) {
+            line.send(count);
+        }
+    }
+}
+
 class NoSink final : public UiSink {
 public:
     void rowChanged(const PeerRowValues&, int) override {}
 };
 
-void receiveWithEngine(const Folder& folder, Line& line) {
-    useSettings(folder, {"\"tcpip selected\"=\"no\"", "\"ping selected\"=\"no\""}, {});
+// kind: kUdp or kTcpip, whose listener is measured.
+void receiveWithEngine(const Folder& folder, int kind, Line& line) {
+    const char* const unused = kind == kUdp ? "\"tcpip selected\"=\"no\"" : "\"udp selected\"=\"no\"";
+    useSettings(folder, {unused, "\"ping selected\"=\"no\""}, {});
     NoSink sink;
     TestEngine engine(&sink, true);
     engine.start();
@@ -98,7 +152,7 @@ void receiveWithEngine(const Folder& folder, Line& line) {
         engine.snapshot(rows);
         std::uint64_t count = 0;
         for (int i = 0; i < rows.numberOfElements(); ++i) {
-            count += static_cast<std::uint64_t>(rows[i].counts[kUdp].received);
+            count += static_cast<std::uint64_t>(rows[i].counts[kind].received);
         }
         line.send(count);
     }
@@ -110,10 +164,11 @@ struct Rate {
 };
 
 // Both are medians over the repetitions.
-Rate measure(const Network& network, const Effort& effort, const std::function<void(Line&)>& receiver) {
+Rate measure(const Network& network, const Effort& effort, const std::function<void(Line&)>& receiver,
+             const std::function<void(Line&)>& sender) {
     Child receiving(network.near(), receiver);
     receiving.line().await();
-    Child sending(network.far(), flood);
+    Child sending(network.far(), sender);
     sending.line().await();
     sleepSeconds(0.3);
     std::vector<double> perSecond;
@@ -142,16 +197,39 @@ Rate measure(const Network& network, const Effort& effort, const std::function<v
     return {medianOf(perSecond), medianOf(perProcessorSecond)};
 }
 
-}  // namespace
-
-void benchListener(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
+void benchUdp(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
     report.section("UDP listener: probes of 60 bytes received, parsed and counted; limit: a bare recvfrom loop");
-    const Rate bare = measure(network, effort, receiveBare);
-    const Rate listener = measure(network, effort, [&](Line& line) { receiveWithEngine(folder, line); });
+    const Rate bare = measure(network, effort, receiveBare, flood);
+    const Rate listener = measure(
+        network, effort, [&](Line& line) { receiveWithEngine(folder, kUdp, line); }, flood);
     const double ratio = listener.perSecond / bare.perSecond;
     report.add("probes per second", Report::text("%.0f", listener.perSecond), Report::text("%.0f", bare.perSecond),
                ratio, "ratio >= 0.7", ratio >= 0.7);
     report.add("probes per processor second", Report::text("%.0f", listener.perProcessorSecond),
                Report::text("%.0f", bare.perProcessorSecond), listener.perProcessorSecond / bare.perProcessorSecond, "",
                true);
+}
+
+void benchTcp(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
+    report.section("TCP listener: processor time of a probe beside idle connections; limit: a bare recv loop");
+    const auto microseconds = [](const Rate& rate) { return 1e6 / rate.perProcessorSecond; };
+    const double bare =
+        microseconds(measure(network, effort, receiveBareStream, [](Line& line) { sendBesideIdle(0, line); }));
+    double alone = 0;
+    for (const int idle : {0, 63, 1000}) {
+        const double reached = microseconds(measure(
+            network, effort, [&](Line& line) { receiveWithEngine(folder, kTcpip, line); },
+            [idle](Line& line) { sendBesideIdle(idle, line); }));
+        alone = idle == 0 ? reached : alone;
+        report.add("microseconds a probe, " + std::to_string(idle) + " idle", Report::text("%.1f", reached),
+                   Report::text("%.1f", bare), reached / bare, idle == 0 ? "" : "with 0 idle + 25 %",
+                   reached <= alone * 1.25);
+    }
+}
+
+}  // namespace
+
+void benchListener(const Network& network, const Folder& folder, const Effort& effort, Report& report) {
+    benchUdp(network, folder, effort, report);
+    benchTcp(network, folder, effort, report);
 }

@@ -31,39 +31,37 @@ void VTR_CTcpipListener::closeClients() {
 }
 
 void VTR_CTcpipListener::receiveStep(SPW_Socket socket) {
-    SPW_CSocketSet watched;
-    watch(socket, watched);
+    if (m_listening != socket) {
+        beginWatch(socket);
+    }
     reportUnwatched();
-    const int ready = SPW_CSocket::instance->select(&watched, nullptr, kSPWForever);
+    SPW_CSocketSet ready;
+    const SPW_Result code = m_watch->wait(ready);
     if (m_stopping) {
         return;
     }
-    if (ready == -1) {
-        const SPW_Result code = SPW_CSocket::instance->lastError();
+    if (code != 0) {
         // A stop wakes the wait with the first.
         if (code != kSockNotSocket && !isFromStop(code)) {
             report(SPW_CString(), code, u"select failed");
         }
         return;
     }
-    serveClients(watched);
-    if (watched.isReady(socket)) {
+    serveClients(ready);
+    if (ready.contains(socket)) {
         acceptClient(socket);
     }
 }
 
-// The set takes 64 sockets at most; connections beyond that stay unwatched until older ones have gone.
-void VTR_CTcpipListener::watch(SPW_Socket listening, SPW_CSocketSet& watched) {
-    watched.add(listening);
-    const SPW_CGuard guard(m_clientLock);
-    for (int i = 0; i < m_clients.numberOfElements() && watched.size() < SPW_CSocketSet::kMaximum; ++i) {
-        watched.add(m_clients[i]);
-    }
+// There are no clients yet.
+void VTR_CTcpipListener::beginWatch(SPW_Socket listening) {
+    m_listening = listening;
+    m_watch = SPW_CSocket::instance->openWatch();
+    m_watch->add(listening);
 }
 
 // Once is enough: with many peers the connections that wait come and go, and the log would fill with them.
 void VTR_CTcpipListener::reportUnwatched() {
-    constexpr int kMostWatched = SPW_CSocketSet::kMaximum - 1;  // the listening socket has a place, too
     SPW_CString address;
     {
         const SPW_CGuard guard(m_clientLock);
@@ -76,17 +74,17 @@ void VTR_CTcpipListener::reportUnwatched() {
     report(address, kSockTooManyFiles, u"connection is not watched while 63 older ones last (said only once)");
 }
 
-// From the last to the first, so that a removal leaves the indexes still to be visited alone.
-void VTR_CTcpipListener::serveClients(const SPW_CSocketSet& watched) {
+// From the latest to the oldest.
+void VTR_CTcpipListener::serveClients(const SPW_CSocketSet& ready) {
     Client client;
-    for (int i = numberOfClients() - 1; i >= 0; --i) {
-        if (readyClientAt(i, watched, client)) {
-            serve(client, i);
+    for (int i = ready.size() - 1; i >= 0; --i) {
+        if (findClient(ready.at(i), client)) {
+            serve(client);
         }
     }
 }
 
-void VTR_CTcpipListener::serve(const Client& client, int index) {
+void VTR_CTcpipListener::serve(const Client& client) {
     char chunk[ProbePacket::kBufferSize];
     const int count = SPW_CSocket::instance->receive(client.socket, chunk, ProbePacket::kReceiveSize);
     if (count > 0) {
@@ -95,15 +93,16 @@ void VTR_CTcpipListener::serve(const Client& client, int index) {
     }
     if (count == 0) {
         // The peer has closed.
-        forgetClient(client, index, true);
+        departClient(client.socket);
         return;
     }
     const SPW_Result code = SPW_CSocket::instance->lastError();
     if (!isFromStop(code)) {
         report(client.address, code, probeFailureText(u"recv failed ", code));
     }
-    (void)SPW_CSocket::instance->close(client.socket);  // a stop may have closed it already
-    forgetClient(client, index, false);
+    if (forgetClient(client.socket)) {
+        (void)SPW_CSocket::instance->close(client.socket);  // nobody else knows it any more
+    }
 }
 
 void VTR_CTcpipListener::acceptClient(SPW_Socket listening) {
@@ -134,18 +133,22 @@ void VTR_CTcpipListener::relieveShortage() {
     }
 }
 
-int VTR_CTcpipListener::numberOfClients() {
-    const SPW_CGuard guard(m_clientLock);
-    return m_clients.numberOfElements();
+int VTR_CTcpipListener::indexOf(SPW_Socket client) const {
+    for (int i = 0; i < m_clients.numberOfElements() && i < kMostWatched; ++i) {
+        if (m_clients[i] == client) {
+            return i;
+        }
+    }
+    return -1;
 }
 
-// A stop may have emptied the arrays since they were last looked at, here and below.
-bool VTR_CTcpipListener::readyClientAt(int index, const SPW_CSocketSet& watched, Client& client) {
+bool VTR_CTcpipListener::findClient(SPW_Socket socket, Client& client) {
     const SPW_CGuard guard(m_clientLock);
-    if (index >= m_clients.numberOfElements() || !watched.isReady(m_clients[index])) {
+    const int index = indexOf(socket);
+    if (index < 0) {
         return false;
     }
-    client.socket = m_clients[index];
+    client.socket = socket;
     client.address = m_clientAddresses[index];
     return true;
 }
@@ -157,20 +160,32 @@ void VTR_CTcpipListener::addClient(SPW_Socket socket, const SPW_CIpAddress& peer
         (void)SPW_CSocket::instance->close(socket);  // nobody else knows it
         return;
     }
+    if (m_clients.numberOfElements() < kMostWatched) {
+        m_watch->add(socket);
+    }
     m_clients.append(socket);
     m_clientAddresses.append(peer.toText());
 }
 
-void VTR_CTcpipListener::forgetClient(const Client& client, int index, bool departed) {
+bool VTR_CTcpipListener::forgetClient(SPW_Socket socket) {
     const SPW_CGuard guard(m_clientLock);
-    if (index >= m_clients.numberOfElements() || m_clients[index] != client.socket) {
-        return;
-    }
-    if (departed) {
-        keepDeparted(client.socket);
+    const int index = indexOf(socket);
+    if (index < 0) {
+        return false;
     }
     m_clients.removeElementAt(index);
     m_clientAddresses.removeElementAt(index);
+    m_watch->remove(socket);
+    if (m_clients.numberOfElements() >= kMostWatched) {
+        m_watch->add(m_clients[kMostWatched - 1]);  // the oldest of those that had to wait
+    }
+    return true;
+}
+
+void VTR_CTcpipListener::departClient(SPW_Socket socket) {
+    if (forgetClient(socket)) {
+        keepDeparted(socket);
+    }
 }
 
 // Peers that come and go for weeks would otherwise use all descriptors up.

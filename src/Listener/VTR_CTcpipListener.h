@@ -1,8 +1,11 @@
 #pragma once
 
+#include <memory>
+
 #include "ProbeListener.h"
 #include "SPW_CArray.h"
 #include "SPW_CCriticalSection.h"
+#include "SPW_CSocketWatch.h"
 
 // Receives the probes that arrive on a port over TCP connections.
 //
@@ -34,17 +37,23 @@ private:
         SPW_CString address;
     };
 
-    void watch(SPW_Socket listening, SPW_CSocketSet& watched);
+    // The listening socket has a place in the watch, too.
+    static constexpr int kMostWatched = SPW_CSocketSet::kMaximum - 1;
+
+    void beginWatch(SPW_Socket listening);
     void reportUnwatched();
-    void serveClients(const SPW_CSocketSet& watched);
-    void serve(const Client& client, int index);
+    void serveClients(const SPW_CSocketSet& ready);
+    void serve(const Client& client);
     void acceptClient(SPW_Socket listening);
     void relieveShortage();
-    int numberOfClients();
-    bool readyClientAt(int index, const SPW_CSocketSet& watched, Client& client);
+    // Under m_clientLock: of a client that is watched; -1 when it is none, or a stop has closed it.
+    int indexOf(SPW_Socket client) const;
+    bool findClient(SPW_Socket socket, Client& client);
     void addClient(SPW_Socket socket, const SPW_CIpAddress& peer);
-    // departed: the peer has closed; the socket is kept open.
-    void forgetClient(const Client& client, int index, bool departed);
+    // False when a stop has closed the client and forgotten it.
+    bool forgetClient(SPW_Socket socket);
+    // Forgets a client that its peer has closed, and keeps its socket open.
+    void departClient(SPW_Socket socket);
     void keepDeparted(SPW_Socket socket);
     void closeDeparted();
 
@@ -52,6 +61,10 @@ private:
     SPW_CCriticalSection m_clientLock;
     SPW_CArray<SPW_Socket> m_clients;
     SPW_CArray<SPW_CString> m_clientAddresses;
+    // The thread's: what waits for the listening socket and the first kMostWatched clients, in the order of m_clients.
+    // Made anew for every listening socket.
+    std::unique_ptr<SPW_CSocketWatch> m_watch;
+    SPW_Socket m_listening = kInvalidSocket;
     // The thread's: connections that their peers closed, the oldest first.
     SPW_CArray<SPW_Socket> m_departed;
     // The thread's: whether a connection that is not watched has been reported.

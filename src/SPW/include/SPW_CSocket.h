@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "SPW_CArray.h"
 #include "SPW_CIpAddress.h"
@@ -22,13 +23,22 @@ public:
 
     // Adds a socket behind the others, not ready. False, and nothing happens, when it is present or there is no room.
     bool add(SPW_Socket socket);
+    // Takes a socket out; the others keep their order. False when it is not there.
+    bool remove(SPW_Socket socket);
+    bool contains(SPW_Socket socket) const { return indexOf(socket) >= 0; }
     // What the latest select() found; false for a socket that is not in the set.
     bool isReady(SPW_Socket socket) const;
 
-    // For the implementations of select(): index 0 .. size() - 1, in the order of adding.
+    // Index 0 .. size() - 1, in the order of adding.
     int size() const { return m_size; }
     SPW_Socket at(int index) const { return m_sockets[index]; }
+    bool isReadyAt(int index) const { return m_ready[index]; }
+
+    // For the implementations of select() and of watches.
     void setReady(int index, bool ready) { m_ready[index] = ready; }
+    // Does nothing for a socket that is not in the set.
+    void markReady(SPW_Socket socket);
+    void clearReady();
 
 private:
     int indexOf(SPW_Socket socket) const;
@@ -38,6 +48,8 @@ private:
     bool m_ready[kMaximum] = {};
 };
 
+class SPW_CSocketWatch;
+
 // The platform's TCP/IP sockets, IPv4 only, reached through `instance`. All sockets are blocking.
 //
 // Results: every int result is -1 on failure; the code (SPW_CSysError.h) is then lastError() of the calling thread.
@@ -45,10 +57,10 @@ private:
 //
 // Threads: any thread may call any operation on any socket at any time.
 //
-// What blocks: connect, accept, receive, receiveFrom, select; send and sendTo while the buffers are full; resolve
-// while it asks a name server. What wakes it (all but resolve): close() of the same socket from another thread, at
-// once. The woken call fails with kSockInterrupted (receiveFrom) or kSockNotSocket (all others). What close() frees,
-// the local port among it, is free once the woken call has returned.
+// What blocks: connect, accept, receive, receiveFrom, select and the wait of a watch; send and sendTo while the buffers
+// are full; resolve while it asks a name server. What wakes it (all but resolve): close() of the same socket from
+// another thread, at once. The woken call fails with kSockInterrupted (receiveFrom) or kSockNotSocket (all others).
+// What close() frees, the local port among it, is free once the woken call has returned.
 class SPW_CSocket : public SPW_CObject {
 public:
     // The process-wide object; a test may put another in its place. Usable before main().
@@ -99,6 +111,9 @@ public:
     // Returns how many entries became ready over both sets (a socket ready in both counts twice), 0 on time-out, -1
     // on failure, when nothing is marked.
     virtual int select(SPW_CSocketSet* read, SPW_CSocketSet* except, std::uint32_t timeoutMs) = 0;
+    // A watch for the sockets on which one thread waits again and again (SPW_CSocketWatch.h), the caller's. It selects,
+    // unless the platform has something better.
+    virtual std::unique_ptr<SPW_CSocketWatch> openWatch();
 
     // Time-to-live of the multicast datagrams sent from this socket, handed to the platform unchanged: what it does
     // with a value outside 0..255 is its own affair.

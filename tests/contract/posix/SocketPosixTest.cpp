@@ -13,6 +13,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
+#include <memory>
 #include <set>
 #include <string>
 #include <system_error>
@@ -24,6 +26,7 @@
 #include "Patience.h"
 #include "RealSockets.h"
 #include "SPW_CSocket.h"
+#include "SPW_CSocketWatch.h"
 #include "SPW_CSysError.h"
 #include "SocketContract.h"
 
@@ -128,6 +131,39 @@ TEST_F(SocketPosixTest, WithoutDescriptorsThereIsNoSocket) {
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
     EXPECT_EQ(socket, kInvalidSocket);
     EXPECT_EQ(code, kSockTooManyFiles);
+}
+
+TEST_F(SocketPosixTest, WithoutDescriptorsAWatchSelects) {
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit none = limit;
+    none.rlim_cur = 0;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const std::unique_ptr<SPW_CSocketWatch> watch = s().openWatch();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    const SPW_Socket quiet = boundUdp();
+    const SPW_Socket receiver = boundUdp();
+    ASSERT_TRUE(watch->add(quiet));
+    ASSERT_TRUE(watch->add(receiver));
+    EXPECT_EQ(sendTo(udp(), portOf(receiver), "x"), 1);
+    SPW_CSocketSet ready;
+    EXPECT_EQ(watch->wait(ready), 0u);
+    EXPECT_EQ(ready.size(), 1);
+    EXPECT_TRUE(ready.contains(receiver));
+    ASSERT_EQ(s().close(quiet), 0);
+    EXPECT_EQ(watch->wait(ready), kSockNotSocket);
+}
+
+TEST_F(SocketPosixTest, AWatchGivesItsDescriptorsBack) {
+    const auto count = [] {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    };
+    const auto before = count();
+    std::unique_ptr<SPW_CSocketWatch> watch = s().openWatch();
+    EXPECT_GT(count(), before);
+    watch.reset();
+    EXPECT_EQ(count(), before);
 }
 
 TEST_F(SocketPosixTest, AConnectionThatFindsNoDescriptorWaitsForTheNextAccept) {

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -22,6 +23,7 @@
 #include "SPW_CSocket.h"
 #include "SPW_CSocketAddressPosix.h"
 #include "SPW_CSocketTable.h"
+#include "SPW_CSocketWatchPosix.h"
 #include "SPW_CSysError.h"
 #include "SPW_CSysErrorPosix.h"
 
@@ -292,8 +294,8 @@ private:
 };
 
 void clearReady(SPW_CSocketSet* set) {
-    for (int i = 0; set != nullptr && i < set->size(); ++i) {
-        set->setReady(i, false);
+    if (set != nullptr) {
+        set->clearReady();
     }
 }
 
@@ -412,6 +414,7 @@ public:
             (void)::shutdown(slot->descriptor, SHUT_RDWR);
         }
         table.release(slot);
+        SPW_CSocketWatchPosix::noteClosed(socket);
         memberships.value.get().forget(socket);
         return 0;
     }
@@ -581,6 +584,10 @@ public:
         ready += selection.mark(except, firstExcept, POLLPRI);
         // Only a socket that is watched for exceptions alone and has come to its end can have woken us then.
         return ready > 0 ? ready : selection.mark(except, firstExcept, POLLHUP | POLLERR);
+    }
+
+    std::unique_ptr<SPW_CSocketWatch> openWatch() override {
+        return std::make_unique<SPW_CSocketWatchPosix>(*this, table);
     }
 
     int setMulticastTtl(SPW_Socket socket, int ttl) override {

@@ -230,8 +230,8 @@ private:
 };
 
 void clearReady(SPW_CSocketSet* set) {
-    for (int i = 0; set != nullptr && i < set->size(); ++i) {
-        set->setReady(i, false);
+    if (set != nullptr) {
+        set->clearReady();
     }
 }
 

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "SPW_CObject.h"
+#include "SPW_CSocket.h"
+
+// The sockets on which one thread waits for input again and again.
+//
+// A select() is told its sockets anew and looks at all of them, whenever it begins and whenever it is woken. A watch
+// keeps them. Where the platform can say which of them have become ready, a wait beside many quiet connections costs as
+// much as a wait beside none. Elsewhere a watch selects; both kinds behave the same.
+//
+// SPW_CSocket::openWatch() makes one. Threads: one thread at a time uses and destroys it; any thread may close the
+// sockets. A watch does not own its sockets and outlives none of its SPW_CSocket.
+class SPW_CSocketWatch : public SPW_CObject {
+public:
+    // A watch that selects.
+    explicit SPW_CSocketWatch(SPW_CSocket& sockets) : m_sockets(sockets) {}
+    SPW_CSocketWatch(const SPW_CSocketWatch&) = delete;
+    SPW_CSocketWatch& operator=(const SPW_CSocketWatch&) = delete;
+
+    // Adds a socket behind the others. False, and nothing happens, when it is present or there are
+    // SPW_CSocketSet::kMaximum already. A socket that is closed can be added; the next wait tells it.
+    virtual bool add(SPW_Socket socket);
+    // Takes a socket out; the others keep their order. False when it is not there.
+    virtual bool remove(SPW_Socket socket);
+    // Waits without limit until there is something to receive or to accept on a socket, or an end or an error to be
+    // told by receive or accept. ready then holds those sockets, at least one, in the order of their adding. A socket
+    // stays ready until it has been dealt with.
+    //
+    // 0, or a code, with ready empty: kSockInvalid when there is nothing to wait for, kSockNotSocket when one of the
+    // sockets is closed. Closing one wakes a wait in progress; as long as it is not removed, every wait fails so.
+    [[nodiscard]] virtual SPW_Result wait(SPW_CSocketSet& ready);
+
+protected:
+    // Fills ready with the sockets that are marked as ready.
+    void collectReady(SPW_CSocketSet& ready) const;
+
+    // Marked by a wait with what it found.
+    SPW_CSocketSet m_watched;
+
+private:
+    SPW_CSocket& m_sockets;
+};
