@@ -8,6 +8,8 @@
 namespace {
 
 constexpr std::uint32_t kTurnMs = 1000;
+// Lines that are written together with the one that woke the writer.
+constexpr std::uint32_t kMostBehind = 99;
 constexpr std::uint64_t kMs = 10000;  // 100-ns units
 constexpr std::uint32_t kLongestUnflushedMs = 1000;
 // The queue counts as run empty when it has been empty for so long. Lines come in bursts, and a flush for each would
@@ -105,23 +107,40 @@ void TestLogWriter::memoryIsExhausted() {
 
 void TestLogWriter::step() {
     m_thread = currentId();
-    std::uintptr_t taken;
-    (void)qGetMsg(taken, m_isFlushDue ? msUntilFlush() : kTurnMs);
-    if (taken == kWakeUp) {
+    std::uintptr_t taken[1 + kMostBehind];
+    (void)qGetMsg(taken[0], m_isFlushDue ? msUntilFlush() : kTurnMs);
+    if (taken[0] == kWakeUp) {
         flush();
         return;
     }
-    const std::unique_ptr<SPW_CMessage> message(reinterpret_cast<SPW_CMessage*>(taken));
-    SPW_CString text;
-    if (m_log.isOpen() && message->popString(text)) {
-        (void)m_log.writeLine(text, true);  // a line that cannot be written is lost; the log says so
-        noteWritten();
-    }
-    ++m_linesWritten;
+    const std::uint32_t behind = qTakeWaiting(taken + 1, kMostBehind);
+    write(taken, 1 + behind);
+    freePlaces(behind);
     m_room.set();
     if (m_isFlushDue && msUntilFlush() == 0) {
         flush();
     }
+}
+
+// The lines go out together. The bound holds nevertheless: no more than the first of them has given its place back.
+void TestLogWriter::write(const std::uintptr_t* messages, std::uint32_t count) {
+    m_lines.empty();
+    std::uint32_t lines = 0;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (messages[i] == kWakeUp) {
+            continue;
+        }
+        ++lines;
+        const std::unique_ptr<SPW_CMessage> message(reinterpret_cast<SPW_CMessage*>(messages[i]));
+        if (message->popString(m_line)) {
+            m_lines.append(m_line);
+        }
+    }
+    if (m_log.isOpen()) {
+        m_log.writeLines(m_lines, true);  // a line that cannot be written is lost; the log says so
+        noteWritten();
+    }
+    m_linesWritten += lines;
 }
 
 std::uint32_t TestLogWriter::msUntilFlush() const {

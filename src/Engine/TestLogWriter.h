@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "LogProgress.h"
+#include "SPW_CArray.h"
 #include "SPW_CLogFile.h"
 #include "SPW_CMemory.h"
 #include "SPW_CThreadMessageQueue.h"
@@ -51,6 +52,7 @@ public:
 private:
     SPW_Result startThread();
     void stopThread();
+    void write(const std::uintptr_t* messages, std::uint32_t count);
     std::uint32_t msUntilFlush() const;
     void noteWritten();
     void flush();
@@ -64,7 +66,9 @@ private:
     std::atomic<std::uint32_t> m_linesTaken{0};
     std::atomic<std::uint32_t> m_linesWritten{0};
     std::atomic<bool> m_isGivenUp{false};
-    // The thread's own.
+    // The thread's own. The lines that it writes together, and one of them; they keep their room.
+    SPW_CArray<SPW_CString> m_lines;
+    SPW_CString m_line;
     bool m_isFlushDue = false;
     std::uint64_t m_flushBy100ns = 0;
 };

@@ -99,8 +99,11 @@ public:
     // The text in the system code page, without a terminator, in one write.
     virtual SPW_Result writeText(const SPW_CString& text);
     // As writeText at the end of the file, but whole or not at all: what a failure has left there is cut off again,
-    // unless isTorn. The one operation that reports nothing, for callers who have a better way to tell.
+    // unless isTorn. Reports nothing, for callers who have a better way to tell.
     [[nodiscard]] SPW_Result writeWhole(const SPW_CString& text, bool& isTorn);
+    // The same with bytes. written: how many stand in the file; 0 after a failure, unless what it left could not be cut
+    // off.
+    [[nodiscard]] SPW_Result writeWhole(const char* bytes, std::uint32_t size, std::uint32_t& written);
 
 private:
     enum OpenMode : int;

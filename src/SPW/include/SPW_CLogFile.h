@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "SPW_CArray.h"
 #include "SPW_CCriticalSection.h"
 #include "SPW_CFile.h"
 
@@ -35,6 +36,9 @@ public:
     // that has reached its maximum. 0, or the result of the rotation; a line that could not be written is lost. Without
     // an open log the file reports each line.
     virtual SPW_Result writeLine(const SPW_CString& text, bool withTime);
+    // Appends the texts as so many calls of writeLine do, without their results. Lines that nothing comes between go
+    // out in one write and bear one time: a log without a maximum takes thousands of them together as cheaply as a few.
+    void writeLines(const SPW_CArray<SPW_CString>& texts, bool withTime);
     // Whether flush() may do something: a log on a device or a pipe has refused it when its header was written.
     bool isFlushable() const { return m_isFlushable; }
     // Writes the header block, with the present local time, and flushes. A header that cannot be written is written
@@ -46,8 +50,10 @@ public:
     const SPW_CString& path() const { return m_path; }
 
 private:
+    static SPW_CString stamp(bool withTime);
     static SPW_CString stamped(const SPW_CString& text, bool withTime);
     SPW_CString lossLine(bool withTime) const;
+    int writeTogether(const SPW_CArray<SPW_CString>& texts, bool withTime);
     bool put(const SPW_CString& block);
     void tellLoss(SPW_Result code) const;
     void splitPath();

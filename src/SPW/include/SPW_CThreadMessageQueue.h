@@ -39,11 +39,16 @@ public:
     // message that was due at the call it is the time left in the unit of setTimedMessage, 0 or negative. A timed
     // message is a pointer to SPW_CMessage that the caller now owns. Reader only.
     SPW_Result qGetMsg(std::uintptr_t& message, std::uint32_t timeoutMs);
+    // Takes the messages that wait now, at most `most`, the oldest first, and returns how many. Their places stay taken
+    // until freePlaces(): the bound of the queue holds for what its reader works on as well. Never blocks. Reader only.
+    std::uint32_t qTakeWaiting(std::uintptr_t* messages, std::uint32_t most);
+    // Frees the places of that many messages that qTakeWaiting() has given. Reader only.
+    void freePlaces(std::uint32_t count);
     // Arms the one timed message, which is the queue's until it is handed out; one that is still armed is deleted.
     // `delay` is in microseconds when the message is armed, but qGetMsg waits as many milliseconds for it; see there.
     // Reader only, or before start().
     void setTimedMessage(std::uint32_t delay, std::unique_ptr<SPW_CMessage> message);
-    // Any thread; by the time of the return it may have changed.
+    // Whether all places are free, and whether none is. Any thread; by the time of the return it may have changed.
     bool isEmpty() const;
     bool isFull() const;
 
@@ -52,6 +57,7 @@ private:
     std::int64_t timedMessageRemaining() const;
     std::uintptr_t takeTimedMessage();
     std::uintptr_t takeOldest();
+    std::uintptr_t removeOldest();
     std::int32_t lockedCount() const;
 
     const std::uint32_t m_capacity;

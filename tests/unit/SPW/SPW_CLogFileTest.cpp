@@ -129,6 +129,45 @@ TEST_F(LogFileTest, LineIsInTheFileWhenTheCallReturns) {
     }
 }
 
+TEST_F(LogFileTest, LinesWrittenTogetherStandAsIfWrittenOneByOne) {
+    const char16_t* const texts[] = {u"first", u"", u"100%s \u00E4\u20AC", u"last"};
+    SPW_CArray<SPW_CString> lines;
+    for (const char16_t* text : texts) {
+        lines.append(text);
+    }
+    openPlain(0, 1);
+    for (const bool withTime : {true, false}) {
+        for (const char16_t* text : texts) {
+            EXPECT_EQ(log.writeLine(text, withTime), 0u);
+        }
+        const std::string oneByOne = folder.read("log.txt");
+        EXPECT_EQ(log.close(), 0u);
+        folder.write("log.txt", "");
+        openPlain(0, 1);
+        log.writeLines(lines, withTime);
+        EXPECT_EQ(folder.read("log.txt"), oneByOne);
+        log.writeLines(SPW_CArray<SPW_CString>(), withTime);
+        EXPECT_EQ(folder.read("log.txt"), oneByOne);
+        EXPECT_EQ(log.close(), 0u);
+        folder.write("log.txt", "");
+        openPlain(0, 1);
+    }
+}
+
+TEST_F(LogFileTest, LinesWrittenTogetherRotateTheLogWhereEachOfThemWould) {
+    SPW_CArray<SPW_CString> lines;
+    SPW_CString text;
+    for (const char16_t character : {u'a', u'b', u'c', u'd', u'e'}) {
+        text.fill(character, 510);
+        lines.append(text);
+    }
+    openPlain(1, 2);
+    log.writeLines(lines, false);
+    EXPECT_EQ(folder.read("log-2.txt"), line(512, 'a') + line(512, 'b'));
+    EXPECT_EQ(folder.read("log-1.txt"), line(512, 'c') + line(512, 'd'));
+    EXPECT_EQ(folder.read("log.txt"), line(512, 'e'));
+}
+
 TEST_F(LogFileTest, LineToAClosedLogIsReportedOnceAndAnswersSuccess) {
     EXPECT_EQ(log.writeLine(u"lost", false), 0u);
     EXPECT_THAT(reporter.takeReports(),

@@ -128,6 +128,47 @@ TEST(MessageQueueTest, EmptyAndFullFollowTheCount) {
     EXPECT_TRUE(queue.isEmpty());
 }
 
+TEST(MessageQueueTest, WhatWaitsIsTakenTogetherAndKeepsItsPlacesUntilTheyAreFreed) {
+    Queue queue(3);
+    std::uintptr_t taken[3] = {};
+    EXPECT_EQ(queue.qTakeWaiting(taken, 3), 0u);
+    for (int round = 0; round < 5; ++round) {
+        for (std::uintptr_t message = 1; message <= 3; ++message) {
+            queue.qAddMsg(message);
+        }
+        EXPECT_EQ(queue.qTakeWaiting(taken, 2), 2u);
+        EXPECT_THAT(taken, ElementsAre(1, 2, round == 0 ? 0u : 1u));
+        EXPECT_TRUE(queue.isFull());
+        queue.freePlaces(2);
+        EXPECT_FALSE(queue.isFull());
+        queue.qAddMsg(1);
+        EXPECT_EQ(queue.qTakeWaiting(taken, 3), 2u);
+        EXPECT_EQ(taken[0], 3u);
+        EXPECT_EQ(taken[1], 1u);
+        EXPECT_FALSE(queue.isEmpty());
+        queue.freePlaces(2);
+        EXPECT_TRUE(queue.isEmpty());
+        taken[2] = 1;
+    }
+}
+
+TEST(MessageQueueTest, AWriterWaitsForAPlaceThatIsTakenButNotFreed) {
+    Queue queue(1);
+    queue.qAddMsg(1);
+    std::uintptr_t taken[1] = {};
+    ASSERT_EQ(queue.qTakeWaiting(taken, 1), 1u);
+    std::atomic<bool> added{false};
+    std::thread writer([&] {
+        queue.qAddMsg(2);
+        added = true;
+    });
+    EXPECT_EQ(queue.take(50), 0u);
+    EXPECT_FALSE(added);
+    queue.freePlaces(1);
+    EXPECT_EQ(queue.take(kPatience.count()), 2u);
+    writer.join();
+}
+
 TEST(MessageQueueTest, EmptyQueueReturnsNothingAfterTheTimeOutAndTracesIt) {
     RecordingReporter reporter;
     Queue queue;

@@ -56,6 +56,13 @@ protected:
         (void)reporter.takeReports();
         return messages;
     }
+    static SPW_CArray<SPW_CString> linesOf(const std::vector<const char16_t*>& texts) {
+        SPW_CArray<SPW_CString> lines;
+        for (const char16_t* text : texts) {
+            lines.append(text);
+        }
+        return lines;
+    }
     std::string pathText() const { return folder.path("log.txt").toAnsi(); }
 
     TemporaryFolder folder;
@@ -112,6 +119,34 @@ TEST_F(FullLogTest, AfterALineThatStaysTornTheNextOneBeginsALineOfItsOwn) {
     EXPECT_EQ(folder.read("log.txt"),
               "14:07\r\n14:07:09 LOG ERROR: 1 line could not be written: The disk is full\r\n"
               "14:07:09 whole\r\n");
+}
+
+TEST_F(FullLogTest, OfLinesWrittenTogetherThoseThatFitAreInTheFileAndTheOthersAreCounted) {
+    {
+        const FileSizeLimit limit(35);
+        log.writeLines(linesOf({u"one", u"two", u"three", u"four"}), true);
+        EXPECT_EQ(folder.read("log.txt"), "14:07:09 one\r\n14:07:09 two\r\n");
+        EXPECT_THAT(takeMessages(), SizeIs(1));
+        log.writeLines(linesOf({u"five", u"six"}), true);
+        EXPECT_THAT(takeMessages(), IsEmpty());
+    }
+    log.writeLines(linesOf({u"seven", u"eight"}), true);
+    EXPECT_EQ(folder.read("log.txt"),
+              "14:07:09 one\r\n14:07:09 two\r\n"
+              "14:07:09 LOG ERROR: 4 lines could not be written: The disk is full\r\n"
+              "14:07:09 seven\r\n14:07:09 eight\r\n");
+}
+
+TEST_F(FullLogTest, OfLinesWrittenTogetherThatStayTornNoneIsInTheFileTwice) {
+    {
+        const FileSizeLimit limit(20);
+        const ScopedFault refusal(truncateFault, descriptorOf(folder.native() / "log.txt"), EIO);
+        log.writeLines(linesOf({u"one", u"two", u"three"}), true);
+    }
+    log.writeLines(linesOf({u"four", u"five"}), true);
+    EXPECT_EQ(folder.read("log.txt"),
+              "14:07:09 one\r\n14:07:\r\n14:07:09 LOG ERROR: 2 lines could not be written: The disk is full\r\n"
+              "14:07:09 four\r\n14:07:09 five\r\n");
 }
 
 TEST_F(FullLogTest, WhatIsLostIsSaidAtTheCloseWhenNoLineComesAfterIt) {

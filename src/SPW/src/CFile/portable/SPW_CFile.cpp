@@ -394,14 +394,22 @@ SPW_Result SPW_CFile::writeText(const SPW_CString& text) {
 }
 
 SPW_Result SPW_CFile::writeWhole(const SPW_CString& text, bool& isTorn) {
-    isTorn = false;
+    const AnsiBytes ansi(text);
+    std::uint32_t written = 0;
+    const SPW_Result result = writeWhole(ansi.bytes(), ansi.size(), written);
+    isTorn = result != 0 && written != 0;
+    return result;
+}
+
+SPW_Result SPW_CFile::writeWhole(const char* bytes, std::uint32_t size, std::uint32_t& written) {
+    written = 0;
     if (!isOpen()) {
         return kNotOpen;
     }
-    const AnsiBytes ansi(text);
-    std::uint32_t written = 0;
-    const SPW_Result result = SPW_CFileSys::write(m_handle, ansi.bytes(), ansi.size(), written);
-    isTorn = result != 0 && written != 0 && !cutOff(written);
+    const SPW_Result result = SPW_CFileSys::write(m_handle, bytes, size, written);
+    if (result != 0 && written != 0 && cutOff(written)) {
+        written = 0;
+    }
     return result;
 }
 

@@ -1,5 +1,8 @@
 #include "SPW_CLogFile.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "SPW_CClock.h"
 #include "SPW_CDir.h"
 #include "SPW_CError.h"
@@ -10,6 +13,46 @@ namespace {
 constexpr const char* kModule = "src\\SPW\\src\\CLogFile\\portable\\SPW_CLogFile";
 constexpr std::uint32_t kBytesPerKilobyte = 1024;
 constexpr const char16_t* kRule = u"--------------------------------------------------------------------------------";
+
+// Lines as they stand in the file, each behind the stamp.
+class LineBlock {
+public:
+    LineBlock(const SPW_CArray<SPW_CString>& texts, const SPW_CString& stamp) {
+        for (int i = 0; i < texts.numberOfElements(); ++i) {
+            append(stamp);
+            append(texts[i]);
+            append(SPW_CFile::kNewLine);
+            m_ends.push_back(size());
+        }
+    }
+
+    const char* bytes() const { return m_bytes.data(); }
+    std::uint32_t size() const { return static_cast<std::uint32_t>(m_bytes.size()); }
+    // How many lines are whole in the first bytes of the block, and whether a line ends there.
+    int linesWithin(std::uint32_t bytes) const {
+        return static_cast<int>(std::upper_bound(m_ends.begin(), m_ends.end(), bytes) - m_ends.begin());
+    }
+    bool isLineEnd(std::uint32_t bytes) const {
+        return bytes == 0 || std::binary_search(m_ends.begin(), m_ends.end(), bytes);
+    }
+
+private:
+    void append(const SPW_CString& text) {
+        const std::size_t begin = m_bytes.size();
+        int room = text.length() + 1;  // for a text of ASCII and its terminator
+        m_bytes.resize(begin + static_cast<std::size_t>(room));
+        int copied = text.copyToAnsi(m_bytes.data() + begin, room);
+        if (copied == 0) {
+            room = text.copyToAnsi(nullptr, 0);
+            m_bytes.resize(begin + static_cast<std::size_t>(room));
+            copied = text.copyToAnsi(m_bytes.data() + begin, room);
+        }
+        m_bytes.resize(begin + static_cast<std::size_t>(std::max(copied, 1) - 1));
+    }
+
+    std::vector<char> m_bytes;
+    std::vector<std::uint32_t> m_ends;
+};
 
 void appendLine(SPW_CString& block, const SPW_CString& line) {
     block.append(line);
@@ -111,12 +154,42 @@ SPW_Result SPW_CLogFile::writeLine(const SPW_CString& text, bool withTime) {
     return isFull() ? rotate() : 0;
 }
 
-SPW_CString SPW_CLogFile::stamped(const SPW_CString& text, bool withTime) {
-    SPW_CString line;
+void SPW_CLogFile::writeLines(const SPW_CArray<SPW_CString>& texts, bool withTime) {
+    const int count = texts.numberOfElements();
+    for (int i = count > 1 ? writeTogether(texts, withTime) : 0; i < count; ++i) {
+        (void)writeLine(texts[i], withTime);  // the result of a rotation, which nothing here depends on
+    }
+}
+
+// How many of the lines, from the first, are in the file now. The others are for writeLine, which knows what to do
+// about a maximum, a header that is due, lost lines and a medium that has no more room.
+int SPW_CLogFile::writeTogether(const SPW_CArray<SPW_CString>& texts, bool withTime) {
+    const LineBlock block(texts, stamp(withTime));
+    const SPW_CGuard guard(m_lock);
+    if (!isOpen() || m_maximumKilobytes != 0 || m_isHeaderDue || m_isTorn || m_lostLines != 0) {
+        return 0;
+    }
+    m_isStamped = withTime;
+    std::uint32_t written = 0;
+    if (m_file->writeWhole(block.bytes(), block.size(), written) == 0) {
+        m_isFailing = false;
+        return texts.numberOfElements();
+    }
+    m_isTorn = !block.isLineEnd(written);
+    return block.linesWithin(written);
+}
+
+SPW_CString SPW_CLogFile::stamp(bool withTime) {
+    SPW_CString text;
     if (withTime) {
         const SPW_CalendarTime now = SPW_CClock::instance->localNow();
-        line.format(u"%02d:%02d:%02d ", now.hour, now.minute, now.second);
+        text.format(u"%02d:%02d:%02d ", now.hour, now.minute, now.second);
     }
+    return text;
+}
+
+SPW_CString SPW_CLogFile::stamped(const SPW_CString& text, bool withTime) {
+    SPW_CString line = stamp(withTime);
     appendLine(line, text);
     return line;
 }

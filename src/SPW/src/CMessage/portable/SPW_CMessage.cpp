@@ -59,10 +59,16 @@ void SPW_CMessage::pushBlock(const void* bytes, std::uint32_t count) {
 }
 
 void SPW_CMessage::pushString(const SPW_CString& value) {
-    const int count = value.length();
-    m_body.reserve(m_body.size() + 2 * static_cast<std::size_t>(count) + 7);
-    for (int i = 0; i < count; ++i) {
-        pushNumber(value.text()[i], 2);
+    const std::size_t count = static_cast<std::size_t>(value.length());
+    const std::size_t begin = m_body.size();
+    m_body.reserve(begin + 2 * count + 7);
+    m_body.resize(begin + 2 * count);
+    // Every line of the log passes here: bytes in place are much faster than bytes pushed one by one.
+    const char16_t* const text = value.text();
+    std::uint8_t* const bytes = m_body.data() + begin;
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes[2 * i] = static_cast<std::uint8_t>(text[i]);
+        bytes[2 * i + 1] = static_cast<std::uint8_t>(text[i] >> 8);
     }
     pushUnsigned(static_cast<std::uint32_t>(count));
     m_body.push_back(kWide);
@@ -147,12 +153,13 @@ bool SPW_CMessage::popString(SPW_CString& value) {
         m_body.push_back(0);
         value = SPW_CString(reinterpret_cast<const char*>(m_body.data() + rest));
     } else {
-        std::vector<char16_t> wide;
-        for (std::size_t i = rest; i < m_body.size(); i += 2) {
-            wide.push_back(static_cast<char16_t>(m_body[i] | m_body[i + 1] << 8));
+        const std::size_t count = static_cast<std::size_t>(bytes) / 2;
+        const std::uint8_t* const from = m_body.data() + rest;
+        char16_t* const text = value.getBuffer(static_cast<int>(count));
+        for (std::size_t i = 0; i < count; ++i) {
+            text[i] = static_cast<char16_t>(from[2 * i] | from[2 * i + 1] << 8);
         }
-        wide.push_back(0);
-        value.assign(wide.data());
+        value.assign(text);  // a character 0 ends the text
     }
     m_body.resize(rest);
     return true;

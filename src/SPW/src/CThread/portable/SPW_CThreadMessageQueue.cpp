@@ -159,13 +159,41 @@ std::uintptr_t SPW_CThreadMessageQueue::takeOldest() {
     std::uintptr_t message = 0;
     {
         const SPW_CGuard guard(m_queueLock);
-        traceRemoveIndex(m_removeIndex);
-        message = m_ring[m_removeIndex];
-        m_removeIndex = (m_removeIndex + 1) % m_capacity;
+        message = removeOldest();
         --m_count;
     }
     release(m_freeSlots);
     return message;
+}
+
+// Under the lock, for a reader that holds a unit of m_items. Its place stays taken.
+std::uintptr_t SPW_CThreadMessageQueue::removeOldest() {
+    traceRemoveIndex(m_removeIndex);
+    const std::uintptr_t message = m_ring[m_removeIndex];
+    m_removeIndex = (m_removeIndex + 1) % m_capacity;
+    return message;
+}
+
+std::uint32_t SPW_CThreadMessageQueue::qTakeWaiting(std::uintptr_t* messages, std::uint32_t most) {
+    std::uint32_t count = 0;
+    while (count < most && queueResult() == 0 && SPW_CThreadSys::waitSemaphore(m_items, 0)) {
+        ++count;
+    }
+    const SPW_CGuard guard(m_queueLock);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        messages[i] = removeOldest();
+    }
+    return count;
+}
+
+void SPW_CThreadMessageQueue::freePlaces(std::uint32_t count) {
+    {
+        const SPW_CGuard guard(m_queueLock);
+        m_count -= static_cast<std::int32_t>(count);
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+        release(m_freeSlots);
+    }
 }
 
 std::int32_t SPW_CThreadMessageQueue::lockedCount() const {
