@@ -31,7 +31,7 @@ void AddPeerDialog::onCommand(int control) {
     }
 }
 
-// What cannot be accepted is said, and the dialog stays for the user to mend it.
+// Says what cannot be accepted. The dialog then stays open, and the user can correct it.
 void AddPeerDialog::accept() {
     AddPeerForm form;
     for (int field = 0; field < AddPeerForm::kFields; ++field) {

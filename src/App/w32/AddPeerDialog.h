@@ -5,11 +5,11 @@
 #include "PeerTable.h"
 #include "TestEngine.h"
 
-// The dialog in which the user names a peer. Returns IDOK from runModal when it was accepted; peer() is the one that
-// the user named.
+// The dialog in which the user names a peer. runModal answers IDOK when the input was accepted; peer() is then the peer
+// that the user has named.
 class AddPeerDialog final : public Dialog {
 public:
-    // engine: tells which addresses are peers already; must outlive the dialog.
+    // engine: knows which addresses are peers already. It must outlive the dialog.
     explicit AddPeerDialog(const TestEngine& engine);
     // Only after the dialog was accepted.
     const PeerRecord& peer() const { return m_peer; }

@@ -22,7 +22,7 @@ void showBox(HWND owner, const SPW_CString& text, UINT icon) {
     (void)MessageBoxW(owner, SPW_ToWide(text.text()), L"Linkometry", MB_OK | icon);
 }
 
-// parent: may be null; else it cannot be used meanwhile.
+// parent: may be null. It cannot be used while the dialog is open.
 INT_PTR Dialog::runModal(HWND parent) {
     m_isEnding = false;
     const INT_PTR result = runTemplate(parent);
@@ -34,7 +34,7 @@ INT_PTR Dialog::runModal(HWND parent) {
     return result;
 }
 
-// The dialog is made from memory, as the one way that all devices offer.
+// The dialog is made from a template in memory. That is the only way that all devices offer.
 INT_PTR Dialog::runTemplate(HWND parent) {
     const HINSTANCE program = programInstance();
     const HRSRC place = FindResourceW(program, resourceName(m_resource), reinterpret_cast<const wchar_t*>(RT_DIALOG));
@@ -99,7 +99,8 @@ void Dialog::disable(int id, int next) {
     (void)EnableWindow(control(id), FALSE);
 }
 
-// What had the focus when the dialog was left may have been disabled since. The system takes no notice.
+// The control that had the focus when the dialog was left may have been disabled since. The system gives it the focus
+// all the same.
 void Dialog::mendFocus() {
     const HWND focus = GetFocus();
     if (GetActiveWindow() == m_window && (focus == nullptr || focus == m_window || !IsWindowEnabled(focus))) {
@@ -120,7 +121,7 @@ SPW_CString Dialog::textOf(int id) const {
     SPW_CString room;
     char16_t* const text = room.getBuffer(length);
     text[0] = 0;
-    (void)GetWindowTextW(field, SPW_ToWide(text), length + 1);  // the count includes the null
+    (void)GetWindowTextW(field, SPW_ToWide(text), length + 1);  // the size includes the null
     return SPW_CString(text);
 }
 
@@ -133,7 +134,7 @@ INT_PTR CALLBACK Dialog::procedure(HWND window, UINT message, WPARAM wParam, LPA
         (void)SetWindowLongPtrW(window, DWLP_USER, lParam);
         reinterpret_cast<Dialog*>(lParam)->m_window = window;
     }
-    // Some messages come before the first one that bears the object.
+    // Some messages come before WM_INITDIALOG, which brings the object.
     Dialog* const dialog = reinterpret_cast<Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
     return dialog != nullptr ? dialog->handle(message, wParam, lParam) : FALSE;
 }
@@ -144,7 +145,8 @@ INT_PTR Dialog::handle(UINT message, WPARAM wParam, LPARAM lParam) {
         return TRUE;  // the first control gets the focus
     }
     if (message == WM_COMMAND) {
-        // Only of buttons, and of the keys that stand for them: lists and fields tell of much more.
+        // Only clicks of buttons count, and the keys that stand for them. Lists and fields send many other notes as
+        // commands.
         if (HIWORD(wParam) == BN_CLICKED && !m_isEnding) {
             onCommand(LOWORD(wParam));
         }

@@ -5,9 +5,9 @@
 LocalInfoDialog::LocalInfoDialog(const SPW_CString& text) : Dialog(IDD_LOCAL_INFO), m_text(text) {}
 
 void LocalInfoDialog::onInitialise() {
-    // By way of the 8-bit text, so that it is what a report file holds, to the character.
+    // The text is converted to 8 bits and back. It is then the same as in a report file, character for character.
     setText(IDC_LOCAL_INFO, SPW_CString(m_text.toAnsi()));
-    // A text that gets the focus is selected whole; nobody wants to see it so.
+    // A field that gets the focus selects its whole text. This removes the selection.
     (void)PostMessageW(control(IDC_LOCAL_INFO), EM_SETSEL, 0, 0);
 }
 

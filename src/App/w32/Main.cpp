@@ -18,7 +18,7 @@ namespace {
 constexpr int kBadCommandLine = 3;
 constexpr int kNoWindow = 4;
 
-// The box is the system's own, which needs no memory of this program.
+// The box is made by the system and needs no memory of this program.
 void sayMemoryIsExhausted() {
     (void)MessageBoxW(nullptr, L"There is no memory left. Linkometry ends.", L"Linkometry",
                       MB_OK | MB_ICONERROR | MB_SETFOREGROUND | MB_TOPMOST);
@@ -75,7 +75,7 @@ int run(const CommandLine& options, WindowMessageBox& box) {
 // commandLine: without the program's own path.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t* commandLine, int) {
     SPW_CMemory::watch(sayMemoryIsExhausted);
-    // Before all else: whatever fails has no other place to be seen.
+    // The box comes first, because a failure can be shown nowhere else.
     WindowMessageBox box;
     SPW_CArray<SPW_CString> tokens;
     splitCommandLine(SPW_FromWide(commandLine), tokens);

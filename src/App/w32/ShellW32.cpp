@@ -30,7 +30,7 @@ Type* find(const char* function) {
     if (shell == nullptr) {
         return nullptr;
     }
-// Windows CE names the functions of this platform in both widths.
+// Windows CE has this function for names of both widths, each under a name of its own.
 #ifdef UNDER_CE
     return reinterpret_cast<Type*>(reinterpret_cast<void*>(GetProcAddressA(shell, function)));
 #else

@@ -46,7 +46,7 @@ SPW_CMessageBox::Answer showNow(HWND owner, const SPW_CString& text, const SPW_C
     return answerOf(MessageBoxW(owner, SPW_ToWide(text.text()), SPW_ToWide(caption.text()), typeOf(buttons, icon)));
 }
 
-// The reporter calls a plain function.
+// The reporter can call only a plain function.
 WindowMessageBox* theBox = nullptr;
 
 }  // namespace
@@ -71,7 +71,7 @@ WindowMessageBox::~WindowMessageBox() {
     }
     requestStop();
     (void)m_news.set();
-    // A box may just be on its way to the screen, and is there the next time.
+    // A box that is just being made is not found yet. The next call finds it.
     constexpr std::uint32_t kNextLookMs = 20;
     do {
         closeWindowsOfThread(m_threadId);
@@ -104,15 +104,15 @@ void WindowMessageBox::post(const Message& message) {
     }
     const SPW_CGuard guard(m_lock);
     if (m_unread.numberOfElements() == kMostUnread) {
-        m_unread.removeElementAt(1);  // the first one stands on the screen
+        m_unread.removeElementAt(1);  // the first message is on the screen
     }
     m_unread.append(message);
     (void)m_allRead.reset();
     (void)m_news.set();
 }
 
-// The thread is made when there is something to show, which most programs never have. Where none can be made, whoever
-// has something to say shows it himself.
+// The thread is made when the first message comes; most runs never have one. Where no thread can be made, the thread
+// that has the message shows the box itself.
 bool WindowMessageBox::canPost() {
     const SPW_CGuard guard(m_lock);
     if (!m_isStarted && m_canStart) {
@@ -139,7 +139,7 @@ void WindowMessageBox::finish() {
     (void)m_ended.set();
 }
 
-// It stays unread meanwhile.
+// The message counts as unread until the user has closed its box.
 bool WindowMessageBox::takeFirst(Message& message) {
     const SPW_CGuard guard(m_lock);
     if (m_unread.numberOfElements() == 0) {
@@ -151,7 +151,7 @@ bool WindowMessageBox::takeFirst(Message& message) {
 
 void WindowMessageBox::firstIsRead() {
     const SPW_CGuard guard(m_lock);
-    if (m_unread.numberOfElements() > 0) {  // the object's end empties it
+    if (m_unread.numberOfElements() > 0) {  // the destructor empties the list
         m_unread.removeElementAt(0);
     }
     if (m_unread.numberOfElements() == 0) {
@@ -171,6 +171,6 @@ void WindowMessageBox::exitAfterFatalError(int code) {
     theBox->waitUntilRead();
     (void)TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
     for (;;) {
-        Sleep(INFINITE);  // the call returns before it has done its work
+        Sleep(INFINITE);  // the call returns before the process has ended
     }
 }

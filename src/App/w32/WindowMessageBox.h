@@ -11,24 +11,26 @@
 #include "ShownTexts.h"
 #include "VTR_CEvent.h"
 
-// The reporter's message boxes as windows, topmost and nobody's, so that the program's own can be used beside them.
+// Shows the reporter's message boxes. They are topmost windows without an owner, and the program's own windows can be
+// used beside them.
 //
-// A box that has nothing but OK keeps nobody waiting, since a probe that waited would look like one that is lost, and
-// could not be stopped. Such boxes come to the user one after another on a thread of their own, and the same text comes
-// once: a cable that is out would otherwise ask for the same OK every period. One with a choice blocks its thread until
-// the user has answered. Before a fatal error ends the program the user has read everything.
+// A box with only an OK button does not block the thread that reports. A probe that waited would count as lost, and
+// could not be stopped. Such boxes come one after another on a thread of their own. The same text comes only once,
+// because a cable that is out would otherwise show a box every period. A box with a choice blocks its thread until the
+// user has answered. A fatal error ends the program only after the user has read everything.
 //
-// Threads: show() and tell() any, the rest the one that made the object. There is one object at a time.
+// Threads: any thread may call show() and tell(). All else belongs to the thread that made the object. There is one
+// object at a time.
 class WindowMessageBox final : public SPW_CMessageBox, private SPW_CThread {
 public:
-    // Becomes the reporter's box, and what ends the program after a fatal error.
+    // Becomes the reporter's box, and ends the program after a fatal error.
     WindowMessageBox();
-    // Closes the box that stands; what has not been shown yet never is.
+    // Closes the box on the screen. Messages that have not been shown are dropped.
     ~WindowMessageBox() override;
 
     Answer show(const SPW_CString& text, const SPW_CString& caption, Buttons buttons, Icon icon) override;
-    // A message of the program's own, with nothing but OK, that is shown as often as it is told: what the user did
-    // again has failed again.
+    // Shows a message of the program's own, with only an OK button. It is shown each time, because what the user has
+    // tried again has failed again.
     void tell(const SPW_CString& text);
 
 private:
@@ -38,7 +40,8 @@ private:
         Icon icon = kIconError;
     };
 
-    // More messages than that nobody reads. What comes first goes first: the last one may be what ended the program.
+    // Nobody reads more messages than that. The oldest are dropped first, because the last one may tell what ended the
+    // program.
     static constexpr int kMostUnread = 64;
 
     static void exitAfterFatalError(int code);
@@ -53,7 +56,7 @@ private:
     bool isOwnThread() const { return m_threadId == currentId(); }
     void waitUntilRead();
 
-    VTR_CEvent m_news;     // there may be something to show, or to end for
+    VTR_CEvent m_news;     // something may have to be shown, or the thread has to end
     VTR_CEvent m_allRead;  // set while no message is unread
     VTR_CEvent m_ended;
     std::atomic<std::uint32_t> m_threadId{0};  // of the thread that shows the boxes; 0 before it runs

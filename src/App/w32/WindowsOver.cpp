@@ -2,7 +2,7 @@
 
 namespace {
 
-// The invisible ones are not the program's: the system makes some beside each visible one.
+// Invisible windows do not count. The system makes some of its own beside each visible one.
 void closeVisible(HWND window) {
     if (IsWindowVisible(window)) {
         (void)PostMessageW(window, WM_CLOSE, 0, 0);

@@ -2,7 +2,8 @@
 
 #include <windows.h>
 
-// Dialogs and boxes that stand over others, as the windows that they are: a system's box tells nobody its window.
+// Finds the dialogs and boxes that stand over others by their windows, because the system tells nobody the window of
+// its own boxes.
 
 // Asks all windows that `owner` owns to close, as their users would.
 void closeWindowsOver(HWND owner);

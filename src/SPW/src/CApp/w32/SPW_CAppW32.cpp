@@ -7,7 +7,8 @@
 
 namespace {
 
-// Takes over what a call wrote into a buffer of MAX_PATH characters; it answers the length, 0 or one that did not fit.
+// Stores in `path` what a call wrote into a buffer of MAX_PATH characters. `length` is what the call answered: the
+// length of the text, 0 for a failure, or MAX_PATH and more for a text that does not fit.
 bool takePath(DWORD length, const char16_t* buffer, SPW_CString& path) {
     const bool isThere = length > 0 && length < MAX_PATH;
     if (length == 0) {

@@ -16,7 +16,7 @@ std::uint64_t toCount(const FILETIME& time) {
 
 std::uint64_t toCount(const SYSTEMTIME& time) {
     FILETIME count = {};
-    (void)SystemTimeToFileTime(&time, &count);  // the system's own time is one that a calendar shows
+    (void)SystemTimeToFileTime(&time, &count);  // the system's own time is always a valid date
     return toCount(count);
 }
 
@@ -59,8 +59,8 @@ std::uint64_t SPW_CClockSys::monotonic100ns() {
     return ticks.now([] { return GetTickCount(); }) * kPerMillisecond;
 }
 
-// Reads the zone each time. FileTimeToLocalFileTime would give every moment the offset of today, which is an hour off
-// for those of the other season, and what converts better is missing on a handheld.
+// Reads the zone each time. FileTimeToLocalFileTime gives every moment the offset of today, which is an hour wrong for
+// moments of the other season. The functions that convert better are missing on a handheld.
 std::uint64_t SPW_CClockSys::localFromWall(std::uint64_t wall100ns) {
     TIME_ZONE_INFORMATION zone = {};
     if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID) {
@@ -79,8 +79,8 @@ std::uint64_t SPW_CClockSys::localNow100ns() {
     return toCount(now);
 }
 
-// A sleep of 0 is made 1 ms: it would give the processor to a thread of the same priority only, and return at once
-// without one.
+// A sleep of 0 is made 1 ms. It would give the processor only to a thread of the same priority, and would return at once
+// without such a thread.
 void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {
     waitFor(milliseconds, [](DWORD left) {
         Sleep(left);

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Those that the contract knows; newer systems have more.
+// The attributes that the contract knows. Newer systems have more.
 constexpr DWORD kKnownAttributes = SPW_CDirSys::kReadOnly | SPW_CDirSys::kHidden | SPW_CDirSys::kSystem |
                                    SPW_CDirSys::kDirectory | SPW_CDirSys::kArchive | SPW_CDirSys::kDevice |
                                    SPW_CDirSys::kNormal | SPW_CDirSys::kLink;
@@ -33,7 +33,7 @@ FILETIME toFileTime(std::uint64_t ticks) {
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
-// From what a search or an open file tells; both have the same fields.
+// Data is the record of a search or of an open file. Both have the same fields.
 template <typename Data>
 void fillInfo(SPW_CDirSys::Info& info, const Data& data) {
     const bool isDirectory = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -66,7 +66,7 @@ bool getIdentity(const SPW_CString& path, BY_HANDLE_FILE_INFORMATION& data) {
     return (file == nullptr || CloseHandle(file)) && known;
 }
 
-// Whether whoever has the file open lets others write to it, as one who only reads it may.
+// Answers whether a program that has the file open lets others write to it. Programs that only read a file usually do.
 bool isSharedForWriting(const SPW_CString& path) {
     const SPW_Handle file = openExisting(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
     return file != nullptr && CloseHandle(file);
@@ -92,8 +92,8 @@ public:
         return succeeded(SetFileAttributesW(SPW_ToWide(path.text()), attributes));
     }
 
-    // A handheld's files have one name each; elsewhere a second name of a file counts as the same one, which loses
-    // nothing.
+    // A handheld's files have one name each. On other devices a second name of a file counts as the same entry, and
+    // nothing is lost by that.
     bool isSameEntry(const SPW_CString& a, const SPW_CString& b) override {
         BY_HANDLE_FILE_INFORMATION first;
         BY_HANDLE_FILE_INFORMATION second;
@@ -112,8 +112,8 @@ public:
 
     bool deleteFile(const SPW_CString& path) override { return succeeded(DeleteFileW(SPW_ToWide(path.text()))); }
 
-    // The sharing mode of whoever has it open sees to that. One who only reads the file is in the way of its deletion,
-    // too, but not in that of whoever writes to it.
+    // The system refuses to delete a file that another program has open. A program that only reads the file prevents
+    // its deletion, too, but does not prevent writing to it.
     bool deleteUnusedFile(const SPW_CString& path) override {
         const bool isDeleted = deleteFile(path);
         if (!isDeleted && SPW_CSysError::instance->last() == kSysSharingViolation && isSharedForWriting(path)) {
@@ -130,7 +130,8 @@ public:
         return succeeded(CopyFileW(SPW_ToWide(from.text()), SPW_ToWide(to.text()), failIfExists));
     }
 
-    // With the right to set times where the file gives it: attributes and times are set through such a handle.
+    // Asks for the right to set times as well, because attributes and times are set through this handle. A file that
+    // refuses that is opened for reading alone.
     SPW_Handle openForReading(const SPW_CString& path) override {
         constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
         const SPW_Handle file = openExisting(path, GENERIC_READ | FILE_WRITE_ATTRIBUTES, kShare);

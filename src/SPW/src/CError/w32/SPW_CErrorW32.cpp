@@ -9,7 +9,7 @@ namespace {
 
 void print(std::FILE* stream, const SPW_CString& text) {
     const char* bytes = text.toAnsi();
-    (void)std::fwrite(bytes, 1, std::strlen(bytes), stream);  // there is nowhere to report a missing console to
+    (void)std::fwrite(bytes, 1, std::strlen(bytes), stream);  // a missing console cannot be reported anywhere
     (void)std::fflush(stream);
 }
 
@@ -26,6 +26,6 @@ void SPW_CErrorSys::printError(const SPW_CString& text) {
 void SPW_CErrorSys::exitProcess(int code) {
     (void)TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
     for (;;) {
-        Sleep(INFINITE);  // the call returns before it has done its work
+        Sleep(INFINITE);  // the call returns before the process has ended
     }
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Every kind of input that a thread can be woken by.
+// Every kind of input wakes the thread.
 constexpr DWORD kAnyInput = 127;
 
 void dispatchPending() {

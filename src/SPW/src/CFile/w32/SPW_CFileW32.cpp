@@ -84,7 +84,7 @@ SPW_Result SPW_CFileSys::write(SPW_Handle handle, const void* buffer, std::uint3
             return SPW_CSysErrorW32::fail();
         }
         if (count == 0) {
-            // Such as a pipe that does not wait: asking again and again would be waiting without end.
+            // A pipe that does not wait is such a file. To ask it again and again would be to wait without an end.
             SPW_CSysErrorW32::setLast(kSysGeneralFailure);
             return kSysGeneralFailure;
         }
@@ -100,7 +100,7 @@ SPW_Result SPW_CFileSys::getSize(SPW_Handle handle, std::uint64_t& bytes) {
     DWORD high = 0;
     SetLastError(NO_ERROR);
     const DWORD low = GetFileSize(handle, &high);
-    // The value of a failure is the lower half of a size as well.
+    // The value that means a failure may also be the lower half of a size.
     if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
         return SPW_CSysErrorW32::fail();
     }

@@ -27,12 +27,12 @@ SPW_CIpHelperW32::Function<CreateFileFunction> icmpCreateFile("IcmpCreateFile");
 SPW_CIpHelperW32::Function<CloseHandleFunction> icmpCloseHandle("IcmpCloseHandle");
 SPW_CIpHelperW32::Function<SendEchoFunction> icmpSendEcho("IcmpSendEcho");
 
-// Behind the data of a reply the platform wants room for an ICMP error, and newer ones for the state of the request: a
-// number and a size, each as large as a pointer.
+// Behind the data of a reply the platform wants room for an ICMP error. Newer versions also want room for the state of
+// the request: a number and a size, each as large as a pointer.
 constexpr std::uint32_t kErrorRoom = 8;
 constexpr std::uint32_t kStateRoom = 2 * sizeof(void*);
 
-// Of the thread that an echo waits on.
+// The stack of the thread on which an echo waits.
 [[maybe_unused]] constexpr std::size_t kEchoStackBytes = 256 * 1024;
 
 std::uint32_t failWith(SPW_Result code) {
@@ -40,7 +40,7 @@ std::uint32_t failWith(SPW_Result code) {
     return 0;
 }
 
-// What a handle points at. It lives until its owner has closed it and the last echo that was left has ended.
+// A handle points at this. It lives until its owner has closed it and the last echo that was left has ended.
 struct Service {
     HANDLE native = nullptr;
     HANDLE cancelled = nullptr;  // an event that stays set
@@ -126,9 +126,9 @@ bool beginElsewhere(Echo* echo) {
 #endif
 }
 
-// The echoes that were left when they were cancelled. The platform has no call that is sure to end one on each of its
-// versions: closing a service while it is used is not foreseen, and of echoes that are begun without waiting some get
-// lost under Wine when there are many at once. So each is kept until its reply or its time-out has come.
+// The echoes that were left when they were cancelled. No call ends an echo on every version of the platform. A service
+// must not be closed while it is used. Wine loses some echoes that are begun without waiting, when there are many at
+// once. Therefore each echo is kept until its reply or its time-out has come.
 class LeftEchoes {
 public:
     constexpr LeftEchoes() = default;
@@ -142,7 +142,8 @@ public:
         const SPW_CGuard guard(m_lock.get());
         releaseLocked(service);
     }
-    // Frees some of those that have ended. Called with every new service, so that they do not pile up.
+    // Frees some of the echoes that have ended. It is called with every new service, and the number of ended echoes
+    // stays small.
     void tidy() {
         const SPW_CGuard guard(m_lock.get());
         for (int i = 0; i < kTidiedAtOnce && m_first != nullptr; ++i) {
@@ -188,7 +189,7 @@ private:
 
 SPW_CImmortal<LeftEchoes> leftEchoes;
 
-// Ends with the platform's call, or leaves it at a cancel.
+// Ends when the platform's call ends, or leaves the call at a cancel.
 std::uint32_t await(Echo* echo) {
     if (beginElsewhere(echo)) {
         const HANDLE ends[] = {echo->thread, echo->service->cancelled};

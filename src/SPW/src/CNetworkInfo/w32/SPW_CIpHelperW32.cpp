@@ -6,11 +6,11 @@ namespace {
 
 std::atomic<std::uint32_t> currentSearch{1};
 
-// Where the echo service is on older devices.
+// Older devices have the echo service in a library of its own.
 constexpr const wchar_t* kLibraries[] = {L"iphlpapi.dll", L"icmplib.dll", L"icmp.dll"};
 
 void* findIn(HMODULE library, const char* function) {
-// Windows CE names the functions of this platform in both widths.
+// Windows CE has this function for names of both widths, each under a name of its own.
 #ifdef UNDER_CE
     return reinterpret_cast<void*>(GetProcAddressA(library, function));
 #else

@@ -8,15 +8,15 @@ namespace SPW_CIpHelperW32 {
 // Null when this device does not have the function. The library that has it stays loaded.
 void* find(const char* function);
 
-// A number that changes with each lookAgain().
+// The number of the current search. It changes with each lookAgain().
 std::uint32_t searches();
-// What was not found so far may be there now.
+// Starts a new search: what was not found so far is looked for once more.
 void lookAgain();
 
-// A function of the platform's IP Helper interface, the echo service included. Not every device has them, so each is
-// looked up when it is needed, and only until it is found: the platform counts how often a library is asked for, on
-// older devices in 16 bits. One that is not there is not looked for again until lookAgain(): the search goes through
-// the device's folders, and every probe would begin with it.
+// A function of the platform's IP Helper interface or of its echo service. Not every device has these functions, and
+// each is looked up when it is first needed. A function that was found is not looked up again, because the platform
+// counts how often a library is loaded, on older devices in 16 bits. A function that is missing is not looked for again
+// until lookAgain(), because a search goes through the device's folders and every probe would begin with one.
 //
 // Constant-initialised; usable before main(). Any thread.
 template <typename Type>
@@ -43,7 +43,7 @@ public:
 private:
     const char* m_name;
     std::atomic<Type*> m_found{nullptr};
-    std::atomic<std::uint32_t> m_missedIn{0};  // the number of the search in which it was not there
+    std::atomic<std::uint32_t> m_missedIn{0};  // the search in which it was missing
 };
 
 }  // namespace SPW_CIpHelperW32

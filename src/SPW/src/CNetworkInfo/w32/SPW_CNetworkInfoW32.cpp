@@ -11,7 +11,7 @@
 
 namespace {
 
-// The caller's buffer goes straight through.
+// The caller's buffer is given to the platform as it is.
 #define SAME_PLACE(ours, ourField, theirs, theirField)                      \
     static_assert(offsetof(ours, ourField) == offsetof(theirs, theirField), \
                   "the record is laid out as the "                          \
@@ -53,7 +53,7 @@ SAME_PLACE(SPW_AdapterRecord, leaseExpires, IP_ADAPTER_INFO, LeaseExpires);
 
 #undef SAME_PLACE
 
-// Both calls of the platform have this form and the two steps that the class promises.
+// Both functions of the platform have this form. Both work in the two steps that the class promises.
 typedef DWORD WINAPI Query(void* buffer, ULONG* size);
 
 SPW_CIpHelperW32::Function<Query> getNetworkParams("GetNetworkParams");

@@ -1,6 +1,6 @@
 #include "SPW_CHiveRights.h"
 
-// Hives are no files of the user's.
+// Hives are not files that the user owns.
 bool SPW_CHiveRights::limit(const SPW_CString&) {
     return true;
 }

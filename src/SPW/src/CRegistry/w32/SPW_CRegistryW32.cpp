@@ -6,7 +6,7 @@
 
 namespace {
 
-// Longest names, terminators included, that the callers ask for; names of keys end at 255 characters.
+// The longest names that the callers ask for, with their terminators. The name of a key has at most 255 characters.
 constexpr DWORD kNameRoom = 512;
 
 HKEY keyOf(SPW_Handle handle) {
@@ -33,7 +33,7 @@ public:
         return HKEY_LOCAL_MACHINE;
     }
 
-    // Each change is the registry's own at once.
+    // The registry stores each change at once.
     SPW_Handle beginEdits(Hive hive) override { return rootKey(hive); }
 
     SPW_Result endEdits(SPW_Handle, bool) override { return ERROR_SUCCESS; }

@@ -4,7 +4,7 @@
 
 #include <new>
 
-// Waits until the condition holds, which is asked under the lock; false when it has taken too long.
+// Waits until the condition holds. The condition is asked under the lock. Answers false after kLongestWaitMs.
 template <typename Condition>
 bool SPW_CSocketTableW32::await(Condition condition) {
     for (std::uint32_t waited = 0; waited < kLongestWaitMs; ++waited) {
@@ -21,13 +21,13 @@ bool SPW_CSocketTableW32::await(Condition condition) {
 
 SOCKET SPW_CSocketTableW32::create(int type) {
     const SPW_CGuard nobodyCloses(m_numbers.get());
-    (void)await([this] { return m_closedInUse == 0; });  // if not, add() has the last word
+    (void)await([this] { return m_closedInUse == 0; });  // after a time-out add() decides
     return ::socket(AF_INET, type, 0);
 }
 
 SPW_Socket SPW_CSocketTableW32::add(SOCKET native) {
-    // If somebody has gone on using the old number for too long, a call that came too late to be woken may have taken
-    // the new socket for its own. Closing that one is then what wakes it.
+    // A call that has used the old number for too long may have come too late to be woken, and may now wait on the new
+    // socket. Closing the new socket wakes it.
     if (await([this, native] { return !isStillUsed(native); })) {
         const SPW_CGuard guard(lock());
         Slot* const slot = takeFree();
@@ -83,13 +83,13 @@ bool SPW_CSocketTableW32::close(SPW_Socket handle) {
     if (slot == nullptr) {
         return false;
     }
-    (void)await([slot] { return slot->calls == 0; });  // they do not block, so they end
-    (void)closesocket(slot->native);                   // our sockets do not linger, so this neither waits nor fails
+    (void)await([slot] { return slot->calls == 0; });  // these calls do not block and therefore end
+    (void)closesocket(slot->native);                   // neither waits nor fails, because our sockets do not linger
     release(slot);
     return true;
 }
 
-// Counts the caller in, so that the slot keeps its number.
+// Counts the caller in. A slot that is counted keeps its number.
 SPW_CSocketTableW32::Slot* SPW_CSocketTableW32::markClosed(SPW_Socket handle) {
     const SPW_CGuard guard(lock());
     Slot* const slot = find(handle);
@@ -152,7 +152,7 @@ bool SPW_CSocketTableW32::addChunk() {
 void SPW_CSocketTableW32::recycle(Slot* slot) {
     slot->native = INVALID_SOCKET;
     if (slot->generation == kLastGeneration) {
-        return;  // its generations are used up: it stays closed for ever
+        return;  // all generations of the slot are used up, and it stays closed for ever
     }
     ++slot->generation;
     slot->nextFree = m_firstFree;

@@ -24,7 +24,7 @@ int failWith(SPW_Result code) {
     return -1;
 }
 
-// For the usual end of a failed call.
+// Used at the end of most calls that failed.
 int fail() {
     return failWith(static_cast<SPW_Result>(WSAGetLastError()));
 }
@@ -51,7 +51,8 @@ public:
 
     explicit operator bool() const { return m_slot != nullptr; }
     SOCKET native() const { return m_slot->native; }
-    // One of the platform's calls, with its last error. None of them blocks, and the socket is not closed meanwhile.
+    // Makes one call of the platform's and keeps its last error. The call does not block, and the socket is not closed
+    // during it.
     template <typename Call>
     auto call(Call platformCall) const -> decltype(platformCall(SOCKET())) {
         if (!table().beginCall(m_slot)) {
@@ -71,13 +72,13 @@ private:
     SPW_CSocketTableW32::Slot* m_slot;
 };
 
-// What a socket is waited for.
+// What a wait on a socket is for.
 enum Readiness { kReadable, kWritable };
 
 // Waits until the socket is ready or closed. The platform's sockets themselves never block: select() is the one call
 // that closing a socket is sure to end on every version of the platform.
 int await(const Use& use, Readiness readiness) {
-    // Whoever comes after the closing would not be woken any more.
+    // A wait that begins after the closing would not be woken any more.
     if (use.isClosed()) {
         WSASetLastError(WSAENOTSOCK);
         return SOCKET_ERROR;
@@ -85,7 +86,7 @@ int await(const Use& use, Readiness readiness) {
     fd_set ready;
     FD_ZERO(&ready);
     ready.fd_array[ready.fd_count++] = use.native();
-    fd_set failed = ready;  // a connect that fails is told here
+    fd_set failed = ready;  // a connect that has failed shows here
     return readiness == kReadable ? ::select(0, &ready, nullptr, nullptr, nullptr)
                                   : ::select(0, nullptr, &ready, &failed, nullptr);
 }
@@ -101,7 +102,7 @@ auto whenReady(const Use& use, Readiness readiness, Call platformCall) {
     return result;
 }
 
-// The error of a connect in progress, once it has ended; 0 for none.
+// The error of a connect that was in progress and has ended. 0 means that it has succeeded.
 int errorOfConnect(const Use& use) {
     if (WSAGetLastError() != WSAEWOULDBLOCK) {
         return WSAGetLastError();
@@ -114,8 +115,8 @@ int errorOfConnect(const Use& use) {
     return isTold ? error : WSAGetLastError();
 }
 
-// The result of a call that may have waited. What a call answers that closing has woken depends on the version of the
-// platform; callers are told one code instead.
+// The result of a call that may have waited. A call that a closing has woken answers differently on different versions
+// of the platform. Callers get one code for all of them.
 int resultOf(const Use& use, int result, SPW_Result closedCode) {
     if (result > 0) {
         return result;
@@ -132,7 +133,8 @@ int setOption(const Use& use, int level, int option, const void* value, int size
         [&](SOCKET native) { return ::setsockopt(native, level, option, static_cast<const char*>(value), size); }));
 }
 
-// Later versions of the platform's sockets have other numbers; the library of this one turns its own into those.
+// Later versions of the platform's sockets have other numbers for these options. The library of this version translates
+// its own.
 static_assert(IP_MULTICAST_TTL == 3 && IP_ADD_MEMBERSHIP == 5 && IP_DROP_MEMBERSHIP == 6, "the numbers of version 1.1");
 
 int changeMembership(SPW_Socket socket, int option, const SPW_CIpAddress& group,
@@ -162,7 +164,7 @@ SPW_Socket addToTable(SOCKET native) {
 }
 
 SPW_Socket openSocket(int type) {
-    // The table refuses a socket whose number a straggler goes on using; the next one has another.
+    // The table refuses a socket whose number is still in use by an old call. The next socket has another number.
     constexpr int kAttempts = 3;
     SPW_Socket socket = kInvalidSocket;
     for (int i = 0; i < kAttempts && socket == kInvalidSocket; ++i) {
@@ -200,7 +202,7 @@ public:
         return true;
     }
     bool isEmpty() const { return m_count == 0; }
-    // Null when it is empty: older platforms refuse an empty one.
+    // Null for an empty set, because older platforms refuse one.
     fd_set* native() { return isEmpty() ? nullptr : &m_native; }
     bool anyClosed() const {
         for (int i = 0; i < m_count; ++i) {
@@ -210,7 +212,7 @@ public:
         }
         return false;
     }
-    // Marks in the set what the platform has left; returns how many.
+    // Marks those sockets in the set that the platform has left there. Answers their number.
     int mark(SPW_CSocketSet* set) {
         int ready = 0;
         for (int i = 0; i < m_count; ++i) {
@@ -239,7 +241,7 @@ class SocketW32 final : public SPW_CSocket {
 public:
     constexpr SocketW32() = default;
 
-    // The platform counts, too.
+    // The platform counts the openings and closings, too.
     SPW_Result startup() override {
         WSADATA unused;
         return static_cast<SPW_Result>(WSAStartup(MAKEWORD(1, 1), &unused));
@@ -265,8 +267,8 @@ public:
 
     int close(SPW_Socket socket) override { return table().close(socket) ? 0 : failWith(kSockNotSocket); }
 
-    // Address reuse would let a port be taken from the socket that listens on it; the platform needs no option to bind
-    // one that past connections still know.
+    // On this platform address reuse would take a port from the socket that listens on it. A port of past connections
+    // can be bound without it.
     int bind(SPW_Socket socket, std::uint16_t port) override {
         const Use use(socket);
         if (!use) {
@@ -388,7 +390,7 @@ public:
             return ::recvfrom(native, static_cast<char*>(buffer), size, 0, reinterpret_cast<sockaddr*>(&address),
                               &length);
         });
-        // The buffer is filled and the rest of the datagram is lost.
+        // The buffer is full, and the rest of the datagram is lost.
         if (received == SOCKET_ERROR && WSAGetLastError() == WSAEMSGSIZE) {
             received = size;
         }
@@ -452,7 +454,7 @@ public:
             addresses.append(address);
             return true;
         }
-        // Of this device's own name the platform names the addresses of the interfaces.
+        // For this device's own name the platform answers the addresses of its interfaces.
         const hostent* const host = ::gethostbyname(name.toAnsi());
         if (host == nullptr) {
             (void)fail();

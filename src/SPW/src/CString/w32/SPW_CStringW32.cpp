@@ -9,7 +9,7 @@
 
 namespace {
 
-// Some C libraries of this platform write at least three digits of exponent, where the rest of the world writes two.
+// Some C libraries of this platform write an exponent with at least three digits. Others write at least two.
 void shortenExponent(char* text) {
     char* const exponent = std::strchr(text, 'e');
     if (exponent != nullptr && std::strlen(exponent) == 5 && exponent[2] == '0') {
@@ -22,7 +22,7 @@ void shortenExponent(char* text) {
 namespace SPW_CStringSys {
 
 int wideToAnsi(const char16_t* text, int length, char* buffer, int size) {
-    // The platform refuses to convert nothing.
+    // The platform refuses to convert an empty text.
     const int needed =
         length == 0 ? 0 : WideCharToMultiByte(CP_ACP, 0, SPW_ToWide(text), length, nullptr, 0, nullptr, nullptr);
     if (size == 0) {
@@ -50,7 +50,7 @@ int ansiToWide(const char* text, int length, char16_t* buffer, int size) {
     return needed + 1;
 }
 
-// Nothing tells a text of another code page from one of this device's, in which all bytes mean something.
+// A text of another code page cannot be told from one of this device's code page, in which every byte is a character.
 int receivedToWide(const char* text, int length, char16_t* buffer, int size) {
     return ansiToWide(text, length, buffer, size);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Texts on their way to and from the platform, whose wide characters are the same 16 bits under another name.
+// Converts texts to and from the platform's type. Its wide characters are the same 16 bits under another name.
 
 inline const wchar_t* SPW_ToWide(const char16_t* text) {
     return reinterpret_cast<const wchar_t*>(text);

@@ -6,11 +6,11 @@
 #include "SPW_CThreadSlot.h"
 #include "SPW_Types.h"
 
-// The code of each thread's latest failure in one family of operations. The platform's own memory of it does not
-// serve: calls of other families, and successful ones, write it too.
+// The code of each thread's latest failure in one family of operations. The platform's own last error does not serve,
+// because calls of other families, and calls that succeed, write it too.
 //
-// Without a thread-local slot all threads share one code: now and then it is that of another thread's failure, but a
-// failure never looks like success.
+// Without a thread-local slot all threads share one code. It may then be the code of another thread's failure, but
+// never that of a success.
 //
 // Constant-initialised; usable before main(). Any thread.
 class SPW_CLastCodeW32 {

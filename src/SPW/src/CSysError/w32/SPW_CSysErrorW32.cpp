@@ -32,7 +32,7 @@ bool SPW_CSysErrorSys::describe(SPW_Result code, SPW_CString& text) {
     constexpr DWORD kFlags =
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
     wchar_t* message = nullptr;
-    // With this flag the call takes the place of a buffer for the buffer.
+    // With this flag the call takes the address of a pointer in place of a buffer.
     DWORD length = FormatMessageW(kFlags, nullptr, code, 0, reinterpret_cast<wchar_t*>(&message), 0, nullptr);
     if (message == nullptr) {
         return false;

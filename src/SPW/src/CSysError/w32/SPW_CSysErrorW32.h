@@ -8,7 +8,7 @@ namespace SPW_CSysErrorW32 {
 // Keeps the code for SPW_CSysError::last() of the calling thread.
 void setLast(SPW_Result code);
 
-// For the failed call that the calling thread has just made: keeps the platform's code and returns it.
+// Keeps the platform's code of the failed call that the calling thread has just made, and answers it.
 SPW_Result fail();
 
 }  // namespace SPW_CSysErrorW32

@@ -28,7 +28,7 @@ bool isCalendarTime(const SPW_CalendarTime& time) {
     return SPW_CClock::fromUtc(time) != 0;
 }
 
-// The root block of a file's version information; false when it has none.
+// Reads the root block of a file's version information. Answers false where there is none.
 bool readFixedInfo(void* information, std::uint32_t& high, std::uint32_t& low) {
     void* block = nullptr;
     UINT size = 0;

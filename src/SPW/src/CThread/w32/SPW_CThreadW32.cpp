@@ -66,7 +66,7 @@ std::uint32_t SPW_CThreadSys::currentThreadId() {
     return GetCurrentThreadId();
 }
 
-// The platform serves waiters first come, first served, and a release hands its unit over on the spot.
+// The platform serves waiters in the order in which they came. A release hands its unit to the first waiter at once.
 SPW_Handle SPW_CThreadSys::createSemaphore(std::uint32_t initial, std::uint32_t maximum) {
     return CreateSemaphoreW(nullptr, static_cast<LONG>(initial), static_cast<LONG>(maximum), nullptr);
 }
