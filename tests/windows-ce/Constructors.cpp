@@ -1,7 +1,7 @@
 #include <windows.h>
 
-// A program that has what ours has none of at present: an object that is made before the program starts and goes after
-// it.
+// A program with an object that is made before the program's start and destroyed after its end. The program itself has
+// no such object at present.
 
 namespace {
 

@@ -95,7 +95,8 @@ TYPED_TEST(SignedDivisionTest, RoundsTowardsZeroAndGivesTheRemainderTheDividends
 
 namespace {
 
-// The system's exchange, by this processor's; and one that another thread comes in before, once.
+// The first uses this processor's own exchange for the system's. The second fails once, as if another thread had come
+// in before.
 struct RealSystem {
     static std::uint32_t compareExchange(std::uint32_t* word, std::uint32_t expected, std::uint32_t wanted) {
         (void)__atomic_compare_exchange_n(word, &expected, wanted, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);

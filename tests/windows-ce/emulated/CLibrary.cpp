@@ -8,12 +8,12 @@
 #include "Decimal.h"
 #include "Kernel.h"
 
-// The C library's part of the device's system library, as far as the tests call it. Memory is never given back: a run
-// of the tests is short.
+// The part of the device's system library that is the C library, as far as the tests call it. Memory is never given
+// back, because a run of the tests is short.
 
 namespace {
 
-// Before each block: its size, in 8 bytes so that the block is aligned as on the device.
+// The size of a block stands before it in 8 bytes. That keeps the block aligned as on the device.
 constexpr std::size_t kHeader = 8;
 constexpr std::size_t kChunk = 1 << 20;
 
@@ -198,7 +198,8 @@ void* realloc(void* block, std::size_t size) {
     return larger;
 }
 
-// Written so that the compiler does not take the loops for calls of the functions that they are.
+// These loops are written in a way in which the compiler does not replace them by calls of the functions that they
+// implement.
 
 void* memcpy(void* target, const void* source, std::size_t size) {
     volatile char* to = static_cast<char*>(target);
@@ -376,7 +377,7 @@ int fflush(FILE*) {
     return 0;
 }
 
-// There is one.
+// This is the only one.
 char* setlocale(int, const char*) {
     static char name[] = "C";
     return name;
@@ -387,7 +388,7 @@ int* __errno() {
     return &number;
 }
 
-// Of two floating-point numbers, 0 when they are equal: what the compiler calls for ==.
+// Compares two floating-point numbers, and answers 0 if they are equal. The compiler calls this for ==.
 int __eqdf2(double left, double right) {
     std::uint64_t a = 0;
     std::uint64_t b = 0;

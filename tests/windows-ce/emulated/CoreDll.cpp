@@ -6,8 +6,8 @@
 
 #include "Kernel.h"
 
-// The system's part of the device's system library, for a program of one thread: what the framework's Windows halves
-// call when the portable tests run on them.
+// The part of the device's system library that belongs to the system, for a program with one thread. The framework's
+// Windows halves call these functions in the portable tests.
 
 namespace {
 
@@ -16,7 +16,7 @@ void* slots[kSlots];
 bool isSlotTaken[kSlots];
 DWORD lastError = 0;
 
-// Those of the western code page 1252 that are not the character of the same number; 0 for none.
+// The bytes of the western code page 1252 that are not the character of the same number. 0 stands for no character.
 constexpr char16_t kWestern[32] = {0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
                                    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017D, 0,
                                    0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
@@ -55,7 +55,7 @@ BOOL TerminateProcess(HANDLE, DWORD code) {
 
 void OutputDebugStringW(const wchar_t*) {}
 
-// It is always the same moment: 3 July 2003, 14:07:09.
+// The time is always 3 July 2003, 14:07:09.
 void GetSystemTime(SYSTEMTIME* time) {
     *time = {2003, 7, 4, 3, 14, 7, 9, 0};
 }
@@ -75,7 +75,7 @@ DWORD GetTickCount() {
     return 0;
 }
 
-// Nothing else runs that could be waited for.
+// There is no other thread for which a wait could be.
 void Sleep(DWORD) {}
 
 HANDLE CreateSemaphoreW(void*, LONG initial, LONG, const wchar_t*) {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-// Floating-point numbers to and from decimal text, exactly and with whole numbers alone: the emulated system's library
-// has to do it on a processor that has no floating point.
+// Converts floating-point numbers to and from decimal text, exactly. It calculates with whole numbers alone, because
+// the processor has no floating point.
 class Decimal {
 public:
     // As "%.*g"; with `alternate`, as "%#.*g".
@@ -23,7 +23,7 @@ public:
         return sign + layOut(mantissa, (exponent != 0 ? exponent : 1) - 1075, precision > 0 ? precision : 1, alternate);
     }
 
-    // As strtod; `end`, if not null, is set behind what was read.
+    // Like strtod. If `end` is not null, it is set to the first character that was not read.
     static double parse(const char* text, const char** end) {
         const char* next = text;
         while (*next == ' ' || (*next >= '\t' && *next <= '\r')) {
@@ -119,7 +119,7 @@ private:
 
     static bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-    // Of "e12"; nothing is taken where no digit follows.
+    // Reads an exponent such as "e12". Without a digit behind the e nothing is read.
     static int takeExponent(const char*& next) {
         if (*next != 'e' && *next != 'E') {
             return 0;
@@ -139,7 +139,7 @@ private:
         return isNegative ? -exponent : exponent;
     }
 
-    // The nearest number to digits * 10^scale; of two, the even one.
+    // The number nearest to digits * 10^scale. If two are equally near, the even one.
     static std::uint64_t toBits(Big digits, int scale) {
         constexpr std::uint64_t kInfinity = std::uint64_t{0x7FF} << 52;
         if (digits.words.empty() || scale < -2000) {
@@ -154,7 +154,7 @@ private:
             digits.multiply(10);
         }
         if (scale < 0) {
-            // Enough binary places for the quotient to have more than 53 of its own.
+            // So many binary places that the quotient has more than 53 bits.
             for (const int wanted = 1100 + 4 * -scale; exponent > -wanted; exponent -= 16) {
                 digits.multiply(0x10000);
             }
@@ -169,7 +169,7 @@ private:
         if (length + exponent > 1024) {
             return kInfinity;
         }
-        // Below the smallest exponent there are fewer bits.
+        // Numbers below the smallest exponent have fewer bits.
         int lowest = length - 53;
         lowest = lowest + exponent < -1074 ? -1074 - exponent : lowest;
         std::uint64_t mantissa = 0;
@@ -230,7 +230,7 @@ private:
         return text;
     }
 
-    // To so many digits; the nearest, and of two the even one.
+    // Rounds to that many digits. If two numbers are equally near, the even one is taken.
     static void roundTo(std::string& digits, int& point, int precision) {
         const std::size_t count = static_cast<std::size_t>(precision);
         if (digits.size() <= count) {

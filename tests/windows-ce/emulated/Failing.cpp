@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// Every way to fail fails, and only those: CMakeLists.txt expects eight of these ten to.
+// CMakeLists.txt expects that eight of these ten tests fail: one for each way to fail.
 
 using testing::ElementsAre;
 using testing::HasSubstr;

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// Where the kernel enters the program, and how the program enters the kernel.
+// The kernel enters the program here, and the program enters the kernel by these functions.
 
 int main();
 
@@ -82,7 +82,7 @@ extern const Function __init_array_start[];
 extern const Function __init_array_end[];
 
 [[noreturn]] void emulatedStart() {
-    // Where the kernel of Windows CE shows a process who runs, so that the one thread has a number.
+    // The page in which the kernel of Windows CE shows each process its thread. It gives the only thread a number.
     constexpr std::uintptr_t kPage = 0xFFFFC000;
     constexpr std::uintptr_t kThread = 0xFFFFC808;
     if (Kernel::map(reinterpret_cast<void*>(kPage), 0x1000) != nullptr) {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-// The system calls that the emulated program needs of Linux. Negative results are errors.
+// The system calls of Linux that the emulated program needs. Negative results are errors.
 namespace Kernel {
 
 int open(const char* path);
@@ -13,7 +13,7 @@ void close(int file);
 int fork();
 // The exit code of a child, or 128 when it was killed.
 int waitFor(int process);
-// Zeroed memory; at that place, or anywhere. Null when there is none.
+// Memory that is filled with zeros, at the given address or, for null, anywhere. Null where there is none.
 void* map(void* place, std::size_t size);
 
 }  // namespace Kernel

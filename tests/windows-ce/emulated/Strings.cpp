@@ -1,7 +1,8 @@
 #include <cstdlib>
 #include <string>
 
-// What the standard library has ready-made for the tests' own texts; the program's code needs none of it.
+// Parts of the standard library that it keeps compiled and that the tests' own texts need. The program needs none of
+// them.
 
 template class std::basic_string<char>;
 

@@ -2,7 +2,7 @@
 
 #include "Kernel.h"
 
-// Runs every test that is linked in and tells of those that fail.
+// Runs every test that is linked in and reports those that fail.
 
 namespace {
 
@@ -11,7 +11,7 @@ struct Entry {
     std::function<void()> run;
 };
 
-// Made by the first test that adds itself, before main.
+// The first test that adds itself makes the list, before main.
 std::vector<Entry>& entries() {
     static std::vector<Entry>* const all = new std::vector<Entry>;
     return *all;
@@ -76,7 +76,7 @@ int main() {
     int failed = 0;
     for (const Entry& entry : entries()) {
         hasFailed = false;
-        print(entry.name + "\n");  // said before: who reads of a crash wants to know where
+        print(entry.name + "\n");  // printed before the test, to show in which test a crash happens
         entry.run();
         if (hasFailed) {
             ++failed;

@@ -1,6 +1,6 @@
-// A plug-in of the emulator: ends the program at its first access to memory that the device's processor would refuse,
-// which the emulated one would let pass. The emulator's packages bring no header for plug-ins; these are the parts of
-// its interface, version 1, that are used here.
+// A plug-in of the emulator. It ends the program at the first access to memory that the device's processor would
+// refuse. The emulated processor would let such an access pass. The emulator's packages have no header for plug-ins;
+// the declarations below are the parts of its interface, version 1, that are used here.
 
 #include <stddef.h>
 #include <stdint.h>

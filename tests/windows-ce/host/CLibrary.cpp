@@ -10,7 +10,7 @@
 
 namespace {
 
-// The device's printf knows the lengths h, l, L and I64 and no newer ones, nor the newer conversions.
+// The device's printf knows only the lengths h, l, L and I64, and none of the newer conversions.
 void checkFormat(const char* function, const std::string& form) {
     for (std::size_t i = form.find('%'); i != std::string::npos; i = form.find('%', i + 1)) {
         i = form.find_first_not_of("-+ #0123456789.*", i + 1);
@@ -45,7 +45,7 @@ std::uint64_t standardFile(Processor&, const Word* a) {
     return addressOf(a[0] == 0 ? stdin : a[0] == 1 ? stdout : stderr);
 }
 
-// With tickwrap the count starts anew 20 seconds after the program has first asked for it.
+// With tickwrap the count begins anew 20 seconds after the first call.
 std::uint64_t tickCount(Processor&, const Word*) {
     constexpr DWORD kLeft = 20000;
     static const DWORD offset = Options::has("tickwrap") ? 0 - GetTickCount() - kLeft : 0;

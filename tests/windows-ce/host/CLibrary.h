@@ -2,7 +2,7 @@
 
 #include "Calls.h"
 
-// C functions that need a look: their formats, and the standard files.
+// C functions whose formats are checked, the standard files, and the tick count.
 namespace CLibrary {
 
 const SystemFunction* functions();

@@ -25,12 +25,12 @@ struct Call {
     std::string name;
     Implementation* ours;
     const void* hosts;
-    bool answersDouble;  // in two of the guest's registers, in one of the host's floating-point unit
+    bool answersDouble;  // the guest expects it in two registers, the host has it in its floating-point unit
     bool isTraced;
     LONG count;
 };
 
-// A deque: what is in it stays where it is.
+// A deque, because its elements never move.
 std::deque<Call> calls;
 
 template <std::size_t Count>
@@ -85,7 +85,7 @@ std::uint64_t callHostForDouble(const void* function, const Word* arguments) {
     return result;
 }
 
-// A call may change these registers and all flags, so it does.
+// A call may change these registers and all flags. Here it always does.
 void spoil(Processor& cpu, bool flags) {
     cpu.r[1] = 0xDEAD0001;
     cpu.r[2] = 0xDEAD0002;
@@ -170,8 +170,8 @@ void enterCall(Processor& cpu, Word address) {
     }
 }
 
-// Whether the caller or the callee takes the words off the stack again, and how many of them, differs between the
-// host's functions. So the stack is put back to where it was.
+// Some of the host's functions take their words off the stack and others do not, and the number of words differs.
+// Therefore the stack pointer is saved and restored.
 std::uint64_t callHost(const void* function, const Word* arguments) {
     static_assert(kArguments == 16, "as below");
     Word low = 0;

@@ -4,11 +4,12 @@
 
 #include "Processor.h"
 
-// The system's functions. The guest's calls of them arrive here by name. The words of the arguments are the same in the
-// guest's convention and in the host's own, so most functions are those of the host's libraries as they are. The others
-// are tables of SystemFunction in the files beside this one.
+// The system's functions. The guest calls them by name. The words of the arguments are the same in the guest's and in
+// the host's convention. Therefore most calls go straight to the host's libraries. The other functions are in tables of
+// SystemFunction in the files beside this one.
 
-// The arguments' words; the result's, of which a guest that expects only one looks at the lower.
+// Takes the words of the arguments and answers the two words of the result. A guest that expects one word reads the
+// lower one.
 using Implementation = std::uint64_t(Processor& processor, const Word* arguments);
 
 struct SystemFunction {
@@ -16,11 +17,12 @@ struct SystemFunction {
     Implementation* function;
 };
 
-// The address by which the guest calls this function of the library. Before the guest runs, or from its main thread.
+// The address by which the guest calls this function of the library. Called before the guest runs, or on its main
+// thread.
 Word addCall(const std::string& library, const std::string& name);
-// The guest has come to such an address. Its arguments are where the convention says, and so is then the result.
+// The guest has jumped to such an address. The arguments are read, and the result is stored, where the convention says.
 void enterCall(Processor& processor, Word address);
-// Calls a function of the host's with so many of the words as it wants.
+// Calls a function of the host's. It reads as many of the words as it needs.
 std::uint64_t callHost(const void* function, const Word* arguments);
-// How often each function was called, for the journal.
+// Writes into the journal how often each function was called.
 void describeCalls();

@@ -10,7 +10,7 @@
 
 namespace {
 
-// With drives a path may have one, for tests that name a file of the desktop.
+// With the option drives a path may have a drive. Tests of the dialogs name files of the desktop.
 std::wstring hostPath(Word path) {
     const wchar_t* const text = pointerTo<const wchar_t>(path);
     if (text == nullptr) {
@@ -77,7 +77,7 @@ std::uint64_t temporaryFile(Processor&, const Word* a) {
     return number;
 }
 
-// The device's record of a file: without the short name, and with a number of the object.
+// The device's record of a file has no short name, but a number of the object.
 struct FoundFile {
     DWORD attributes;
     FILETIME created;
@@ -103,7 +103,7 @@ void answerFound(const WIN32_FIND_DATAW& data, Word place) {
     std::wcscpy(found.name, data.cFileName);
 }
 
-// The device's folders do not hold themselves.
+// The device's folders have no entries . and .., unlike the desktop's.
 bool isDots(const WIN32_FIND_DATAW& data) {
     return std::wcscmp(data.cFileName, L".") == 0 || std::wcscmp(data.cFileName, L"..") == 0;
 }

@@ -2,7 +2,8 @@
 
 #include "Calls.h"
 
-// Files. The device's paths have no drive and no current folder; a name without a folder is in the root.
+// Files. The device's paths have no drive, and there is no current folder. A name without a folder means a file in the
+// root.
 namespace Files {
 
 const SystemFunction* functions();

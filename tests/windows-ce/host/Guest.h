@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The guest's memory is the host program's own: an address there is the same address here. So both have 32 bits.
+// The guest's memory is the host's memory, and an address means the same place for both. Therefore both have 32 bits.
 
 using Word = std::uint32_t;
 

@@ -24,7 +24,7 @@ constexpr std::uint8_t kBehind = 0xFE;
 constexpr std::size_t kBehindSize = 8;
 constexpr std::size_t kMostKept = 4000;
 
-// Stands before what the guest has of it.
+// Stands before the guest's part of a block.
 struct Block {
     Word size;
     Word mark;
@@ -32,7 +32,7 @@ struct Block {
     std::uint8_t* bytes() { return reinterpret_cast<std::uint8_t*>(this + 1); }
 };
 
-// 8 bytes are what the device's heap aligns to.
+// The device's heap aligns blocks to 8 bytes.
 static_assert(sizeof(Block) == 8, "the guest's memory is aligned as the host's");
 
 Lock lock;

@@ -2,11 +2,11 @@
 
 #include "Calls.h"
 
-// A heap that finds what the guest does wrong with it. New memory holds rubbish, freed memory other rubbish for a
-// while, and nobody may write before or behind a block, or into one that is freed.
+// A heap that finds misuse by the guest. New memory holds one kind of rubbish, and freed memory holds another kind for
+// a while. A write before or behind a block, or into a freed block, is a fault.
 namespace Heap {
 
-// The last look, and what the heap has come to, for the journal.
+// Checks all blocks once more and writes the heap's figures into the journal.
 void finish(Processor& processor);
 const SystemFunction* functions();
 

@@ -29,7 +29,7 @@ const wchar_t* argumentsOf(const wchar_t* line) {
     return line;
 }
 
-// What Options names, or the file beside this program that has its name and ends in .arm.
+// The file that the options name, or the file beside this program that has its name and the ending .arm.
 std::wstring programFile() {
     if (!Options::program().empty()) {
         return Options::program();

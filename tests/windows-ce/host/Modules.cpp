@@ -16,7 +16,7 @@
 
 namespace {
 
-// No addresses, as the program's own handle.
+// Handles. They are not addresses, like the program's own handle.
 constexpr Word kIpHelper = 0x8F000001;
 constexpr Word kIcmp = 0x8F000002;
 constexpr Word kShell = 0x8F000003;
@@ -40,7 +40,7 @@ std::uint64_t moduleHandle(Processor&, const Word* a) {
     return a[0] == 0 ? Image::kHandle : 0;
 }
 
-// A device may lack each of these, or have the one for pings apart.
+// A device may lack each of these libraries, or have the functions for pings in a library of their own.
 std::uint64_t loadLibrary(Processor&, const Word* a) {
     const std::string name = Journal::shown(a[0]);
     Word handle = 0;
@@ -92,7 +92,7 @@ std::uint64_t version(Processor&, const Word* a) {
     return 1;
 }
 
-// The program's own file has another path on the host. The version is asked of no other.
+// The program's own file has another path on the host. The guest asks for the version of no other file.
 const wchar_t* versionedFile(Processor& cpu, Word path) {
     if (_wcsicmp(pointerTo<const wchar_t>(path), Image::devicePath().c_str()) != 0) {
         Watch::fault(cpu, "ARGUMENT is no program file: %s", Journal::shown(path).c_str());

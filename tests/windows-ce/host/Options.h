@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What the environment asks of the host; README.md lists it.
+// The host's options, which are variables of the environment. README.md lists them.
 namespace Options {
 
 // Reads the environment. Called once, before anything else here.

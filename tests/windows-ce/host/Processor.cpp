@@ -6,8 +6,8 @@
 #include "Image.h"
 #include "Watch.h"
 
-// The encoding's fields bear the names of the processor's manual: rn is the first operand or the base, rd the
-// destination, rm the second operand, rs the amount of a shift.
+// The fields have the names of the processor's manual: rn is the first operand or the base, rd the destination, rm the
+// second operand, rs the amount of a shift.
 
 namespace {
 
@@ -23,7 +23,7 @@ constexpr Word kIsIndexedBefore = 0x01000000;
 
 // --- Memory
 
-// Data that the system's kernel shows each program at a fixed place.
+// The system's kernel shows each program these data at a fixed address.
 Word readKernelPage(Processor& cpu, Word address) {
     constexpr Word kThread = 0xFFFFC808;
     constexpr Word kProcess = 0xFFFFC80C;
@@ -156,7 +156,8 @@ Shifted shiftBy(Word value, unsigned type, unsigned amount, bool carry) {
     }
 }
 
-// By an amount in the instruction. There 0 means 32 to the right, or a rotation by one through the carry.
+// The amount is in the instruction. An amount of 0 there means 32 for a shift to the right, and one step through the
+// carry for a rotation.
 Shifted shiftByNumber(const Processor& cpu, Word in) {
     const Word value = cpu.r[in & 15];
     const unsigned type = in >> 5 & 3;
@@ -167,7 +168,7 @@ Shifted shiftByNumber(const Processor& cpu, Word in) {
     return shiftBy(value, type, amount == 0 && type != 0 ? 32 : amount, cpu.c);
 }
 
-// By an amount in a register. There 0 leaves all as it is.
+// The amount is in a register. An amount of 0 there changes nothing.
 Shifted shiftByRegister(const Processor& cpu, Word in) {
     const Word value = cpu.r[in & 15];
     const unsigned amount = cpu.r[in >> 8 & 15] & 255;
@@ -281,7 +282,7 @@ void transferHalf(Processor& cpu, Word in) {
     r[rd] = value;
 }
 
-// What shares the encodings of arithmetic with a register: multiplications, swaps and halfwords.
+// Multiplications, swaps and halfwords. They share the encodings of arithmetic with a register.
 void executeExtension(Processor& cpu, Word in) {
     if ((in & 0x60) != 0) {
         transferHalf(cpu, in);
@@ -331,7 +332,7 @@ Word executeArithmetic(Processor& cpu, Word in, Word next) {
     } else {
         b = shiftByNumber(cpu, in);
     }
-    // What is no sum leaves the overflow alone and takes its carry from the shift.
+    // An operation other than a sum leaves the overflow flag alone. Its carry is that of the shift.
     Sum result = {0, b.carry, cpu.v};
     switch (operation) {
         case kAnd:
@@ -447,7 +448,7 @@ Word executeMultiple(Processor& cpu, Word in, Word next) {
     const bool writesBack = (in & kWritesBack) != 0;
     const bool hasBase = bit(list, rn);
     const Word moved = goesUp ? r[rn] + bytes : r[rn] - bytes;
-    // The lowest register is at the lowest address, in whatever direction the base moves.
+    // The lowest register is at the lowest address, whether the base moves up or down.
     Word address = (goesUp ? r[rn] : moved) + (isBefore == goesUp ? 4 : 0);
     if ((in & kLoads) != 0) {
         if (hasBase && writesBack) {

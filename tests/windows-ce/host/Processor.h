@@ -2,8 +2,8 @@
 
 #include "Guest.h"
 
-// An ARMv4 processor without coprocessors, strict: what that processor lacks, leaves open or refuses is a fault of the
-// program (Watch.h). Each thread of the guest has one of its own.
+// An ARMv4 processor without coprocessors. An instruction that such a processor lacks, leaves undefined or refuses is a
+// fault of the guest (Watch.h). Each thread of the guest has a processor of its own.
 struct Processor {
     Word r[16];
     bool n;
@@ -20,7 +20,7 @@ struct Processor {
     // For the journal.
     unsigned long long instructions;
     Word startedAt;
-    const char* call;  // the function of the system that the guest is in, or null
+    const char* call;  // the system's function that the guest has called, or null
     static constexpr unsigned kTrail = 32;
     Word trail[kTrail];  // where the last jumps went
     unsigned trailAt;
@@ -28,8 +28,8 @@ struct Processor {
     Word deepestStack() const { return stackHigh - lowestStack; }
 };
 
-// Places where no memory is. The guest's outermost functions return to the first. The others are functions of the
-// system.
+// Addresses without memory. The guest's outermost functions return to the first. The second and those that follow are
+// functions of the system.
 constexpr Word kReturnAddress = 0xF0000000;
 constexpr Word kCallAddresses = 0xF0010000;
 

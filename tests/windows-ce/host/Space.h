@@ -11,7 +11,7 @@ bool take(Word bytes);
 void give(Word bytes);
 // Writes into the journal how much was in use at most.
 void describe();
-// What the guest itself reserves and gives back.
+// The functions by which the guest reserves addresses itself.
 const SystemFunction* functions();
 
 }  // namespace Space

@@ -17,7 +17,7 @@ namespace {
 
 DWORD slot = 0;
 Lock lock;
-// Under the lock; the threads that are about to begin count.
+// Guarded by the lock. Threads that are about to begin are counted.
 long threads = 1;
 long mostThreads = 1;
 std::vector<Processor*> running;
@@ -25,13 +25,14 @@ unsigned long long endedInstructions = 0;
 Word endedDeepest = 0;
 
 constexpr Word kPage = 0x1000;
-// Registers that a function must keep; the guest finds recognisable rubbish in them.
+// A function must keep these registers. At first they hold rubbish that can be recognised.
 constexpr int kFirstKept = 4;
 constexpr int kEndKept = 12;
 
 Processor* makeProcessor(Word start) {
     Processor* const cpu = new Processor{};
-    // A page below that is not there, as the system's. A page above, for the words behind the arguments of a call.
+    // The page below the stack does not exist, as on a device. The page above it is for the words behind the arguments
+    // of a call.
     const Word size = Image::stackSize();
     char* const memory = static_cast<char*>(VirtualAlloc(nullptr, size + 2 * kPage, MEM_RESERVE, PAGE_READWRITE));
     (void)VirtualAlloc(memory + kPage, size + kPage, MEM_COMMIT, PAGE_READWRITE);
@@ -88,8 +89,8 @@ unsigned long long instructionsSoFar() {
     return result;
 }
 
-// Another thread may be counting at this moment. Its number is then wrong if its lower half runs over, which takes
-// minutes of nothing but counting.
+// Another thread may be counting at this moment. Its number is wrong only if its lower half overflows just then, and
+// that takes minutes of pure counting.
 [[noreturn]] DWORD WINAPI readMeter(void*) {
     constexpr DWORD kPeriodMs = 10000;
     for (;;) {
@@ -132,7 +133,7 @@ std::uint64_t createThread(Processor&, const Word* a) {
     return addressOf(thread);
 }
 
-// Another order of arguments than the desktop's, and another name.
+// The desktop has this function under another name and with another order of arguments.
 std::uint64_t testExchange(Processor& cpu, const Word* a) {
     Watch::checkAligned(cpu, a[0], 4, "interlocked access");
     return static_cast<Word>(
@@ -208,7 +209,7 @@ Word callBack(Word function, Word a, Word b, Word c, Word d) {
     cpu.r[1] = b;
     cpu.r[2] = c;
     cpu.r[3] = d;
-    // No more than a word's alignment is promised, so the guest gets no more.
+    // The system promises no more than the alignment of a word. Therefore the guest gets no more.
     cpu.r[13] = (saved[13] & ~7U) - 100;
     cpu.r[14] = kReturnAddress;
     run(cpu, function);

@@ -2,18 +2,19 @@
 
 #include "Calls.h"
 
-// The guest's threads: each is one of the host's, with a processor and a stack of its own.
+// The guest's threads. Each is a thread of the host's, with a processor and a stack of its own.
 namespace Threads {
 
-// Before anything else here.
+// Called before all else here.
 void prepare();
-// Runs the guest's main thread on the calling one; what its start returned.
+// Runs the guest's main thread on the calling thread. Answers what the start function returned.
 Word runMain(Word start, Word a, Word b, Word c, Word d);
 // The calling thread's processor, or null.
 Processor* current();
-// Runs a function of the guest for the system that was called by the guest, below what is in use of its stack.
+// Runs a function of the guest that the system calls back. The guest is inside a call of the system's, and the function
+// uses the free part of the same stack.
 Word callBack(Word function, Word a, Word b, Word c, Word d);
-// How much each thread has run and how deep its stack has got, for the journal.
+// Writes into the journal how much each thread has run and how deep its stack has become.
 void describe();
 const SystemFunction* functions();
 

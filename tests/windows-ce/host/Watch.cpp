@@ -18,7 +18,7 @@ std::string hexadecimal(Word value) {
     return text;
 }
 
-// What looks like the return addresses of the calls that led here.
+// The words on the stack that look like return addresses, of the calls that led here.
 std::string callsOnStack(const Processor& cpu) {
     std::string result;
     constexpr Word kMost = 48;

@@ -2,8 +2,8 @@
 
 #include "Processor.h"
 
-// What ends a guest that does what a device would not forgive: the journal gets a line that begins with FAULT and the
-// state of the processor, and the process ends with kFaultStatus.
+// Ends a guest that does what a device would not forgive. The journal gets a line that begins with FAULT and the state
+// of the processor. The process ends with kFaultStatus.
 namespace Watch {
 
 constexpr int kFaultStatus = 99;
@@ -16,7 +16,7 @@ inline void checkAligned(const Processor& processor, Word address, Word size, co
     }
 }
 
-// From now on accesses to memory that is not there, or not to be written, are faults of the guest.
+// From now on an access to memory that does not exist, or a write to memory that is read-only, is a fault of the guest.
 void catchAccesses();
 
 }  // namespace Watch

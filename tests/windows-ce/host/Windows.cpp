@@ -65,8 +65,8 @@ std::uint64_t messageBox(Processor&, const Word* a) {
     return static_cast<Word>(MessageBoxW(pointerTo<HWND__>(a[0]), name(a[1]), name(a[2]), a[3]));
 }
 
-// The shell gives a dialog the screen below its own bar, in which the caption stands with its OK button. With full
-// there is no bar, and the dialog has its own caption.
+// The shell gives a dialog the screen below the shell's own bar. The bar shows the caption with its OK button. With the
+// option full there is no bar, and the dialog has its own caption.
 std::uint64_t initialiseDialog(Processor& cpu, const Word* a) {
     struct Wish {
         DWORD mask;

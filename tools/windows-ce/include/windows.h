@@ -4,7 +4,7 @@
 // The resource compiler reads this too; it understands the definitions of numbers alone.
 #pragma once
 
-// What sources ask to tell this platform from the desktop.
+// Sources test this to tell the platform from the desktop.
 #define UNDER_CE 300
 
 // --- Numbers
@@ -116,7 +116,7 @@
 #define WS_VSCROLL 0x00200000
 #define WS_SYSMENU 0x00080000
 #define WS_THICKFRAME 0x00040000
-// These two have changed places here.
+// On this platform these two have each other's values.
 #define WS_MAXIMIZEBOX 0x00020000
 #define WS_MINIMIZEBOX 0x00010000
 #define WS_GROUP 0x00020000
@@ -234,7 +234,7 @@ typedef struct {
     DWORD dwFileDateLS;
 } VS_FIXEDFILEINFO;
 
-// Shorter here: an object's number in place of two reserved fields, and no short name.
+// Shorter on this platform: it has an object's number in place of two reserved fields, and no short name.
 typedef struct {
     DWORD dwFileAttributes;
     FILETIME ftCreationTime;
@@ -246,7 +246,7 @@ typedef struct {
     wchar_t cFileName[MAX_PATH];
 } WIN32_FIND_DATAW;
 
-// Longer here, by the object's number.
+// Longer on this platform by the object's number.
 typedef struct {
     DWORD dwFileAttributes;
     FILETIME ftCreationTime;
@@ -313,7 +313,7 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(void*);
 typedef INT_PTR(WINAPI* FARPROC)();
 
-// The program itself: what the start-up object calls.
+// The program's own function, which the start-up object calls.
 extern "C" int WINAPI wWinMain(HINSTANCE program, HINSTANCE previous, wchar_t* commandLine, int show);
 
 // --- Functions of coredll.dll
@@ -471,7 +471,7 @@ inline BOOL TlsFree(DWORD slot) {
 inline DWORD GetCurrentThreadId() {
     return *reinterpret_cast<volatile const DWORD*>(0xFFFFC808);
 }
-// A number that stands for whoever asks.
+// A number that stands for the process or thread that asks.
 inline HANDLE GetCurrentProcess() {
     return reinterpret_cast<HANDLE>(66);
 }

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-// The names by which the compiler calls for atomic operations. Their last arguments, the orders, say nothing to a
-// device with a single processor.
+// The functions that the compiler calls for atomic operations. Their last arguments, the memory orders, mean nothing on
+// a device with a single processor.
 
 namespace {
 
@@ -12,7 +12,7 @@ struct CoreDll {
         return static_cast<std::uint32_t>(InterlockedTestExchange(
             reinterpret_cast<LONG*>(word), static_cast<LONG>(expected), static_cast<LONG>(wanted)));
     }
-    // A sleep of 0 would not let a thread of lower priority give the lock back.
+    // During a sleep of 0 a thread of lower priority would not run and could not give the lock back.
     static void giveWay() { Sleep(1); }
 };
 

@@ -23,7 +23,7 @@ public:
         return false;
     }
 
-    // Replaces the word by what `change` makes of it; returns its value before.
+    // Replaces the word by the result of `change`. Answers the former value.
     template <typename Change>
     static std::uint32_t update(std::uint32_t* word, Change change) {
         std::uint32_t before = __atomic_load_n(word, __ATOMIC_RELAXED);  // one instruction, no call
@@ -32,7 +32,7 @@ public:
         return before;
     }
 
-    // The same for a byte: by the word that it lies in, whose other bytes stay as they are.
+    // The same for a byte. It replaces the word around the byte and keeps the other bytes of that word.
     template <typename Change>
     static std::uint8_t updateByte(std::uint8_t* byte, Change change) {
         const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(byte);
@@ -53,7 +53,8 @@ public:
         return isReplaced;
     }
 
-    // Eight bytes are more than the system replaces at once: all of them share one lock, held for a few instructions.
+    // The system cannot replace eight bytes at once. All values of eight bytes share one lock, which is held for a few
+    // instructions.
     template <typename Operation>
     static auto underLock(std::uint32_t* lock, Operation operation) {
         std::uint32_t isFree = 0;

@@ -1,6 +1,6 @@
 #include "Division.h"
 
-// The names by which the compiler calls for division.
+// The functions that the compiler calls for division.
 
 using namespace WindowsCeRuntime;
 

@@ -3,7 +3,8 @@
 #include <limits>
 #include <type_traits>
 
-// Division of whole numbers, for a processor that has none. Shift and subtract, a bit at a time: slow, and small.
+// Division of whole numbers for a processor that has no such instruction. It shifts and subtracts, one bit at a time,
+// which is slow and small.
 namespace WindowsCeRuntime {
 
 template <typename Unsigned>
@@ -12,14 +13,14 @@ struct Quotient {
     Unsigned remainder;
 };
 
-// A divisor of 0 has the quotient of all ones, as the algorithm falls out; nobody divides by it.
+// The program never divides by 0. The algorithm's quotient would have all bits set.
 template <typename Unsigned>
 constexpr Quotient<Unsigned> divide(Unsigned dividend, Unsigned divisor) {
     constexpr int kBits = std::numeric_limits<Unsigned>::digits;
     constexpr Unsigned kTop = Unsigned{1} << (kBits - 1);
     Quotient<Unsigned> result = {0, 0};
     for (int bit = 0; bit < kBits; ++bit) {
-        // The remainder is below the divisor, so what leaves it on the left makes it larger than any divisor.
+        // The remainder is below the divisor. If a bit leaves it on the left, it is larger than any divisor.
         const bool overflows = (result.remainder & kTop) != 0;
         result.remainder = static_cast<Unsigned>(result.remainder << 1 | dividend >> (kBits - 1));
         dividend = static_cast<Unsigned>(dividend << 1);
@@ -32,7 +33,7 @@ constexpr Quotient<Unsigned> divide(Unsigned dividend, Unsigned divisor) {
     return result;
 }
 
-// The amount of a number, of the smallest one too.
+// The absolute value of a number, also of the smallest one.
 template <typename Signed>
 constexpr std::make_unsigned_t<Signed> amountOf(Signed number) {
     using Unsigned = std::make_unsigned_t<Signed>;
@@ -46,13 +47,13 @@ constexpr Signed withSign(std::make_unsigned_t<Signed> amount, bool isNegative) 
     return static_cast<Signed>(isNegative ? static_cast<Unsigned>(0 - amount) : amount);
 }
 
-// Towards zero, as the language wants it.
+// Rounds towards zero, as the language wants it.
 template <typename Signed>
 constexpr Signed signedQuotient(Signed dividend, Signed divisor) {
     return withSign<Signed>(divide(amountOf(dividend), amountOf(divisor)).quotient, (dividend < 0) != (divisor < 0));
 }
 
-// Has the dividend's sign.
+// The remainder has the dividend's sign.
 template <typename Signed>
 constexpr Signed signedRemainder(Signed dividend, Signed divisor) {
     return withSign<Signed>(divide(amountOf(dividend), amountOf(divisor)).remainder, dividend < 0);

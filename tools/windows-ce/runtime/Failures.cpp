@@ -4,7 +4,7 @@
 #include <functional>
 #include <new>
 
-// How a program ends that breaks a promise.
+// Ends a program that does what it must never do.
 
 extern "C" {
 
@@ -12,11 +12,11 @@ extern "C" {
     constexpr DWORD kAborted = 254;
     (void)TerminateProcess(GetCurrentProcess(), kAborted);
     for (;;) {
-        Sleep(INFINITE);  // the call returns before it has done its work
+        Sleep(INFINITE);  // the call returns before the process has ended
     }
 }
 
-// An operation of an object that is only half made or half destroyed.
+// A virtual function was called of an object that is being made or destroyed.
 [[noreturn]] void __cxa_pure_virtual() {
     OutputDebugStringW(L"pure virtual call\n");
     abort();
@@ -24,7 +24,7 @@ extern "C" {
 
 }  // extern "C"
 
-// Where the C++ library's headers would throw.
+// The headers of the C++ library call these where they would throw an exception.
 
 namespace std {
 

@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <new>
 
-// C++ memory from the system's heap. Without exceptions, whoever cannot live without the memory ends the program; it
-// may say before how.
+// C++ memory from the system's heap. There are no exceptions. A program that gets no memory ends, unless it has named a
+// function that is called before.
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// Where the system enters the program.
+// The system enters the program here.
 
 extern "C" {
 

@@ -5,7 +5,7 @@ namespace WindowsCeRuntime {
 
 using Function = void (*)();
 
-// The linker puts a word before the functions that a list is of, and a null behind them.
+// A list of functions begins with a word of the linker's and ends with a null.
 inline void runForward(const Function* list) {
     for (const Function* function = list + 1; *function != nullptr; ++function) {
         (*function)();

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The cases that make-instruction-cases writes, and how they are run.
+// Runs the cases that make-instruction-cases writes.
 
 constexpr int kInstructionRegisters = 12;
 constexpr int kInstructionMemory = 64;
@@ -20,7 +20,7 @@ struct InstructionResult {
     std::uint8_t memory[kInstructionMemory];
 };
 
-// The layout that the cases' code knows.
+// The code of the cases depends on this layout.
 struct InstructionState {
     InstructionInput input;
     InstructionResult result;
@@ -37,5 +37,5 @@ extern const InstructionInput instructionInputs[];
 extern InstructionResult instructionResults[];
 extern const int kInstructionCases;
 
-// Fills the results; how many bytes they are.
+// Fills the results and answers their size in bytes.
 unsigned runInstructions();

@@ -5,13 +5,14 @@
 #include <cstdlib>
 #include <cstring>
 
-// A program that does what its command line names: something that a device would not forgive. The host has to notice.
+// A program that does one thing that a device would not forgive. Its command line names the thing. The host has to
+// notice it.
 
 namespace {
 
 using Deed = int();
 
-// The compiler is not to know where this points.
+// The compiler must not know where this points.
 template <typename Type>
 volatile Type* hidden(const volatile void* place) {
     __asm__ volatile("" : "+r"(place));
@@ -181,7 +182,7 @@ int countOnZeros() {
 
 // --- Calls
 
-// 1 when a call has kept what it may change.
+// Answers 1 if a call has kept a register that it may change.
 int keepRegister() {
     int result = 0;
     __asm__ volatile("mov r3, #1\n\tmov lr, pc\n\tmov pc, %1\n\tcmp r3, #1\n\tmoveq %0, #1\n\tmovne %0, #0"
