@@ -14,13 +14,21 @@ LINE = "FATAL ERROR: there is no memory left, the program ends"
 SETTINGS = {"frequency qty": "200", "frequency units": "milliseconds"}
 
 
+class NeverSeen(AssertionError):
+    """The program has made no window and no box, and no allocation of it was refused: its Wine hangs."""
+
+
 class FaultTest(lab.SystemTest):
     settings = SETTINGS
 
     def setUp(self):
         super().setUp()
-        self.windows = windows.WindowsDevice(self.lab.device("pocket1"), self.settings, handheld="full")
-        self.addCleanup(self.windows.close)
+        self.device = self.lab.device("pocket1")
+        self.windows = self.make_windows()
+        self.addCleanup(lambda: self.windows.close())
+
+    def make_windows(self):
+        return windows.WindowsDevice(self.device, self.settings, handheld="full")
 
     def find(self, caption):
         handle = int(self.windows.ask("find", caption))
@@ -31,23 +39,26 @@ class FaultTest(lab.SystemTest):
 
         A use that answers False is asked again.
         """
-        said, is_used = [], False
+        said, is_used, is_seen = [], False, False
 
         def has_ended():
-            nonlocal is_used
+            nonlocal is_used, is_seen
             box = self.find("Linkometry")
             if box:
                 said.append(self.windows.ask("label", box.handle).strip())
                 box.press(windows.OK)
             window = self.find("(pocket1)")
+            is_seen = is_seen or bool(window or box)
             if window and not box and not is_used:
                 is_used = use(window) is not False
             return program.status() != "running"
         try:
             lab.eventually(has_ended, 60, lambda: f"the end; it said {said}:\n{program}", every=0.05)
-        except AssertionError:
+        except AssertionError as late:
             program.kill()  # the next run would find its window
-            raise
+            if is_seen or any("refused" in line for line in program.journal()):
+                raise
+            raise NeverSeen(str(program)) from late
         return int(program.status()), said
 
     def measure(self, *arguments, **variables):
@@ -79,9 +90,16 @@ class FaultTest(lab.SystemTest):
         return int(re.search(r"HEAP (\d+) allocations", "\n".join(program.journal()))[1])
 
     def fail_each(self, numbers, once, run):
+        """Wine now and then hangs after a program that was ended in the middle of a call; a new Wine then gets the same run."""
         for number in numbers:
+            fail = f"{number}" if once else f"{number}-"
             with self.subTest(allocation=number, once=once):
-                run(f"{number}" if once else f"{number}-")
+                try:
+                    run(fail)
+                except NeverSeen:
+                    self.windows.close()
+                    self.windows = self.make_windows()
+                    run(fail)
 
 
 class MissingPartTest(FaultTest):
