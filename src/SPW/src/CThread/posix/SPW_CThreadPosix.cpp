@@ -36,6 +36,14 @@ std::size_t stackShareOfTheLibrary() {
     return std::max(share, static_cast<std::size_t>(sysconf(_SC_THREAD_STACK_MIN)));
 }
 
+// Whole pages. The library puts the thread's data at the end of the size that it is given. With a size of pages and a
+// bit, the data and the first frames lie on one page more, in every thread.
+std::size_t stackBytes() {
+    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t wanted = SPW_CThreadSys::kStackBytes + stackShareOfTheLibrary();
+    return (wanted + page - 1) / page * page;
+}
+
 SPW_CGatePosix* gateOf(SPW_Handle semaphore) {
     return static_cast<SPW_CGatePosix*>(semaphore);
 }
@@ -54,7 +62,7 @@ SPW_Handle SPW_CThreadSys::createThread(void (*entry)(void*), void* argument) {
     }
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, SPW_CThreadSys::kStackBytes + stackShareOfTheLibrary());
+    pthread_attr_setstacksize(&attributes, stackBytes());
     const int failure = pthread_create(thread.get(), &attributes, runThread, start.get());
     pthread_attr_destroy(&attributes);
     if (failure != 0) {
