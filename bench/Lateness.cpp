@@ -36,6 +36,9 @@ void LatenessClock::note(std::uint64_t decision100ns) {
     if (self.decision != 0 && decision100ns >= due) {
         const std::uint64_t bucket = (decision100ns - due) / kBucket100ns;
         m_counts[std::min<std::uint64_t>(bucket, kBuckets - 1)].fetch_add(1, std::memory_order_relaxed);
+        std::uint64_t worst = m_worst100ns;
+        while (decision100ns - due > worst && !m_worst100ns.compare_exchange_weak(worst, decision100ns - due)) {
+        }
     }
     self.decision = decision100ns;
 }
@@ -44,6 +47,7 @@ void LatenessClock::restart() {
     for (std::atomic<std::uint32_t>& count : m_counts) {
         count = 0;
     }
+    m_worst100ns = 0;
 }
 
 std::uint64_t LatenessClock::probes() const {

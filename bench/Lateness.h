@@ -25,6 +25,8 @@ public:
     // The lateness in milliseconds that this share of the probes (0 to 1) did not exceed.
     double quantileMs(double share) const;
     std::uint64_t probes() const;
+    // The greatest lateness in milliseconds.
+    double worstMs() const { return static_cast<double>(m_worst100ns) / 10000; }
 
 private:
     static constexpr std::uint64_t kBucket100ns = 500;
@@ -35,4 +37,5 @@ private:
     SPW_CClock& m_real;
     const std::uint64_t m_period100ns;
     std::atomic<std::uint32_t> m_counts[kBuckets] = {};
+    std::atomic<std::uint64_t> m_worst100ns{0};
 };

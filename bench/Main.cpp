@@ -41,6 +41,9 @@ constexpr Bench kBenches[] = {
     {"peers-64", benchNumberOfPeers<64>, false},
     {"peers-256", benchNumberOfPeers<256>, true},
     {"peers-1000", benchNumberOfPeers<1000>, true},
+    {"growth", benchGrowth, false},
+    {"short-periods", benchShortPeriods, true},
+    {"wake-ups", benchWakeUps, true},
     {"startstop", benchStartStop, true},
     {"screen", benchScreen, true},
 };
@@ -48,14 +51,14 @@ constexpr Bench kBenches[] = {
 constexpr char kUsage[] =
     "usage: linkometry-bench [-quick] [name...]\n"
     "\n"
-    "Measures the program beside the machine's own limits and prints a table; a median of five each. Takes about "
-    "three\n"
-    "minutes. Needs root, for network namespaces of its own.\n"
+    "Measures the program beside the machine's own limits and prints a table; each the median of five, with the least "
+    "and "
+    "the\n"
+    "greatest. Takes five minutes. Needs root, for network namespaces of its own.\n"
     "\n"
     "  -quick   under a minute: each measured once, and 256 and 1000 peers only\n"
-    "  name     only these of: listener, log, peers-1, peers-64, peers-256, peers-1000, startstop, screen; a part of a "
-    "name "
-    "will do\n"
+    "  name     only these of: listener, log, peers-1, peers-64, peers-256, peers-1000, growth, short-periods,\n"
+    "           wake-ups, startstop, screen; a part of a name will do\n"
     "\n"
     "Exit status: 0 measured, whatever was reached; 1 could not measure; 2 the command line cannot be used.\n";
 

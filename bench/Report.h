@@ -5,6 +5,8 @@
 
 // Middle value of a series; 0 of an empty one.
 double medianOf(std::vector<double> values);
+// The series as text, each value in that format (one %f): "median", or "median (least to greatest)" of several.
+std::string spreadOf(const char* format, std::vector<double> values);
 
 // How long and how often everything is measured.
 struct Effort {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <dirent.h>
 #include <sys/types.h>
 #include <time.h>
 
@@ -31,20 +32,40 @@ inline double processorSecondsOf(pid_t process) {
     return clock_getcpuclockid(process, &clock) == 0 ? secondsOf(clock) : 0;
 }
 
-// Resident memory of a process.
-inline double residentMiBOf(pid_t process) {
-    const std::string path = "/proc/" + std::to_string(process) + "/status";
+// The number behind a label in one of the kernel's status files; 0 without one.
+inline double numberInStatus(const std::string& path, const char* label) {
     std::FILE* const file = std::fopen(path.c_str(), "r");
     if (file == nullptr) {
         return 0;
     }
     char line[256];
-    double kib = 0;
+    double number = 0;
     while (std::fgets(line, sizeof line, file) != nullptr) {
-        if (std::strncmp(line, "VmRSS:", 6) == 0) {
-            std::sscanf(line + 6, "%lf", &kib);
+        if (std::strncmp(line, label, std::strlen(label)) == 0) {
+            std::sscanf(line + std::strlen(label), "%lf", &number);
         }
     }
     std::fclose(file);
-    return kib / 1024;
+    return number;
+}
+
+// Resident memory of a process.
+inline double residentMiBOf(pid_t process) {
+    return numberInStatus("/proc/" + std::to_string(process) + "/status", "VmRSS:") / 1024;
+}
+
+// How often all threads of a process together have gone to sleep so far, hence how often they have been woken.
+inline double sleepsOf(pid_t process) {
+    const std::string folder = "/proc/" + std::to_string(process) + "/task/";
+    DIR* const tasks = opendir(folder.c_str());
+    double sleeps = 0;
+    for (dirent* task = nullptr; tasks != nullptr && (task = readdir(tasks)) != nullptr;) {
+        if (task->d_name[0] != '.') {
+            sleeps += numberInStatus(folder + task->d_name + "/status", "voluntary_ctxt_switches:");
+        }
+    }
+    if (tasks != nullptr) {
+        closedir(tasks);
+    }
+    return sleeps;
 }
