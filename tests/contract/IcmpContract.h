@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "NeedsNamespaces.h"
 #include "Patience.h"
 #include "SPW_CIcmp.h"
 
@@ -80,9 +81,7 @@ template <typename Implementation>
 class IcmpContractTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (!m_implementation.isThere()) {
-            GTEST_SKIP() << m_implementation.reason();
-        }
+        SKIP_OUTSIDE_NAMESPACES(m_implementation.isThere(), m_implementation.reason());
         m_service = icmp().open();
         ASSERT_NE(m_service, nullptr) << icmp().lastError();
     }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ExpectedAdapter.h"
+#include "NeedsNamespaces.h"
 #include "PlatformNetwork.h"
 #include "SPW_CNetworkInfo.h"
 #include "SPW_CSysError.h"
@@ -90,9 +91,7 @@ template <typename Implementation>
 class NetworkInfoContractTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (!m_implementation.isThere()) {
-            GTEST_SKIP() << m_implementation.reason();
-        }
+        SKIP_OUTSIDE_NAMESPACES(m_implementation.isThere(), m_implementation.reason());
     }
     SPW_CNetworkInfo& info() { return m_implementation.info(); }
 

@@ -23,6 +23,7 @@
 #include "IcmpContract.h"
 #include "IcmpServices.h"
 #include "KernelCalls.h"
+#include "NeedsNamespaces.h"
 #include "Patience.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CIcmpPacket.h"
@@ -416,9 +417,7 @@ private:
 
 TEST(IcmpPrivilegeTest, WithoutAnyRightTheServiceIsDenied) {
     RawService network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(), network.reason());
     const WithoutRawSockets unprivileged;
     EXPECT_EQ(SPW_CIcmp::instance->open(), nullptr);
     EXPECT_EQ(SPW_CIcmp::instance->lastError(), kSysAccessDenied);
@@ -426,9 +425,7 @@ TEST(IcmpPrivilegeTest, WithoutAnyRightTheServiceIsDenied) {
 
 TEST(IcmpPrivilegeTest, WithoutPrivilegesTheDatagramSocketServes) {
     DatagramService network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(), network.reason());
     const WithoutRawSockets unprivileged;
     const SPW_Handle service = SPW_CIcmp::instance->open();
     ASSERT_NE(service, nullptr) << SPW_CIcmp::instance->lastError();

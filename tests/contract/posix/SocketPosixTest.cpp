@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "KernelCalls.h"
+#include "NeedsNamespaces.h"
 #include "OwnNetwork.h"
 #include "Patience.h"
 #include "RealSockets.h"
@@ -332,9 +333,7 @@ TEST_F(SocketPosixTest, AConnectionAcceptedFromASocketThatIsClosedMeanwhileIsGiv
 
 TEST_F(SocketPosixTest, AMembershipIsLeftThoughItsInterfaceHasComeBackAsAnother) {
     OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(), network.reason());
     constexpr SPW_CIpAddress kAddress(10, 79, 0, 1);
     const SPW_Socket member = keep(s().openUdpShared());
     // One more than a socket may have.
@@ -348,9 +347,7 @@ TEST_F(SocketPosixTest, AMembershipIsLeftThoughItsInterfaceHasComeBackAsAnother)
 
 TEST_F(SocketPosixTest, AMembershipIsLeftThoughItsAddressIsOnAnotherInterfaceNow) {
     OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(), network.reason());
     constexpr SPW_CIpAddress kAddress(10, 79, 0, 1);
     const SPW_Socket member = keep(s().openUdpShared());
     ASSERT_TRUE(network.replaceInterface("pair0", "10.79.0.1/24")) << network.reason();
@@ -367,9 +364,7 @@ TEST_F(SocketPosixTest, AMembershipIsLeftThoughItsAddressIsOnAnotherInterfaceNow
 
 TEST_F(SocketPosixTest, OnlyInterfacesThatAreUpGiveAddressesToTheDevicesName) {
     OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(), network.reason());
     SPW_CString name;
     ASSERT_TRUE(s().hostName(name));
     SPW_CArray<SPW_CIpAddress> up;
@@ -385,9 +380,8 @@ TEST_F(SocketPosixTest, OnlyInterfacesThatAreUpGiveAddressesToTheDevicesName) {
 
 TEST_F(SocketPosixTest, ANameThatNobodyKnowsDoesNotResolve) {
     OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason() << ", and outside of one the question would leave this machine";
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(),
+                            network.reason() + ", and outside of one the question would leave this machine");
     SPW_CArray<SPW_CIpAddress> addresses;
     EXPECT_FALSE(s().resolve(u"nobody.invalid", addresses));
     EXPECT_EQ(s().lastError(), kSockHostNotFound);
@@ -397,9 +391,8 @@ TEST_F(SocketPosixTest, ANameThatNobodyKnowsDoesNotResolve) {
 
 TEST_F(SocketPosixTest, TheLoopbackHasItsNameFromTheHostsFile) {
     OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason() << ", and outside of one the question might leave this machine";
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(),
+                            network.reason() + ", and outside of one the question might leave this machine");
     SPW_CArray<SPW_CIpAddress> addresses;
     ASSERT_TRUE(s().resolve(u"localhost", addresses)) << s().lastError();
     ASSERT_EQ(addresses.numberOfElements(), 1);
@@ -408,9 +401,7 @@ TEST_F(SocketPosixTest, TheLoopbackHasItsNameFromTheHostsFile) {
 
 TEST_F(SocketPosixTest, WithoutARouteNothingIsReached) {
     OwnNetwork network;
-    if (!network.isThere()) {
-        GTEST_SKIP() << network.reason();
-    }
+    SKIP_OUTSIDE_NAMESPACES(network.isThere(), network.reason());
     EXPECT_EQ(s().connect(tcp(), kForeign, 5009), -1);
     EXPECT_EQ(s().lastError(), kSockNetUnreachable);
     EXPECT_EQ(s().sendTo(udp(), kForeign, 5009, "x", 1), -1);

@@ -19,9 +19,7 @@
 // allow that, isThere() is false and reason() says why:
 //
 //     OwnNetwork network;
-//     if (!network.isThere()) {
-//         GTEST_SKIP() << network.reason();
-//     }
+//     SKIP_OUTSIDE_NAMESPACES(network.isThere(), network.reason());
 class OwnNetwork {
 public:
     OwnNetwork() {

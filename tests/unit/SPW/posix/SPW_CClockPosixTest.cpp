@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "NeedsNamespaces.h"
 #include "SPW_CClock.h"
 #include "TemporaryFolder.h"
 
@@ -100,9 +101,7 @@ TEST(ClockPosixTest, AnotherZoneOfTheDeviceCountsFromTheNextMinuteOn) {
     TemporaryFolder folder;
     // The thread takes its view of the files with it when it ends.
     std::thread([&folder] {
-        if (::unshare(CLONE_NEWNS) != 0) {
-            GTEST_SKIP() << "no mount namespace may be made here";
-        }
+        SKIP_OUTSIDE_NAMESPACES(::unshare(CLONE_NEWNS) == 0, "no mount namespace may be made here");
         ASSERT_EQ(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
         ASSERT_EQ(::mount(folder.native().c_str(), "/etc", nullptr, MS_BIND, nullptr), 0);
         folder.write("localtime", zoneFile(3));

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "KernelLinks.h"
+#include "NeedsNamespaces.h"
 #include "OwnNetwork.h"
 #include "SPW_CSysError.h"
 #include "TemporaryFolder.h"
@@ -25,9 +26,7 @@ namespace {
 class NetworkInfoPosixTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (!m_network.isThere()) {
-            GTEST_SKIP() << m_network.reason();
-        }
+        SKIP_OUTSIDE_NAMESPACES(m_network.isThere(), m_network.reason());
         KernelLinks links;
         ASSERT_TRUE(links.addVethPair("eth0", "far")) << links.reason();
         ASSERT_TRUE(links.addAddress("eth0", "10.1.2.3", 24)) << links.reason();
