@@ -1,7 +1,7 @@
 # Completion of linkometry's command line for bash.
 
 _linkometry() {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} words
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} words short="-h -V"
     COMPREPLY=()
     # Bash takes --option=value for three words.
     if [[ $current == "=" ]]; then
@@ -23,10 +23,13 @@ _linkometry() {
             return
             ;;
         -duration | -interval | -minquality | -reportwnd) return ;;
-        *) words="-headless -duration -peer -interval -format -minquality -getinfo -reportwnd -help -version" ;;
+        *) words="-headless -duration -peer -interval -format -minquality -getinfo -reportwnd -help -version $short" ;;
     esac
     case $current in
-        --*) words=${words//-/--} ;;
+        --*)
+            words=${words%"$short"}  # these have one dash
+            words=${words//-/--}
+            ;;
         -* | "") ;;
         *) [[ $words == -* ]] && words=$(compgen -A hostname -- "$current") ;;
     esac

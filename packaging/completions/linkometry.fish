@@ -9,5 +9,5 @@ complete -c linkometry -o format -l format -x -a 'table json' -d 'How rows are p
 complete -c linkometry -o minquality -l minquality -x -d 'The lowest quality that counts as reachable, in percent'
 complete -c linkometry -o getinfo -l getinfo -r -F -d 'Write the configuration report to a file and end'
 complete -c linkometry -o reportwnd -l reportwnd -x -d 'With -getinfo: the window to be told (Windows)'
-complete -c linkometry -o help -l help -d 'Print the options and end'
-complete -c linkometry -o version -l version -d 'Print the version and end'
+complete -c linkometry -s h -o help -l help -d 'Print the options and end'
+complete -c linkometry -s V -o version -l version -d 'Print the version and end'

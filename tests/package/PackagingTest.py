@@ -40,6 +40,11 @@ def listed_options():
     return {option for column in columns for option in re.findall(r"(?<![\w-])-\w+", column)}
 
 
+def short_options():
+    """The letters that -help says stand for an option; they have one dash."""
+    return set(re.findall(r"(?<![\w-])(-\w) is -\w+", usage()))
+
+
 class TemporaryTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp(prefix="linkometry-package-")
@@ -101,7 +106,9 @@ class CompletionTest(TemporaryTest):
         return set(result.stdout.split())
 
     def test_bash_offers_the_options_that_help_lists_and_no_others(self):
-        self.assertEqual(self.bash("-"), listed_options())
+        self.assertEqual(short_options(), {"-h", "-V"})
+        self.assertEqual(self.bash("-"), listed_options() | short_options())
+        self.assertEqual(self.bash("-format", "-"), set())
         self.assertEqual(self.bash("-headless", "-format", "json", "-dur"), {"-duration"})
         self.assertEqual(self.bash("--"), {f"-{option}" for option in listed_options()})
         self.assertEqual(self.bash("--min"), {"--minquality"})
@@ -126,7 +133,8 @@ class CompletionTest(TemporaryTest):
         *lines, peer = result.stdout.splitlines()
         self.assertRegex(peer, r"^\*:peer")
         told = [re.match(r"(?:\(.*?\))?\*?(--?\w+)\[[^][]+\](:.*)?$", line) for line in lines]
-        self.assertEqual({match[1] for match in told}, listed_options() | {f"-{option}" for option in listed_options()})
+        self.assertEqual({match[1] for match in told},
+                         listed_options() | {f"-{option}" for option in listed_options()} | short_options())
         with_argument = {match[1] for match in told if match[2] and not match[1].startswith("--")}
         self.assertEqual(with_argument, set(re.findall(r"^  (-\w+) [A-Za-z]", usage(), re.MULTILINE)))
 
@@ -136,9 +144,10 @@ class CompletionTest(TemporaryTest):
         self.assertEqual((result.returncode, result.stderr), (0, ""))
 
     def test_fish_names_the_options_that_help_lists_and_no_others(self):
-        named = re.findall(r"^complete -c linkometry -o (\w+) -l \1 ", read("packaging", "completions", "linkometry.fish"),
-                           re.MULTILINE)
-        self.assertEqual({f"-{option}" for option in named}, listed_options())
+        file = read("packaging", "completions", "linkometry.fish")
+        named = re.findall(r"^complete -c linkometry (?:-s (\w) )?-o (\w+) -l \2 ", file, re.MULTILINE)
+        self.assertEqual({f"-{option}" for _, option in named}, listed_options())
+        self.assertEqual({f"-{letter}" for letter, _ in named if letter}, short_options())
 
     def test_fish_offers_the_options_that_help_lists_and_no_others(self):
         self.needs("fish")
@@ -149,7 +158,8 @@ class CompletionTest(TemporaryTest):
             result = run("fish", "-c", f"source {file}; complete -C '{line}'", env=environment)
             self.assertEqual(result.stderr, "")
             return {line.partition("\t")[0] for line in result.stdout.splitlines()}
-        self.assertEqual({option.replace("--", "-") for option in offered("linkometry -")}, listed_options())
+        self.assertEqual({option.replace("--", "-") for option in offered("linkometry -")},
+                         listed_options() | short_options())
         self.assertEqual(offered("linkometry --form"), {"--format"})
         self.assertEqual(offered("linkometry -format "), {"table", "json"})
 
