@@ -132,7 +132,7 @@ TEST_F(RecordedRunTest, ReportsOfProbesAreCountedLoggedAndPrintedAsRecorded) {
     m_record.section("log");
     m_record.add(endAndReadLog());
     recordHive();
-    m_record.expectAsStored("reports.txt");
+    m_record.expectAsStored("reports");
 }
 
 TEST_F(RecordedRunTest, TrafficOfTwoTestsIsAsRecorded) {
@@ -226,7 +226,7 @@ TEST_F(RecordedRunTest, TrafficOfTwoTestsIsAsRecorded) {
     m_record.section("log");
     m_record.add(withSortedProbeLines(endAndReadLog()));
     recordHive();
-    m_record.expectAsStored("traffic.txt");
+    m_record.expectAsStored("traffic");
 }
 
 TEST_F(RecordedRunTest, AFirstStartsSettingsAndProblemsAreAsRecorded) {
@@ -246,7 +246,7 @@ TEST_F(RecordedRunTest, AFirstStartsSettingsAndProblemsAreAsRecorded) {
     m_engine->stop();
     m_record.section("log");
     m_record.add(endAndReadLog());
-    m_record.expectAsStored("first-start.txt");
+    m_record.expectAsStored("first start");
 }
 
 }  // namespace

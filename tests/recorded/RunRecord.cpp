@@ -29,9 +29,26 @@ std::string escaped(std::string_view bytes) {
     return text;
 }
 
-std::string fileText(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
+std::string storedText() {
+    std::ifstream file(RECORDED_RUN, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+constexpr char kHeading[] = "######## ";
+
+std::string headingOf(const std::string& name) {
+    return kHeading + name + "\n";
+}
+
+// Where a part of the stored file stands, its heading with it; at the end and empty when there is none.
+struct Part {
+    std::size_t begin;
+    std::size_t end;
+};
+
+Part partOf(const std::string& all, const std::string& name) {
+    const std::size_t begin = std::min(all.find(headingOf(name)), all.size());
+    return {begin, std::min(all.find(kHeading, begin + 1), all.size())};
 }
 
 bool isOfProbe(const std::string& line) {
@@ -63,13 +80,15 @@ void RunRecord::addSorted(std::vector<std::string> lines) {
 }
 
 void RunRecord::expectAsStored(const std::string& name) const {
-    const std::string path = std::string(RECORDED_DATA "/") + name;
+    const std::string all = storedText();
+    const Part part = partOf(all, name);
     if (std::getenv("LINKOMETRY_RECORD_ANEW") != nullptr) {
-        std::ofstream(path, std::ios::binary) << m_text;
-        ADD_FAILURE() << "recorded anew; the comparison is left to the next run: " << path;
+        std::ofstream(RECORDED_RUN, std::ios::binary)
+            << all.substr(0, part.begin) << headingOf(name) << m_text << all.substr(part.end);
+        ADD_FAILURE() << "recorded anew; the comparison is left to the next run";
         return;
     }
-    EXPECT_EQ(fileText(path), m_text);
+    EXPECT_EQ(all.substr(part.begin, part.end - part.begin), headingOf(name) + m_text);
 }
 
 std::string withSortedProbeLines(const std::string& log) {

@@ -14,8 +14,8 @@ public:
     // Of threads that nobody orders: sorted.
     void addSorted(std::vector<std::string> lines);
 
-    // Compares with the file of that name in data/. A run whose environment has LINKOMETRY_RECORD_ANEW writes the file
-    // instead, and fails.
+    // Compares with the part of that name in the stored file. A run whose environment has LINKOMETRY_RECORD_ANEW
+    // replaces the part instead, and fails.
     void expectAsStored(const std::string& name) const;
 
 private:
