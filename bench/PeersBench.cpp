@@ -137,8 +137,8 @@ EngineUsage watchEngine(const Network& network, const Folder& folder, int peers,
     result.result = ask<EngineResult>(engine, kAskResult);
     responder.line().signal();
     const Heard heard = responder.line().receive<Heard>();
-    // Nothing is lost on this network, so a missing number, a ping without its reply and a second connection are all of
-    // the program's own making.
+    // This network loses nothing. A missing number, a ping without its reply and a second connection are therefore the
+    // program's own.
     const std::uint64_t expectedConnections = static_cast<std::uint64_t>(peers);
     result.falseLosses = heard.gaps + result.result.pingsLost +
                          (heard.connections > expectedConnections ? heard.connections - expectedConnections

@@ -10,8 +10,8 @@ std::string spreadOf(const char* format, std::vector<double> values);
 
 // How long and how often everything is measured.
 struct Effort {
-    int repetitions = 5;  // of which the median counts
-    double seconds = 1;   // of one repetition
+    int repetitions = 5;  // the median counts
+    double seconds = 1;   // each repetition's
     bool quick = false;
 };
 

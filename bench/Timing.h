@@ -54,7 +54,7 @@ inline double residentMiBOf(pid_t process) {
     return numberInStatus("/proc/" + std::to_string(process) + "/status", "VmRSS:") / 1024;
 }
 
-// How often all threads of a process together have gone to sleep so far, hence how often they have been woken.
+// How often the threads of a process have gone to sleep so far, all together. They wake as often.
 inline double sleepsOf(pid_t process) {
     const std::string folder = "/proc/" + std::to_string(process) + "/task/";
     DIR* const tasks = opendir(folder.c_str());

@@ -32,8 +32,8 @@ public:
 
     explicit MulticastInterfaces(const ReportPlace& place) : m_place(place) {}
 
-    // Leaves the group (a dotted quad) on the interfaces known so far (failures do not matter), finds out which there
-    // are now, and joins the group on each. After a failed join the other interfaces are still tried.
+    // Leaves the group (a dotted quad) on the interfaces known before; failures do not matter. Then looks for the
+    // interfaces of now and joins the group on each. After a failed join the other interfaces are still tried.
     void rejoin(SPW_Socket socket, const SPW_CString& group, const JoinFailed& joinFailed);
 
     // Appends this device's addresses that may be used for multicast, in the order of its host name's address list.

@@ -109,10 +109,13 @@ void ProbeConnector::openSocket() {
     }
 }
 
-// The owner stops by saying so first and closing the published socket then; this publishes first and looks then whether
-// there is a stop. Both sides are sequentially consistent, so a socket made while a stop is
-// under way is closed by one of them at least, and no operation on it can block for longer than the stop: a connect
-// to a silent address would otherwise hold the stop up until the platform gives up.
+// A socket that is made while a stop is under way must be closed: a connect to a silent address would hold the stop up
+// until the platform gives up.
+//
+//     owner: say "stop"  ->  close the published socket
+//     here:  publish     ->  look for a stop, and close
+//
+// All four are sequentially consistent. At least one side therefore sees what the other did first, and closes.
 void ProbeConnector::publishSocket(SPW_Socket socket) {
     m_socket = socket;
     if (isStopping()) {

@@ -15,9 +15,8 @@
 // A sender of probes to one address: the socket, the schedule, the sequence number and the sending step that TCP,
 // UDP and multicast connectors share.
 //
-// The object's own thread runs the step over and over while sending is switched on; everything it learns goes to
-// the sink, on that thread. Socket failures are reported and followed by a new socket one period later, without
-// limit; nothing stops a connector but its owner.
+// The object's own thread runs the step over and over while sending is switched on. It reports everything to the sink.
+// After a socket failure it makes a new socket one period later, without limit. Only the owner stops a connector.
 //
 // One owner thread constructs, starts, stops and destroys. askToStop() closes the socket and so ends a connect or send
 // in progress; it ends a sleep, too. StopSending() and the destructor ask as well and wait for the step to end: for one
@@ -29,10 +28,10 @@ public:
     // 0, kProbeAlreadyRunning, or kProbeFailed when the connector has no thread (GetLastErrorText() tells why). The
     // first probe goes out at once.
     [[nodiscard]] SPW_Result StartSending();
-    // Says that a stop comes and ends what blocks the step; returns at once. Whoever stops many asks all of them first.
-    // An idle connector has nothing to end.
+    // Says that a stop comes and ends what blocks the step. Returns at once. An owner that stops many connectors asks
+    // all of them first. An idle connector ignores it.
     void askToStop();
-    // The same for a destruction, which is all that may follow.
+    // The same for a destruction. Nothing but the destruction may follow.
     void askToEnd();
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     // The closed socket stays in use, deliberately: the first probe after a restart fails with "not a socket", is

@@ -5,7 +5,7 @@
 class VTR_CEvent;
 
 // When a probe object sends next: once per period, measured from the previous decision to send. Lateness is not
-// made up, so a device that was asleep sends one probe when it wakes, not a burst.
+// made up: a device that was asleep sends one probe when it wakes, not a burst.
 //
 // Belongs to the thread of its probe object.
 class ProbeSchedule {

@@ -49,7 +49,7 @@ bool ProbeWorker::askToEnd(SPW_CThread& thread) {
     }
     m_isEndAsked = true;
     if (m_stopAsked) {
-        closeGate();  // which the thread hands over first, so that its event means but one thing at a time
+        closeGate();  // the event then means the end of the loop, and no longer the gate
     }
     thread.requestStop();
     (void)m_wake.set();
@@ -72,7 +72,7 @@ bool ProbeWorker::mayStep(SPW_CThread& thread) {
     if (!m_stopAsked) {
         return true;
     }
-    // The thread holds the gate for its step. From here on it is the owner's, who opens it for the thread to go on.
+    // The thread holds the gate for its step. From here on the gate is the owner's. The owner opens it again.
     (void)m_handedOver.set();  // a thread that runs has its event
     thread.lock();
     return false;

@@ -12,9 +12,8 @@
 // The thread of a probe object and its pause gate: how the thread comes to life, is let go, paused and ended. The same
 // for connectors, listeners and pingers.
 //
-// Pausing and ending have two halves, so that an owner of thousands can ask all of them first and wait for each then;
-// the waits last about one step in all. A thread that is asked finishes its step and hands the gate to the owner
-// instead of beginning another, whose sleep the owner would have to sit out.
+// Pausing and ending have two halves: asking and waiting. An owner of thousands asks all of them first and then waits
+// for each. A thread that is asked ends its sleep, finishes its step and hands the gate to the owner.
 //
 // A thread's steps and its finish() are virtual operations of the probe object, and SPW_CThread does not wait for
 // its thread. So every derived probe class waits in its own destructor, while its operations still stand.
@@ -30,18 +29,18 @@ public:
     void begin(SPW_CThread& thread);
     // False when the platform had no thread or no event to give (reported there): no step will ever run.
     bool hasThread() const { return m_beginResult == 0; }
-    // What begin() gave: 0, or the code of whichever of the two was refused; and that in words.
+    // What begin() gave: 0, or the code of the event or the thread that was refused. The text says the same in words.
     SPW_Result beginResult() const { return m_beginResult; }
     SPW_CString failureText() const;
     // Opens the gate, which the owner holds: steps follow one another from now on.
     void openGate(SPW_CThread& thread);
-    // Asks the thread to hand the gate over after its step. Returns at once; true when the thread has not been asked
-    // before: the owner then ends what blocks the step.
+    // Asks the thread to hand the gate over after its step, and ends its sleep. Returns at once. True when the thread
+    // has not been asked before: the owner then ends what else blocks the step.
     bool askToStop();
     // Waits until the thread has handed the gate over: for the step in progress. Asks it if need be.
     void closeGate();
-    // Asks the thread to leave its loop after the step in progress. Returns at once, unless askToStop() has come before
-    // without closeGate(); true when the thread has not been asked so before, as with askToStop().
+    // Asks the thread to leave its loop after the step in progress, and ends its sleep. Returns at once, unless
+    // askToStop() has come before without closeGate(). The result is that of askToStop().
     bool askToEnd(SPW_CThread& thread);
     // Ends the thread and waits for that, the step in progress included. Does nothing when there is none (any more).
     void end(SPW_CThread& thread);
@@ -53,8 +52,8 @@ public:
 
     // ---- The thread's
 
-    // First thing in a step. False when a stop has been asked for: the gate has been handed over and got back since,
-    // and the step is to return at once.
+    // First thing in a step. False when a stop has been asked for. The thread has then handed the gate over and has got
+    // it back, and the step returns at once.
     bool mayStep(SPW_CThread& thread);
     // The thread's finish().
     void signalEnd();

@@ -8,8 +8,8 @@
 // A worker thread that calls step() over and over, holding its lock during each step, until asked to
 // stop; then it calls finish() once, without the lock, and ends.
 //
-// The lock is the pause gate: whoever takes it waits for the step in progress and keeps the next one from starting;
-// it is served before the thread's own next turn. A thread that holds the gate closed costs nothing.
+// The lock is the pause gate. Taking it waits for the step in progress and keeps the next one from starting. The taker
+// is served before the thread's own next turn. A worker that waits at a closed gate costs nothing.
 //
 // Destruction does not wait for the thread, on purpose: only a derived class knows what ends its step early. It stops
 // its own thread in its own destructor, before its part of the object goes: it calls requestStop(), wakes the step,

@@ -17,7 +17,7 @@ public:
 // optional timed message.
 //
 // One reader, the queue's own thread in step(), and any number of writers. The queue does not own what the values
-// point at: whoever takes a value deletes it, and what is still queued at the end is the derived class's to take.
+// point at: the thread that takes a value deletes it. The derived class takes what is still queued at the end.
 class SPW_CThreadMessageQueue : public SPW_CThread, public SPW_CMessageTarget {
 public:
     // Result of qGetMsg when nothing came in time.
@@ -63,8 +63,8 @@ private:
     const std::uint32_t m_capacity;
     SPW_Handle m_items;
     SPW_Handle m_freeSlots;
-    // Not a semaphore like the two above: those give a unit to the longest waiter even while it is still asleep, so
-    // once writer and reader have met here, each would wait for the other's wake-up at every message.
+    // Not a semaphore like the two above. A semaphore gives a unit to the longest waiter even while it is still asleep.
+    // Once writer and reader had met here, each would wait for the other's wake-up at every message.
     mutable SPW_CCriticalSection m_queueLock;
     // Guarded by m_queueLock.
     std::unique_ptr<std::uintptr_t[]> m_ring;

@@ -5,9 +5,9 @@
 
 // Makes a count of milliseconds that never wraps of one of 32 bits that starts anew after 49.7 days.
 //
-// The state counts the half turns that have begun; its lowest bit is the tick's highest whenever it is up to date. It
-// is brought up to date by whoever asks, so somebody must ask at least once in a half turn (24.8 days). Any thread,
-// without a lock, with atomics of 32 bits only, since a handheld has no wider ones.
+// The state counts the half turns that have begun. Its lowest bit is the tick's highest whenever it is up to date. Each
+// call brings it up to date. At least one call in a half turn (24.8 days) is therefore needed. Any thread may call.
+// There is no lock. The atomics have 32 bits, since a handheld has no wider ones.
 class SPW_CTickExtender {
 public:
     constexpr SPW_CTickExtender() = default;
@@ -20,7 +20,7 @@ public:
         const std::uint32_t tick = readTick();
         if ((halfTurns & 1) != tick >> 31) {
             std::uint32_t expected = halfTurns++;
-            // Who fails has been forestalled by another thread that saw the same.
+            // A failed exchange means that another thread has already stored this half turn.
             (void)m_halfTurns.compare_exchange_strong(expected, halfTurns);
         }
         return std::uint64_t{halfTurns >> 1} << 32 | tick;

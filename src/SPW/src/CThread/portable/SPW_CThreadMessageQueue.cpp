@@ -12,7 +12,7 @@ namespace {
 const char kModule[] = "src\\SPW\\src\\CThread\\Vc6\\SPW_CThreadMessageQueue";
 constexpr std::uint32_t kTraceLevel = 16;
 
-// Every log line passes here twice, so no text is made unless somebody wants to read it.
+// Every log line passes here twice. A text is therefore made only if somebody wants to read it.
 void trace(SPW_CError::TraceKind kind, int line, const char* method, const char16_t* message = u"") {
     SPW_CError* const reporter = SPW_CError::instance;
     if (reporter->isTraced(kTraceLevel)) {
