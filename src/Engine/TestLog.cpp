@@ -33,7 +33,7 @@ void TestLog::open(const SPW_CString& path, const SPW_CString& description, cons
 
 // 0, or 32 when the former log is in use.
 SPW_Result TestLog::removeFormer(const SPW_CString& path) {
-    // A device is written to and stays: where a superuser sends the log to /dev/null, that must not become a file.
+    // A device is written to and stays: /dev/null must not become a file when a superuser sends the log there.
     if (SPW_CDir::fileExists(path) != 0 || SPW_CDir::isDevice(path)) {
         return 0;
     }
@@ -52,7 +52,7 @@ void TestLog::close() {
 void TestLog::limitRights() {
     const SPW_CString file = path();
     if (isOn() && SPW_CDir::fileExists(file) == 0) {
-        (void)SPW_CHiveRights::limit(file);  // a log that belongs to somebody else stays as he has it
+        (void)SPW_CHiveRights::limit(file);  // a log of another user stays as it is
     }
 }
 

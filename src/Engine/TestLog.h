@@ -27,14 +27,14 @@ public:
     TestLog& operator=(const TestLog&) = delete;
 
     // Deletes a file of that name (but no device, and nothing that another log has open, which gives 32) and begins a
-    // new log. Until then logging is off. What cannot be opened shows in the result, and lines then go nowhere; it may
-    // be tried again, until a log is open.
+    // new log. Until then logging is off. A log that cannot be opened shows in openResult(), and lines then go nowhere.
+    // The call may be repeated until a log is open.
     void open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
               const SPW_CString& version);
     // Writes the lines that still wait and closes the file.
     void close();
-    // Lets nobody read the log who may not read the registry, of which each start writes a part into it. For a log that
-    // is open already: the registry's rights may have changed.
+    // Lets those users read the log that may read the registry, and no others: each start writes a part of the registry
+    // into it. For a log that is open already, because the registry's rights may have changed.
     void limitRights();
     bool isOn() const { return m_writer != nullptr; }
     // Of the latest open().

@@ -12,13 +12,13 @@ constexpr std::uint32_t kTurnMs = 1000;
 constexpr std::uint32_t kMostBehind = 99;
 constexpr std::uint64_t kMs = 10000;  // 100-ns units
 constexpr std::uint32_t kLongestUnflushedMs = 1000;
-// The queue counts as run empty when it has been empty for so long. Lines come in bursts, and a flush for each would
-// cost more than all else: the medium takes as long for one line as for a thousand.
+// The queue counts as run empty after it has been empty for so long. Lines come in bursts. A flush for each would cost
+// more than all else: the medium takes as long for one line as for a thousand.
 constexpr std::uint32_t kQuietMs = 100;
 constexpr std::uint32_t kNoRotation = 0;
 constexpr std::int32_t kBackups = 1;
 
-// Taken off the queue like a line, but stands for none.
+// A value in the queue that stands for no line.
 constexpr std::uintptr_t kWakeUp = 0;
 
 }  // namespace
@@ -57,7 +57,7 @@ void TestLogWriter::stopThread() {
 }
 
 SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
-    // Nothing leaves the queue without the thread: whoever came to a full one without limit would wait for ever.
+    // Without the thread nothing leaves the queue: a caller without a limit would wait for ever at a full one.
     if (m_startResult != 0 || m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0) {
         return kLogNotTaken;
     }

@@ -19,8 +19,8 @@
 // Owner: constructs it, which opens the file and starts the thread, and destroys it, which writes all that was handed
 // over before and takes no more. Any thread may call log() in between; the rest is for the owner.
 //
-// What is written is on the medium, where a reset or a pulled battery cannot take it away, as soon as no more lines
-// come, and at the latest a second after it was written.
+// Written lines are flushed to the medium, where a reset or a pulled battery cannot take them away. That happens as
+// soon as no more lines come, and at the latest a second after a line was written.
 class TestLogWriter : public SPW_CThreadMessageQueue, public SPW_CMemory::Log {
 public:
     // Result of log() when there was no room in time.
@@ -45,8 +45,8 @@ public:
     SPW_Result log(const SPW_CString& text, std::int32_t waitMs);
     // Any thread.
     LogProgress progress() const;
-    // For a file that takes no more: whoever waits for room, and whoever comes later, gets kLogNotTaken. The writer may
-    // hang for ever then; an owner who must not hang as well cannot destroy it. Any thread.
+    // For a file that takes no more: callers that wait for room, and later callers, get kLogNotTaken. The writer may
+    // hang for ever then; an owner that must not hang cannot destroy it. Any thread.
     void giveUp();
 
 private:

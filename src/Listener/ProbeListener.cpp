@@ -28,7 +28,7 @@ SPW_Result ProbeListener::StartListening() {
         m_lastErrorText = m_worker.failureText();
         return kProbeFailed;
     }
-    // An invalid socket is not looked for here: it cannot be bound.
+    // No check here: bind() refuses an invalid socket.
     const SPW_Socket socket = createSocket();
     m_socket = socket;
     if (SPW_CSocket::instance->bind(socket, static_cast<std::uint16_t>(m_port)) == -1) {
@@ -48,8 +48,8 @@ SPW_Result ProbeListener::refuseStart(const char16_t* failure, SPW_Socket socket
     return kProbeFailed;
 }
 
-// The order matters: with the stop said first, a step that accepts a connection after closeClients() sees that it must
-// close it itself; with the clients closed before the gate is waited for, a step that waits on one of them is woken.
+// The order matters. The stop is said first: a step that accepts a connection after closeClients() then closes it
+// itself. The clients are closed before the wait for the gate: that wakes a step that waits on one of them.
 void ProbeListener::askToStop() {
     if (!m_worker.askToStop()) {
         return;
@@ -106,8 +106,7 @@ void ProbeListener::listenStep() {
     }
 }
 
-// Whoever closes the sockets says so before. Which of the two codes comes depends on the call and on whether it had
-// begun by then.
+// A stop is said before the sockets are closed. The code depends on the call, and on whether it had begun by then.
 bool ProbeListener::isFromStop(SPW_Result code) const {
     return (!isListening() || m_stopping) && (code == kSockInterrupted || code == kSockNotSocket);
 }

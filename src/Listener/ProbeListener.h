@@ -14,12 +14,12 @@
 
 // A receiver of probes on one local port: what TCP, UDP and multicast listeners share.
 //
-// The object's own thread waits for input and hands every received chunk to the packet parser; the probes among them
-// go to the sink, on that thread, with the sender's address. What is no probe is dropped without a trace.
+// The object's own thread waits for input and hands every received chunk to the packet parser. Probes go to the sink,
+// on that thread, with the sender's address. A chunk that is no probe is dropped without a trace.
 //
 // One owner thread constructs, starts, stops and destroys. askToStop() closes the sockets, which wakes the wait in
-// progress; StopListening() and the destructor do so, too, and wait for the step to end: as long as its calls of the
-// sink last. Nothing is reported of what they have woken.
+// progress. StopListening() and the destructor do the same and then wait for the end of the step, which may be inside a
+// call of the sink. A wait that a stop has woken reports nothing.
 class ProbeListener : public SPW_CThread {
 public:
     ~ProbeListener() override;
@@ -27,14 +27,14 @@ public:
     // 0, kProbeAlreadyRunning, or kProbeFailed when the port cannot be had or the listener has no thread
     // (GetLastErrorText() tells why).
     [[nodiscard]] SPW_Result StartListening();
-    // Says that a stop comes and ends what blocks the step; returns at once. An idle listener has nothing to end.
+    // Says that a stop comes, ends what blocks the step, and returns at once. An idle listener has nothing to end.
     void askToStop();
-    // The same for a destruction, which is all that may follow.
+    // The same for a destruction. Nothing else may follow.
     void askToEnd();
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     [[nodiscard]] SPW_Result StopListening();
-    // The listener's kind, " : " and why the latest start failed or stop was refused, which is emptied. A second start
-    // leaves no text. The owner's thread.
+    // The listener's kind, " : " and the reason why the latest start failed or the latest stop was refused. Reading
+    // empties the reason. The start of a listener that listens already leaves none. The owner's thread.
     SPW_CString GetLastErrorText();
 
     void step() override {
@@ -68,8 +68,8 @@ protected:
     // Whether a call on the listener's thread has failed with this code because StopListening() or the destructor
     // closed its socket, just before the call or during it. That is no failure and never reported.
     bool isFromStop(SPW_Result code) const;
-    // Hands a probe to the sink. chunk holds count received bytes and has room for one more; sender is an
-    // SPW_CIpAddress or its text, made into text only when the chunk is a probe.
+    // Hands a probe to the sink. chunk: count received bytes, with room for one more. sender: the text of the address,
+    // or an SPW_CIpAddress, which becomes a text only for a probe.
     template <typename Sender>
     void handleChunk(char* chunk, int count, const Sender& sender) {
         ProbePacket::Received packet;
@@ -107,6 +107,6 @@ private:
     // The owner's.
     SPW_CString m_lastErrorText;
 
-    // Given back before all else goes, once the thread has ended.
+    // Given back first when the object goes, after the end of the thread.
     SocketLibrary m_library;
 };

@@ -6,8 +6,8 @@
 // Receives the probes that arrive on a port for a multicast group.
 //
 // It joins the group, on the interfaces there are at that time, whenever 5 seconds pass without traffic, and never
-// at any other time. So a new listener hears the group only after its first silence of 5 seconds, and while traffic
-// keeps coming, interfaces that appear are not noticed. Both are deliberate.
+// at any other time. A new listener therefore hears the group only after its first silence of 5 seconds. While traffic
+// keeps coming, new interfaces are not noticed. Both are deliberate.
 class VTR_CMulticastListener : public ProbeListener {
 public:
     static constexpr std::uint32_t kSilenceMs = 5000;

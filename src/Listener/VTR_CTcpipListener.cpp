@@ -24,7 +24,7 @@ SPW_Socket VTR_CTcpipListener::createSocket() {
 void VTR_CTcpipListener::closeClients() {
     const SPW_CGuard guard(m_clientLock);
     for (int i = 0; i < m_clients.numberOfElements(); ++i) {
-        (void)SPW_CSocket::instance->close(m_clients[i]);  // only a step that failed on it has closed it before
+        (void)SPW_CSocket::instance->close(m_clients[i]);  // a failed step may have closed it before
     }
     m_clients.empty();
     m_clientAddresses.empty();
@@ -101,7 +101,7 @@ void VTR_CTcpipListener::serve(const Client& client) {
         report(client.address, code, probeFailureText(u"recv failed ", code));
     }
     if (forgetClient(client.socket)) {
-        (void)SPW_CSocket::instance->close(client.socket);  // nobody else knows it any more
+        (void)SPW_CSocket::instance->close(client.socket);  // no other thread knows it any more
     }
 }
 
@@ -123,8 +123,8 @@ void VTR_CTcpipListener::acceptClient(SPW_Socket listening) {
     }
 }
 
-// A connection that finds no descriptor stays in the queue and keeps the listening socket readable, so that without
-// this step would follow step, and report report, as fast as the processor goes.
+// A connection that finds no descriptor stays in the queue and keeps the listening socket readable. Without this, steps
+// and reports would follow one another as fast as the processor goes.
 void VTR_CTcpipListener::relieveShortage() {
     if (m_departed.numberOfElements() > 0) {
         closeDeparted();
@@ -155,9 +155,9 @@ bool VTR_CTcpipListener::findClient(SPW_Socket socket, Client& client) {
 
 void VTR_CTcpipListener::addClient(SPW_Socket socket, const SPW_CIpAddress& peer) {
     const SPW_CGuard guard(m_clientLock);
-    // A stop says so first and closes the clients then: one that closeClients() did not see is closed here.
+    // A stop is said first and closes the clients then. A client that closeClients() did not see is closed here.
     if (!isListening() || m_stopping) {
-        (void)SPW_CSocket::instance->close(socket);  // nobody else knows it
+        (void)SPW_CSocket::instance->close(socket);  // no other thread knows it
         return;
     }
     if (m_clients.numberOfElements() < kMostWatched) {
@@ -191,7 +191,7 @@ void VTR_CTcpipListener::departClient(SPW_Socket socket) {
 // Peers that come and go for weeks would otherwise use all descriptors up.
 void VTR_CTcpipListener::keepDeparted(SPW_Socket socket) {
     if (m_departed.numberOfElements() == kMostDeparted) {
-        (void)SPW_CSocket::instance->close(m_departed[0]);  // nobody else closes it
+        (void)SPW_CSocket::instance->close(m_departed[0]);  // no other thread closes it
         m_departed.removeElementAt(0);
     }
     m_departed.append(socket);
@@ -199,7 +199,7 @@ void VTR_CTcpipListener::keepDeparted(SPW_Socket socket) {
 
 void VTR_CTcpipListener::closeDeparted() {
     for (int i = 0; i < m_departed.numberOfElements(); ++i) {
-        (void)SPW_CSocket::instance->close(m_departed[i]);  // nobody else closes them
+        (void)SPW_CSocket::instance->close(m_departed[i]);  // no other thread closes them
     }
     m_departed.empty();
 }

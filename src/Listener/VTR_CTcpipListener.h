@@ -9,12 +9,12 @@
 
 // Receives the probes that arrive on a port over TCP connections.
 //
-// One step watches the listening socket and the oldest 63 connections; a later one is served when an older one has
-// gone. The first that has to wait is reported, once in the listener's life. Each read of a connection is one chunk:
-// what follows the first probe in it is not looked at.
+// It watches the listening socket and the oldest 63 connections. A later connection is served when an older one has
+// gone. The first that has to wait is reported, once in the listener's life. Each read of a connection is one chunk;
+// only the first probe in a chunk counts.
 //
-// A connection that its peer has closed is deliberately not closed on this side: to the peer's system it stays half
-// open until this listener goes. That costs a descriptor each, so only the latest kMostDeparted are kept so, and none
+// A connection that its peer has closed is deliberately not closed on this side. To the peer's system it stays half
+// open until this listener goes. Each costs a descriptor: only the latest kMostDeparted are kept, and all are closed
 // when a new connection finds no descriptor.
 class VTR_CTcpipListener : public ProbeListener {
 public:

@@ -19,8 +19,8 @@
 #include "SocketContract.h"
 #include "Wine.h"
 
-// What SPW_CSocket.h promises, shown on the platform's sockets and on the scripted ones, so that a test that relies on
-// the scripted ones relies on the truth.
+// What SPW_CSocket.h promises, shown on the platform's sockets and on the scripted ones: tests may then rely on the
+// scripted ones.
 
 namespace {
 

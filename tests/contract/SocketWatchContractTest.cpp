@@ -27,7 +27,7 @@ private:
     ScriptedSocket m_sockets;
 };
 
-// Forwarded sockets have no watch of their own but that which selects.
+// Forwarded sockets have the watch that selects.
 class SelectedSockets {
 public:
     SPW_CSocket& sockets() { return m_sockets; }

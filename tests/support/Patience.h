@@ -2,10 +2,9 @@
 
 #include <chrono>
 
-// How long a test waits for what is bound to happen: so long that only what never happens takes longer, on the slowest
-// and busiest of machines too, and less than the time limit of a test.
+// How long a test waits for what is bound to happen. It is enough for the slowest and busiest machine, and less than
+// the time limit of a test.
 inline constexpr std::chrono::milliseconds kPatience(40000);
 
-// How much before its time a wait may end by the clock of the test: a platform's timers count in ticks, and there the
-// clock that they go by may be another one.
+// How early a wait may end by the clock of the test. A platform's timers count in ticks, and may go by another clock.
 inline constexpr std::chrono::milliseconds kTimerTick(16);

@@ -19,8 +19,8 @@
 //
 // The sockets of the SPW_CSocket operations live on this device. A test plays another device with sockets of its own
 // that live at that device's address (connectFrom, listenAt, openUdpAt) and are used with the same operations: send,
-// receive, accept, close ... What nobody stands for is lost (datagrams), refused (connections to this device) or
-// times out at once (connections to others), unless the script says otherwise.
+// receive, accept, close ... Where a test plays no device, datagrams are lost and connections time out at once;
+// connections to this device without a listener are refused. The script may say otherwise.
 //
 // Blocking calls block, and are woken, as the contract says. Any thread may call anything.
 class ScriptedSocket : public SPW_CSocket {
@@ -76,8 +76,8 @@ public:
         const Guard guard(m_lock);
         m_joinFailures[keyOf(interfaceAddress)] = code;
     }
-    // The time-outs of the next `times` selects that have one pass at once, one that waits already among them. Others
-    // do not pass, however long the test takes; except that no time has always passed.
+    // The time-outs of the next `times` selects with a time-out pass at once; a select that waits already is among
+    // them. Other time-outs do not pass, however long the test takes. A time-out of 0 passes always.
     void expireSelects(int times = 1) {
         const Guard guard(m_lock);
         m_expiredSelects += times;
@@ -92,8 +92,8 @@ public:
         const Guard guard(m_lock);
         m_hostName = name;
     }
-    // What this device's own name resolves to, in this order, and so the addresses that are its own. The first that is
-    // no loopback is the sender of what it sends.
+    // The addresses of this device, to which its own name resolves, in this order. The first that is no loopback is the
+    // sender of what it sends.
     void setAddresses(std::vector<SPW_CIpAddress> addresses) {
         const Guard guard(m_lock);
         m_addresses = std::move(addresses);
@@ -110,7 +110,7 @@ public:
 
     // ---- Other devices ----
 
-    // A TCP client at `from` connects to this device's listening socket. kInvalidSocket when nobody listens.
+    // A TCP client at `from` connects to this device's listening socket. kInvalidSocket without a listener.
     SPW_Socket connectFrom(const SPW_CIpAddress& from, std::uint16_t port) {
         const Guard guard(m_lock);
         const SPW_Socket client = addEnd(true, false);
@@ -177,7 +177,7 @@ public:
         const Guard guard(m_lock);
         return m_startups;
     }
-    // Sockets of this device that are open, connections that nobody has accepted yet among them.
+    // The open sockets of this device, connections that are not accepted yet among them.
     int openSockets() {
         const Guard guard(m_lock);
         return static_cast<int>(std::count_if(m_ends.begin(), m_ends.end(),
@@ -349,7 +349,7 @@ public:
         if (End* far = find(end->peer)) {
             far->stream.append(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
         } else {
-            // The far end learns that nobody is there any more only from what comes back for this send.
+            // The answer to this send tells the sender that the far end has gone.
             end->resetCode = kSockReset;
         }
         return recordSent(*end, socket, end->peerAddress, end->peerPort, bytes, size);
@@ -670,7 +670,7 @@ private:
         for (const SPW_Socket waiting : end.waiting) {
             remove(waiting);
         }
-        // Closing over data that nobody has read tells the far end that they are lost.
+        // Closing over unread data tells the far end that they are lost.
         End* far = find(end.peer);
         if (far != nullptr && !end.stream.empty()) {
             far->resetCode = kSockReset;

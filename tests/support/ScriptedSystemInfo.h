@@ -21,7 +21,7 @@ public:
         return true;
     }
     SPW_CString productType() override { return product; }
-    // Year-month-day and hour:minute, so that a test sees what was handed over.
+    // Year-month-day and hour:minute: a test sees what was handed over.
     SPW_CString shortDate(const SPW_CalendarTime& time) override {
         SPW_CString text;
         text.format(u"%04d-%02d-%02d", time.year, time.month, time.day);

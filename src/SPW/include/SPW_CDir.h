@@ -30,7 +30,7 @@ struct SPW_CDirEntry {
 // Results are 0 or one of the codes below; every failure is reported once to SPW_CError, under the class name
 // "SPW_CDir" and the operation's name, except where an operation says that it does not report.
 // Paths may be written with one separator at their end. The static operations may be called by any thread;
-// an object, and so its search, belongs to one thread at a time.
+// an object with its search belongs to one thread at a time.
 class SPW_CDir : public SPW_CObject {
 public:
     static constexpr SPW_Result kBadPath = 6;

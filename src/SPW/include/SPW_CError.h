@@ -39,9 +39,9 @@ public:
 // calls for one, passes traces to listeners, and ends the program on a fatal error. Records and boxes show only the
 // file-name part of the module path.
 //
-// What is reported while the same thread is reporting already is dropped silently, so that a failing log file cannot
-// make the reporter call itself for ever. (Where the platform has no thread-local slot left, the threads that are
-// reporting are listed instead.)
+// A report that a thread makes inside of another one is dropped silently: a failing log file cannot make the reporter
+// call itself for ever. (Where the platform has no thread-local slot left, the threads that are reporting are listed
+// instead.)
 //
 // Threads: any thread may call everything at any time, and `instance` may be used before main() and until the
 // process has ended.
@@ -101,11 +101,11 @@ public:
     // Tells the user something in an information box. An empty function name is left out of the box.
     void userInfo(const char* module, int line, const char* className, const char* function,
                   const SPW_CString& message);
-    // Traces an entry, an exit or a note of the levels in the mask. 0, 463 for a kind that is none of them, or 462
-    // when nobody wants these levels: that costs next to nothing.
+    // Traces an entry, an exit or a note of the levels in the mask. 0, 463 for a kind that is none of them, or 462 when
+    // these levels are wanted nowhere, which costs next to nothing.
     SPW_Result trace(std::uint32_t levelMask, int kind, const char* module, int line, const char* className,
                      const char* method, const SPW_CString& message);
-    // Whether anybody wants traces of one of the levels; for callers that would have to make up a message first.
+    // Whether traces of one of the levels are wanted. For callers that would have to make a message first.
     bool isTraced(std::uint32_t levelMask) const {
         return (levelMask & m_combinedMask.load(std::memory_order_relaxed)) != 0;
     }
@@ -119,8 +119,8 @@ public:
 
     // A fatal error does not end the program.
     void setNoExit(bool on) { m_noExit = on; }
-    // The no-exit switch for the fatal errors of one code alone: they get their box, and the program goes on. 0, which
-    // stands at first, means that there is no such code: an assertion, which has none either, is never survived.
+    // The no-exit switch for the fatal errors of one code: they get their box, and the program goes on. At first the
+    // code is 0, which means none. The program never survives an assertion, which has no code.
     void setSurvivedCode(SPW_Result code) { m_survivedCode = code; }
     // No box is shown; where one was due report() returns 8.
     void setNoBox(bool on) { m_noBox = on; }
@@ -128,15 +128,15 @@ public:
     void setShowErrors(bool on) { m_showErrors = on; }
     // The trace levels that are written to the error log.
     void setTraceFileMask(std::uint32_t mask);
-    // Traces that somebody wants are printed to standard output as well: the record, or with short echo its short
-    // form of time, message and thread.
+    // Traces that are wanted are printed to standard output as well: the record, or with short echo its short form of
+    // time, message and thread.
     void setConsoleEcho(bool on) { m_consoleEcho = on; }
     void setShortEcho(bool on) { m_shortEcho = on; }
     // Not owned. Null puts the default back, which writes caption and text to standard error and answers OK.
     void setMessageBox(SPW_CMessageBox* box) { m_messageBox = box; }
-    // What ends the program after a fatal report, with exit code 1; when it returns, so does report(). A front end
-    // that has to tidy up its terminal sets its own. Null puts the default back, which ends the process on the spot:
-    // other threads are still using what destructors and exit handlers would take from them.
+    // The function that ends the program after a fatal report, with exit code 1. When it returns, report() returns as
+    // well. A front end that has to tidy up its terminal sets its own. Null puts the default back, which ends the
+    // process on the spot: other threads are still using what destructors and exit handlers would take from them.
     void setExit(void (*exitProgram)(int code)) { m_exit = exitProgram; }
 
 private:

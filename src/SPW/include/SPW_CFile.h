@@ -12,9 +12,10 @@
 // below. Every failure is reported to SPW_CError, once where nothing else is said, and leaves the file open or closed
 // as it was. Sizes and positions are in bytes; what lies beyond 4 GiB is shown as 0xFFFFFFFF.
 //
-// Others may read the file meanwhile. While it is open for writing, Windows keeps every other writer away, and Linux
-// those that open it by this class, in this program or another: they get 32 (sharing violation). While it is open for
-// reading alone, Windows keeps writers away as well; so openReadOnly answers 32 there for a file that somebody writes.
+// Others may read the file meanwhile. While it is open for writing, Windows keeps every other writer away; Linux keeps
+// away the writers that use this class, in this program or another. They get 32 (sharing violation). While it is open
+// for reading alone, Windows keeps writers away as well: openReadOnly answers 32 there for a file that is open for
+// writing.
 //
 // Threads: an object belongs to one thread at a time, or its owner locks. Nothing is buffered in the process: when a
 // write has returned, every reader of the file sees it.
@@ -57,10 +58,10 @@ public:
     [[nodiscard]] virtual SPW_Result openReadWrite(const SPW_CString& path, bool append);
     // For reading and writing: a new file with a unique name that starts with "VTR". Nobody deletes it.
     [[nodiscard]] virtual SPW_Result openTemp(const SPW_CString& directory);
-    // As openReadWrite with append, of which it is a form in the reports too. Where the platform can, each write goes
+    // As openReadWrite with append, which is the operation that reports name. Where the platform can, each write goes
     // to the end that the file has at that moment: another program may have emptied it.
     [[nodiscard]] SPW_Result openToAppend(const SPW_CString& path);
-    // As openCreateNew, but shared with all: others may have the file open for writing, too, or open it so meanwhile.
+    // As openCreateNew, but others may have the file open for writing as well, before and meanwhile.
     [[nodiscard]] SPW_Result openCreateShared(const SPW_CString& path);
 
     // Reads up to `size` bytes; fewer only at the end of the file, where that is no failure. 0 bytes on failure.

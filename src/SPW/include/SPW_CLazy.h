@@ -4,8 +4,8 @@
 
 // An object that is made when it is first asked for, by whichever thread comes first.
 //
-// For members of objects with static storage: such an object can then be constant-initialised, and so is usable
-// before main() in whatever order the initialisers of other files run. Any thread may call get().
+// For members of objects with static storage: such an object can be constant-initialised and is then usable before
+// main(), in whatever order the initialisers of other files run. Any thread may call get().
 template <typename T>
 class SPW_CLazy {
 public:

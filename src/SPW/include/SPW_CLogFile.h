@@ -36,8 +36,8 @@ public:
     // that has reached its maximum. 0, or the result of the rotation; a line that could not be written is lost. Without
     // an open log the file reports each line.
     virtual SPW_Result writeLine(const SPW_CString& text, bool withTime);
-    // Appends the texts as so many calls of writeLine do, without their results. Lines that nothing comes between go
-    // out in one write and bear one time: a log without a maximum takes thousands of them together as cheaply as a few.
+    // Appends each text as writeLine does, without the results. In a log without a maximum they go out in one write and
+    // bear one time, which makes many lines as cheap as a few. A line that does not fit is lost as with writeLine.
     void writeLines(const SPW_CArray<SPW_CString>& texts, bool withTime);
     // Whether flush() may do something: a log on a device or a pipe has refused it when its header was written.
     bool isFlushable() const { return m_isFlushable; }

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the program does when memory that it cannot do without is not to be had: it says so and ends.
+// What the program does when it gets no memory and cannot go on without: it tells this and ends.
 //
 // Usable before main(). Any thread.
 class SPW_CMemory {
@@ -8,7 +8,7 @@ public:
     // How the program then ends.
     static constexpr int kExhaustedCode = 254;
 
-    // Tells the user in words, and must do without memory of the program's own. Blocks until he has read it.
+    // Tells the user in words, without taking memory of the program's own. Blocks until the user has read it.
     using Show = void();
     // Puts a line into a log.
     class Log {
@@ -22,7 +22,7 @@ public:
     };
 
     // From now on operator new ends in exhausted(), and a reserve is kept for the last line of the log. show: null when
-    // nobody is there to be told.
+    // there is no user to tell.
     static void watch(Show* show);
     // The log that is open, or null. The owner takes it back before the log goes.
     static void setLog(Log* log);

@@ -2,6 +2,6 @@
 
 #include "SPW_CString.h"
 
-// The text that another device has sent in its 8-bit code page. Where this device's is UTF-8, a text that is none is
-// taken for the code page 1252, which the devices of western languages send. Any thread.
+// Converts a text that another device has sent in its 8-bit code page. Where the code page of this device is UTF-8, a
+// text that is not UTF-8 counts as code page 1252, which devices of western languages send. Any thread.
 SPW_CString SPW_receivedText(const char* text);

@@ -95,7 +95,7 @@ public:
 
     // Bytes sent, at most size. A connection that its far end has given up fails with a code and never with a signal.
     virtual int send(SPW_Socket socket, const void* bytes, int size) = 0;
-    // Sends one datagram whole. An address that names nobody, such as SPW_CIpAddress::none(), fails.
+    // Sends one datagram whole. An address of no device, such as SPW_CIpAddress::none(), fails.
     virtual int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
                        int size) = 0;
     // Bytes received, at least 1 and at most size; 0 when the far end has closed the connection.
@@ -105,7 +105,7 @@ public:
     virtual int receiveFrom(SPW_Socket socket, void* buffer, int size, SPW_CIpAddress& sender) = 0;
 
     // Waits up to timeoutMs (kSPWForever: without limit; 0: not at all) until a socket of either set is ready, and
-    // marks in both sets which are. Either may be null, but not all may be empty (kSockInvalid). At least one side:
+    // marks in both sets which are. Either may be null, but not all may be empty (kSockInvalid). A socket is ready in
     //   read    there is something to receive or to accept, or an end or an error to be told by receive or accept;
     //   except  there is urgent data of a TCP connection.
     // Returns how many entries became ready over both sets (a socket ready in both counts twice), 0 on time-out, -1

@@ -5,12 +5,12 @@
 
 // The sockets on which one thread waits for input again and again.
 //
-// A select() is told its sockets anew and looks at all of them, whenever it begins and whenever it is woken. A watch
-// keeps them. Where the platform can say which of them have become ready, a wait beside many quiet connections costs as
-// much as a wait beside none. Elsewhere a watch selects; both kinds behave the same.
+// A select() looks at all of its sockets when it begins and again when it is woken. A watch keeps its sockets. Where
+// the platform tells which of them have become ready, a wait beside many quiet connections costs as much as a wait
+// beside none. Elsewhere a watch selects. Both kinds behave the same.
 //
 // SPW_CSocket::openWatch() makes one. Threads: one thread at a time uses and destroys it; any thread may close the
-// sockets. A watch does not own its sockets and outlives none of its SPW_CSocket.
+// sockets. A watch does not own its sockets. Its SPW_CSocket outlives it.
 class SPW_CSocketWatch : public SPW_CObject {
 public:
     // A watch that selects.
@@ -28,7 +28,7 @@ public:
     // stays ready until it has been dealt with.
     //
     // 0, or a code, with ready empty: kSockInvalid when there is nothing to wait for, kSockNotSocket when one of the
-    // sockets is closed. Closing one wakes a wait in progress; as long as it is not removed, every wait fails so.
+    // sockets is closed. Closing one wakes a wait in progress. Every wait fails until the closed socket is removed.
     [[nodiscard]] virtual SPW_Result wait(SPW_CSocketSet& ready);
 
 protected:

@@ -125,8 +125,8 @@ public:
     int findText(const char16_t* text) const;
     // The number of characters at the start that all are in the set.
     int leadingRun(const char16_t* set) const;
-    // The first character at or after start that is in the set. Deliberately 0, not -1, when start is
-    // below 0 or not below length: so tokenAt() yields an empty token at the end of a text.
+    // The first character at or after start that is in the set. Deliberately 0, not -1, when start is below 0 or not
+    // below length. tokenAt() relies on it at the end of a text, where it yields an empty token.
     int findAnyFrom(int start, const char16_t* set) const;
     // The last character that is in the set. Deliberately blind to index 0: the path operations build on it.
     int lastIndexOfAny(const char16_t* set) const;
@@ -145,8 +145,8 @@ public:
     // --- Conversions out ---
 
     // In the system's 8-bit code page, "" when that fails. The string owns the result; it lives until the next
-    // toAnsi() of this string or its end. Its size is what the code page needs (UTF-8: up to 3 bytes
-    // for a character), so that no text is lost for being long.
+    // toAnsi() of this string or its end. Its size is what the code page needs (UTF-8: up to 3 bytes for a character):
+    // no text is too long.
     const char* toAnsi() const;
     // The same into a buffer of `size` bytes. Returns the bytes written, terminator included. When they do not
     // fit, returns 0 and the buffer holds "". With size 0 writes nothing and returns the bytes needed.

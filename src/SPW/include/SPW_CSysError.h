@@ -5,8 +5,7 @@
 #include "SPW_Types.h"
 
 // The one vocabulary of error numbers that reach a log line, a status text or a report, on every
-// platform: the Windows system and socket codes. So a user looks up one kind of number, whichever
-// device logged it.
+// platform: the Windows system and socket codes. A user looks up one kind of number for every device.
 enum SPW_SysCode : SPW_Result {
     kSysOk = 0,
     kSysFileNotFound = 2,

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <functional>
 
-// Steps in front of the kernel's calls. The linker sends the program's calls here (--wrap), so that a test can put
-// between two of them what another thread would have to do in exactly that moment.
+// Steps in front of the kernel's calls. The linker sends the program's calls here (--wrap). Between two of them a test
+// can do what another thread would have to do in exactly that moment.
 //
 // Set before the threads that make the calls start; the destructor takes everything back.
 class KernelCalls {

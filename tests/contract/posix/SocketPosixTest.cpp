@@ -270,7 +270,7 @@ TEST_F(SocketPosixTest, AConnectionThatLosesItsFarEndIsGivenUpAfterHalfAMinute) 
     const int client = descriptorOf([&] { connecting = tcp(); });
     ASSERT_EQ(s().connect(connecting, kLoopback, portOf(listening)), 0);
     const int server = descriptorOf([&] { (void)accept(listening); });
-    // The side that sends waits so long for what it sent to be acknowledged.
+    // The side that sends waits for the acknowledgement of what it sent.
     EXPECT_EQ(option(client, IPPROTO_TCP, TCP_USER_TIMEOUT), 30000);
     EXPECT_EQ(option(client, SOL_SOCKET, SO_KEEPALIVE), 0) << "a connector adds no packets of its own";
     // The side that only listens asks.

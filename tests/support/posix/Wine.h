@@ -1,6 +1,6 @@
 #pragma once
 
-// Whether the test runs under Wine, which is not in everything what it stands in for.
+// Whether the test runs under Wine, which differs from Windows in places.
 constexpr bool runsUnderWine() {
     return false;
 }

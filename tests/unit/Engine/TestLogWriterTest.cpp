@@ -40,7 +40,7 @@ protected:
     }
     // Keeps the writer from taking lines until m_writer->unlock().
     void block() {
-        // Ends the turn in which the writer waits for lines, which would last a second.
+        // Ends the writer's wait for lines, which would last a second.
         std::thread awakener([this] {
             std::this_thread::sleep_for(milliseconds(20));
             EXPECT_EQ(m_writer->log(u"awake", kNoLimit), 0u);

@@ -5,8 +5,8 @@
 
 #include "SocketForwarder.h"
 
-// Sockets of which one call holds its thread until another thread closes a socket: what a stop does. A derived class
-// says which call that is.
+// Sockets with one call that holds its thread until another thread closes a socket, as a stop does. A derived class
+// says which call.
 class HeldUntilClose : public SocketForwarder {
 public:
     using SocketForwarder::SocketForwarder;

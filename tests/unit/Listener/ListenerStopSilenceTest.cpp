@@ -1,5 +1,4 @@
-// A listener's own stop is no failure: whatever call its closing of the socket meets, just before the call or during
-// it, nobody is told.
+// A listener's own stop is no failure. It closes the socket just before a call or during it, and no call reports that.
 
 #include <gmock/gmock.h>
 

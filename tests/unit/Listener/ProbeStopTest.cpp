@@ -41,7 +41,7 @@ constexpr milliseconds kBound(20000);
 constexpr SPW_CIpAddress kLoopback(127, 0, 0, 1);
 
 // The platform's sockets, watched: which calls have threads inside, and which port was bound last. Groups lead to the
-// loopback, so that no test speaks to the network.
+// loopback: no test speaks to the network.
 class WatchedSockets : public SocketForwarder {
 public:
     enum Call { kConnect, kSend, kSendTo, kReceive, kReceiveFrom, kAccept, kSelect, kCalls };
@@ -66,7 +66,7 @@ public:
         const std::lock_guard<std::mutex> guard(m_mutex);
         return m_boundPort;
     }
-    // Makes selects find the socket at this index ready without a reason, so that the call made for it blocks.
+    // Makes selects find the socket at this index ready without a reason: the call that follows blocks.
     void pretendReady(int index) {
         const std::lock_guard<std::mutex> guard(m_mutex);
         m_pretended = index;
@@ -180,7 +180,7 @@ private:
     const SPW_Socket m_socket;
 };
 
-// A port that takes no further connection: who connects waits for half a minute at least.
+// A port that takes no further connection: a connect waits for half a minute at least.
 class SilentPort {
 public:
     std::uint16_t port() const { return m_server.port(); }
@@ -557,7 +557,7 @@ TEST_F(ProbeStopRaceTest, StopsAmidTrafficAreSilent) {
 }
 
 TEST_F(ProbeStopRaceTest, StopsAtAnyMomentReturnSoon) {
-    // Sleeps take no time, so that many rounds meet the step at many places.
+    // Sleeps take no time: many rounds meet the step at many places.
     ScriptedClock clock;
     VTR_CTcpipConnector connector(&sink, u"127.0.0.1", silent.port(), u"me", 0);
     for (int round = 0; round < 300; ++round) {

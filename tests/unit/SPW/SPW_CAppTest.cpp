@@ -36,7 +36,7 @@ public:
     bool known = true;
 };
 
-// The directories are remembered for the life of the process, so that each test of them runs in one of its own.
+// The directories are remembered for the life of the process: each test of them runs in a process of its own.
 template <typename Work>
 void inProcess(const Work& work) {
     EXPECT_EXIT(

@@ -24,7 +24,7 @@ const std::string kRule(80, '-');
 
 class LogFileTest : public testing::Test {
 protected:
-    // A log without header and time stamps, so that its size is that of its lines.
+    // A log without header and time stamps: its size is that of its lines.
     void openPlain(std::uint32_t maximumKilobytes, std::int32_t backups) {
         ASSERT_EQ(log.open(folder.path("log.txt"), u"", u"", u"", maximumKilobytes, backups, false), 0u);
     }

@@ -1,4 +1,4 @@
-// Lets the tests of files run as somebody who may not do everything, where whoever runs all tests may.
+// Lets the tests of files run as an ordinary user when the superuser runs all tests.
 
 #include <grp.h>
 #include <sys/prctl.h>

@@ -19,8 +19,8 @@
 #include "SPW_CFile.h"
 #include "TemporaryFolder.h"
 
-// Failures that need devices of Linux: a disk that is always full, a file without a position, memory that nobody
-// has mapped.
+// Failures that need devices of Linux: a disk that is always full, a file without a position, memory that is not
+// mapped.
 namespace {
 
 using testing::AllOf;
@@ -215,7 +215,7 @@ TEST_F(FilePosixTest, WriteThatTheSystemTakesInPiecesAndSignalsInterruptIsWholeI
     std::string received;
     while (!done || handled < 20) {
         const int interrupted = handled;
-        // In the middle of a write that has written a part, and of one that has written nothing yet.
+        // Signals come in the middle of a write that has written a part, and in one that has written nothing yet.
         while (!done && handled < interrupted + 2) {
             ::pthread_kill(writer.native_handle(), SIGUSR1);
             std::this_thread::yield();

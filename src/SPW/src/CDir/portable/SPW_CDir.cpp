@@ -346,8 +346,8 @@ SPW_Result SPW_CDir::moveFile(const SPW_CString& from, const SPW_CString& to, bo
     if (sys().move(from, to)) {
         return 0;
     }
-    // Deliberately the overwrite flag where the copy expects "fail if the target exists": with the flag the target
-    // is gone by now, and one that has appeared since is not the one that the caller gave up.
+    // Deliberately passes the overwrite flag as "fail if the target exists". With the flag the old target is gone by
+    // now, and a file that has appeared since is not the one that the caller gave up.
     if (!sys().copy(from, to, overwrite)) {
         return reportSystem(__LINE__, "moveFile", kMoveFailed, u"rename file", from);
     }

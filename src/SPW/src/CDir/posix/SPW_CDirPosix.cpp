@@ -75,8 +75,8 @@ std::uint32_t attributesOf(mode_t mode, const char* name) {
     return attributes == 0 ? std::uint32_t(SPW_CDirSys::kNormal) : attributes;
 }
 
-// Names are bytes here, and those that are not UTF-8 have to be found, opened and removed like any other. In our texts
-// such a byte stands as a lone half of a surrogate pair, which no name that is UTF-8 brings forth.
+// Names are bytes here. Names that are not UTF-8 have to be found, opened and removed like any other. In our texts such
+// a byte stands as a lone half of a surrogate pair, which a name in UTF-8 never contains.
 constexpr char16_t kFirstByte = 0xDC80;
 constexpr char16_t kLastByte = 0xDCFF;
 
@@ -107,7 +107,7 @@ std::string pathOf(const SPW_CString& text) {
     return path + bytesOf(text, begin, text.length());
 }
 
-// The longest start of the bytes that is UTF-8 goes over as it is, then one byte for itself.
+// Converts the longest start that is UTF-8 as a whole and the byte behind it alone.
 SPW_CString nameOf(const std::string& bytes) {
     SPW_CString name;
     std::size_t begin = 0;
@@ -135,7 +135,7 @@ std::string folderOf(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
-// What a link points at, marked as a link; the link itself where it points at nothing, so that it can be removed.
+// What a link points at, marked as a link. Of a link that points at nothing, the link itself: it can be removed.
 bool statFollowing(const char* path, struct statx& status, std::uint32_t& link) {
     constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
     if (statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW, kWanted, &status) != 0) {
@@ -165,8 +165,8 @@ void fillInfo(SPW_CDirSys::Info& info, const struct statx& status, const char* n
     info.lastWriteTime = toTicks(status.stx_mtime.tv_sec, status.stx_mtime.tv_nsec);
 }
 
-// For writing where that is allowed: a network file system locks nothing else for one alone, and whoever writes into a
-// file by SPW_CFile could open it so.
+// Opens for writing where that is allowed: a network file system gives an exclusive lock for nothing else, and a writer
+// that uses SPW_CFile can open the file for writing as well.
 int openUnused(const char* path) {
     constexpr int kFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     const int file = SPW_CFileLockPosix::openLocked(path, O_RDWR | kFlags, /*mode=*/0);
@@ -262,7 +262,7 @@ bool copyOpened(int from, const struct stat& status, const char* target, bool fa
     return done;
 }
 
-// A search is a list of names taken when it starts, so that removing what was found does not disturb it.
+// A search is a list of names taken when it starts: removing what was found does not disturb it.
 struct Search {
     std::string directory;
     std::vector<std::string> names;
@@ -447,7 +447,7 @@ public:
         return true;
     }
 
-    // Linux lets nobody set the creation time.
+    // The creation time cannot be set on Linux.
     bool setTimes(SPW_Handle file, std::uint64_t, std::uint64_t lastAccess, std::uint64_t lastWrite) override {
         const timespec times[2] = {toTimespec(lastAccess), toTimespec(lastWrite)};
         return succeeded(futimens(static_cast<OpenFile*>(file)->descriptor, times));

@@ -137,8 +137,8 @@ public:
     bool isOutermost() const { return m_isOutermost; }
 
 private:
-    // A thread is in the list as long as it is inside of its outermost call. Should the list be full, the call counts
-    // as nested and is dropped: a report that is lost does less harm than a reporter that waits for itself.
+    // A thread is in the list as long as it is inside of its outermost call. When the list is full, the call counts as
+    // nested and is dropped: a report that is lost does less harm than a reporter that waits for itself.
     void enlist(SPW_CError& reporter) {
         const std::uint32_t self = SPW_CThread::currentId();
         for (const std::atomic<std::uint32_t>& thread : reporter.m_reporting) {
@@ -237,7 +237,7 @@ SPW_Result SPW_CError::closeLogFile() {
 void SPW_CError::writeToLog(const SPW_CString& record) {
     const SPW_CGuard guard(m_logLock.get());
     if (m_log != nullptr) {
-        (void)m_log->writeLine(record, false);  // the reporter has nobody to report its own failures to
+        (void)m_log->writeLine(record, false);  // the reporter cannot report its own failures
     }
 }
 

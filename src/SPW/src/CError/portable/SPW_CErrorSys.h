@@ -2,11 +2,11 @@
 
 #include "SPW_CString.h"
 
-// What a platform half gives to SPW_CError. Any thread; failures are nobody's business here.
+// What a platform half gives to SPW_CError. Any thread. No function tells of its failure.
 namespace SPW_CErrorSys {
 
-// Write the text to standard output or standard error in the 8-bit code page, in one piece and at once, so that
-// lines of several threads do not mix. Where there is no console the text is dropped.
+// Write the text to standard output or standard error in the 8-bit code page, in one piece and at once: lines of
+// several threads do not mix. Where there is no console the text is dropped.
 void printOutput(const SPW_CString& text);
 void printError(const SPW_CString& text);
 

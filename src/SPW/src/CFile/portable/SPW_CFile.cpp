@@ -10,8 +10,8 @@
 
 namespace {
 
-// The not-open check names this module and a fixed line, everything else the module of one platform half, whichever
-// platform runs: users compare the records of different devices.
+// The not-open check reports this module and a fixed line. Everything else reports the module of one platform half, on
+// every platform: users compare the records of different devices.
 constexpr const char* kCheckModule = "src\\SPW\\src\\CFile\\portable\\SPW_CFile";
 constexpr int kCheckLine = 227;
 constexpr const char* kModule = "src\\SPW\\src\\CFile\\w32\\SPW_CFileW32";
@@ -51,8 +51,7 @@ public:
     AnsiBytes& operator=(const AnsiBytes&) = delete;
 
     const char* bytes() const { return m_bytes; }
-    // What the code page makes of the text counts, not its characters: in UTF-8 there may be more bytes. The last
-    // one that copyToAnsi counts is the terminator.
+    // In bytes, of which UTF-8 may need more than the text has characters. copyToAnsi counts the terminator as well.
     std::uint32_t size() const { return static_cast<std::uint32_t>(m_size - 1); }
 
 private:

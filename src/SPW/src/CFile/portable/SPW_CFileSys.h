@@ -21,10 +21,10 @@ inline SPW_Handle invalidHandle() {
     return reinterpret_cast<SPW_Handle>(std::intptr_t{-1});
 }
 
-// Opens a file with normal attributes, shared with readers, and not handed on to programs that this one starts. Who
-// writes keeps other writers away where the platform can, and those who open the file by this function everywhere: they
-// get 32 (sharing violation), and the file stays as it is. Who reads keeps writers away where the platform can, and
-// gets 32 there while somebody writes. The handle is set on success only.
+// Opens a file with normal attributes, shared with readers, and not handed on to programs that this one starts. A
+// writer keeps away all other writers where the platform can, and everywhere those that open the file by this function.
+// They get 32 (sharing violation), and the file stays as it is. Where the platform can, a reader keeps writers away,
+// and gets 32 while the file is open for writing. The handle is set on success only.
 [[nodiscard]] SPW_Result open(const SPW_CString& path, Access access, Creation creation, SPW_Handle& handle);
 
 // Creates an empty file with a new name that starts with the prefix, and answers its path.

@@ -44,8 +44,8 @@ int SPW_CFileLockPosix::openLocked(const char* path, int flags, mode_t mode) {
             closeAndFail(file, EBUSY);
             return -1;
         }
-        // Whoever had the lock until now may have deleted the file: the lock of the next one at this path would be
-        // another one.
+        // The former owner of the lock may have deleted the file. The next program at this path would lock another
+        // file.
         if (isAt(file, path)) {
             return file;
         }

@@ -4,18 +4,18 @@
 
 #include <string>
 
-// To whom files and folders belong that this program makes, and who may use them. Any thread.
+// Owners and rights of the files and folders that this program makes. Any thread.
 namespace SPW_CFileRightsPosix {
 
 // The path up to its last slash, the slash included; empty for a plain name.
 std::string folderOf(const std::string& path);
 
-// What the superuser makes in a user's folder is the user's, or it would lock the user out. `file` has just been made
-// at `path`. Does nothing for anybody else, who may not give files away.
+// Gives a file that the superuser has made in a user's folder to that user, who could not use it otherwise. `file` has
+// just been made at `path`. Does nothing for any other user: only the superuser may give files away.
 void giveToOwnerOfFolder(int file, const std::string& path);
 
-// One folder, not its parents, given to the owner of the folder above it as told above. False, with errno, when it
-// cannot be made.
+// Makes one folder, not its parents, and gives it to the owner of the folder above it in the same way. False, with
+// errno, when it cannot be made.
 bool makeFolder(const std::string& path, mode_t mode);
 
 // Gives the new file `to`, which nobody else can read yet, what the file `from` has beside its bytes: owner, group,
@@ -23,7 +23,7 @@ bool makeFolder(const std::string& path, mode_t mode);
 // cannot be kept, the rights of the group are not given to another one. False, with errno, when even that much fails.
 bool takeOver(int from, int to);
 
-// Lets everybody open `lock` who may write `file`, and nobody else.
+// Lets those users open `lock` that may write `file`, and no others.
 void letWritersOpen(int lock, int file);
 
 }  // namespace SPW_CFileRightsPosix

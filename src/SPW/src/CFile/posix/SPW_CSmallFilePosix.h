@@ -11,7 +11,7 @@ namespace SPW_CSmallFilePosix {
 // be read. Never waits: a pipe or a device at the path counts as no file.
 bool read(const char* path, std::size_t limit, std::string& text);
 
-// The same with the last bytes, for files to whose end others add. written: when the file was last written, in seconds
+// The same with the last bytes, for files that grow at their end. written: when the file was last written, in seconds
 // since 1970 (UTC); untouched when nothing is read.
 bool readEnd(const char* path, std::size_t limit, std::string& text, std::int64_t& written);
 

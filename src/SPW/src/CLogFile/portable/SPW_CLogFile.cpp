@@ -103,8 +103,8 @@ SPW_Result SPW_CLogFile::open(const SPW_CString& path, const SPW_CString& descri
     return result;
 }
 
-// As the operations of the text do it, but by the platform's own separators: the others are characters of a name where
-// it allows them.
+// Splits as the path operations of SPW_CString do, but only at the platform's own separators. The others are characters
+// of a name where the platform allows them.
 void SPW_CLogFile::splitPath() {
     const int separator = m_path.lastIndexOfAny(SPW_CDir::separators());
     const int dot = m_path.lastIndexOfAny(u".");
@@ -142,9 +142,9 @@ SPW_Result SPW_CLogFile::writeLine(const SPW_CString& text, bool withTime) {
     if (m_isHeaderDue) {
         writeHeader(m_description, m_application, m_version);
     }
-    // Time, text and line end go out in one write: hundreds of thousands of lines a second pass here, and whoever reads
-    // the log meanwhile sees whole lines. The file buffers nothing, so the line needs no flush to be seen. When it is
-    // worth waiting for the medium, which takes longer than a thousand lines, is for the log's owner to know.
+    // Time, text and line end go out in one write: hundreds of thousands of lines a second pass here, and a reader of
+    // the log sees whole lines. The file buffers nothing: a line is seen without a flush. A flush waits for the medium,
+    // longer than a thousand lines take. The log's owner decides when.
     const SPW_CString line = stamped(text, withTime);
     if (!m_isHeaderDue && put(m_lostLines != 0 ? lossLine(withTime) + line : line)) {
         m_lostLines = 0;
@@ -201,7 +201,7 @@ SPW_CString SPW_CLogFile::lossLine(bool withTime) const {
     return stamped(text + u" could not be written: " + SPW_CSysError::instance->text(m_lossCode), withTime);
 }
 
-// Whole lines. False when none of it stays in the file as a line.
+// Writes a block of whole lines. False when none of them is in the file.
 bool SPW_CLogFile::put(const SPW_CString& block) {
     bool isTorn = false;
     const SPW_Result code = m_file->writeWhole(m_isTorn ? SPW_CFile::kNewLine + block : block, isTorn);

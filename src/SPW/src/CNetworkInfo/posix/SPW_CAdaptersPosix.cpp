@@ -35,8 +35,8 @@ SPW_Result readLinks(std::vector<Link>& links) {
     return kSysOk;
 }
 
-// What the kernel's own description of the device calls it; empty where it does not. The file may be another network's,
-// where a device bears the same name: then the index differs.
+// The type of the device in the kernel's own description; empty where there is none. The file may describe a device of
+// the same name in another network namespace: then the index differs.
 std::string deviceTypeOf(const std::string& root, const Link& link) {
     constexpr std::string_view kDeviceType = "DEVTYPE=";
     std::string description;

@@ -26,7 +26,7 @@ constexpr std::string_view kEndOfWord = " \t\r\n\f\v;{}\"#";
 constexpr std::size_t kLongestWord = 256;
 constexpr std::uint64_t k100nsPerSecond = 10000000;
 
-// A word, a text without its quotes, or one of ; { }; empty at the end. Of an endless one only the beginning is kept:
+// A word, a text without its quotes, or one of ; { }; empty at the end. Only the beginning of a very long one is kept:
 // nothing that matters here is long.
 class Tokens {
 public:
@@ -74,8 +74,8 @@ private:
         m_rest.remove_prefix(std::min(i + 1, m_rest.size()));
     }
 
-    // The byte of a text at this position, which then is behind it: itself, or written as a backslash and itself or
-    // its octal number.
+    // Reads one byte of a text and moves the position behind it. The byte stands as itself, as a backslash and itself,
+    // or as a backslash and its octal number.
     char takeByte(std::size_t& i) const {
         const char byte = m_rest[i++];
         if (byte != '\\' || i == m_rest.size()) {

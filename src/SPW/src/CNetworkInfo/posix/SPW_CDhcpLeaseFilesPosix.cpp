@@ -13,7 +13,7 @@ using SPW_CLinkTablePosix::Link;
 
 // A file with one lease that is larger is none of theirs.
 constexpr std::size_t kLargestFile = 16384;
-// Of a journal the end counts. dhclient shortens its own now and then, so that mostly this is all.
+// The end of a journal counts. dhclient shortens its journal now and then: mostly this is all of it.
 constexpr std::size_t kEndOfJournal = 262144;
 constexpr std::size_t kMostFiles = 1024;     // of one client in one folder
 constexpr std::size_t kMostEntries = 65536;  // of one folder, looked at
@@ -54,7 +54,7 @@ std::int64_t now() {
            SPW_CClock::kSecondsFrom1601To1970;
 }
 
-// A journal whose beginning is cut off may begin amid a text in quotes: it counts from its next block on.
+// A journal without its beginning may start inside a text in quotes. It is read from its next block on.
 void skipToBlock(std::string& journal) {
     journal.erase(0, std::min(journal.find("\nlease {"), journal.size()));
 }
@@ -74,7 +74,7 @@ bool beginsWithNameOf(const std::string& name, const Link& link) {
     return name == link.name + ".lease" || beginsWith(name, link.name + "-");
 }
 
-// dhclient: the block names the link, or nobody.
+// dhclient: the block names the link, or no link.
 bool isNameOf(const std::string& name, const Link& link) {
     return name.empty() || name == link.name;
 }
@@ -193,8 +193,8 @@ void SPW_CDhcpLeaseFilesPosix::addJournal(const std::string& folder, const std::
     m_files.push_back({isNameOf, written, SPW_CDhcpLeasePosix::parseJournal(journal)});
 }
 
-// Clients give the address to the link for the time of the lease, at each renewal anew: so the kernel knows of one that
-// the file does not show.
+// Clients give the address to the link for the time of the lease, and again at each renewal. The kernel therefore knows
+// of renewals that the file does not show.
 SPW_CDhcpLease SPW_CDhcpLeaseFilesPosix::renewed(SPW_CDhcpLease lease, const Link& link) const {
     for (const SPW_CLinkTablePosix::Address& own : link.addresses) {
         const std::int64_t expires = m_now + own.validForSeconds;

@@ -16,17 +16,17 @@ public:
     // root: the folder that stands for "/", without a slash at its end; empty for the real one.
     explicit SPW_CDhcpLeaseFilesPosix(const std::string& root);
 
-    // The lease under which the link has one of its addresses. False when there is none: files outlive their leases, so
-    // one for an address that the link does not have says nothing about today.
+    // The lease under which the link has one of its addresses. False when there is none. Files outlive their leases: a
+    // lease of an address that the link does not have says nothing about today.
     //
-    // Of a dhclient journal the last block counts. Of several files one that tells of a lease that still holds goes
-    // before others, then one that tells more than an address, then the one with the newest lease. A lease that has
-    // run out is found, too, with its times as they were: the address is still the one that DHCP gave.
-    // Where a client's files do not show renewals, the times are those until which the kernel holds the address.
+    // In a dhclient journal the last block counts. Among several files a lease that still holds goes first, then one
+    // with more than an address, then the newest. A lease that has run out is found as well, with its times as they
+    // were: the address is still the one that DHCP gave. Where a client's files do not show renewals, the times are
+    // those until which the kernel holds the address.
     bool find(const SPW_CLinkTablePosix::Link& link, SPW_CDhcpLease& lease) const;
 
 private:
-    // Whether what a client calls a file, or a block in it, means the link.
+    // Whether the name of a client's file, or of a block in it, stands for the link.
     typedef bool (*NameTest)(const std::string& name, const SPW_CLinkTablePosix::Link& link);
     typedef SPW_CDhcpLeasePosix::JournalEntry Block;
     // One block per lease; where a file holds only one, the block bears the file's name.

@@ -18,7 +18,8 @@ bool read(std::string_view text, Number& number) {
     return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
-// When a lease began that ends at `expires` and lasts so many seconds; 0, not known, for a duration that cannot be.
+// The time at which a lease began that ends at `expires` and lasts so many seconds. 0, not known, for an impossible
+// duration.
 inline std::int64_t beginning(std::int64_t expires, std::int64_t duration) {
     return duration > 0 && duration < expires ? expires - duration : 0;
 }

@@ -49,16 +49,16 @@ bool readResolverFile(const std::string& path, Resolver& resolver) {
     return isThere;
 }
 
-// The list of the service on this device behind a resolver that names nothing else. False where there is none: who is
-// asked by another service than these two, such as a name server of the device's own, nobody but that one knows.
+// The servers that a service on this device asks, for a resolver file that names nothing but the service. False for a
+// service other than these two, such as a name server of the device's own: only the service knows.
 bool readServiceList(const std::string& root, const Resolver& stub, Resolver& list) {
     return (SPW_CResolverFilePosix::namesOnlyResolved(stub) &&
             readResolverFile(root + "/run/systemd/resolve/resolv.conf", list)) ||
            readResolverFile(root + "/run/NetworkManager/no-stub-resolv.conf", list);
 }
 
-// Where the file only names a service on this device, that one's own list tells who is really asked, and that nobody
-// is where it names no server.
+// Where the file names only a service on this device, the list of that service tells the servers that are really asked.
+// An empty list means that none is.
 Resolver readResolver(const std::string& root) {
     Resolver resolver;
     (void)readResolverFile(root + "/etc/resolv.conf", resolver);  // without a file there is no server and no domain
@@ -129,7 +129,7 @@ void writeText(char (&field)[size], const std::string& text) {
 
 struct ListedAddress {
     std::string address;
-    std::string mask;  // empty where nobody knows one
+    std::string mask;  // empty where none is known
 };
 typedef std::vector<ListedAddress> AddressList;
 

@@ -96,10 +96,10 @@ int setOption(int descriptor, int level, int option, int value) {
 }
 
 // The kernel holds on to a connection for 15 minutes after its far end has vanished or its own address has gone, and
-// for ever when nothing is being sent on it. Other devices give up after half a minute, and so does this one.
+// for ever when nothing is being sent on it. Other devices give up after half a minute; this one does the same.
 constexpr int kLostAfterMs = 30000;
-// The silence before the first question whether the far end is still there, the time between two of them, and their
-// number: 30 s again.
+// The silence before the first question to the far end, the time between two questions, and their number. Together they
+// make 30 s.
 constexpr int kAskAfterSeconds = 15;
 constexpr int kAskEverySeconds = 5;
 constexpr int kQuestions = 3;
@@ -110,8 +110,8 @@ void limitSending(int descriptor) {
     (void)setOption(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, kLostAfterMs);
 }
 
-// For a connection on which this side only listens, and so would never notice. Where an option is refused, the kernel's
-// own limits hold.
+// For a connection on which this side only listens: it would never notice that the far end has gone. Where an option is
+// refused, the kernel's own limits hold.
 void askForFarEnd(int descriptor) {
     (void)setOption(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, kAskAfterSeconds);
     (void)setOption(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, kAskEverySeconds);
@@ -136,10 +136,10 @@ int interfaceIndexOf(const SPW_CIpAddress& address) {
     return static_cast<int>(index);
 }
 
-// On which interface each socket has joined what.
+// Which groups each socket has joined, and on which interface.
 //
-// The kernel looks for a membership on the interface that has the address at that time. When an interface has gone and
-// come back with the same address, that is another one: the old membership would not be found, stay, and count among
+// The kernel looks for a membership on the interface that has the address at that time. An interface that has gone and
+// come back with the same address is another one. The old membership would not be found; it would stay and count among
 // the twenty that a socket may have.
 class Memberships {
 public:
@@ -226,8 +226,8 @@ int waitConnected(int descriptor) {
     return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-// A blocking connect() that begins after the socket was shut down is not woken by that. So the connect is begun without
-// blocking; the wait for its end sees a shutting down whenever it was.
+// A shutdown does not wake a blocking connect() that begins after it. Therefore the connect begins without blocking:
+// the wait for its end sees a shutdown whenever it comes.
 int connectOrWake(const Use& use, const sockaddr_in& address) {
     if (::connect(use.descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
         return 0;
@@ -243,7 +243,8 @@ int pollUntilTimeout(pollfd* entries, int count, std::uint32_t timeoutMs) {
     });
 }
 
-// One select(): the sockets of both sets, counted in, as poll() wants them. poll() knows no highest descriptor.
+// One select(): the sockets of both sets, counted in at the table, in the form that poll() takes. poll() knows no
+// highest descriptor.
 class Selection {
 public:
     Selection() = default;
@@ -276,7 +277,7 @@ public:
         }
         return false;
     }
-    // Marks in set, whose sockets begin at entry `first`, which had one of these events; returns how many.
+    // Marks in the set the sockets that had one of these events, and returns how many. Their entries begin at `first`.
     int mark(SPW_CSocketSet* set, int first, short events) const {
         int ready = 0;
         for (int i = 0; set != nullptr && i < set->size(); ++i) {
@@ -308,8 +309,8 @@ bool readHostName(char* buffer, std::size_t size) {
     return true;
 }
 
-// The hosts file often knows this device's name as 127.0.1.1 alone, which would make it deaf to groups; so the
-// interfaces themselves are asked.
+// Asks the interfaces. The hosts file often knows this device's name as 127.0.1.1 alone, which would make the device
+// deaf to groups.
 bool appendInterfaceAddresses(SPW_CArray<SPW_CIpAddress>& addresses) {
     ifaddrs* list = nullptr;
     if (::getifaddrs(&list) != 0) {
@@ -362,7 +363,7 @@ bool appendResolved(const char* name, SPW_CArray<SPW_CIpAddress>& addresses) {
 class PosixSocket final : public SPW_CSocket {
 public:
     SPW_Result startup() override {
-        // There is no library to load: the count exists so that both platforms keep the same books.
+        // There is no library to load. The count makes this platform answer as the other does.
         startups.fetch_add(1);
         return kSysOk;
     }
@@ -407,8 +408,8 @@ public:
         if (slot == nullptr) {
             return failWith(kSockNotSocket);
         }
-        // Nobody new gets in now. Without somebody to wake, a plain close tells the far end the truth: an end, or a
-        // reset when it has sent bytes that nobody has read.
+        // No operation can begin now. Where none is in progress, a plain close tells the far end what has happened: an
+        // end, or a reset when bytes that it sent are unread.
         if (SPW_CSocketTable::hasOtherUses(*slot)) {
             // Fails for a socket that has no connection, and wakes what blocks on it all the same.
             (void)::shutdown(slot->descriptor, SHUT_RDWR);
@@ -424,8 +425,8 @@ public:
         if (!use) {
             return -1;
         }
-        // Only for a port that somebody chose, which a listener does: with address reuse, two connections to one
-        // target might be given the same free port, and the second could not connect.
+        // Only for a port that was asked for, as a listener does. With address reuse the kernel might give two
+        // connections to one target the same free port, and the second could not connect.
         if (use.isStream() && port != 0 && setOption(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, 1) != 0) {
             return fail();
         }

@@ -13,8 +13,8 @@
 // not a descriptor but a slot of this table and the slot's generation:
 // (a) when a slot is used again its generation has grown, so an old handle matches nothing any more;
 // (b) every operation counts itself in while it uses the slot; closing marks the slot and shuts the socket down, and
-//     whoever counts out last closes the descriptor. So no operation ever meets a descriptor that has become
-//     somebody else's.
+// the last operation to count out closes the descriptor. No operation ever meets a descriptor that has become another
+// socket's.
 //
 // Counting in and out is one atomic operation each on the slot's own word; the lock is for opening and closing only.
 // The table lives as long as the process and frees nothing: a probe thread may still count out during exit().

@@ -25,7 +25,7 @@ struct Conversion {
     char16_t kind = 0;
 };
 
-// Takes what fits and forgets the rest, so that no width or precision costs more than the buffer.
+// Takes what fits and forgets the rest: no width or precision costs more than the buffer.
 class Output {
 public:
     Output(char16_t* buffer, int size) : m_buffer(buffer), m_room(size) {}

@@ -5,8 +5,8 @@
 // The longest decimal number: a sign and the digits of an unsigned 64-bit number.
 constexpr int kSPWDecimalSize = 21;
 
-// Writes the digits of the number, without terminator, so that they end just before bufferEnd; at most kSPWDecimalSize
-// characters. Returns the first one.
+// Writes the digits of the number just before bufferEnd, without terminator; at most kSPWDecimalSize characters.
+// Returns the first one.
 char16_t* SPW_decimalText(unsigned long magnitude, bool negative, char16_t* bufferEnd);
 
 // The length of the text, looking at no character beyond the limit.

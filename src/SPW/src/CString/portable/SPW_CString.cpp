@@ -43,9 +43,9 @@ bool isIn(char16_t c, const char16_t* set) {
     return false;
 }
 
-// Every code page agrees on ASCII, so a text of nothing else needs no platform. Converts such a text, which has
-// `length` characters, and a terminator; returns false, with the buffer written in part, when it is none. Each packet
-// passes here: pieces of a fixed size, copied out and in, let the compiler use vector instructions.
+// Converts a text of ASCII, on which every code page agrees, and a terminator. length: of the text, in characters.
+// Returns false, with the buffer written in part, when the text has other characters. Each packet passes here: pieces
+// of a fixed size, copied out and in, let the compiler use vector instructions.
 template <typename To, typename From>
 bool convertAscii(const From* text, int length, To* buffer) {
     constexpr int kPiece = 16;
@@ -381,7 +381,7 @@ void SPW_CString::append(double number) {
 }
 
 void SPW_CString::format(const char16_t* formatText, ...) {
-    // Apart from the string, whose own text may be among the arguments.
+    // In a buffer of its own: the string's own text may be among the arguments.
     char16_t scratch[kFormatLimit + 1];
     va_list arguments;
     va_start(arguments, formatText);

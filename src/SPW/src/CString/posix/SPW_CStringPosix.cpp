@@ -1,5 +1,5 @@
-// The 8-bit code page is UTF-8, converted here and not by the C library, so that the locale that
-// a front end sets changes no packet, file or report.
+// The 8-bit code page is UTF-8. It is converted here and not by the C library: the locale that a front end sets changes
+// no packet, file or report.
 
 #include <locale.h>
 #include <stdlib.h>
@@ -57,8 +57,8 @@ constexpr Lead kLeads[] = {
     {0xEE, 0xEF, 2, 0x80, 0xBF}, {0xF0, 0xF0, 3, 0x90, 0xBF}, {0xF1, 0xF3, 3, 0x80, 0xBF}, {0xF4, 0xF4, 3, 0x80, 0x8F},
 };
 
-// Reads the character at text[i] and moves i behind it. Of an invalid or unfinished one, the longest valid start is one
-// replacement character.
+// Reads the character at text[i] and moves i behind it. The longest valid start of an invalid or unfinished character
+// gives one replacement character.
 char32_t nextOfUtf8(const char* text, int length, int& i) {
     const unsigned char lead = static_cast<unsigned char>(text[i++]);
     if (lead < 0x80) {

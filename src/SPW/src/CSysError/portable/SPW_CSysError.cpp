@@ -5,7 +5,7 @@
 
 namespace {
 
-// Null for a code outside the vocabulary. A switch, so that the compiler demands a text for every code.
+// Null for a code outside the vocabulary. With a switch the compiler demands a text for every code.
 const char16_t* find(SPW_SysCode code) {
     switch (code) {
         case kSysOk:

@@ -25,8 +25,8 @@ bool isEscaped(char c, char quote) {
     return quote == 0 || (quote == '"' && kEscaped.find(c) != std::string_view::npos);
 }
 
-// The text as the shell understands it, but for blanks outside quotes, which stay: whoever forgot the quotes
-// meant them. False when a quote is open at the end.
+// The text as the shell reads it, except that blanks outside quotes stay: a line without quotes means them. False when
+// a quote is open at the end.
 bool unquoted(std::string_view value, std::string& text) {
     char quote = 0;
     for (std::size_t i = 0; i < value.size(); ++i) {
@@ -82,7 +82,7 @@ SPW_CString SPW_COsReleasePosix::prettyName(std::string_view file) {
             name = value;
         }
     }
-    // A null would end the text for whoever reads on.
+    // A null would end the text for its later readers.
     std::replace(name.begin(), name.end(), '\0', '?');
     return showable(name);
 }

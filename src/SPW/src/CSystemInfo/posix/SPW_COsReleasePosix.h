@@ -4,13 +4,13 @@
 
 #include "SPW_CString.h"
 
-// Reads os-release files, in which a distribution says who it is. A pure function over bytes that may hold anything;
-// any thread.
+// Reads os-release files, in which a distribution names itself. A pure function over bytes that may hold anything; any
+// thread.
 //
 // The file is a list of assignments in the manner of the shell, one a line: NAME=value, the value bare, in single
 // quotes or in double quotes with \", \\, \$ and \` inside. Lines that are no assignment, or leave a quote open, count
-// as not there; of several assignments to one name the last counts. Deliberately no value spans lines, so that one open
-// quote does not swallow the rest of the file.
+// as not there. The last of several assignments to one name counts. Deliberately no value spans lines: one open quote
+// does not swallow the rest of the file.
 namespace SPW_COsReleasePosix {
 
 // Characters of a name at most: what a service-pack text has room for.

@@ -20,7 +20,7 @@ bool isAsciiLetter(char16_t c) {
     return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
 }
 
-// Whether it may be of a unit's name; what is not, blanks of all kinds and punctuation, separates.
+// Whether the character may belong to a unit's name. Blanks of all kinds and punctuation separate.
 bool isOfWord(char16_t c) {
     return isAsciiLetter(c) || (c >= 0x00C0 && !(c >= 0x2000 && c <= 0x206F) && !(c >= 0x3000 && c <= 0x3004));
 }
@@ -64,12 +64,12 @@ bool isText(const Pieces& pieces, std::size_t index) {
     return index < pieces.size() && pieces[index].conversion == 0;
 }
 
-// The unit of the number in front of it: dropped with it, but for the blanks that set off what follows.
+// The unit of the number in front of it. It is dropped with the number; the blanks before the next part stay.
 void dropUnit(SPW_CString& text) {
     text = text.right(text.length() - endOfWords(text));
 }
 
-// What separates the number behind it from what is before; a unit of the latter stays.
+// What separates the next number from the part before it. A unit of that part stays.
 void dropSeparator(SPW_CString& text) {
     text = text.left(endOfWords(text));
 }
@@ -78,7 +78,8 @@ void dropConversion(Pieces& pieces, std::size_t index) {
     const bool hasTextBefore = index > 0 && isText(pieces, index - 1);
     const bool hasTextBehind = isText(pieces, index + 1);
     if (hasTextBefore) {
-        // Numbers that have units have them all: "%H:%M:%S Uhr" names the whole. Some languages put them in front.
+        // Units count only where every number has one: "%H:%M:%S Uhr" names the whole. Some languages put units in
+        // front.
         const bool hasUnits = endOfWords(pieces[index - 1].text) > 0;
         const bool hasUnitBehind = hasTextBehind && endOfWords(pieces[index + 1].text) > 0;
         if (hasUnits && !hasUnitBehind && isText(pieces, 0) && endOfWords(pieces[0].text) > 0) {
@@ -103,7 +104,8 @@ void dropAll(Pieces& pieces, std::u16string_view conversions) {
     }
 }
 
-// Conversions that stand for a whole time with seconds, spelt out. One inside another's stays: no locale has it so.
+// Spells out the conversions that stand for a whole time with seconds. One inside of another's text stays: no locale
+// has such a text.
 Pieces spelledOut(const SPW_CString& format, const SPW_CString& twelveHourFormat) {
     Pieces result;
     for (const Piece& piece : SPW_CTimeFormatPosix::cut(format)) {

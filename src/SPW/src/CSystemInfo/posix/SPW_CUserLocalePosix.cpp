@@ -10,7 +10,7 @@
 
 namespace {
 
-// The charset is that of the locale for times, which need not be that of LC_CTYPE: so that locale is asked for both.
+// The charset is that of the locale for times. LC_CTYPE may have another one: the locale for times is taken for both.
 const char* nameOfTimeLocale() {
     for (const char* variable : {"LC_ALL", "LC_TIME", "LANG"}) {
         const char* const name = std::getenv(variable);
@@ -74,7 +74,7 @@ SPW_CString SPW_CUserLocalePosix::conversion(const char* format, const std::tm& 
         return SPW_CString();
     }
     char text[1024];
-    // 0 for an empty text too, such as that of the half of the day where nobody uses it; the buffer is undefined then.
+    // 0 for an empty text as well, such as the half of the day in a locale that has none. The buffer is undefined then.
     return ::strftime_l(text, sizeof text, format, &time, m_locale) == 0 ? SPW_CString() : wide(text);
 }
 

@@ -19,7 +19,7 @@ public:
 
     // One of the locale's own texts (D_FMT, T_FMT, T_FMT_AMPM); empty when there is none.
     SPW_CString text(nl_item item) const;
-    // The time in a format of strftime, of which the text may hold any character, whatever the locale's charset.
+    // The time in a format of strftime. The format may hold any character, whatever the locale's charset.
     SPW_CString formatted(const SPW_CString& format, const std::tm& time) const;
 
 private:
