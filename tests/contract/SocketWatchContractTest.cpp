@@ -28,12 +28,12 @@ private:
 };
 
 // Forwarded sockets have the watch that selects.
-class SelectedSockets {
+class SelectedSockets : public RealSockets {
 public:
-    SPW_CSocket& sockets() { return m_sockets; }
+    SPW_CSocket& sockets() { return m_forwarded; }
 
 private:
-    SocketForwarder m_sockets;
+    SocketForwarder m_forwarded;
 };
 
 template <typename Implementation>
