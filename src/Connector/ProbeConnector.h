@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "Probe.h"
 #include "ProbeEventSink.h"
 #include "ProbeSchedule.h"
 #include "ProbeWorker.h"
@@ -21,7 +22,7 @@
 // One owner thread constructs, starts, stops and destroys. askToStop() closes the socket and so ends a connect or send
 // in progress; it ends a sleep, too. StopSending() and the destructor ask as well and wait for the step to end: for one
 // sink call at most.
-class ProbeConnector : public SPW_CThread {
+class ProbeConnector : public SPW_CThread, public Probe {
 public:
     ~ProbeConnector() override;
 
@@ -30,9 +31,9 @@ public:
     [[nodiscard]] SPW_Result StartSending();
     // Says that a stop comes and ends what blocks the step. Returns at once. An owner that stops many connectors asks
     // all of them first. An idle connector ignores it.
-    void askToStop();
+    void askToStop() override;
     // The same for a destruction. Nothing but the destruction may follow.
-    void askToEnd();
+    void askToEnd() override;
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     // The closed socket stays in use, deliberately: the first probe after a restart fails with "not a socket", is
     // reported, and only then is a new socket made. Observers count on this one failed probe per restart.
@@ -41,6 +42,10 @@ public:
     // thread.
     SPW_CString GetLastErrorText() const { return m_lastErrorText; }
 
+    SPW_Result startProbe() override { return StartSending(); }
+    SPW_Result stopProbe() override { return StopSending(); }
+    SPW_CString failureText() override { return GetLastErrorText(); }
+
     void step() override {
         if (m_worker.mayStep(*this)) {
             sendStep();
@@ -48,7 +53,7 @@ public:
     }
     void finish() override { onThreadEnd(); }
     // Tells whether the object has a thread; without one it cannot be started.
-    const ProbeWorker& worker() const { return m_worker; }
+    const ProbeWorker& worker() const override { return m_worker; }
 
 protected:
     ProbeConnector(ProbeKind kind, ProbeEventSink* sink, const SPW_CString& targetAddress, std::uint32_t targetPort,

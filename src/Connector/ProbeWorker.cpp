@@ -81,3 +81,10 @@ bool ProbeWorker::mayStep(SPW_CThread& thread) {
 void ProbeWorker::signalEnd() {
     (void)m_handedOver.set();  // as above
 }
+
+SPW_CString whyNotMade(const Probe* probe) {
+    if (probe == nullptr) {
+        return probeFailureText(u"memory failed ", kSysNotEnoughMemory);
+    }
+    return probe->worker().hasThread() ? SPW_CString() : probe->worker().failureText();
+}

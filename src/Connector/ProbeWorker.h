@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "Probe.h"
 #include "ProbeEventSink.h"
 #include "SPW_CString.h"
 #include "SPW_CSysError.h"
@@ -71,10 +72,4 @@ private:
 
 // Why this probe object, which may be null, can neither send nor hear anything, in words and with the code; empty when
 // it can.
-template <typename Probe>
-SPW_CString whyNotMade(const Probe* probe) {
-    if (probe == nullptr) {
-        return probeFailureText(u"memory failed ", kSysNotEnoughMemory);
-    }
-    return probe->worker().hasThread() ? SPW_CString() : probe->worker().failureText();
-}
+SPW_CString whyNotMade(const Probe* probe);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "Probe.h"
 #include "ProbeEventSink.h"
 #include "ProbeSchedule.h"
 #include "ProbeWorker.h"
@@ -19,7 +20,7 @@
 // One owner thread constructs, starts, stops and destroys; reports are made on the pinger's own thread. StopPinging()
 // and the destructor end the ping in progress, which then counts neither as sent nor as lost, or its sleep, and
 // wait for its step. (On a device that cannot end a ping: at most one period; see SPW_CIcmp::cancel().)
-class VTR_CPinger : public SPW_CThread {
+class VTR_CPinger : public SPW_CThread, public Probe {
 public:
     // address: dotted quad or host name. periodMs: between requests, and the time-out of each.
     // dataSize: bytes of echo data per request; a request carries the low 16 bits of that number. 0 makes the reply
@@ -31,14 +32,18 @@ public:
     [[nodiscard]] SPW_Result StartPinging();
     // Says that a stop comes and ends the ping in progress; returns at once. Whoever stops many asks all of them first.
     // An idle pinger has nothing to end.
-    void askToStop();
+    void askToStop() override;
     // The same for a destruction, which is all that may follow.
-    void askToEnd();
+    void askToEnd() override;
     // 0, or kProbeNotRunning (no text is stored for that).
     [[nodiscard]] SPW_Result StopPinging();
     // Text and code of the latest failed ping or start; reading one empties it. Any thread.
     SPW_CString GetLastErrorText();
     SPW_Result GetLastErrorCode();
+
+    SPW_Result startProbe() override { return StartPinging(); }
+    SPW_Result stopProbe() override { return StopPinging(); }
+    SPW_CString failureText() override { return GetLastErrorText(); }
 
     void step() override {
         if (m_worker.mayStep(*this)) {
@@ -47,7 +52,7 @@ public:
     }
     void finish() override { onThreadEnd(); }
     // Tells whether the object has a thread; without one it cannot be started.
-    const ProbeWorker& worker() const { return m_worker; }
+    const ProbeWorker& worker() const override { return m_worker; }
 
 protected:
     // Sends at most one echo request and waits for its reply, or sleeps.

@@ -5,6 +5,7 @@
 
 #include "PeerTable.h"
 #include "ProbeEventSink.h"
+#include "ProbeSet.h"
 #include "SPW_CArray.h"
 #include "SPW_CCriticalSection.h"
 #include "SPW_CString.h"
@@ -15,12 +16,8 @@
 #include "TestLog.h"
 #include "UiSink.h"
 
-class ProbeConnector;
-class ProbeListener;
-class VTR_CPinger;
-
-// Runs tests: builds the probe objects from the settings and the peers, starts and stops them, counts what they
-// report, discovers peers, and writes the test log. A program has one.
+// Runs tests: has the probes made from the settings and the peers, started and stopped, counts what they report,
+// discovers peers, and writes the test log. A program has one.
 //
 // Threads: start(), stop(), its two halves, addPeer() and retryLog() may be called from any thread and wait for one
 // another; they may take long, since stopping a probe waits for its step. All other operations may be called from any
@@ -28,7 +25,7 @@ class VTR_CPinger;
 // needs that nobody else calls any more; the probes' own calls are taken care of.
 //
 // Ownership: the engine owns its probes, its statistics and its log. The sink must outlive it.
-class TestEngine final : public ProbeEventSink {
+class TestEngine final : public ProbeEventSink, private ProbeSet::Owner {
 public:
     // Loads the settings and works out who this device is. loggingOn: also deletes the old test log and begins a
     // new one; otherwise nothing is ever logged. sink must not be null.
@@ -99,20 +96,9 @@ public:
                     const SPW_CString& text) override;
 
 private:
-    // What it takes to make the probes of one peer; a copy, so that it can be used outside the lock.
-    struct ProbePlan {
-        bool udp = false;
-        bool tcp = false;
-        bool ping = false;
-        std::uint32_t port = 0;
-        std::int32_t periodMs = 0;
-        std::int32_t overheadBytes = 0;
-        SPW_CString announcement;
-    };
-    // What a discovery has been given to go on with.
+    // What a discovery has been given to go on with; copies, and thus free of the engine lock.
     struct Discovery {
-        std::int32_t row = 0;  // its number
-        bool startAtOnce = false;
+        ProbedPeer peer;
         ProbePlan plan;
     };
     // Who this device is, and what it is called.
@@ -130,22 +116,15 @@ private:
     ProbePlan probePlan() const;
 
     void createProbes(const PeerRecord& peer);
-    void createListeners();
-    void addConnector(ProbeConnector* connector);
-    void addListener(ProbeListener* listener, ProbeKind kind);
-    int addPinger(VTR_CPinger* pinger);
-    void noteRowNotMade(const SPW_CString& why, const SPW_CString& what, std::int32_t row, int protocol);
-    void noteNotMade(const SPW_CString& why, const SPW_CString& what);
-    void startProbes();
-    void startListeners();
-    void stopListeners();
-    void stopProbes();
+    void onProbeLine(const SPW_CString& line) override { logLine(line); }
+    void onProbeNotMade(const ProbeNotMade& probe) override;
+    void onListenerNotStarted(const SPW_CString& errorText) override;
+    void noteFirstNotMade();
+    void showNotMade(std::int32_t row, Protocol protocol);
     void stopAllProbes();
     void concludeTest();
-    void destroyProbes();
+    void forgetTest();
     void addProblem(const StartProblem& problem);
-    void logConnectorFailure(const char16_t* what, ProbeConnector& connector);
-    SPW_CString connectorErrorText(int index) const;
     int rowCount() const;
 
     void logLine(const SPW_CString& line) { (void)logEvent(line, TestLog::kNoLimit); }
@@ -159,12 +138,6 @@ private:
     Judgement lockedJudgeSender(const SPW_CString& address);
     bool isOwnAddressNow(const SPW_CString& address) const;
     Judgement beginDiscovery(const SPW_CString& address, const SPW_CString& name, Discovery& discovery);
-    void createDiscoveredProbes(const SPW_CString& address, const Discovery& discovery);
-    void endDiscovery();
-    void closeDiscoveries();
-    void reopenDiscoveries();
-    bool hasDiscoveryInProgress() const;
-
     // Set before the first probe exists, then read only.
     UiSink* const m_sink;
     TestLog m_log;
@@ -183,13 +156,11 @@ private:
     Identity m_identity;
     SPW_CString m_announcement;
     PeerTable m_peers;
-    SPW_CArray<ProbeConnector*> m_connectors;  // null where one could not be made
-    SPW_CArray<ProbeListener*> m_listeners;
-    SPW_CArray<VTR_CPinger*> m_pingers;
     OnceOnlyErrors m_onceOnly;
     SPW_CArray<StartProblem> m_startProblems;  // of the latest start
-    bool m_discoveriesClosed = false;
-    int m_discoveriesInProgress = 0;
+
+    // A set of its own lock, which is taken after m_lock. A discovery is its guest.
+    ProbeSet m_probes{*this, *this};
 
     std::atomic<bool> m_running{false};
     std::atomic<bool> m_destroying{false};

@@ -1,18 +1,9 @@
 // What the engine does when its probes report, on the probes' threads: logging, counting and discovery. How these live
 // with the rest is told at the top of TestEngine.cpp.
 
-#include <new>
-
-#include "SPW_CClock.h"
 #include "TestEngine.h"
-#include "VTR_CPinger.h"
-#include "VTR_CTcpipConnector.h"
-#include "VTR_CUdpConnector.h"
 
 namespace {
-
-// How often a closer looks again whether the discoveries have ended. Few stops meet one, and it takes milliseconds.
-constexpr std::uint32_t kDiscoveryWaitMs = 5;
 
 // False for the kinds that receive nothing.
 bool protocolOf(ProbeKind kind, int& protocol) {
@@ -99,7 +90,8 @@ void TestEngine::onDataReceived(ProbeKind kind, std::uint32_t, const SPW_CString
         return;
     }
     if (!count(sender, protocol, sequence) && discover(sender, text)) {
-        // Another listener made the row just now. Should a start have forgotten it again, so be it.
+        // Another listener has made the row meanwhile. If a start has forgotten the row since, nothing is counted. The
+        // sender's next probe finds the new test.
         (void)count(sender, protocol, sequence);
     }
 }
@@ -160,8 +152,8 @@ bool TestEngine::discover(const SPW_CString& address, const SPW_CString& text) {
         line += name;
     }
     logLine(line);
-    createDiscoveredProbes(address, discovery);
-    endDiscovery();
+    m_probes.makePeerProbes(discovery.peer, discovery.plan);
+    m_probes.leave();
     return false;
 }
 
@@ -174,7 +166,7 @@ TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) 
     if (m_peers.find(address) != nullptr) {
         return kKnown;
     }
-    if (m_discoveriesClosed || !m_settings.includeAnyoneInReach) {
+    if (m_probes.isClosed() || !m_settings.includeAnyoneInReach) {
         return kUnwanted;
     }
     for (int i = 0; i < m_identity.localAddresses.numberOfElements(); ++i) {
@@ -185,9 +177,9 @@ TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) 
     return kStranger;
 }
 
-// The addresses that the engine knows are those of the latest start. Those of a device may change, or come only after
-// it: then it hears its own announcements from an address that it does not know for its own. Asking the platform takes
-// some time, so only who would become a peer is asked for.
+// The engine knows the addresses of the latest start. A device may get its address, or another one, after it. Then it
+// hears its own announcements from an address that it does not know for its own. Asking the platform takes some time,
+// and is done only for a sender that would become a peer.
 bool TestEngine::isOwnAddressNow(const SPW_CString& address) const {
     SPW_CString host;
     {
@@ -207,70 +199,16 @@ TestEngine::Judgement TestEngine::beginDiscovery(const SPW_CString& address, con
                                                  Discovery& discovery) {
     const SPW_CGuard guard(m_lock);
     const Judgement judged = lockedJudgeSender(address);
-    if (judged == kStranger) {
-        discovery.row = m_peers.addDiscovered(address, name);
-        discovery.plan = probePlan();
-        discovery.startAtOnce = m_running;
-        ++m_discoveriesInProgress;
+    if (judged != kStranger) {
+        return judged;
     }
-    return judged;
-}
-
-// What starting gives is ignored: the test goes on with whatever could be started.
-void TestEngine::createDiscoveredProbes(const SPW_CString& address, const Discovery& discovery) {
-    const ProbePlan& plan = discovery.plan;
-    if (plan.udp) {
-        ProbeConnector* connector =
-            new (std::nothrow) VTR_CUdpConnector(this, address, plan.port, plan.announcement, plan.periodMs);
-        addConnector(connector);
-        if (discovery.startAtOnce && connector != nullptr) {
-            (void)connector->StartSending();
-        }
-        logLine(SPW_CString(u"Created VTR_CUdpConnector to ") + address);
-        noteRowNotMade(whyNotMade(connector), SPW_CString(u"VTR_CUdpConnector to ") + address, discovery.row, kUdp);
+    if (!m_probes.enter()) {
+        return kUnwanted;
     }
-    if (plan.tcp) {
-        ProbeConnector* connector =
-            new (std::nothrow) VTR_CTcpipConnector(this, address, plan.port, plan.announcement, plan.periodMs);
-        addConnector(connector);
-        if (discovery.startAtOnce && connector != nullptr) {
-            (void)connector->StartSending();
-        }
-        logLine(SPW_CString(u"Created VTR_CTcpipConnector to ") + address);
-        noteRowNotMade(whyNotMade(connector), SPW_CString(u"VTR_CTcpipConnector to ") + address, discovery.row, kTcpip);
-    }
-    if (plan.ping) {
-        VTR_CPinger* pinger = new (std::nothrow) VTR_CPinger(this, address, plan.periodMs, plan.overheadBytes);
-        (void)addPinger(pinger);
-        if (discovery.startAtOnce && pinger != nullptr) {
-            (void)pinger->StartPinging();
-        }
-        logLine(SPW_CString(u"Created VTR_CPinger to ") + address);
-        noteRowNotMade(whyNotMade(pinger), SPW_CString(u"VTR_CPinger to ") + address, discovery.row, kPing);
-    }
-}
-
-void TestEngine::endDiscovery() {
-    const SPW_CGuard guard(m_lock);
-    --m_discoveriesInProgress;
-}
-
-void TestEngine::closeDiscoveries() {
-    {
-        const SPW_CGuard guard(m_lock);
-        m_discoveriesClosed = true;
-    }
-    while (hasDiscoveryInProgress()) {
-        SPW_CClock::instance->sleepMs(kDiscoveryWaitMs);
-    }
-}
-
-void TestEngine::reopenDiscoveries() {
-    const SPW_CGuard guard(m_lock);
-    m_discoveriesClosed = false;
-}
-
-bool TestEngine::hasDiscoveryInProgress() const {
-    const SPW_CGuard guard(m_lock);
-    return m_discoveriesInProgress > 0;
+    discovery.peer.address = address;
+    discovery.peer.manner = ProbedPeer::kDiscovered;
+    discovery.peer.isTestRunning = m_running;
+    discovery.peer.row = m_peers.addDiscovered(address, name);
+    discovery.plan = probePlan();
+    return kStranger;
 }

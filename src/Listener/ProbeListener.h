@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "Probe.h"
 #include "ProbeEventSink.h"
 #include "ProbePacket.h"
 #include "ProbeWorker.h"
@@ -20,7 +21,7 @@
 // One owner thread constructs, starts, stops and destroys. askToStop() closes the sockets, which wakes the wait in
 // progress. StopListening() and the destructor do the same and then wait for the end of the step, which may be inside a
 // call of the sink. A wait that a stop has woken reports nothing.
-class ProbeListener : public SPW_CThread {
+class ProbeListener : public SPW_CThread, public Probe {
 public:
     ~ProbeListener() override;
 
@@ -28,14 +29,18 @@ public:
     // (GetLastErrorText() tells why).
     [[nodiscard]] SPW_Result StartListening();
     // Says that a stop comes, ends what blocks the step, and returns at once. An idle listener has nothing to end.
-    void askToStop();
+    void askToStop() override;
     // The same for a destruction. Nothing else may follow.
-    void askToEnd();
+    void askToEnd() override;
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     [[nodiscard]] SPW_Result StopListening();
     // The listener's kind, " : " and the reason why the latest start failed or the latest stop was refused. Reading
     // empties the reason. The start of a listener that listens already leaves none. The owner's thread.
     SPW_CString GetLastErrorText();
+
+    SPW_Result startProbe() override { return StartListening(); }
+    SPW_Result stopProbe() override { return StopListening(); }
+    SPW_CString failureText() override { return GetLastErrorText(); }
 
     void step() override {
         if (m_worker.mayStep(*this)) {
@@ -44,7 +49,7 @@ public:
     }
     void finish() override { onThreadEnd(); }
     // Tells whether the object has a thread; without one it cannot be started.
-    const ProbeWorker& worker() const { return m_worker; }
+    const ProbeWorker& worker() const override { return m_worker; }
 
 protected:
     // reserved: false for every listener that there is.

@@ -1,0 +1,259 @@
+#include "ProbeSet.h"
+
+#include <new>
+
+#include "ProbeWorker.h"
+#include "SPW_CClock.h"
+#include "VTR_CMulticastConnector.h"
+#include "VTR_CMulticastListener.h"
+#include "VTR_CPinger.h"
+#include "VTR_CTcpipConnector.h"
+#include "VTR_CTcpipListener.h"
+#include "VTR_CUdpConnector.h"
+#include "VTR_CUdpListener.h"
+
+namespace {
+
+// A probe keeps the phase at which it was started. Thousands that start in one moment would be due in the same moment
+// of every period and get in one another's way, on this device and on the network. Hence the start pauses after each
+// few.
+constexpr int kProbesStartedAtOnce = 8;
+constexpr std::uint32_t kStartPauseMs = 2;
+// How often a closer looks again whether the guests have left. Few closers meet one, and it takes milliseconds.
+constexpr std::uint32_t kGuestWaitMs = 5;
+
+void spreadStarts(int startedSoFar) {
+    if (startedSoFar > 0 && startedSoFar % kProbesStartedAtOnce == 0) {
+        SPW_CClock::instance->sleepMs(kStartPauseMs);
+    }
+}
+
+// All probes are asked before one of them is waited for. Each wait is for one step at most, and the steps end together.
+// One after another, thousands would take minutes.
+void askAllToStop(const SPW_CArray<Probe*>& probes) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        if (probes[i] != nullptr) {
+            probes[i]->askToStop();
+        }
+    }
+}
+
+void askAllToEnd(const SPW_CArray<Probe*>& probes) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        if (probes[i] != nullptr) {
+            probes[i]->askToEnd();
+        }
+    }
+}
+
+}  // namespace
+
+// One kind of a peer's probes.
+struct ProbeSet::Introduction {
+    Probes& probes;
+    const char16_t* className;
+    const char16_t* startFailure;
+    Protocol protocol;
+};
+
+// ---- Making
+
+void ProbeSet::makePeerProbes(const ProbedPeer& peer, const ProbePlan& plan) {
+    if (peer.udp && plan.udp) {
+        introduce(new (std::nothrow)
+                      VTR_CUdpConnector(&m_sink, peer.address, plan.port, plan.announcement, plan.periodMs),
+                  peer, {m_connectors, u"VTR_CUdpConnector", u"UDP StartSending failed returned ", kUdp});
+    }
+    if (peer.tcp && plan.tcp) {
+        introduce(new (std::nothrow)
+                      VTR_CTcpipConnector(&m_sink, peer.address, plan.port, plan.announcement, plan.periodMs),
+                  peer, {m_connectors, u"VTR_CTcpipConnector", u"TCPIP StartSending failed returned ", kTcpip});
+    }
+    if (peer.ping && plan.ping) {
+        introduce(new (std::nothrow) VTR_CPinger(&m_sink, peer.address, plan.periodMs, plan.overheadBytes), peer,
+                  {m_pingers, u"VTR_CPinger", u"StartPinging failed returned ", kPing});
+    }
+}
+
+// Appends a peer's probe, announces it and starts it, in the order that the peer's manner wants.
+void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introduction& texts) {
+    const int index = append(texts.probes, probe);
+    const bool isStarted = peer.isTestRunning && probe != nullptr;
+    if (isStarted && peer.manner == ProbedPeer::kDiscovered) {
+        (void)probe->startProbe();  // the test goes on with whatever could be started
+    }
+    const SPW_CString what = SPW_CString(texts.className) + u" to " + peer.address;
+    m_owner.onProbeLine(SPW_CString(u"Created ") + what);
+    const SPW_CString why = whyNotMade(probe);
+    if (!why.isEmpty()) {
+        m_owner.onProbeNotMade({what, why, peer.row, texts.protocol});
+    }
+    if (isStarted && peer.manner == ProbedPeer::kAdded && probe->startProbe() != 0) {
+        m_owner.onProbeLine(SPW_CString(texts.startFailure) + connectorText(index));
+    }
+}
+
+void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
+    if (plan.multicast) {
+        Probe* connector = new (std::nothrow) VTR_CMulticastConnector(
+            &m_sink, plan.multicastGroup, plan.multicastPort, plan.announcement, plan.periodMs, plan.multicastTtl);
+        (void)append(m_connectors, connector);
+        m_owner.onProbeLine(u"Created VTR_CMulticastConnector");
+        const SPW_CString why = whyNotMade(connector);
+        if (!why.isEmpty()) {
+            m_owner.onProbeNotMade({u"VTR_CMulticastConnector", why, ProbeNotMade::kNoRow, kMulticast});
+        }
+        addListener(new (std::nothrow) VTR_CMulticastListener(&m_sink, plan.multicastPort, plan.multicastGroup),
+                    kMulticastListener, u"VTR_CMulticastListener");
+    }
+    if (plan.udp) {
+        addListener(new (std::nothrow) VTR_CUdpListener(&m_sink, plan.port), kUdpListener, u"VTR_CUdpListener");
+    }
+    if (plan.tcp) {
+        addListener(new (std::nothrow) VTR_CTcpipListener(&m_sink, plan.port), kTcpipListener, u"VTR_CTcpipListener");
+    }
+}
+
+// A listener without a thread says why when it is started. One that is not there cannot.
+void ProbeSet::addListener(Probe* listener, ProbeKind kind, const char16_t* className) {
+    if (listener == nullptr) {
+        m_owner.onListenerNotStarted(SPW_CString(probeKindName(kind)) + u" : " + whyNotMade(listener));
+    }
+    (void)append(m_listeners, listener);
+    m_owner.onProbeLine(SPW_CString(u"Created ") + className);
+}
+
+// Answers the probe's index.
+int ProbeSet::append(Probes& probes, Probe* probe) {
+    const SPW_CGuard guard(m_lock);
+    probes.append(probe);
+    return probes.numberOfElements() - 1;
+}
+
+// ---- Starting and stopping
+
+void ProbeSet::startSending() {
+    int started = 0;
+    startAll(m_connectors, u"StartSending failed returned ", started);
+    startAll(m_pingers, u"StartPinging failed returned ", started);
+}
+
+void ProbeSet::startAll(const Probes& probes, const char16_t* failure, int& started) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        spreadStarts(started++);
+        if (probes[i] != nullptr && probes[i]->startProbe() != 0) {
+            m_owner.onProbeLine(SPW_CString(failure) + connectorText(i));
+        }
+    }
+}
+
+void ProbeSet::stopSending() {
+    askAllToStop(m_connectors);
+    askAllToStop(m_pingers);
+    stopAll(m_connectors, u"StopSending failed returned ");
+    stopAll(m_pingers, u"StopPinging failed returned ");
+}
+
+void ProbeSet::stopAll(const Probes& probes, const char16_t* failure) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        if (probes[i] != nullptr && probes[i]->stopProbe() != 0) {
+            m_owner.onProbeLine(SPW_CString(failure) + connectorText(i));
+        }
+    }
+}
+
+// The text that is logged for a pinger is deliberately that of the connector at the pinger's index, where there is one.
+// Readers of logs know it so.
+SPW_CString ProbeSet::connectorText(int index) const {
+    Probe* connector = nullptr;
+    {
+        const SPW_CGuard guard(m_lock);
+        if (index < m_connectors.numberOfElements()) {
+            connector = m_connectors[index];
+        }
+    }
+    return connector == nullptr ? SPW_CString() : connector->failureText();
+}
+
+// Guests add connectors and pingers meanwhile, but no listeners.
+void ProbeSet::startListening() {
+    for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
+        if (m_listeners[i] != nullptr && m_listeners[i]->startProbe() != 0) {
+            const SPW_CString text = m_listeners[i]->failureText();
+            m_owner.onListenerNotStarted(text);
+            m_owner.onProbeLine(SPW_CString(u"StartListening failed returned ") + text);
+        }
+    }
+}
+
+void ProbeSet::stopListening() {
+    askAllToStop(m_listeners);
+    for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
+        if (m_listeners[i] != nullptr && m_listeners[i]->stopProbe() != 0) {
+            m_owner.onProbeLine(SPW_CString(u"StopListening failed returned ") + m_listeners[i]->failureText());
+        }
+    }
+}
+
+void ProbeSet::destroyAll() {
+    close();
+    askAllToEnd(m_connectors);
+    askAllToEnd(m_listeners);
+    askAllToEnd(m_pingers);
+    destroy(m_connectors);
+    destroy(m_listeners);
+    destroy(m_pingers);
+}
+
+void ProbeSet::destroy(Probes& probes) {
+    Probes doomed;
+    {
+        const SPW_CGuard guard(m_lock);
+        doomed = probes;
+        probes.empty();
+    }
+    for (int i = 0; i < doomed.numberOfElements(); ++i) {
+        delete doomed[i];
+    }
+}
+
+// ---- Guests
+
+bool ProbeSet::enter() {
+    const SPW_CGuard guard(m_lock);
+    if (m_isClosed) {
+        return false;
+    }
+    ++m_guests;
+    return true;
+}
+
+void ProbeSet::leave() {
+    const SPW_CGuard guard(m_lock);
+    --m_guests;
+}
+
+bool ProbeSet::isClosed() const {
+    const SPW_CGuard guard(m_lock);
+    return m_isClosed;
+}
+
+void ProbeSet::close() {
+    {
+        const SPW_CGuard guard(m_lock);
+        m_isClosed = true;
+    }
+    while (hasGuests()) {
+        SPW_CClock::instance->sleepMs(kGuestWaitMs);
+    }
+}
+
+void ProbeSet::open() {
+    const SPW_CGuard guard(m_lock);
+    m_isClosed = false;
+}
+
+bool ProbeSet::hasGuests() const {
+    const SPW_CGuard guard(m_lock);
+    return m_guests > 0;
+}

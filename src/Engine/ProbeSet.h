@@ -1,0 +1,147 @@
+#pragma once
+
+#include <cstdint>
+
+#include "PeerRowValues.h"
+#include "Probe.h"
+#include "ProbeEventSink.h"
+#include "SPW_CArray.h"
+#include "SPW_CCriticalSection.h"
+#include "SPW_CString.h"
+
+// What the settings say about the probes of a test; a copy, and thus free of their lock.
+struct ProbePlan {
+    bool multicast = false;
+    bool udp = false;
+    bool tcp = false;
+    bool ping = false;
+    std::uint32_t port = 0;     // of UDP and TCP
+    std::int32_t periodMs = 0;  // between two probes
+    std::int32_t overheadBytes = 0;
+    SPW_CString announcement;  // what every connector sends
+    SPW_CString multicastGroup;
+    std::uint32_t multicastPort = 0;
+    std::int32_t multicastTtl = 0;
+};
+
+// The peer whose probes are to be made.
+struct ProbedPeer {
+    // What is told about the probes of a peer, and when they start. Logs show the difference.
+    enum Manner {
+        kAdded,       // each probe is announced, then started if a test runs; a start that fails is told
+        kDiscovered,  // each probe is started if a test runs, then announced; a start that fails is not told
+    };
+
+    SPW_CString address;
+    std::int32_t row = 0;  // the number of its row
+    bool udp = true;
+    bool tcp = true;
+    bool ping = true;
+    Manner manner = kAdded;
+    bool isTestRunning = false;
+};
+
+// A probe without a thread or without memory: it will neither send nor hear anything.
+struct ProbeNotMade {
+    static constexpr std::int32_t kNoRow = 0;
+
+    SPW_CString what;           // "VTR_CPinger to 10.0.0.7"
+    SPW_CString why;            // in words and with the code
+    std::int32_t row = kNoRow;  // of the peer that lacks it
+    Protocol protocol = kMulticast;
+};
+
+// All probe objects of an engine: makes, starts, stops and destroys them, and says what it does.
+//
+// Two kinds of threads use it. The owner is the thread that drives the test; there is one at a time. A guest is a
+// thread of a listener that has heard an unknown sender and makes the probes of that peer. A guest enters, makes probes
+// and leaves; the owner may close the set and then is alone in it.
+//
+//     owner    close ---- destroyAll, make, startSending ---- open, startListening ---- stopListening, close,
+//     stopSending guests                      none                              any                             none
+//
+// The rules that follow from it:
+// - Probes are destroyed while the set is closed, and by the owner. Hence a guest, and the owner, may use every probe
+//   that the arrays hold without holding the lock.
+// - Starting, stopping and destroying a probe waits for its step. The step may be inside a call of the ProbeEventSink
+// or
+//   wait for the log. Hence none of it happens under this or the engine's lock.
+// - Listeners stop while the set is open. Stopping one waits for its step, and thus for the guest inside it, whose
+// probes
+//   are all in the arrays then. After that the owner closes the set, and no probe can join behind the one that
+//   stopSending() has just passed. To close first would throw away what the last steps of the listeners have found.
+// - close() waits for guests. It ends, because a guest waits only for locks that the closer does not hold and for the
+//   log, whose writer depends on nobody.
+class ProbeSet {
+public:
+    // Who is told. Called on the thread that has called the set, without any lock of the set.
+    class Owner {
+    public:
+        virtual ~Owner() = default;
+        // A line for the test log, in its place in the prescribed order.
+        virtual void onProbeLine(const SPW_CString& line) = 0;
+        virtual void onProbeNotMade(const ProbeNotMade& probe) = 0;
+        // errorText: the listener's, or why there is none.
+        virtual void onListenerNotStarted(const SPW_CString& errorText) = 0;
+    };
+
+    // sink: gets the reports of all probes. Both must outlive the set.
+    ProbeSet(ProbeEventSink& sink, Owner& owner) : m_sink(sink), m_owner(owner) {}
+    ~ProbeSet() { destroyAll(); }
+    ProbeSet(const ProbeSet&) = delete;
+    ProbeSet& operator=(const ProbeSet&) = delete;
+
+    // ---- Owner and guests
+
+    // Makes the probes of one peer that both the plan and the peer want: UDP, TCP, ping.
+    void makePeerProbes(const ProbedPeer& peer, const ProbePlan& plan);
+
+    // ---- Guests
+
+    // False while the set is closed. Otherwise the caller is a guest until leave().
+    [[nodiscard]] bool enter();
+    void leave();
+    bool isClosed() const;
+
+    // ---- The owner
+
+    // Makes the multicast connector and the listeners that the plan wants.
+    void makeGroupProbes(const ProbePlan& plan);
+    // Starts connectors, then pingers, each in the order of their making. The set is closed.
+    void startSending();
+    // The set is open: the first listener may find peers while the second one is started.
+    void startListening();
+    void stopListening();
+    // The set is closed.
+    void stopSending();
+    // Refuses guests and waits until those inside have left.
+    void close();
+    void open();
+    // Closes the set and destroys every probe.
+    void destroyAll();
+
+private:
+    // null where one could not be made.
+    typedef SPW_CArray<Probe*> Probes;
+    struct Introduction;
+
+    void introduce(Probe* probe, const ProbedPeer& peer, const Introduction& texts);
+    int append(Probes& probes, Probe* probe);
+    void addListener(Probe* listener, ProbeKind kind, const char16_t* className);
+    void startAll(const Probes& probes, const char16_t* failure, int& started);
+    void stopAll(const Probes& probes, const char16_t* failure);
+    SPW_CString connectorText(int index) const;
+    void destroy(Probes& probes);
+    bool hasGuests() const;
+
+    ProbeEventSink& m_sink;
+    Owner& m_owner;
+
+    mutable SPW_CCriticalSection m_lock;
+    // All below: under m_lock. Arrays in the order in which probes are made.
+    Probes m_connectors;
+    Probes m_listeners;
+    Probes m_pingers;
+    bool m_isClosed = false;
+    int m_guests = 0;
+};

@@ -1,0 +1,105 @@
+#include <chrono>
+#include <thread>
+
+#include "EngineFixture.h"
+
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+constexpr SPW_CIpAddress kPeer(10, 0, 0, 7);
+constexpr SPW_CIpAddress kGroup(228, 227, 226, 225);
+
+class SettingsInUseTest : public EngineFixture {
+protected:
+    SettingsInUseTest() { m_registry.setNamedPeer(u"printer", u"10.0.0.7"); }
+
+    // The first of what was sent to that address.
+    ScriptedSocket::Sent firstSentTo(const SPW_CIpAddress& address) {
+        const std::vector<ScriptedSocket::Sent> sent = m_sockets.sent();
+        const auto found = std::find_if(sent.begin(), sent.end(),
+                                        [&](const ScriptedSocket::Sent& each) { return each.address == address; });
+        return found == sent.end() ? ScriptedSocket::Sent() : *found;
+    }
+};
+
+TEST_F(SettingsInUseTest, OnePortIsThatOfUdpAndTcp) {
+    m_registry.setSetting(u"port", u"6001");
+    select(false, true, true, false);
+    m_sockets.listenAt(kPeer, 6001);
+    engine().start();
+    EXPECT_TRUE(m_sockets.deliver(6001, kPeer, "x"));
+    EXPECT_NE(m_sockets.connectFrom(kPeer, 6001), kInvalidSocket);
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSend, 1));
+    engine().stop();
+    for (const ScriptedSocket::Sent& sent : m_sockets.sent()) {
+        EXPECT_EQ(sent.port, 6001);
+    }
+}
+
+TEST_F(SettingsInUseTest, TheGroupHasItsOwnAddressPortAndReach) {
+    m_registry.setSetting(u"multicast group", u"228.1.2.3");
+    m_registry.setSetting(u"multicast port", u"7600");
+    m_registry.setSetting(u"multicast ttl", u"9");
+    select(true, false, false, false);
+    engine().start();
+    EXPECT_TRUE(m_sockets.deliver(7600, kPeer, "x"));
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    const ScriptedSocket::Sent sent = firstSentTo(SPW_CIpAddress(228, 1, 2, 3));
+    EXPECT_EQ(sent.port, 7600);
+    EXPECT_EQ(m_sockets.multicastTtl(sent.socket), 9);
+    ASSERT_THAT(m_sockets.memberships(), Not(IsEmpty()));
+    for (const ScriptedSocket::Membership& membership : m_sockets.memberships()) {
+        EXPECT_EQ(membership.group, SPW_CIpAddress(228, 1, 2, 3));
+    }
+}
+
+TEST_F(SettingsInUseTest, TheOtherProductsPortIsTheGroupsWhereNoneIsSet) {
+    m_registry.setText(u"Software\\Vantiro Networks\\Vantiro\\KORV", u"UDPPort", u"6000");
+    select(true, false, false, false);
+    engine().start();
+    EXPECT_TRUE(m_sockets.deliver(6000, kPeer, "x"));
+    EXPECT_EQ(m_registry.setting(u"multicast port"), SPW_CString(u"6000"));
+}
+
+TEST_F(SettingsInUseTest, TheOverheadLengthensAnnouncementsAndEchoes) {
+    m_registry.setSetting(u"overhead bytes", u"500");
+    select(true, false, false, true);
+    engine().start();
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    m_icmp.waitForRequests(1);
+    EXPECT_EQ(m_icmp.requests()[0].bytes.size(), 500u);
+    const std::string announcement = announcementsTo(kGroup).at(0);
+    EXPECT_THAT(announcement, testing::EndsWith("|device" + std::string(500, '|')));
+}
+
+TEST_F(SettingsInUseTest, DiscoveredPeersAreProbedAsTheOthers) {
+    constexpr SPW_CIpAddress kStranger(10, 0, 0, 8);
+    m_registry.setSetting(u"port", u"6001");
+    m_registry.setSetting(u"overhead bytes", u"500");
+    m_registry.setSetting(u"frequency units", u"seconds");
+    m_registry.setSetting(u"peer set includes named-ip-addresses", u"no");
+    select(false, true, true, true);
+    m_sockets.listenAt(kStranger, 6001);
+    engine().start();
+    receive(kUdpListener, u"10.0.0.8", 1);
+    EXPECT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSend, 1)) << "to the port where the peer listens";
+    ASSERT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, 1));
+    EXPECT_EQ(firstSentTo(kStranger).port, 6001);
+    m_icmp.waitForRequests(1);
+    EXPECT_EQ(m_icmp.requests()[0].bytes.size(), 500u);
+    EXPECT_EQ(m_icmp.requests()[0].timeoutMs, 20000u);
+}
+
+TEST_F(SettingsInUseTest, ThePeriodIsThatOfEveryProbe) {
+    m_registry.setSetting(u"frequency units", u"seconds");  // 20 of them
+    select(true, true, false, true);
+    engine().start();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_LE(m_sockets.calls(ScriptedSocket::kSendTo), 2) << "one to the peer, one to the group";
+    EXPECT_LE(m_icmp.requests().size(), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,221 @@
+#include "ProbeSet.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "RecordingSink.h"
+#include "ScopedInstance.h"
+#include "ScriptedIcmp.h"
+#include "ScriptedSocket.h"
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+// Keeps what the set tells, in order; a test may look on while it is told.
+class RecordingOwner : public ProbeSet::Owner {
+public:
+    void onProbeLine(const SPW_CString& line) override {
+        const std::string text(line.toAnsi());
+        if (m_onLine) {
+            m_onLine(text);
+        }
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_lines.push_back(text);
+    }
+    void onProbeNotMade(const ProbeNotMade& probe) override { onProbeLine(probe.what + u" not made"); }
+    void onListenerNotStarted(const SPW_CString& errorText) override {
+        onProbeLine(SPW_CString(u"told: ") + errorText);
+    }
+
+    void setOnLine(std::function<void(const std::string&)> onLine) { m_onLine = std::move(onLine); }
+    // What was told since the last call.
+    std::vector<std::string> take() {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return std::exchange(m_lines, {});
+    }
+
+private:
+    std::function<void(const std::string&)> m_onLine;
+    std::mutex m_mutex;
+    std::vector<std::string> m_lines;
+};
+
+// A set on a network in memory. Every address answers pings. A period is longer than any test.
+class ProbeSetTest : public testing::Test {
+protected:
+    ProbeSetTest() {
+        plan.udp = plan.tcp = plan.ping = true;
+        plan.port = 5009;
+        plan.periodMs = 3600000;
+        plan.overheadBytes = 32;
+        plan.announcement = u"Version 1|me";
+        plan.multicastGroup = u"228.227.226.225";
+        plan.multicastPort = 7550;
+        plan.multicastTtl = 1;
+        peer.address = u"10.0.0.7";
+        peer.row = 1;
+    }
+
+    // Stops what startSending() and startListening() have started.
+    void stop() {
+        set.stopListening();
+        set.close();
+        set.stopSending();
+    }
+
+    ScriptedSocket sockets;
+    ScopedInstance<SPW_CSocket> socketsInstalled{sockets};
+    ScriptedIcmp icmp;
+    ScopedInstance<SPW_CIcmp> icmpInstalled{icmp};
+    RecordingSink sink;
+    RecordingOwner owner;
+    ProbePlan plan;
+    ProbedPeer peer;
+    ProbeSet set{sink, owner};
+};
+
+}  // namespace
+
+// ---- Making
+
+TEST_F(ProbeSetTest, APeerGetsAProbeOfEachKindInOneOrder) {
+    set.makePeerProbes(peer, plan);
+    EXPECT_THAT(owner.take(),
+                ElementsAre("Created VTR_CUdpConnector to 10.0.0.7", "Created VTR_CTcpipConnector to 10.0.0.7",
+                            "Created VTR_CPinger to 10.0.0.7"));
+}
+
+TEST_F(ProbeSetTest, OnlyWhatPlanAndPeerBothWantIsMade) {
+    plan.udp = false;
+    peer.tcp = false;
+    set.makePeerProbes(peer, plan);
+    EXPECT_THAT(owner.take(), ElementsAre("Created VTR_CPinger to 10.0.0.7"));
+    peer.tcp = true;
+    plan.ping = false;
+    set.makePeerProbes(peer, plan);
+    EXPECT_THAT(owner.take(), ElementsAre("Created VTR_CTcpipConnector to 10.0.0.7"));
+}
+
+TEST_F(ProbeSetTest, TheGroupsConnectorComesBeforeTheListeners) {
+    plan.multicast = true;
+    set.makeGroupProbes(plan);
+    EXPECT_THAT(owner.take(), ElementsAre("Created VTR_CMulticastConnector", "Created VTR_CMulticastListener",
+                                          "Created VTR_CUdpListener", "Created VTR_CTcpipListener"));
+}
+
+TEST_F(ProbeSetTest, WithoutATestProbesAreMadeButNotStarted) {
+    for (const ProbedPeer::Manner manner : {ProbedPeer::kAdded, ProbedPeer::kDiscovered}) {
+        peer.manner = manner;
+        set.makePeerProbes(peer, plan);
+    }
+    owner.take();
+    set.stopSending();
+    EXPECT_THAT(owner.take(), Contains("StopSending failed returned Not currently sending").Times(4));
+    EXPECT_THAT(icmp.requests(), IsEmpty());
+}
+
+TEST_F(ProbeSetTest, AnAddedPeersProbeIsAnnouncedBeforeItStarts) {
+    plan.udp = plan.tcp = false;
+    peer.isTestRunning = true;
+    owner.setOnLine([this](const std::string&) { EXPECT_THAT(icmp.requests(), IsEmpty()); });
+    set.makePeerProbes(peer, plan);
+    icmp.waitForRequests(1);
+    EXPECT_THAT(owner.take(), ElementsAre("Created VTR_CPinger to 10.0.0.7"));
+}
+
+TEST_F(ProbeSetTest, ADiscoveredPeersProbeIsAnnouncedAfterItHasStarted) {
+    plan.udp = plan.tcp = false;
+    peer.isTestRunning = true;
+    peer.manner = ProbedPeer::kDiscovered;
+    owner.setOnLine([this](const std::string&) { icmp.waitForRequests(1); });
+    set.makePeerProbes(peer, plan);
+    EXPECT_THAT(owner.take(), ElementsAre("Created VTR_CPinger to 10.0.0.7"));
+}
+
+// ---- Starting and stopping
+
+TEST_F(ProbeSetTest, ConnectorsAreStartedBeforePingersAndAPingersTextIsThatOfTheConnectorAtItsIndex) {
+    plan.tcp = false;
+    set.makePeerProbes(peer, plan);
+    set.close();
+    set.startSending();
+    owner.take();
+    set.startSending();  // refused by each, and a connector leaves no text then
+    EXPECT_THAT(owner.take(), ElementsAre("StartSending failed returned ", "StartPinging failed returned "));
+    set.stopSending();
+    EXPECT_THAT(owner.take(), IsEmpty());
+    set.stopSending();
+    EXPECT_THAT(owner.take(), ElementsAre("StopSending failed returned Not currently sending",
+                                          "StopPinging failed returned Not currently sending"));
+}
+
+TEST_F(ProbeSetTest, AListenerWithoutItsPortIsToldAndTheOthersListen) {
+    ASSERT_EQ(sockets.bind(sockets.openUdp(), 5009), 0);
+    set.makeGroupProbes(plan);
+    owner.take();
+    set.startListening();
+    EXPECT_THAT(owner.take(), ElementsAre(StartsWith("told: udp listener : "),
+                                          StartsWith("StartListening failed returned udp listener : ")));
+    stop();
+    EXPECT_THAT(owner.take(), ElementsAre(StartsWith("StopListening failed returned udp listener : ")));
+}
+
+TEST_F(ProbeSetTest, WhatIsDestroyedIsForgotten) {
+    set.makePeerProbes(peer, plan);
+    set.makeGroupProbes(plan);
+    set.startSending();
+    owner.take();
+    set.destroyAll();
+    set.startSending();
+    set.startListening();
+    stop();
+    EXPECT_THAT(owner.take(), IsEmpty());
+}
+
+// ---- Guests
+
+TEST_F(ProbeSetTest, AClosedSetRefusesGuestsUntilItIsOpened) {
+    EXPECT_FALSE(set.isClosed());
+    set.close();
+    EXPECT_TRUE(set.isClosed());
+    EXPECT_FALSE(set.enter());
+    set.open();
+    EXPECT_TRUE(set.enter());
+    set.leave();
+}
+
+TEST_F(ProbeSetTest, ADestructionClosesIt) {
+    set.destroyAll();
+    EXPECT_FALSE(set.enter());
+}
+
+TEST_F(ProbeSetTest, CloseWaitsForTheGuestsInside) {
+    ASSERT_TRUE(set.enter());
+    ASSERT_TRUE(set.enter());
+    std::atomic<bool> isAlone{false};
+    std::thread closer([&] {
+        set.close();
+        isAlone = true;
+    });
+    while (!set.isClosed()) {
+        std::this_thread::yield();
+    }
+    set.makePeerProbes(peer, plan);
+    set.leave();
+    EXPECT_FALSE(isAlone);
+    set.leave();
+    closer.join();
+    set.stopSending();
+    EXPECT_THAT(owner.take(), Contains("StopPinging failed returned Not currently sending"));
+}
