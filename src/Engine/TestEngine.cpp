@@ -1,6 +1,7 @@
 #include "TestEngine.h"
 
 #include <algorithm>
+#include <new>
 
 #include "ForeignText.h"
 #include "SPW_CIcmp.h"
@@ -34,6 +35,9 @@
 // Two threads that have counted on one row must tell the sink in the order of their counting, or an old figure would
 // stay on the screen until the next probe. Hence the sink lock is taken before the counting and given back after the
 // telling. resetStatistics() does the same row by row.
+//
+// (f) Once a second, while a test runs, onSecond() is called on a thread that does nothing else. It starts after all
+// probes and ends before them, at once.
 //
 // The order of the locks is: control, sink, engine, ProbeSet.
 
@@ -105,6 +109,7 @@ void TestEngine::start() {
     m_running = true;
     m_probes.open();
     m_probes.startListening();
+    startTicking();
 }
 
 void TestEngine::stop() {
@@ -125,6 +130,7 @@ void TestEngine::completeTest() {
 
 // Leaves the ProbeSet closed.
 void TestEngine::stopAllProbes() {
+    stopTicking();
     m_probes.stopListening();
     m_probes.close();
     m_probes.stopSending();
@@ -398,6 +404,7 @@ void TestEngine::onListenerNotStarted(const SPW_CString& errorText) {
 
 // Leaves the ProbeSet closed.
 void TestEngine::forgetTest() {
+    stopTicking();
     m_probes.close();
     m_running = false;
     m_probes.destroyAll();
@@ -405,6 +412,29 @@ void TestEngine::forgetTest() {
     m_peers.clear();
     m_onceOnly.empty();
     m_startProblems.empty();
+}
+
+// ---- Time
+
+// The test runs as well without a ticker.
+void TestEngine::startTicking() {
+    m_ticker.reset(new (std::nothrow) SecondTicker(*this));
+    const bool isTicking = m_ticker != nullptr && m_ticker->start();
+    const SPW_CGuard guard(m_lock);
+    m_isTicking = isTicking;
+}
+
+void TestEngine::stopTicking() {
+    m_ticker.reset();
+    const SPW_CGuard guard(m_lock);
+    m_isTicking = false;
+    m_ownThisSecond.empty();
+}
+
+// Whatever depends on time passing. Not under the control lock: whoever holds it may be waiting for this call to end.
+void TestEngine::onSecond(std::uint64_t) {
+    const SPW_CGuard guard(m_lock);
+    m_ownThisSecond.empty();
 }
 
 void TestEngine::addProblem(const StartProblem& problem) {

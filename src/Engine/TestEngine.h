@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 #include "PeerTable.h"
 #include "ProbeEventSink.h"
@@ -10,6 +11,7 @@
 #include "SPW_CCriticalSection.h"
 #include "SPW_CString.h"
 #include "SPW_Types.h"
+#include "SecondTicker.h"
 #include "Settings.h"
 #include "StartProblem.h"
 #include "SystemReport.h"
@@ -25,7 +27,7 @@
 // needs that nobody else calls any more; the probes' own calls are taken care of.
 //
 // Ownership: the engine owns its probes, its statistics and its log. The sink must outlive it.
-class TestEngine final : public ProbeEventSink, private ProbeSet::Owner {
+class TestEngine final : public ProbeEventSink, private ProbeSet::Owner, private SecondTicker::Listener {
 public:
     // Loads the settings and works out who this device is. loggingOn: also deletes the old test log and begins a
     // new one; otherwise nothing is ever logged. sink must not be null.
@@ -116,6 +118,9 @@ private:
     ProbePlan probePlan() const;
 
     void createProbes(const PeerRecord& peer);
+    void startTicking();
+    void stopTicking();
+    void onSecond(std::uint64_t now100ns) override;
     void onProbeLine(const SPW_CString& line) override { logLine(line); }
     void onProbeNotMade(const ProbeNotMade& probe) override;
     void onListenerNotStarted(const SPW_CString& errorText) override;
@@ -136,7 +141,8 @@ private:
     bool discover(const SPW_CString& address, const SPW_CString& text);
     Judgement judgeSender(const SPW_CString& address);
     Judgement lockedJudgeSender(const SPW_CString& address);
-    bool isOwnAddressNow(const SPW_CString& address) const;
+    bool isOwnAddressNow(const SPW_CString& address);
+    bool hasAddressNow(const SPW_CString& address) const;
     Judgement beginDiscovery(const SPW_CString& address, const SPW_CString& name, Discovery& discovery);
     // Set before the first probe exists, then read only.
     UiSink* const m_sink;
@@ -158,9 +164,16 @@ private:
     PeerTable m_peers;
     OnceOnlyErrors m_onceOnly;
     SPW_CArray<StartProblem> m_startProblems;  // of the latest start
+    // Addresses that the platform has called this device's own within the present second, though the latest start did
+    // not find them. Empty without a ticker.
+    AddressSet m_ownThisSecond;
+    bool m_isTicking = false;
 
-    // A set of its own lock, which is taken after m_lock. A discovery is its guest.
+    // Has a lock of its own, which is taken after m_lock. A discovery is its guest.
     ProbeSet m_probes{*this, *this};
+
+    // Changes under the control lock. There while a test runs, unless the platform has no thread for it.
+    std::unique_ptr<SecondTicker> m_ticker;
 
     std::atomic<bool> m_running{false};
     std::atomic<bool> m_destroying{false};

@@ -166,7 +166,7 @@ TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) 
     if (m_peers.find(address) != nullptr) {
         return kKnown;
     }
-    if (m_probes.isClosed() || !m_settings.includeAnyoneInReach) {
+    if (m_probes.isClosed() || !m_settings.includeAnyoneInReach || m_ownThisSecond.contains(address)) {
         return kUnwanted;
     }
     for (int i = 0; i < m_identity.localAddresses.numberOfElements(); ++i) {
@@ -178,9 +178,21 @@ TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) 
 }
 
 // The engine knows the addresses of the latest start. A device may get its address, or another one, after it. Then it
-// hears its own announcements from an address that it does not know for its own. Asking the platform takes some time,
-// and is done only for a sender that would become a peer.
-bool TestEngine::isOwnAddressNow(const SPW_CString& address) const {
+// hears its own announcements from an address that it does not know for its own. Asking the platform takes some time.
+// It is done only for a sender that would become a peer, and once a second for an address that has turned out to be our
+// own.
+bool TestEngine::isOwnAddressNow(const SPW_CString& address) {
+    if (!hasAddressNow(address)) {
+        return false;
+    }
+    const SPW_CGuard guard(m_lock);
+    if (m_isTicking) {
+        (void)m_ownThisSecond.add(address);
+    }
+    return true;
+}
+
+bool TestEngine::hasAddressNow(const SPW_CString& address) const {
     SPW_CString host;
     {
         const SPW_CGuard guard(m_lock);

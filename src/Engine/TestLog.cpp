@@ -160,6 +160,10 @@ bool AddressSet::add(const SPW_CString& address) {
     return true;
 }
 
+bool AddressSet::contains(const SPW_CString& address) const {
+    return find(address, textHash(address)) >= 0;
+}
+
 void AddressSet::remove(const SPW_CString& address) {
     const int index = find(address, textHash(address));
     if (index >= 0) {

@@ -73,6 +73,7 @@ class AddressSet {
 public:
     // False when it is there already.
     bool add(const SPW_CString& address);
+    bool contains(const SPW_CString& address) const;
     void remove(const SPW_CString& address);
     void empty();
 

@@ -1,6 +1,10 @@
+#include <chrono>
 #include <iterator>
+#include <thread>
 
 #include "EngineFixture.h"
+#include "Patience.h"
+#include "StillClock.h"
 
 using testing::Contains;
 using testing::Each;
@@ -161,6 +165,50 @@ TEST_F(DiscoveryTest, AProbeOverTheNetworkIsHeardAndCounted) {
     }
     EXPECT_EQ(row(0).label(), SPW_CString(u"10.0.0.7 (far)"));
     EXPECT_EQ(row(0).counts[kUdp].total, 1);
+}
+
+// Discovery at a time that the test alone moves.
+class DiscoveryInTimeTest : public EngineFixture {
+protected:
+    void TearDown() override { m_engine.reset(); }
+
+    StillClock m_clock;
+};
+
+// A device whose address has changed hears itself with every probe that it sends to the group.
+TEST_F(DiscoveryInTimeTest, ThePlatformIsAskedOnceASecondAboutAnAddressOfTheDevicesOwn) {
+    select(false, true, false, false);
+    engine().start();
+    m_sockets.setAddresses({SPW_CIpAddress(10, 0, 0, 55)});
+    const int before = m_sockets.calls(ScriptedSocket::kResolve);
+    const auto asked = [&] { return m_sockets.calls(ScriptedSocket::kResolve) - before; };
+    const auto hearItself = [&] { receive(kMulticastListener, u"10.0.0.55", 1); };
+    for (int i = 0; i < 20; ++i) {
+        hearItself();
+    }
+    EXPECT_EQ(asked(), 1);
+    m_clock.advanceMs(1000);
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (asked() < 2 && std::chrono::steady_clock::now() < end) {
+        hearItself();
+        std::this_thread::yield();
+    }
+    for (int i = 0; i < 20; ++i) {
+        hearItself();
+    }
+    EXPECT_EQ(asked(), 2);
+    EXPECT_THAT(labels(), IsEmpty());
+}
+
+TEST_F(DiscoveryInTimeTest, WhileNoTestRunsThePlatformIsAskedEveryTime) {
+    select(false, true, false, false);
+    engine().start();
+    engine().stop();
+    m_sockets.setAddresses({SPW_CIpAddress(10, 0, 0, 55)});
+    const int before = m_sockets.calls(ScriptedSocket::kResolve);
+    receive(kMulticastListener, u"10.0.0.55", 1);
+    receive(kMulticastListener, u"10.0.0.55", 2);
+    EXPECT_EQ(m_sockets.calls(ScriptedSocket::kResolve) - before, 2);
 }
 
 }  // namespace
