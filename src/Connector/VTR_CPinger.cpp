@@ -44,8 +44,10 @@ void VTR_CPinger::cancelEcho() {
     SPW_CIcmp::instance->cancel(m_service);
 }
 
-// The owner says that it stops and looks for a service then; this shows the service and looks for a stop then. So a
-// service that is opened while a stop is under way is cancelled by one of them at least.
+// A service that is opened while a stop is under way must be cancelled by one of the two sides at least:
+//
+//     owner     says that it stops, then looks for a service
+//     thread    shows the service, then looks for a stop
 void VTR_CPinger::publishService(SPW_Handle service) {
     const SPW_CGuard guard(m_serviceLock);
     m_service = service;
@@ -102,7 +104,7 @@ void VTR_CPinger::pingStep() {
     }
     const SPW_Result result = ping();
     if (result == kSysOperationAborted) {
-        // Whether the peer would have answered is not known: the request was not sent, as far as anybody counts.
+        // Nobody knows whether the peer would have answered. The request counts as not sent.
         return;
     }
     m_sink->onDataSent(kPinger, 0, m_address, m_sequence, SPW_CString());
@@ -153,12 +155,12 @@ SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target) {
     if (replySize > std::numeric_limits<std::uint32_t>::max()) {
         return fail(kShortOfMemory, kSysNotEnoughMemory);
     }
-    // Zeroed, so that a request shows nothing of this program's memory; never empty, because no memory is wanted for
-    // no data, and that is no failure.
+    // Zeroed: a request must show nothing of this program's memory. One byte longer: for no data at all the platform
+    // may answer null, which would pass for a failure.
     Buffer data(std::calloc(static_cast<std::size_t>(dataSize) + 1, 1));
     Buffer replyBuffer(std::calloc(static_cast<std::size_t>(replySize) + 1, 1));
     if (!data || !replyBuffer) {
-        // Deliberately not freed at once: the pinger holds on to it until it fails so again or ends.
+        // Deliberately not freed at once. The pinger keeps it until this failure comes again or the pinger ends.
         m_keptRequest = std::move(data);
         return fail(kShortOfMemory, kSysNotEnoughMemory);
     }

@@ -30,8 +30,7 @@ public:
 
     // 0, kProbeAlreadyRunning, or kProbeFailed when the pinger has no thread (GetLastErrorText() tells why).
     [[nodiscard]] SPW_Result StartPinging();
-    // Says that a stop comes and ends the ping in progress; returns at once. Whoever stops many asks all of them first.
-    // An idle pinger has nothing to end.
+    // Says that a stop comes and ends the ping in progress; returns at once. An idle pinger has nothing to end.
     void askToStop() override;
     // The same for a destruction, which is all that may follow.
     void askToEnd() override;

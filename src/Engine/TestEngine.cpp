@@ -46,11 +46,6 @@ namespace {
 // Only so many padding characters are sent, whatever the setting says: no packet can be longer, and every receiver
 // reads but 1000 bytes.
 constexpr int kMaximumPadding = 65536;
-// Addresses that say nothing about where a device can be reached: none, itself, and its cradle.
-bool isReachableAddress(const SPW_CIpAddress& address) {
-    return address != SPW_CIpAddress(0, 0, 0, 0) && address != SPW_CIpAddress(127, 0, 0, 1) &&
-           address != SPW_CIpAddress(192, 168, 55, 101);
-}
 
 // A report's way into the log, however long it has to wait for room.
 class LoggedLines final : public ReportLines {
@@ -65,7 +60,7 @@ private:
 }  // namespace
 
 TestEngine::TestEngine(UiSink* sink, bool loggingOn) : m_sink(sink) {
-    // Should the library not start, every socket operation says so later.
+    // A failure shows later, in every socket operation.
     (void)SPW_CSocket::instance->startup();
     reloadSettings();
     if (loggingOn) {
@@ -197,15 +192,7 @@ std::int32_t TestEngine::periodMs() const {
 
 SPW_CString TestEngine::title() const {
     const SPW_CGuard guard(m_lock);
-    SPW_CString title;
-    for (int i = 0; i < m_identity.localAddresses.numberOfElements(); ++i) {
-        title += m_identity.localAddresses[i];
-        title += u" ";
-    }
-    title += u" (";
-    title += m_identity.displayName;
-    title += u")";
-    return showableText(title);
+    return m_identity.title();
 }
 
 SPW_CString TestEngine::localInfo() const {
@@ -279,43 +266,13 @@ void TestEngine::reloadSettings() {
 }
 
 void TestEngine::refreshIdentity() {
-    Identity identity;
-    if (!SPW_CSocket::instance->hostName(identity.hostName)) {
-        identity.hostName.clear();
-    }
-    identity.localAddresses = addressesOf(identity.hostName);
-    identity.ownerName = readOwnerName();
-    identity.quillonName = readFriendlyName();
-
-    const SPW_CString& source = m_settings.displayNameSource;
-    if (source.compareNoCase(u"Quillon Name") == 0) {
-        identity.displayName = identity.quillonName;
-    } else if (source.compareNoCase(u"Login Name") == 0 || source.compareNoCase(u"Owner Name") == 0) {
-        identity.displayName = identity.ownerName;  // on purpose for both
-    }
-    if (identity.displayName.isEmpty()) {
-        identity.displayName = identity.hostName;
-    }
+    const LocalIdentity identity = LocalIdentity::read(m_settings.displayNameSource);
     const SPW_CGuard guard(m_lock);
     m_identity = identity;
 }
 
-// Those by which it can be reached.
-SPW_CArray<SPW_CString> TestEngine::addressesOf(const SPW_CString& host) {
-    SPW_CArray<SPW_CString> reachable;
-    SPW_CArray<SPW_CIpAddress> addresses;
-    if (SPW_CSocket::instance->resolve(host, addresses)) {
-        for (int i = 0; i < addresses.numberOfElements(); ++i) {
-            if (isReachableAddress(addresses[i])) {
-                reachable.append(addresses[i].toText());
-            }
-        }
-    }
-    return reachable;
-}
-
-// Under the control lock alone: asking the platform and waiting for the log may both take long. While nothing is logged
-// the platform is not even asked, and the registry not touched.
+// Under the control lock alone: asking the platform and waiting for the log may both take long. While nothing is
+// logged, the platform is not asked and the registry not touched.
 void TestEngine::logSystemReport() {
     if (!m_log.isOn()) {
         return;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "LocalIdentity.h"
 #include "PeerTable.h"
 #include "ProbeEventSink.h"
 #include "ProbeSet.h"
@@ -14,7 +15,6 @@
 #include "SecondTicker.h"
 #include "Settings.h"
 #include "StartProblem.h"
-#include "SystemReport.h"
 #include "TestLog.h"
 #include "UiSink.h"
 
@@ -22,9 +22,9 @@
 // discovers peers, and writes the test log. A program has one.
 //
 // Threads: start(), stop(), its two halves, addPeer() and retryLog() may be called from any thread and wait for one
-// another; they may take long, since stopping a probe waits for its step. All other operations may be called from any
-// thread at any time, except from within the UiSink, where only the const ones are allowed. Destruction
-// needs that nobody else calls any more; the probes' own calls are taken care of.
+// another. They may take long, since stopping a probe waits for its step. All other operations may be called from any
+// thread at any time. The UiSink may call the const ones alone. When the engine is destroyed, only its own probes may
+// still call it.
 //
 // Ownership: the engine owns its probes, its statistics and its log. The sink must outlive it.
 class TestEngine final : public ProbeEventSink, private ProbeSet::Owner, private SecondTicker::Listener {
@@ -37,14 +37,13 @@ public:
     TestEngine& operator=(const TestEngine&) = delete;
 
     // Begins a test: forgets the last one, loads the settings again, writes the configuration report to the log, builds
-    // and starts all probes. In a running test, starts all over. What fails is logged and told (see startProblems()),
-    // and does not keep the rest from running.
+    // and starts all probes. In a running test, starts all over. A failure is logged and told (see startProblems()).
+    // The rest runs all the same.
     void start();
     // Ends the test; the statistics stay until the next start. It is stopProbing() and completeTest() in one.
     void stop();
-    // The first half of a stop: no probe is sent or counted any more, so a snapshot shows the test's result. Nothing
-    // has been logged about the result yet, since the log may take its time.
-    // Nobody may add a peer before completeTest().
+    // The first half of a stop: no probe is sent or counted any more. A snapshot shows the test's result. The log does
+    // not have it yet, since the log may take its time. No peer may be added before completeTest().
     void stopProbing();
     // The second half: the report lines and the test's end go to the log, and the number is counted up.
     void completeTest();
@@ -86,8 +85,8 @@ public:
     void retryLog();
     // How far the log has come; all zero when logging is off.
     LogProgress logProgress() const { return m_log.progress(); }
-    // For the end of a program whose log takes no more lines: whoever waits for the log goes on, and what is logged
-    // from here on is lost. The engine must not be destroyed any more.
+    // For the end of a program whose log takes no more lines. Threads that wait for the log go on. Lines that come from
+    // here on are lost. The engine must not be destroyed any more.
     void giveUpLog() { m_log.giveUp(); }
 
     void onSocketError(ProbeKind kind, std::uint32_t port, const SPW_CString& address, SPW_Result code,
@@ -98,21 +97,15 @@ public:
                     const SPW_CString& text) override;
 
 private:
-    // What a discovery has been given to go on with; copies, and thus free of the engine lock.
+    // What a discovery needs to make its probes; copies, which need no engine lock.
     struct Discovery {
         ProbedPeer peer;
         ProbePlan plan;
-    };
-    // Who this device is, and what it is called.
-    struct Identity : DeviceIdentity {
-        SPW_CString quillonName;
-        SPW_CString displayName;
     };
 
     void openLog();
     void reloadSettings();
     void refreshIdentity();
-    static SPW_CArray<SPW_CString> addressesOf(const SPW_CString& host);
     void logSystemReport();
     void composeAnnouncement();
     ProbePlan probePlan() const;
@@ -144,6 +137,7 @@ private:
     bool isOwnAddressNow(const SPW_CString& address);
     bool hasAddressNow(const SPW_CString& address) const;
     Judgement beginDiscovery(const SPW_CString& address, const SPW_CString& name, Discovery& discovery);
+
     // Set before the first probe exists, then read only.
     UiSink* const m_sink;
     TestLog m_log;
@@ -155,11 +149,11 @@ private:
     SPW_CCriticalSection m_sinkLock;
 
     // The engine lock, and what it guards. Added peers, settings, identity and announcement change under both this and
-    // the control lock, so that whoever holds either may read them.
+    // the control lock. A thread that holds either may read them.
     mutable SPW_CCriticalSection m_lock;
     SPW_CArray<PeerRecord> m_addedPeers;
     Settings m_settings;
-    Identity m_identity;
+    LocalIdentity m_identity;
     SPW_CString m_announcement;
     PeerTable m_peers;
     OnceOnlyErrors m_onceOnly;

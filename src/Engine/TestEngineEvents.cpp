@@ -169,12 +169,7 @@ TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) 
     if (m_probes.isClosed() || !m_settings.includeAnyoneInReach || m_ownThisSecond.contains(address)) {
         return kUnwanted;
     }
-    for (int i = 0; i < m_identity.localAddresses.numberOfElements(); ++i) {
-        if (m_identity.localAddresses[i] == address) {
-            return kUnwanted;
-        }
-    }
-    return kStranger;
+    return m_identity.hasAddress(address) ? kUnwanted : kStranger;
 }
 
 // The engine knows the addresses of the latest start. A device may get its address, or another one, after it. Then it
@@ -198,13 +193,7 @@ bool TestEngine::hasAddressNow(const SPW_CString& address) const {
         const SPW_CGuard guard(m_lock);
         host = m_identity.hostName;
     }
-    const SPW_CArray<SPW_CString> own = addressesOf(host);
-    for (int i = 0; i < own.numberOfElements(); ++i) {
-        if (own[i] == address) {
-            return true;
-        }
-    }
-    return false;
+    return contains(reachableAddressesOf(host), address);
 }
 
 TestEngine::Judgement TestEngine::beginDiscovery(const SPW_CString& address, const SPW_CString& name,

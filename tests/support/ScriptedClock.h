@@ -9,7 +9,7 @@
 // A clock that moves only when the test says so, or when somebody sleeps. Stands in for the process's clock as long
 // as the object lives. Any thread may use it.
 //
-// The two readings lie far apart, so that whoever takes one for the other is found out. advanceMs and sleeps move both,
+// The two readings lie far apart: a mix-up of the two then fails a test. advanceMs and sleeps move both,
 // setWall moves the wall clock alone, as setting the device's time does. The local time zone is UTC plus
 // setZoneMinutes.
 class ScriptedClock : public SPW_CClock {

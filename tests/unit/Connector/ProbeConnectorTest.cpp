@@ -40,9 +40,10 @@ protected:
     // How many probes the sink has heard of since it was last asked. A stop may hit a send, which is then reported as
     // failed; it has used up no number and put nothing on the wire.
     std::size_t takeNumberOfSent() {
-        const std::vector<std::string> events = sink.take();
-        return static_cast<std::size_t>(std::count_if(
-            events.begin(), events.end(), [](const std::string& event) { return event.rfind("sent ", 0) == 0; }));
+        const std::vector<ProbeReport> reports = sink.takeReports();
+        return static_cast<std::size_t>(std::count_if(reports.begin(), reports.end(), [](const ProbeReport& report) {
+            return report.what == ProbeReport::kSent;
+        }));
     }
     // From one due time to the next.
     void passPeriod() { clock.advanceMs(kPeriodMs); }
@@ -70,8 +71,7 @@ TEST_F(ProbeConnectorTest, PeriodOfZeroSendsAtEveryStepWithoutASleep) {
         connector.sendStep();
     }
     EXPECT_THAT(clock.sleeps(), IsEmpty());
-    EXPECT_THAT(sink.take(), ElementsAre("sent 2 5009 10.0.0.2 #0: me", "sent 2 5009 10.0.0.2 #1: me",
-                                         "sent 2 5009 10.0.0.2 #2: me"));
+    EXPECT_THAT(sink.takeReports(), ElementsAre(IsSent(0), IsSent(1), IsSent(2)));
 }
 
 TEST_F(ProbeConnectorTest, SleepsTwoMillisecondsWithTwentyFiveLeft) {
@@ -209,10 +209,10 @@ TEST_F(ProbeConnectorTest, FirstProbeAfterARestartFailsOnTheClosedSocket) {
     ASSERT_TRUE(sink.waitFor(used + 3));
     ASSERT_EQ(connector.StopSending(), 0u);
     // Where the stop had hit a send, the failure stands there already before the restart.
-    const std::vector<std::string> events = sink.take();
-    EXPECT_EQ(events[used], "error 2 5009 10.0.0.2 10038: send failed 10038");
-    EXPECT_EQ(events[used + 1], "sent 2 5009 10.0.0.2 #" + std::to_string(used) + ": me");
-    EXPECT_EQ(events[used + 2], "sent 2 5009 10.0.0.2 #" + std::to_string(used + 1) + ": me");
+    const std::vector<ProbeReport> reports = sink.takeReports();
+    EXPECT_EQ(reports[used].line(), "error 2 5009 10.0.0.2 10038: send failed 10038");
+    EXPECT_THAT(reports[used + 1], IsSent(static_cast<int>(used)));
+    EXPECT_THAT(reports[used + 2], IsSent(static_cast<int>(used + 1)));
 }
 
 TEST_F(ProbeConnectorTest, HoldsTheSocketLibraryFromConstructionToDestruction) {
@@ -256,9 +256,7 @@ TEST_F(ProbeConnectorTest, PastTheGreatestNumberComesTheLeastOne) {
     connector.sendStep();
     connector.sendStep();
     connector.sendStep();
-    EXPECT_THAT(sink.take(),
-                ElementsAre("sent 2 5009 10.0.0.2 #2147483647: me", "sent 2 5009 10.0.0.2 #-2147483648: me",
-                            "sent 2 5009 10.0.0.2 #-2147483647: me"));
+    EXPECT_THAT(sink.takeReports(), ElementsAre(IsSent(2147483647), IsSent(-2147483647 - 1), IsSent(-2147483647)));
     ASSERT_EQ(sockets.sent().size(), 3u);
     EXPECT_EQ(sockets.sent()[1].bytes, std::string("Vantiro Diagnostic|-2147483648|me") + '\0');
 }

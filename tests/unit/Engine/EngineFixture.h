@@ -67,7 +67,7 @@ private:
 // An engine on a network in memory, with a registry and a log of its own. This device is called "device" and has the
 // address 10.0.0.1, and no adapter. Every address answers pings; nobody listens to probes.
 //
-// Probes are sent every 20 ms, and so is nothing left asleep for long when a test is stopped.
+// Probes are sent every 20 ms.
 class EngineFixture : public testing::Test {
 protected:
     static constexpr const char* kReportsFirstLine = "**System Settings**";
@@ -133,7 +133,7 @@ protected:
         return index < rows.numberOfElements() ? rows[index] : PeerRowValues();
     }
 
-    // The last of texts that should be there; where there is none, a text that says so and equals no other.
+    // The last of some texts. Where there is none: a text that says so and equals no other.
     static std::string lastOf(const std::vector<std::string>& texts) {
         return texts.empty() ? "(there is none)" : texts.back();
     }

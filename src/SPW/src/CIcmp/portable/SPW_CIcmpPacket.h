@@ -28,7 +28,7 @@ struct Echo {
 struct Answer {
     // kSysOk: an echo reply; else what went wrong (kIcmp... of SPW_CSysError.h).
     SPW_Result code = 0;
-    // Who replied, or whom the request that went wrong was meant for.
+    // The sender of the reply. Of an error message: the target of the request that went wrong.
     SPW_CIpAddress target;
     std::uint16_t identifier = 0;
     std::uint16_t sequence = 0;

@@ -71,7 +71,7 @@ private:
     const int m_alarm;
     const Kind m_kind;
     const std::uint16_t m_identifier;
-    // Only the receiver touches it, or who holds m_lock while there is none.
+    // Touched by the receiver alone. While there is no receiver: by the holder of m_lock.
     const std::unique_ptr<std::uint8_t[]> m_buffer;
 
     std::mutex m_lock;

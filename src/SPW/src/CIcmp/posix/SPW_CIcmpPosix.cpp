@@ -62,7 +62,7 @@ private:
 class PosixIcmp final : public SPW_CIcmp {
 public:
     SPW_Handle open() override {
-        // Whom net.ipv4.ping_group_range admits needs no privilege; everybody else needs one for the raw socket.
+        // A user in net.ipv4.ping_group_range needs no privilege. All others need one for the raw socket.
         std::unique_ptr<SPW_CIcmpChannel> own = SPW_CIcmpChannel::open(SPW_CIcmpChannel::kDatagram);
         if (own != nullptr) {
             return new Service(std::move(own));
