@@ -1,5 +1,6 @@
 #include "Dialog.h"
 
+#include "SPW_CMemory.h"
 #include "SPW_CWideW32.h"
 #include "WindowsOver.h"
 
@@ -129,7 +130,12 @@ void Dialog::setText(int id, const SPW_CString& text) {
     (void)SetWindowTextW(control(id), SPW_ToWide(text.text()));
 }
 
+// The box about the lack of memory takes messages for the dialogs, too, such as a click of a moment ago. A handler that
+// waited for a lock would wait for ever, and the user could not close the box.
 INT_PTR CALLBACK Dialog::procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (SPW_CMemory::isExhausted()) {
+        return FALSE;
+    }
     if (message == WM_INITDIALOG) {
         (void)SetWindowLongPtrW(window, DWLP_USER, lParam);
         reinterpret_cast<Dialog*>(lParam)->m_window = window;

@@ -30,4 +30,7 @@ public:
     // Says that the memory is used up and ends the process with kExhaustedCode. A second thread that comes here waits
     // for that end.
     [[noreturn]] static void exhausted();
+    // Whether a thread has come there. The threads that found no memory after it sleep until the end, and may hold a
+    // lock: from now on nothing may be waited for.
+    static bool isExhausted();
 };

@@ -66,6 +66,16 @@ TEST(MemoryTest, WithoutMemoryForTheLogsLineTheUserIsToldAllTheSame) {
         testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "logged\r?\nshown\r?\n");
 }
 
+TEST(MemoryTest, WhileTheUserIsToldTheMemoryIsKnownToBeExhausted) {
+    EXPECT_FALSE(SPW_CMemory::isExhausted());
+    EXPECT_EXIT(
+        {
+            SPW_CMemory::watch([] { say(SPW_CMemory::isExhausted() ? "exhausted\n" : "not exhausted\n"); });
+            use(moreThanThereIs);
+        },
+        testing::ExitedWithCode(SPW_CMemory::kExhaustedCode), "^exhausted\r?\n");
+}
+
 TEST(MemoryTest, WithNobodyToTellItEndsWithoutAWord) {
     EXPECT_EXIT(
         {

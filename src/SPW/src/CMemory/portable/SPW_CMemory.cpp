@@ -40,6 +40,10 @@ void SPW_CMemory::setLog(Log* newLog) {
     log = newLog;
 }
 
+bool SPW_CMemory::isExhausted() {
+    return endingThread != 0;
+}
+
 void SPW_CMemory::exhausted() {
     const std::uint32_t self = SPW_CThread::currentId();
     std::uint32_t nobody = 0;
