@@ -11,6 +11,7 @@
 #include "Journal.h"
 #include "Modules.h"
 #include "Options.h"
+#include "Sockets.h"
 #include "Space.h"
 #include "Threads.h"
 #include "Watch.h"
@@ -44,9 +45,9 @@ bool isAmong(const char* const (&names)[Count], const std::string& name) {
 }
 
 Implementation* findOurs(const std::string& name) {
-    const SystemFunction* const tables[] = {CLibrary::functions(), Files::functions(), Heap::functions(),
-                                            Modules::functions(),  Space::functions(), Threads::functions(),
-                                            Windows::functions()};
+    const SystemFunction* const tables[] = {CLibrary::functions(), Files::functions(),   Heap::functions(),
+                                            Modules::functions(),  Sockets::functions(), Space::functions(),
+                                            Threads::functions(),  Windows::functions()};
     for (const SystemFunction* each : tables) {
         for (; each->name != nullptr; ++each) {
             if (name == each->name) {
