@@ -2,6 +2,7 @@
 
 import os
 import re
+import signal
 import time
 
 import lab
@@ -218,8 +219,10 @@ class DisturbedTest(FaultTest):
         are no loss of the network's; the host tells how many these were."""
         multicast, tcp, udp = (total - received for received, total in
                                map(windows.received_and_total, window.row(self.LABEL)[2:5]))
-        merged = sum(int(line.split()[-2]) for line in self.program.journal() if "] MERGED " in line)
-        return [multicast, tcp - merged, udp]
+        return [multicast, tcp - self.merged(), udp]
+
+    def merged(self):
+        return sum(int(line.split()[-2]) for line in self.program.journal() if "] MERGED " in line)
 
     def wait_for_losses(self, window, losses):
         """A probe is known to be missing when the next one is counted."""
@@ -244,6 +247,19 @@ class DisturbedTest(FaultTest):
         windows.pause(22)  # the count has 20 seconds when the program starts
         self.check_goes_on(window)
         self.wait_for_losses(window, [0, 0, 0])
+        self.end(window)
+
+    def test_a_device_that_stands_still_for_a_while_loses_only_what_then_arrives_in_one_piece(self):
+        window = self.start("full")
+        window.wait_for_row(self.LABEL)
+        self.check_goes_on(window)
+        process = self.program.process_id()
+        os.kill(process, signal.SIGSTOP)
+        windows.pause(2)
+        os.kill(process, signal.SIGCONT)
+        self.check_goes_on(window)
+        self.wait_for_losses(window, [0, 0, 0])
+        self.assertGreater(self.merged(), 0)
         self.end(window)
 
     def test_a_network_that_goes_and_comes_back_is_measured_again(self):

@@ -1,5 +1,6 @@
 """Windows programs on a lab's device: Wine with a screen and a registry of its own, and hands to use the windows with."""
 
+import contextlib
 import os
 import re
 import select
@@ -301,6 +302,16 @@ class Program:
     def status(self):
         """The exit status, or "running"."""
         return self.owner.ask("status", self.handle)
+
+    def process_id(self):
+        """This machine's number of the process; there is one program of that name on the device."""
+        prefix = b"WINEPREFIX=" + os.fsencode(self.owner.prefix)
+        for number in filter(str.isdigit, os.listdir("/proc")):
+            with contextlib.suppress(OSError):
+                with open(f"/proc/{number}/comm", "rb") as name, open(f"/proc/{number}/environ", "rb") as environment:
+                    if name.read().strip() == b"linkometry.exe" and prefix in environment.read().split(b"\0"):
+                        return int(number)
+        raise AssertionError("the program does not run")
 
     def kill(self):
         self.owner.ask("kill", self.handle)
