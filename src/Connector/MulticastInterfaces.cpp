@@ -33,7 +33,7 @@ void MulticastInterfaces::rejoin(SPW_Socket socket, const SPW_CString& group, co
     for (int i = 0; i < m_addresses.numberOfElements(); ++i) {
         (void)SPW_CSocket::instance->dropGroup(socket, groupAddress, m_addresses[i]);  // a new socket is in none yet
     }
-    m_addresses.empty();
+    m_addresses.clear();
     getAllInterfaces();
     for (int i = 0; i < m_addresses.numberOfElements(); ++i) {
         join(socket, groupAddress, m_addresses[i], joinFailed);
@@ -64,7 +64,7 @@ void MulticastInterfaces::getAllInterfaces() {
     SPW_CArray<SPW_CIpAddress> found;
     if (!SPW_CSocket::instance->resolve(hostName, found)) {
         report(m_place.resolveLine, u"gethostbyname failed");
-        found.empty();
+        found.clear();
     }
     for (int i = 0; i < found.numberOfElements(); ++i) {
         if (isUsable(found[i])) {

@@ -88,8 +88,8 @@ void PeerTable::clear() {
         delete m_rows[i];
     }
     m_firstNumber += size();
-    m_rows.empty();
-    m_slots.empty();
+    m_rows.clear();
+    m_slots.clear();
 }
 
 std::int32_t PeerTable::add(const SPW_CString& address, const SPW_CString& name, bool hasName) {
@@ -120,7 +120,7 @@ int PeerTable::slotOf(const SPW_CString& address) const {
 
 void PeerTable::grow() {
     const int slots = std::max(kFirstSlots, m_slots.numberOfElements() * 2);
-    m_slots.empty();
+    m_slots.clear();
     for (int i = 0; i < slots; ++i) {
         m_slots.append(0);
     }

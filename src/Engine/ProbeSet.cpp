@@ -210,7 +210,7 @@ void ProbeSet::destroy(Probes& probes) {
     {
         const SPW_CGuard guard(m_lock);
         doomed = probes;
-        probes.empty();
+        probes.clear();
     }
     for (int i = 0; i < doomed.numberOfElements(); ++i) {
         delete doomed[i];

@@ -61,8 +61,8 @@ public:
         if (m_namedPeers.getNumberOfValues(count) != 0) {
             return;
         }
-        addresses.empty();
-        names.empty();
+        addresses.clear();
+        names.clear();
         for (std::uint32_t i = 0; i < count; ++i) {
             SPW_CString name;
             SPW_CRegistryData data;

@@ -209,7 +209,7 @@ SPW_Result TestEngine::logEvent(const SPW_CString& text, std::int32_t waitMs) {
 }
 
 void TestEngine::knownAddresses(SPW_CArray<SPW_CString>& addresses) const {
-    addresses.empty();
+    addresses.clear();
     const SPW_CGuard guard(m_lock);
     for (int i = 0; i < m_addedPeers.numberOfElements(); ++i) {
         addresses.append(m_addedPeers[i].address);
@@ -225,7 +225,7 @@ void TestEngine::knownAddresses(SPW_CArray<SPW_CString>& addresses) const {
 }
 
 void TestEngine::snapshot(SPW_CArray<PeerRowValues>& rows) const {
-    rows.empty();
+    rows.clear();
     const SPW_CGuard guard(m_lock);
     for (int i = 0; i < m_peers.size(); ++i) {
         rows.append(m_peers.at(i).values());
@@ -233,7 +233,7 @@ void TestEngine::snapshot(SPW_CArray<PeerRowValues>& rows) const {
 }
 
 void TestEngine::startProblems(SPW_CArray<StartProblem>& problems) const {
-    problems.empty();
+    problems.clear();
     const SPW_Result logResult = m_log.openResult();
     if (logResult != 0) {
         problems.append(StartProblem::ofLog(m_log.path(), logResult));
@@ -367,8 +367,8 @@ void TestEngine::forgetTest() {
     m_probes.destroyAll();
     const SPW_CGuard guard(m_lock);
     m_peers.clear();
-    m_onceOnly.empty();
-    m_startProblems.empty();
+    m_onceOnly.clear();
+    m_startProblems.clear();
 }
 
 // ---- Time
@@ -385,13 +385,13 @@ void TestEngine::stopTicking() {
     m_ticker.reset();
     const SPW_CGuard guard(m_lock);
     m_isTicking = false;
-    m_ownThisSecond.empty();
+    m_ownThisSecond.clear();
 }
 
 // Whatever depends on time passing. Not under the control lock: whoever holds it may be waiting for this call to end.
 void TestEngine::onSecond(std::uint64_t) {
     const SPW_CGuard guard(m_lock);
-    m_ownThisSecond.empty();
+    m_ownThisSecond.clear();
 }
 
 void TestEngine::addProblem(const StartProblem& problem) {

@@ -172,9 +172,9 @@ void AddressSet::remove(const SPW_CString& address) {
     }
 }
 
-void AddressSet::empty() {
-    m_hashes.empty();
-    m_addresses.empty();
+void AddressSet::clear() {
+    m_hashes.clear();
+    m_addresses.clear();
 }
 
 int AddressSet::find(const SPW_CString& address, std::uint32_t hash) const {
@@ -198,10 +198,10 @@ void OnceOnlyErrors::forget(ProbeKind kind, const SPW_CString& address) {
     }
 }
 
-void OnceOnlyErrors::empty() {
-    m_tcpip.empty();
-    m_udp.empty();
-    m_ping.empty();
+void OnceOnlyErrors::clear() {
+    m_tcpip.clear();
+    m_udp.clear();
+    m_ping.clear();
 }
 
 AddressSet* OnceOnlyErrors::listOf(ProbeKind kind) {

@@ -75,7 +75,7 @@ public:
     bool add(const SPW_CString& address);
     bool contains(const SPW_CString& address) const;
     void remove(const SPW_CString& address);
-    void empty();
+    void clear();
 
 private:
     int find(const SPW_CString& address, std::uint32_t hash) const;
@@ -93,7 +93,7 @@ public:
     bool admit(ProbeKind kind, const SPW_CString& address);
     // A probe of that kind has reached the address: its next error is news again.
     void forget(ProbeKind kind, const SPW_CString& address);
-    void empty();
+    void clear();
 
 private:
     AddressSet* listOf(ProbeKind kind);

@@ -124,7 +124,7 @@ void TestLogWriter::step() {
 
 // The lines go out together. The bound holds nevertheless: no more than the first of them has given its place back.
 void TestLogWriter::write(const std::uintptr_t* messages, std::uint32_t count) {
-    m_lines.empty();
+    m_lines.clear();
     std::uint32_t lines = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
         if (messages[i] == kWakeUp) {

@@ -26,8 +26,8 @@ void VTR_CTcpipListener::closeClients() {
     for (int i = 0; i < m_clients.numberOfElements(); ++i) {
         (void)SPW_CSocket::instance->close(m_clients[i]);  // a failed step may have closed it before
     }
-    m_clients.empty();
-    m_clientAddresses.empty();
+    m_clients.clear();
+    m_clientAddresses.clear();
 }
 
 void VTR_CTcpipListener::receiveStep(SPW_Socket socket) {
@@ -201,5 +201,5 @@ void VTR_CTcpipListener::closeDeparted() {
     for (int i = 0; i < m_departed.numberOfElements(); ++i) {
         (void)SPW_CSocket::instance->close(m_departed[i]);  // no other thread closes them
     }
-    m_departed.empty();
+    m_departed.clear();
 }

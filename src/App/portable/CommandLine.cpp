@@ -373,7 +373,7 @@ int scanToken(const Tokens& tokens, int index, CommandLine::Style style, Command
 }  // namespace
 
 void splitCommandLine(const SPW_CString& commandLine, SPW_CArray<SPW_CString>& tokens) {
-    tokens.empty();
+    tokens.clear();
     SPW_CString token;
     bool inQuotes = false;
     for (int i = 0; i < commandLine.length(); ++i) {

@@ -29,7 +29,7 @@ class RowTable {
 public:
     // Enters the update and says where its row is now. A new row pushes those from its place on one further down.
     RowPlace apply(const RowUpdate& update);
-    void clear() { m_rows.empty(); }
+    void clear() { m_rows.clear(); }
 
     int size() const { return m_rows.numberOfElements(); }
     // index: 0, the top row, to size() - 1; column: 0 to kPeerColumns - 1. Empty where nothing was counted yet.

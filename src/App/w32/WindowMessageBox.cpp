@@ -67,7 +67,7 @@ WindowMessageBox::~WindowMessageBox() {
     }
     {
         const SPW_CGuard guard(m_lock);
-        m_unread.empty();
+        m_unread.clear();
     }
     requestStop();
     (void)m_news.set();

@@ -89,7 +89,7 @@ public:
 
     void append(const T& element) { insertElementAt(m_numberOfElements, element); }
     // Forgets all elements; storage and capacity stay.
-    void empty() { m_numberOfElements = 0; }
+    void clear() { m_numberOfElements = 0; }
     int numberOfElements() const { return m_numberOfElements; }
     int capacity() const { return m_capacity; }
 

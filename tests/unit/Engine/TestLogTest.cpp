@@ -168,7 +168,7 @@ TEST_P(ListedKindTest, ASuccessMakesTheNextErrorNews) {
 
 TEST_P(ListedKindTest, EmptyingMakesEveryErrorNews) {
     EXPECT_TRUE(m_errors.admit(GetParam(), kAddress));
-    m_errors.empty();
+    m_errors.clear();
     EXPECT_TRUE(m_errors.admit(GetParam(), kAddress));
 }
 

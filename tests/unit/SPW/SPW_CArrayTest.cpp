@@ -120,7 +120,7 @@ TEST_F(ArrayTest, AssigningItselfChangesNothing) {
 
 TEST_F(ArrayTest, EmptyForgetsTheElementsAndKeepsTheStorage) {
     SPW_CArray<int> array = countedTo(9);
-    array.empty();
+    array.clear();
     EXPECT_EQ(array.numberOfElements(), 0);
     EXPECT_EQ(array.capacity(), 16);
     array.append(5);

@@ -16,7 +16,7 @@ public:
         asked.push_back(std::string("add ") + peer.address.toAnsi() + "=" + peer.name.toAnsi());
     }
     void knownAddresses(SPW_CArray<SPW_CString>& addresses) const override {
-        addresses.empty();
+        addresses.clear();
         for (const char16_t* address : known) {
             addresses.append(address);
         }

@@ -86,7 +86,7 @@ SPW_Result SPW_CRegistryData::setBytes(const void* bytes, std::uint32_t size) {
     if (!allocate(m_bytes)) {
         return kAllocationFailed;
     }
-    m_bytes->empty();
+    m_bytes->clear();
     for (std::uint32_t i = 0; i < size; ++i) {
         m_bytes->append(static_cast<const std::uint8_t*>(bytes)[i]);
     }
