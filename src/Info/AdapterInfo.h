@@ -6,7 +6,7 @@
 #include "OptionalField.h"
 #include "SPW_CString.h"
 
-// What the system says of one network adapter. A getter of a field that the system has left out answers
+// What the system says of one network adapter. The getter of a field that the system has left out returns
 // kAdapterFieldAbsent. Flags are 1 or 0.
 struct AdapterInfo {
     template <typename T>

@@ -6,14 +6,15 @@
 #include "SPW_CNetworkInfo.h"
 #include "SystemBuffer.h"
 
-// Goes through the system's network adapters, over a copy of their list as it was when the walk began. The copy goes
-// with the next walk or with the walker. One thread at a time.
+// Goes through the system's network adapters, one after the other. The walk uses a copy of their list that is made when
+// it begins and deleted with the next walk or with the walker. Threads: one at a time.
 class AdapterWalker {
 public:
-    // Begins a walk. 0, and `adapter` is the first one; or kSystemDataNotHad, kSystemSizeNotHad (also without any
-    // adapter) or kNotOnThisSystem, and `adapter` is unchanged.
+    // Begins a walk. Returns 0 and the first adapter. On failure `adapter` stays unchanged; the code is
+    // kSystemDataNotHad, kSystemSizeNotHad (also when there is no adapter) or kNotOnThisSystem.
     [[nodiscard]] SPW_Result begin(AdapterInfo& adapter);
-    // 0, and `adapter` is the next one; or kWalkNotBegun or kNoFurtherAdapter, and it is unchanged.
+    // Returns 0 and the next adapter. On failure `adapter` stays unchanged; the code is kWalkNotBegun or
+    // kNoFurtherAdapter.
     [[nodiscard]] SPW_Result next(AdapterInfo& adapter);
 
 private:

@@ -7,10 +7,10 @@
 #include "SPW_CString.h"
 #include "SystemBuffer.h"
 
-// An address with its mask, dotted quads, of which either may be unknown.
+// An address and its mask, both as dotted quads. Either may be unknown.
 class AddressEntry {
 public:
-    // 0, or kAdapterFieldAbsent and `value` unchanged.
+    // Returns 0, or kAdapterFieldAbsent with `value` unchanged.
     [[nodiscard]] SPW_Result getAddress(SPW_CString& value) const { return copyOut(m_address, value); }
     [[nodiscard]] SPW_Result getMask(SPW_CString& value) const { return copyOut(m_mask, value); }
     void setAddress(const SPW_CString& value) { m_address = value; }
@@ -25,6 +25,6 @@ private:
 
 using AddressList = SPW_CArray<AddressEntry>;
 
-// Appends an entry for each node of the chain that has an address or a mask, and returns their number. The nodes lie
-// in the buffer; first may be null.
+// Appends an entry for each node that has an address or a mask. Returns the number of the new entries. The nodes lie in
+// the buffer; `first` may be null.
 int readAddressList(const SystemBuffer& buffer, const SPW_AddressNode* first, AddressList& list);

@@ -14,7 +14,7 @@ bool readCompanionText(const char16_t* key, const char16_t* name, SPW_CString& t
     return registry.getRawText(name, text, sizeLimit) == 0;
 }
 
-// Of a longer name the first characters count, however long it is.
+// A name is cut behind its first 128 characters. It may have any length in the registry.
 SPW_CString readCompanionName(const char16_t* key, const char16_t* name) {
     SPW_CString text;
     return readCompanionText(key, name, text, SPW_CRegistry::kAnySize) ? text.left(kCompanionCharacters)

@@ -5,14 +5,14 @@
 #include "SPW_CString.h"
 
 // What companion products and the device have stored about themselves in the registry of the current user. Reading
-// never creates a key and never fails: what is missing is empty. Any thread.
+// creates no key and does not fail: a missing text is empty. Threads: any.
 
-// No override of the default of "multicast port".
+// Says that no companion product replaces the default of "multicast port".
 constexpr std::int32_t kNoMulticastPortOverride = -1;
 
 // The port of the KORV product, or kNoMulticastPortOverride.
 std::int32_t readKorvUdpPort();
-// Whom the device belongs to.
+// The name of the device's owner.
 SPW_CString readOwnerName();
-// How the TLP product calls this device.
+// The name that the TLP product gives to this device.
 SPW_CString readFriendlyName();

@@ -6,8 +6,8 @@ struct Range {
     char16_t first, last;
 };
 
-// What shows nothing of its own, ends a line or turns the text around it, in ascending order. Marks that belong to the
-// letter before them (accents, forms of an emoji) are none of these.
+// The characters that show nothing, end a line or change the direction of the text around them, in ascending order.
+// Marks that belong to the letter before them (accents, forms of an emoji) are not among them.
 constexpr Range kUnshown[] = {
     {0x0000, 0x001F}, {0x007F, 0x009F},  // controls
     {0x00AD, 0x00AD},                    // soft hyphen
@@ -25,7 +25,7 @@ constexpr Range kUnshown[] = {
     {0xFFF0, 0xFFFB},                    // annotations
 };
 
-// U+E0000 to U+E007F: letters of which a screen shows nothing.
+// U+E0000 to U+E007F: letters that no screen shows.
 bool isTag(char16_t high, char16_t low) {
     return high == 0xDB40 && low >= 0xDC00 && low <= 0xDC7F;
 }

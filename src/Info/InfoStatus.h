@@ -2,14 +2,14 @@
 
 #include "SPW_Types.h"
 
-// What the readers of the network's configuration answer beside 0, and what a report shows when one fails.
+// The failure codes of the readers of the network's configuration. A report shows them.
 enum InfoStatus : SPW_Result {
     kAdapterFieldAbsent = 601,
     kNoMemoryForField = 602,
     kNetworkFieldAbsent = 606,
-    // Memory for the system's data could not be had, or the call that fills it failed.
+    // There was no memory for the system's data, or the call that fills the memory failed.
     kSystemDataNotHad = 611,
-    // The system did not say how much data there is; also when there is none, as without an adapter.
+    // The system did not say how much data there is. A system without an adapter says nothing either.
     kSystemSizeNotHad = 612,
     kWalkNotBegun = 613,
     kNoFurtherAdapter = 614,

@@ -19,8 +19,8 @@ SPW_Result readNetworkParams(NetworkParams& params) {
     setFlag(params.actingAsProxy, system.enableProxy != 0);
     setFlag(params.dnsEnabled, system.enableDns != 0);
     setFlag(params.routingEnabled, system.enableRouting != 0);
-    // Deliberately the NetBIOS node type, which has nothing to do with DHCP: it is what the line "Using Dhcp" has
-    // always shown, and reports of different devices are compared with one another.
+    // Deliberately the NetBIOS node type, which has nothing to do with DHCP. The line "Using Dhcp" has always shown it,
+    // and users compare the reports of different devices.
     setFlag(params.usingDhcp, system.nodeType != 0);
     return 0;
 }

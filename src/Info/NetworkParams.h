@@ -6,7 +6,7 @@
 #include "OptionalField.h"
 #include "SPW_CString.h"
 
-// What the system says of its network as a whole. A getter of a field that the system has left out answers
+// What the system says of its network as a whole. The getter of a field that the system has left out returns
 // kNetworkFieldAbsent. Flags are 1 or 0.
 struct NetworkParams {
     template <typename T>
@@ -23,6 +23,6 @@ struct NetworkParams {
     Field<std::uint8_t> dnsEnabled;
 };
 
-// Reads them through SPW_CNetworkInfo. 0, or kSystemDataNotHad, kSystemSizeNotHad or kNotOnThisSystem; then params is
-// unchanged. params is new.
+// Reads them through SPW_CNetworkInfo. `params` must be new. Returns 0; or kSystemDataNotHad, kSystemSizeNotHad or
+// kNotOnThisSystem, with `params` unchanged.
 [[nodiscard]] SPW_Result readNetworkParams(NetworkParams& params);

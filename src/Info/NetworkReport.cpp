@@ -37,8 +37,8 @@ void print(ReportLines& lines, const NetworkParams& params) {
     printField(lines, u"   Using Dhcp: ", params.usingDhcp);
 }
 
-// Deliberately as many lines as there are primary servers, each with the secondary one of the same number: none
-// without a primary server, even if a secondary one is set. Only a list that is absent is told as such in any case.
+// Deliberately one line for each primary server, with the secondary server of the same index. Without a primary server
+// no secondary server is shown. An absent list always has its line "Not Set".
 void printSecondaryWins(ReportLines& lines, const AdapterInfo& adapter) {
     constexpr char16_t kLabel[] = u"   Secondary Wins: ";
     AddressList secondary;

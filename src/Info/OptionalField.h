@@ -5,12 +5,12 @@
 
 #include "InfoStatus.h"
 
-// A field of a record that the system may not have filled. Its value is allocated when it is first set: an absent
-// one costs a pointer. kAbsent is what the getter answers then.
+// A field of a record that the system may have left out. The first set() allocates the value, so that an absent field
+// costs only a pointer. kAbsent is the getter's code for an absent field.
 template <typename T, SPW_Result kAbsent>
 class OptionalField {
 public:
-    // 0, or kAbsent and `value` unchanged.
+    // Returns 0, or kAbsent with `value` unchanged.
     [[nodiscard]] SPW_Result get(T& value) const {
         if (m_value == nullptr) {
             return kAbsent;
@@ -19,7 +19,7 @@ public:
         return 0;
     }
 
-    // 0, or kNoMemoryForField, and the field stays absent.
+    // Returns 0, or kNoMemoryForField; the field stays absent then.
     [[nodiscard]] SPW_Result set(const T& value) {
         if (m_value == nullptr) {
             m_value.reset(new (std::nothrow) T());

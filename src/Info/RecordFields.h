@@ -3,8 +3,8 @@
 #include "AddressList.h"
 #include "OptionalField.h"
 
-// How a record's fields are filled from the system's data. A field for which there is no memory stays absent: it is
-// reported as not set, and the report goes on.
+// Fill a record's fields from the system's data. A field without memory for its value stays absent: the report shows it
+// as "Not Set" and goes on.
 
 template <SPW_Result kAbsent>
 void setUnlessEmpty(OptionalField<SPW_CString, kAbsent>& field, const SPW_CString& text) {

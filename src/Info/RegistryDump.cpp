@@ -10,14 +10,14 @@ namespace {
 
 constexpr char16_t kMakersKey[] = u"Software\\Vantiro Networks";
 
-// The registry itself holds no key that lies deeper, so that this ends only what a link leads round in a circle.
+// The registry allows no deeper key. Only a link that leads round in a circle reaches this limit.
 constexpr int kDeepestKey = 512;
 
-// Writes a key with all that is below it: its values, then each subkey's full path followed by what is in that. A line
-// is indented by its key's depth below the first one.
+// Writes a key with all that is below it: first its values, then for each subkey its full path and its content. A line
+// is indented by its key's depth below the first key.
 //
-// The tree may be as deep as the registry allows, on a thread whose stack is small: the way down is kept in an array,
-// not in calls, and no more of it than what is needed to go on.
+// The tree can be as deep as the registry allows and the thread's stack is small. An array keeps the way down instead
+// of nested calls. It holds only what is needed to go on.
 class RegistryDump {
 public:
     RegistryDump(ReportLines& lines, const SPW_CString& hive, const SPW_CString& path)

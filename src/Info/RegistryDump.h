@@ -2,6 +2,7 @@
 
 #include "ReportLines.h"
 
-// The report's block about what the registry holds under the maker's keys, with its head and end lines. Makes these
-// keys where they are missing and the registry lets it. What cannot be read leaves its lines out; nothing is reported.
+// The report's block about all that the registry holds below the maker's keys, with its head and end lines. Creates
+// these keys if they are missing and the registry allows it. A value or key that cannot be read has no line; no failure
+// is reported.
 void printRegistry(ReportLines& lines);

@@ -7,16 +7,16 @@
 #include "ReportLines.h"
 #include "SPW_CString.h"
 
-// How the report writes its fields: a label, which brings its indent, colon and blank along, and the value.
+// The report's fields: a label and its value. The label includes its indent, colon and blank.
 
 void printText(ReportLines& lines, const char16_t* label, const SPW_CString& value);
 void printNumber(ReportLines& lines, const char16_t* label, std::int32_t value);
 // 1 is "yes", everything else "no".
 void printFlag(ReportLines& lines, const char16_t* label, std::uint8_t flag);
-// The half of the entry that is unknown is "Not Set".
+// An unknown address or mask is "Not Set".
 void printAddress(ReportLines& lines, const char16_t* label, const AddressEntry& entry);
 
-// The same by the value's kind; a list has a line for each entry.
+// The same, chosen by the type of the value. A list has a line for each entry.
 void printValue(ReportLines& lines, const char16_t* label, const SPW_CString& value);
 void printValue(ReportLines& lines, const char16_t* label, std::uint32_t value);
 void printValue(ReportLines& lines, const char16_t* label, std::uint8_t flag);

@@ -2,7 +2,7 @@
 
 #include "SPW_CString.h"
 
-// Where the lines of a report go. They come one after another, on the thread that makes the report.
+// Receives the lines of a report in their order. Threads: the one that makes the report.
 class ReportLines {
 public:
     virtual ~ReportLines() = default;

@@ -9,10 +9,10 @@
 #include "SPW_CString.h"
 #include "SPW_Types.h"
 
-// The memory that the platform fills with its records, which point at one another in it.
+// The memory that the platform fills with its records. The records point at one another inside it.
 //
-// The records are taken as they come, but never further than the memory goes: a pointer that leads out of it ends its
-// chain, as does a chain that is longer than the memory has room for.
+// A pointer that leads out of the memory ends its chain. A chain also ends after as many records as the memory has room
+// for, so that a circle of pointers is no endless walk.
 class SystemBuffer {
 public:
     SystemBuffer() = default;
@@ -20,8 +20,8 @@ public:
     SystemBuffer(const SystemBuffer&) = delete;
     SystemBuffer& operator=(const SystemBuffer&) = delete;
 
-    // Reads anew, in two steps: asks for the size, then fills memory of that size. 0 or a code of InfoStatus; then
-    // nothing is held. What was held before goes in any case.
+    // Reads again in two steps: asks for the size, then has memory of that size filled. Deletes the earlier content in
+    // any case. Returns 0, or a code of InfoStatus with nothing held.
     template <typename Record>
     [[nodiscard]] SPW_Result read(SPW_Result (SPW_CNetworkInfo::*call)(Record*, std::uint32_t&)) {
         release();
@@ -60,16 +60,16 @@ private:
     std::size_t m_size = 0;    // bytes
 };
 
-// Goes from record to record by their `next`, inside a buffer that outlives the chain.
+// Goes from record to record by their `next`. The buffer must outlive the chain.
 template <typename Record>
 class RecordChain {
 public:
     RecordChain(const SystemBuffer& buffer, const Record* first)
         : m_buffer(buffer), m_left(buffer.size() / sizeof(Record)), m_current(accepted(first)) {}
 
-    // Null behind the last one.
+    // The current record; null behind the last one.
     const Record* current() const { return m_current; }
-    // Only while there is a current one.
+    // Allowed only while there is a current record.
     void advance() { m_current = accepted(m_current->next); }
 
 private:
@@ -86,7 +86,7 @@ private:
     const Record* m_current;
 };
 
-// A text field of a record, in the system's code page. One without a null ends where its field ends.
+// A text field of a record, in the system's code page. A text without a null ends with its field.
 template <std::size_t size>
 SPW_CString fieldText(const char (&field)[size]) {
     char text[size + 1];

@@ -11,15 +11,15 @@
 
 namespace {
 
-// One text of lines that end with CR LF, whatever the platform's own line end is. A string grows in small steps, and
-// would be copied with every second line of a report that is long.
+// One text of lines that end with CR LF on every platform. The lines are collected first: a string grows in small
+// steps, and a long report would be copied at every second line.
 class LinesOfText : public ReportLines {
 public:
     void line(const SPW_CString& text) override {
         const SPW_CString shown = showableText(text) + u"\r\n";
         m_units.insert(m_units.end(), shown.text(), shown.text() + shown.length());
     }
-    // Once, behind the last line.
+    // Called once, behind the last line.
     SPW_CString takeText() {
         m_units.push_back(u'\0');
         return SPW_CString(m_units.data());
@@ -29,7 +29,7 @@ private:
     std::vector<char16_t> m_units;
 };
 
-// What both forms have; the end of the block about IP settings is left open.
+// The lines that both forms have. The caller closes the block about IP settings.
 void printDevice(ReportLines& lines, const DeviceIdentity& device, ReportForm form) {
     lines.line(u"**System Settings**");
     lines.line(operatingSystemText());

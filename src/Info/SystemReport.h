@@ -5,23 +5,22 @@
 #include "SPW_CString.h"
 #include "Settings.h"
 
-// The report of what device and network a test runs on, in its two forms. No failure ends a report: what cannot be had
-// is shown as such. Both read the platform's configuration anew each time and may take as long as it takes to read it.
-// Any thread; the platform is reached through SPW_CSystemInfo, SPW_CNetworkInfo and the registry.
+// The report about the device and the network of a test, in its two forms. No failure ends a report: it shows a missing
+// value as missing. Both forms read the platform's configuration at each call and block as long as that takes. They use
+// SPW_CSystemInfo, SPW_CNetworkInfo and the registry. Threads: any.
 
-// Who this device is, as its owner of the moment has found out.
+// The names and addresses of this device, as the caller has found them out.
 struct DeviceIdentity {
     SPW_CString ownerName;
     SPW_CString hostName;
     SPW_CArray<SPW_CString> localAddresses;  // dotted quads
 };
 
-// The short form, for a window or a file: system and IP settings, each line ended by CR LF. Control characters that the
-// system's own texts may hold are shown as showableText() shows them, so that a line stays one.
+// The short form, for a window or a file: system and IP settings, each line ended by CR LF. The lines pass through
+// showableText(), because the system's own texts can hold control characters.
 SPW_CString localInfoText(const DeviceIdentity& device);
 
-// The long form, for the test log: also the adapters, the program's settings and what the registry holds under the
-// maker's keys. Leaves the maker's key in place in both hives where the registry lets it. The lines hold what the
-// system and the registry hold: whoever takes them makes them fit to be shown, as the test log does with each of its
-// lines.
+// The long form, for the test log. It adds the adapters, the program's settings and all that the registry holds below
+// the maker's keys. It creates the maker's key in both hives if the registry allows it. The lines have not passed
+// through showableText(): the receiver calls it, as the test log does for each of its lines.
 void reportSystem(ReportLines& lines, const DeviceIdentity& device, const Settings& settings);

@@ -2,12 +2,12 @@
 
 #include "SPW_CString.h"
 
-// Who may read the registry, for files into which parts of it are copied.
+// The right to read the registry, for files that hold parts of it.
 namespace SPW_CHiveRights {
 
-// Makes an empty file when there is none, and takes from its group and from all others what they may not do with a hive
-// of the current user or the local machine. Nothing to do where hives are no files, and for a device. False when the
-// rights cannot be taken away. Any thread.
+// Gives the file's group and all others no right that they do not have to the hives of the current user and the local
+// machine. Creates a missing file, empty. Does nothing for a device and on systems whose hives are not files. Returns
+// false when the rights cannot be taken away. Threads: any.
 bool limit(const SPW_CString& path);
 
 }  // namespace SPW_CHiveRights

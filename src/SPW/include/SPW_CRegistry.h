@@ -8,8 +8,8 @@
 
 // A registry value on its way in or out: text, list of texts, number or bytes.
 //
-// Each kind keeps a payload of its own: a getter answers what was last set of its kind, also after another kind
-// has been set; type() says which kind came last. Threads: an object belongs to one thread at a time.
+// Each kind has a payload of its own. A getter returns what was last set of its kind, also after another kind has been
+// set. type() is the kind that was set last. Threads: an object belongs to one thread at a time.
 class SPW_CRegistryData {
 public:
     enum Type { kNotSet = 0, kString = 1, kStringList = 2, kNumber = 3, kBytes = 4 };
@@ -22,18 +22,18 @@ public:
     SPW_CRegistryData& operator=(const SPW_CRegistryData&) = delete;
 
     Type type() const { return m_type; }
-    // 0, or 561 when there is no memory; the object is then as before.
+    // Returns 0, or 561 without memory. The object is unchanged then.
     SPW_Result setString(const SPW_CString& value);
     SPW_Result setStringList(const SPW_CArray<SPW_CString>& value);
     SPW_Result setNumber(std::uint32_t value);
     SPW_Result setBytes(const void* bytes, std::uint32_t size);
-    // 0, or 562, and `value` unchanged, when this kind was never set.
+    // Returns 0, or 562 with `value` unchanged when this kind was never set.
     [[nodiscard]] SPW_Result getString(SPW_CString& value) const;
     [[nodiscard]] SPW_Result getStringList(SPW_CArray<SPW_CString>& value) const;
     [[nodiscard]] SPW_Result getNumber(std::uint32_t& value) const;
     [[nodiscard]] SPW_Result getBytes(SPW_CArray<std::uint8_t>& value) const;
-    // The value as text whatever its type: a text as it is, a number in decimal, a list joined by blanks,
-    // bytes as the 8-bit text that they spell up to the first zero. False, and `text` unchanged, when nothing is set.
+    // The value as text, for every type: a text as it is, a number in decimal, a list joined by blanks, bytes as 8-bit
+    // text up to the first zero. Returns false with `text` unchanged when nothing is set.
     bool toText(SPW_CString& text) const;
 
 private:
@@ -44,23 +44,24 @@ private:
     SPW_CArray<std::uint8_t>* m_bytes;
 };
 
-// Changes to one hive that belong together, made through the SPW_CRegistry objects that were given this one: each reads
-// what the others have set, and where the hive is a file all is written at once. Where the registry is the system's own
-// each change counts at once.
+// Changes to one hive that belong together. They are made through the SPW_CRegistry objects that were constructed with
+// this object. Each of these reads what the others have set. A hive that is a file is written once, by write(). In the
+// system's own registry each change counts at once.
 //
-// Ends behind its SPW_CRegistry objects. Threads: as they.
+// Must outlive its SPW_CRegistry objects. Threads: like SPW_CRegistry.
 class SPW_CRegistryEdits {
 public:
-    // From write(): somebody else has changed the hive since it was first read here, and nothing has been written.
+    // Result of write(): the hive has been changed by others since it was first read here. Nothing has been written.
     static constexpr SPW_Result kOvertaken = 1237;
 
     explicit SPW_CRegistryEdits(const SPW_CString& hive);
-    // What write() was not called for is not written.
+    // Discards changes that no write() has written.
     ~SPW_CRegistryEdits();
     SPW_CRegistryEdits(const SPW_CRegistryEdits&) = delete;
     SPW_CRegistryEdits& operator=(const SPW_CRegistryEdits&) = delete;
 
-    // Once, at the end: the keys are of no more use afterwards. 0, kOvertaken or the registry's code.
+    // Called once, at the end. The SPW_CRegistry objects cannot be used afterwards. Returns 0, kOvertaken or the
+    // registry's code.
     [[nodiscard]] SPW_Result write();
 
 private:
@@ -71,15 +72,14 @@ private:
     SPW_Handle m_root;  // null for a hive that is not supported, and at the end
 };
 
-// One registry key, opened and closed around every operation, so that none stays open between calls.
+// One registry key. Every operation opens and closes it, so that no key stays open between calls.
 //
-// The key is named by its hive ("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER" or "HKEY_LOCAL_MACHINE", spelled so) and its
-// path below it with back-slashes. Making the object makes the key, unchecked: whoever may not make
-// it learns that from the first operation. On Linux a hive is a text file, see docs/hive-files.md.
+// The key is named by its hive ("HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER" or "HKEY_LOCAL_MACHINE", in this spelling) and
+// by its path below the hive, with back-slashes. The constructor creates a missing key. It does not report a failure:
+// the first operation does. On Linux a hive is a text file, see docs/hive-files.md.
 //
-// Operations answer 0 or one of the codes below and leave the reason in getLastError; nothing is reported.
-// Threads: an object belongs to one thread at a time; different objects, also of different processes, may name the
-// same key.
+// Operations return 0 or one of the codes below and leave the reason in getLastError. Nothing is reported. Threads: an
+// object belongs to one thread at a time. Several objects, also of several processes, may name the same key.
 class SPW_CRegistry {
 public:
     // The registry refused; the text ends with its code, 2 for "not found" and 259 for "past the last one".
@@ -90,40 +90,40 @@ public:
     static constexpr SPW_Result kNothingToWrite = 544;
     static constexpr SPW_Result kTypeNotSupported = 545;
 
-    // Makes sure that the key exists, unless told to leave a missing one missing: what other products keep is read
-    // without planting empty keys there.
+    // Creates a missing key, unless kOnlyIfPresent is given. That is for keys of other products, where this program
+    // must not leave empty keys.
     enum Presence { kCreateKey, kOnlyIfPresent };
     SPW_CRegistry(const SPW_CString& hive, const SPW_CString& path, Presence presence = kCreateKey);
-    // One key of several that are changed together; made where it is missing.
+    // One of several keys that are changed together. Creates a missing key.
     SPW_CRegistry(const SPW_CRegistryEdits& edits, const SPW_CString& path);
     virtual ~SPW_CRegistry();
     SPW_CRegistry(const SPW_CRegistry&) = delete;
     SPW_CRegistry& operator=(const SPW_CRegistry&) = delete;
 
-    // A key directly or deeper below this one; that it exists already is a success.
+    // Creates a key at any depth below this one. A key that exists already is a success.
     [[nodiscard]] SPW_Result createKey(const SPW_CString& name);
-    // The subkey with all that is below it, deepest first.
+    // Deletes the subkey with all that is below it, the deepest keys first.
     [[nodiscard]] SPW_Result deleteKey(const SPW_CString& name);
     [[nodiscard]] SPW_Result deleteValue(const SPW_CString& name);
-    // Indexes count from 0; callers go on until the answer is not 0.
+    // Indexes count from 0. Callers go on until the result is not 0.
     [[nodiscard]] SPW_Result enumKey(std::uint32_t index, SPW_CString& name);
-    // A value of a type that is not handled gives 545 and sets the name; the data stay as they were.
+    // A value of a type that is not handled gives 545. `name` is set then and `data` unchanged.
     [[nodiscard]] SPW_Result enumValue(std::uint32_t index, SPW_CString& name, SPW_CRegistryData& data);
     [[nodiscard]] SPW_Result getNumberOfSubKeys(std::uint32_t& count);
     [[nodiscard]] SPW_Result getNumberOfValues(std::uint32_t& count);
     // Data of more than 510 bytes give 540 with the code 234. An empty name is the key's default value.
     [[nodiscard]] SPW_Result getValue(const SPW_CString& name, SPW_CRegistryData& data);
-    // The wide text that the value's bytes spell up to their first null, whatever its type: how values of other
-    // products are read, which may hold anything. A byte behind the last whole character counts as a character. Data of
-    // more than `sizeLimit` bytes give 540 with the code 234. Other codes as getValue gives them, but for 545; `text`
-    // is unchanged then.
+    // The value's bytes as wide text up to the first null, for every type. It reads the values of other products, which
+    // can be of any type. A byte behind the last whole character counts as a character. Data of more than `sizeLimit`
+    // bytes give 540 with the code 234. The other codes are those of getValue without 545. `text` is unchanged on
+    // failure.
     static constexpr std::uint32_t kAnySize = 0xFFFFFFFF;
     [[nodiscard]] SPW_Result getRawText(const SPW_CString& name, SPW_CString& text, std::uint32_t sizeLimit = kAnySize);
     [[nodiscard]] SPW_Result setValue(const SPW_CString& name, const SPW_CRegistryData& data);
     SPW_Result getKeyName(SPW_CString& hive, SPW_CString& path) const;
-    // Whether the latest failure was that there is no such key or value, and not that there is one that cannot be had.
+    // Whether the latest failure means that the key or value does not exist. False when it exists and cannot be read.
     bool isMissing() const { return m_isMissing; }
-    // The text of the latest failure, which is then forgotten; successes leave it alone. Always 0.
+    // Returns the text of the latest failure and forgets it. A success does not change it. Always 0.
     SPW_Result getLastError(SPW_CString& text);
 
 private:

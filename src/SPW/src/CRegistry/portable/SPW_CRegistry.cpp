@@ -49,7 +49,7 @@ std::uint32_t bytesWithTerminator(const SPW_CString& text) {
     return (static_cast<std::uint32_t>(text.length()) + 1) * 2;
 }
 
-// A value as it comes out of the registry. There is a terminator behind the data, whatever they are.
+// A value as it comes out of the registry. A terminator stands behind the data of every type.
 struct RawValue {
     std::uint32_t type = SPW_CRegistrySys::kNone;
     std::uint32_t size = kDataSize;
@@ -71,7 +71,7 @@ SPW_Result queryLongText(SPW_Handle key, const SPW_CString& name, std::uint32_t 
     return code;
 }
 
-// A value that has grown between the two looks gives the code 234, as one beyond the limit does.
+// A value that has grown between the two calls gives the code 234, like a value beyond the limit.
 SPW_Result queryText(SPW_Handle key, const SPW_CString& name, std::uint32_t sizeLimit, SPW_CString& text) {
     RawValue raw;
     const SPW_Result code = sys().queryValue(key, name, raw.type, raw.units, raw.size);
@@ -89,8 +89,8 @@ SPW_Result queryText(SPW_Handle key, const SPW_CString& name, std::uint32_t size
 }
 
 void listFromRaw(const char16_t* units, std::uint32_t size, SPW_CArray<SPW_CString>& list) {
-    // What is written here ends at the last text's terminator. A list that ends with one terminator more, as others
-    // write it, deliberately has an empty text as its last element: a reader gets what is there.
+    // This class ends a list with the terminator of its last text. Other programs write one terminator more. Such a
+    // list deliberately has an empty text as its last element: the reader gets what is stored.
     std::uint32_t consumed = 0;
     while (consumed < size) {
         const SPW_CString text(units + consumed / 2);
@@ -135,7 +135,7 @@ SPW_CRegistry::SPW_CRegistry(const SPW_CRegistryEdits& edits, const SPW_CString&
     makeSure();
 }
 
-// Unchecked: an operation that misses the key will say so.
+// A failure is not checked: the first operation on the missing key reports it.
 void SPW_CRegistry::makeSure() {
     SPW_Handle key = nullptr;
     if (sys().createKey(m_root, m_path, SPW_CRegistrySys::kAllAccess, key) == 0) {
@@ -294,7 +294,7 @@ SPW_Result SPW_CRegistry::fail(SPW_Result status, const SPW_CString& text) {
     return status;
 }
 
-// Deliberately some of the texts end in a blank and some do not: the number follows them as it comes.
+// Deliberately some of the texts end in a blank and some do not. The number follows without a further blank.
 SPW_Result SPW_CRegistry::failCall(const char16_t* what, SPW_Result code) {
     SPW_CString text(what);
     text += static_cast<unsigned long>(code);
@@ -358,7 +358,7 @@ SPW_Result SPW_CRegistry::queryCounts() {
     return status;
 }
 
-// Deliberately a failure inside returns at once and leaves the child open, as this has always done.
+// Deliberately a failure inside returns at once and leaves the child open. This class has always done so.
 SPW_Result SPW_CRegistry::deleteTree(SPW_Handle parent, const SPW_CString& name) {
     if (name.isEmpty()) {
         return kSysBadKey;
@@ -412,7 +412,7 @@ SPW_Result SPW_CRegistry::fromRaw(std::uint32_t type, const void* bytes, std::ui
 }
 
 SPW_Result SPW_CRegistry::writeTagged(const SPW_CString& name, const SPW_CRegistryData& data) {
-    // A tag says that its payload is there, so that the getters cannot fail here.
+    // The type says that its payload is there. The getters cannot fail here.
     switch (data.type()) {
         case SPW_CRegistryData::kString: {
             SPW_CString text;
@@ -438,7 +438,7 @@ SPW_Result SPW_CRegistry::writeTagged(const SPW_CString& name, const SPW_CRegist
     }
 }
 
-// The texts one after the other, each with its terminator, and deliberately no empty one at the end.
+// The texts one after the other, each with its terminator. Deliberately no empty text stands at the end.
 SPW_Result SPW_CRegistry::writeList(const SPW_CString& name, const SPW_CRegistryData& data) {
     SPW_CArray<SPW_CString> list;
     (void)data.getStringList(list);  // the tag says that it is there

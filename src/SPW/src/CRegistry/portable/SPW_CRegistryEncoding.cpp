@@ -2,7 +2,7 @@
 
 namespace {
 
-// Number of bytes of the UTF-8 sequence that starts so, 0 for a byte that starts none.
+// The number of bytes of the UTF-8 sequence that begins with this byte; 0 when none begins with it.
 std::size_t sequenceLength(unsigned char lead) {
     return lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
 }

@@ -5,12 +5,12 @@
 #include "SPW_CString.h"
 #include "SPW_Types.h"
 
-// What SPW_CRegistry needs of a platform's registry. Any thread may call every operation; none keeps a reference to an
-// argument, and none waits for anything but the disk and another writer's turn.
+// What SPW_CRegistry needs of a platform's registry. Threads: any. No operation keeps a reference to an argument. An
+// operation blocks only for the disk and for another writer's turn.
 //
-// Operations answer 0 or a code of SPW_CSysError.h: 2 not found, 5 access denied, 6 invalid handle, 87 name not
-// possible, 234 buffer too small, 259 index past the end, 1009 the registry is damaged. Writers, also 32: another one
-// does not let them.
+// Operations return 0 or a code of SPW_CSysError.h: 2 not found, 5 access denied, 6 invalid handle, 87 name not
+// possible, 234 buffer too small, 259 index past the end, 1009 the registry is damaged. Writing operations can also
+// return 32: another writer holds the registry.
 class SPW_CRegistrySys : public SPW_CObject {
 public:
     static SPW_CRegistrySys* instance;
@@ -24,29 +24,30 @@ public:
         kRead = 0x20019,
         kAllAccess = 0xF003F,
     };
-    // The one code that no platform gives by itself.
+    // The only code that no platform gives by itself.
     static constexpr SPW_Result kOvertaken = 1237;
     enum Type : std::uint32_t { kNone = 0, kSz = 1, kExpandSz = 2, kBinary = 3, kDword = 4, kMultiSz = 7 };
 
-    // A hive's handle. It exists always and is never closed.
+    // The handle of a hive. It always exists and is never closed.
     virtual SPW_Handle rootKey(Hive hive) = 0;
-    // A handle to use in the place of the hive's: what is changed below it is read back below it at once, and may be
-    // written only by endEdits(), in one piece. Belongs to one thread.
+    // Returns a handle that stands for the hive. Changes below it are visible below it at once. endEdits() may be what
+    // writes them, all in one piece. Threads: one.
     virtual SPW_Handle beginEdits(Hive hive) = 0;
-    // Ends a handle of beginEdits(), below which no key is open. With `write` 0 when all changes are written, or were
-    // already; else none is: kOvertaken when somebody else has changed the hive since it was first read below `root`.
+    // Ends a handle of beginEdits(). No key below it may be open. With `write` it writes the changes: 0 means that all
+    // are written, every other code that none is. kOvertaken means that the hive has been changed by others since it
+    // was first read below `root`.
     virtual SPW_Result endEdits(SPW_Handle root, bool write) = 0;
-    // Opens the key, made with all its missing parents when it does not exist. The path is below `parent`.
+    // Opens the key. Creates it with all missing parents when it does not exist. The path is below `parent`.
     virtual SPW_Result createKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access, SPW_Handle& key) = 0;
     virtual SPW_Result openKey(SPW_Handle parent, const SPW_CString& path, std::uint32_t access, SPW_Handle& key) = 0;
     virtual SPW_Result closeKey(SPW_Handle key) = 0;
-    // A key without subkeys.
+    // Deletes a key without subkeys.
     virtual SPW_Result deleteKey(SPW_Handle parent, const SPW_CString& name) = 0;
     virtual SPW_Result deleteValue(SPW_Handle key, const SPW_CString& name) = 0;
-    // `nameSize` is the longest name in characters, terminator included.
+    // `nameSize` is the size of the longest allowed name in characters, terminator included.
     virtual SPW_Result enumKey(SPW_Handle key, std::uint32_t index, SPW_CString& name, std::uint32_t nameSize) = 0;
-    // `size` is the size of the buffer going in and that of the data coming out, in bytes, here and below. Data are in
-    // the registry's own form: texts UTF-16 with their terminators.
+    // `size` is the buffer's size on entry and the data's size on return, in bytes, here and below. Data are in the
+    // registry's own form: texts are UTF-16 with their terminators.
     virtual SPW_Result enumValue(SPW_Handle key, std::uint32_t index, SPW_CString& name, std::uint32_t nameSize,
                                  std::uint32_t& type, void* data, std::uint32_t& size) = 0;
     virtual SPW_Result queryCounts(SPW_Handle key, std::uint32_t& subKeys, std::uint32_t& values) = 0;

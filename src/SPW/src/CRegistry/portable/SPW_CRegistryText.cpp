@@ -16,7 +16,7 @@ std::u16string_view view(const SPW_CString& text) {
     return {text.text(), static_cast<std::size_t>(text.length())};
 }
 
-// Of the folded name, so that spellings that compare equal meet in one slot.
+// The hash of the folded name: spellings that compare equal share a slot.
 std::uint32_t hashName(int owner, std::u16string_view name) {
     std::uint32_t hash = 2166136261u ^ static_cast<std::uint32_t>(owner) * 2654435761u;
     for (const char16_t unit : name) {
@@ -31,7 +31,7 @@ bool sameName(std::u16string_view a, std::u16string_view b) {
            });
 }
 
-// Cuts the first part off the path. Empty parts, at the ends or doubled, are passed over.
+// Cuts the first part off the path. Skips empty parts at the ends and between two back-slashes.
 std::u16string_view takePart(std::u16string_view& path) {
     while (!path.empty() && path.front() == u'\\') {
         path.remove_prefix(1);
@@ -47,7 +47,7 @@ bool canBeKeyName(std::u16string_view name) {
            name.find_first_of(std::u16string_view(u"]\r\n\0", 4)) == std::u16string_view::npos;
 }
 
-// Line breaks may stand between quotation marks, but not half of one.
+// A line break may stand between quotation marks, but not one half of CR LF.
 bool canBeQuoted(std::u16string_view name) {
     for (std::size_t i = 0; i < name.size(); ++i) {
         if (name[i] == 0 || (name[i] == u'\r' && (i + 1 == name.size() || name[i + 1] != u'\n'))) {
@@ -101,7 +101,7 @@ SPW_CRegistryText::SPW_CRegistryText(const SPW_CString& hive) : m_hive(hive) {
 
 bool SPW_CRegistryText::parse(const char* bytes, std::size_t size, Problem& problem) {
     clear();
-    // Places in the text are kept in 32 bits, and edits want room as well.
+    // Positions in the text have 32 bits. Edits need room as well.
     if (size > INT32_MAX / 4) {
         problem = {0, u"the file is too large"};
         return false;
@@ -176,7 +176,7 @@ void SPW_CRegistryText::buildIndex() {
     sliceValues(slotItems);
 }
 
-// Makes the nodes, and the list of the values in the order of their first places, each with its last item.
+// Makes the nodes. Makes the list of the values in the order of their first items, each with its last item.
 void SPW_CRegistryText::indexPaths(std::vector<int>& slotItems) {
     int current = kRoot;
     for (std::size_t i = 0; i < m_items.size(); ++i) {
@@ -229,7 +229,7 @@ void SPW_CRegistryText::sliceChildren() {
     }
 }
 
-// Groups the values by key and enters them in the table anew, by their places in the groups.
+// Groups the values by key. Enters them in the table again, now by their positions in the groups.
 void SPW_CRegistryText::sliceValues(const std::vector<int>& slotItems) {
     for (const int item : slotItems) {
         ++m_nodes[at(m_items[at(item)].node)].values.count;
@@ -361,7 +361,7 @@ SPW_Result SPW_CRegistryText::deleteKey(const SPW_CString& path) {
             afterRemoved = true;
             continue;
         }
-        // The blank line that set the section apart goes with it.
+        // Removes the blank line before the section too.
         if (!(afterRemoved && isBlank(bytes(item.raw)) && !kept.empty() && isBlank(bytes(kept.back().raw)))) {
             kept.push_back(item);
         }
@@ -370,7 +370,7 @@ SPW_Result SPW_CRegistryText::deleteKey(const SPW_CString& path) {
     m_items.swap(kept);
     m_changed = true;
     buildIndex();
-    // A parent that only this key's path mentioned must not go with it.
+    // A parent that only this key's path mentions must stay.
     if (findKey(kRoot, parent) == kNotFound) {
         appendSection(parent);
     }
@@ -422,7 +422,7 @@ SPW_Result SPW_CRegistryText::deleteValue(const SPW_CString& path, const SPW_CSt
     if (key == kNotFound || findValue(key, name) == kNotFound) {
         return kSysFileNotFound;
     }
-    // All the places of the value, or an earlier one would come to light.
+    // Removes every item of the value. An earlier item would count again otherwise.
     const auto isValue = [&](const Item& item) {
         return item.kind == Item::kValue && item.node == key && sameName(units(item.name), view(name));
     };
@@ -450,7 +450,7 @@ void SPW_CRegistryText::insertItem(std::size_t place, const Item& item) {
     buildIndex();
 }
 
-// The last line of a file may lack its line break, which is needed once something follows.
+// The last line of a file can lack its line break. It needs one before another line follows.
 void SPW_CRegistryText::endLine(Item& item) {
     const std::string_view raw = bytes(item.raw);
     if (raw.empty() || raw.back() == '\n') {

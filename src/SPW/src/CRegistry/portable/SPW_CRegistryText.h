@@ -8,30 +8,30 @@
 #include "SPW_CString.h"
 #include "SPW_Types.h"
 
-// One registry hive as a text in the format that registry editors export: in UTF-8, or in UTF-16LE with a byte order
-// mark, in which a text that was read so is written again.
+// One registry hive as a text in the format that registry editors export, in UTF-8 or in UTF-16LE with a byte order
+// mark. A text is written in the encoding in which it was read.
 //
-// The text is kept line by line as it was written: comments, blank lines, the order and the spelling of everything that
-// an edit does not touch survive in serialise(). docs/hive-files.md describes the format for those who write it.
+// The text is kept line by line. serialise() returns comments, blank lines, order and spelling unchanged wherever no
+// edit has changed them. docs/hive-files.md describes the format for users.
 //
-// Keys are numbers, kRoot for the hive itself, that are valid until the next edit. Names of keys and values
-// compare without regard to case and keep their spelling. A key that only the path of another one mentions exists.
-// A value that stands twice in a key has the data of the last place. Parsing and every single edit take time
-// linear in the size of the text, look-ups do not depend on it.
+// Keys are numbers, kRoot for the hive itself. They are valid until the next edit. Names of keys and values compare
+// without regard to case and keep their spelling. A key that only another key's path mentions exists. A value that
+// stands twice in a key has the data of the last one. Parsing and each edit take time linear in the size of the text.
+// The time of a look-up does not depend on it.
 //
-// Threads: like any value; several may read one object while nobody edits it.
+// Threads: an object belongs to one thread at a time. Several threads may read it while none edits it.
 class SPW_CRegistryText {
 public:
     static constexpr int kRoot = 0;
     static constexpr int kNotFound = -1;
-    // What the registry allows, in characters and in levels below the hive.
+    // The registry's limits, in characters and in levels below the hive.
     static constexpr int kKeyNameLimit = 255;
     static constexpr int kDepthLimit = 512;
 
     enum ValueType : std::uint32_t { kNone = 0, kSz = 1, kExpandSz = 2, kBinary = 3, kDword = 4, kMultiSz = 7 };
 
-    // Data as the registry holds them: texts are UTF-16LE with their terminator. The views live as long as the text
-    // object is not changed.
+    // Data in the registry's own form: texts are UTF-16LE with their terminator. The views are valid until the text
+    // object is changed.
     struct Value {
         std::u16string_view name;  // empty for the default value
         std::uint32_t type = kNone;
@@ -48,13 +48,14 @@ public:
     // An empty hive of this name ("HKEY_CURRENT_USER").
     explicit SPW_CRegistryText(const SPW_CString& hive);
 
-    // Replaces everything. On false the object is as after construction, and `problem` says why.
+    // Replaces everything. Returns false when the text is refused; `problem` says why, and the object is as after
+    // construction.
     bool parse(const char* bytes, std::size_t size, Problem& problem);
     void serialise(std::vector<char>& bytes) const;
     // Whether an edit has changed the text since it was parsed or made.
     bool isChanged() const { return m_changed; }
 
-    // `path` below the key, parts joined by back-slashes; empty for the key itself.
+    // `path` is below the key, its parts joined by back-slashes. An empty path is the key itself.
     int findKey(int key, const SPW_CString& path) const;
     int numberOfSubKeys(int key) const { return m_nodes[at(key)].children.count; }
     int subKey(int key, int index) const;
@@ -64,13 +65,13 @@ public:
     // kNotFound or the index of the value.
     int findValue(int key, const SPW_CString& name) const;
 
-    // Edits. Each answers 0 or a code and changes nothing when there is nothing to change.
-    // Code 87 for a name that the format or the registry cannot hold.
+    // Edits. Each returns 0 or a code. An edit that changes nothing leaves the text as it is. Code 87 for a name that
+    // the format or the registry cannot hold.
     SPW_Result createKey(const SPW_CString& path);
     // Code 2 for a key that does not exist, 5 for one that has subkeys and for the hive itself.
     SPW_Result deleteKey(const SPW_CString& path);
-    // Codes 2 for a key that does not exist and 87 as above, also for data that a text of the older format ("REGEDIT4")
-    // cannot hold.
+    // Code 2 for a key that does not exist. Code 87 as above, and for data that the older format ("REGEDIT4") cannot
+    // hold.
     SPW_Result setValue(const SPW_CString& path, const SPW_CString& name, std::uint32_t type, const void* data,
                         std::uint32_t size);
     // Code 2 when there is no such key or value.
@@ -82,7 +83,7 @@ private:
         std::uint32_t begin = 0;
         std::uint32_t size = 0;
     };
-    // One line of the text, or the several of a hex value.
+    // One line of the text, or all lines of a hex value.
     struct Item {
         enum Kind { kOther, kKey, kValue } kind = kOther;
         Range raw;   // in m_bytes, line break included

@@ -1,13 +1,13 @@
 #include "SPW_CRegistryEncoding.h"
 #include "SPW_CRegistryText.h"
 
-// How values are written: as registry editors export them.
+// Writes values as registry editors export them.
 
 namespace {
 
 using SPW_CRegistryEncoding::appendUtf8;
 
-// Hex values are broken so that no line is longer.
+// The longest line of a hex value, which goes on in the next line.
 constexpr std::size_t kLineWidth = 80;
 
 void appendAscii(std::vector<char>& bytes, std::string_view text) {
@@ -95,7 +95,7 @@ SPW_CRegistryText::Range SPW_CRegistryText::addRawText(std::u16string_view text)
     return {begin, static_cast<std::uint32_t>(m_bytes.size()) - begin};
 }
 
-// Writes the item's line anew; what stood behind the value stays behind it.
+// Writes the item's line again. The text behind the value, such as a comment, stays.
 void SPW_CRegistryText::writeValue(Item& item) {
     Value value;
     value.type = item.type;

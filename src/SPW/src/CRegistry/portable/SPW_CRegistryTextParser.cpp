@@ -53,7 +53,7 @@ bool SPW_CRegistryText::Parser::fail(const char16_t* what) {
     m_problem.line = m_line;
     m_problem.what = what;
     if (m_openLine != 0) {
-        // A text that goes on in the next lines and makes no sense there has most likely lost its end.
+        // A text that goes on in the next lines and is a mistake there has most likely lost its closing quotation mark.
         m_problem.line = m_openLine;
         m_problem.what = kNoClosingMark;
     }
@@ -85,7 +85,7 @@ bool SPW_CRegistryText::Parser::take(char c) {
     return true;
 }
 
-// `word` in lower case; its case in the text does not count.
+// `word` is in lower case. The text may have it in any case.
 bool SPW_CRegistryText::Parser::takeWord(std::string_view word) {
     const std::string_view here = m_bytes.substr(m_position, word.size());
     if (here.size() != word.size()) {
@@ -101,7 +101,7 @@ bool SPW_CRegistryText::Parser::takeWord(std::string_view word) {
     return true;
 }
 
-// `begin` is where the raw bytes of the line start; the position may stand behind a byte order mark.
+// `begin` is where the raw bytes of the line start. The position can be behind it, after a byte order mark.
 bool SPW_CRegistryText::Parser::parseLine(std::size_t begin) {
     Item item;
     m_openLine = 0;
@@ -215,7 +215,7 @@ bool SPW_CRegistryText::Parser::parseValue(Item& item) {
     return parseData(item);
 }
 
-// A text in quotation marks, which may go over several lines, into the units of the document.
+// Reads a text in quotation marks into the units of the document. It can go over several lines.
 bool SPW_CRegistryText::Parser::parseQuoted(Range& units) {
     const std::uint32_t firstLine = m_line;
     (void)take('"');
@@ -242,7 +242,7 @@ bool SPW_CRegistryText::Parser::parseQuoted(Range& units) {
     return true;
 }
 
-// As it stands in the file.
+// The text as the file has it.
 void SPW_CRegistryText::Parser::takeLineBreak() {
     if (take('\r')) {
         m_text.m_units.push_back(u'\r');
@@ -318,7 +318,7 @@ bool SPW_CRegistryText::Parser::parseHex(Item& item) {
     return parseHexBytes() && (!m_text.isNarrow(item.type) || widen(item.data.begin));
 }
 
-// The data from there on, which are a text in the encoding of the file.
+// Takes the data from there on as a text in the encoding of the file.
 bool SPW_CRegistryText::Parser::widen(std::size_t begin) {
     std::vector<std::uint8_t>& data = m_text.m_data;
     const auto* const narrow = reinterpret_cast<const char*>(data.data()) + begin;
@@ -335,7 +335,7 @@ bool SPW_CRegistryText::Parser::parseHexType(std::uint32_t& type) {
     return (takeHexDigits(8, type) > 0 && take(')')) || fail(u"the type of a hex value must look like \"hex(7):\"");
 }
 
-// Pairs of digits and commas; a back-slash at the end of a line carries on in the next one.
+// Reads pairs of digits and commas. A back-slash at the end of a line goes on in the next line.
 bool SPW_CRegistryText::Parser::parseHexBytes() {
     skipBlanks();
     if (atEndOfStatement()) {
@@ -368,7 +368,7 @@ bool SPW_CRegistryText::Parser::continueLine() {
     return true;
 }
 
-// Returns how many digits were there.
+// Returns the number of digits.
 int SPW_CRegistryText::Parser::takeHexDigits(int most, std::uint32_t& number) {
     int digits = 0;
     number = 0;

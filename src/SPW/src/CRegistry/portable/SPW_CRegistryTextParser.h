@@ -2,8 +2,8 @@
 
 #include "SPW_CRegistryText.h"
 
-// Reads the bytes of a hive file into an empty SPW_CRegistryText, and stops at the first line that it does not
-// understand: a file that somebody edits by hand must not lose what a guess would lose.
+// Reads the bytes of a hive file into an empty SPW_CRegistryText. Stops at the first line that it does not understand:
+// a guess could lose what a user has written by hand.
 class SPW_CRegistryText::Parser {
 public:
     Parser(SPW_CRegistryText& text, std::string_view bytes, Problem& problem)

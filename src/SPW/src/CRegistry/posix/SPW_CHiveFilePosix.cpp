@@ -30,22 +30,22 @@ using Text = std::shared_ptr<const SPW_CRegistryText>;
 constexpr std::int64_t kNsPerMs = 1000000;
 constexpr std::uint64_t kTicksPerMs = 10000;  // of the monotonic clock
 
-// The clock of file times ticks every few milliseconds: a file that is younger than this when it is read may
-// change once more without showing it, and may be half of what an editor is about to write.
+// The clock of file times ticks every few milliseconds. A file that is younger than this when it is read can change
+// again with the same times. It can also be half of what an editor is writing.
 constexpr std::int64_t kUnsettledNs = 100 * kNsPerMs;
-// As coarse as the times are that any file system keeps, where it keeps no fractions of a second.
+// The coarsest file times: those of a file system that keeps no fractions of a second.
 constexpr std::int64_t kCoarsestTickNs = 2000 * kNsPerMs;
 constexpr std::uint32_t kLookAgainMs = 10;
 constexpr int kLooks = 10;
-// What is replaced must have rested for so long: a copy over a slow line makes pauses.
+// A file is replaced only after it has rested for so long: a copy over a slow line makes pauses.
 constexpr std::uint32_t kRestMs = 3000;
-// How often somebody else may be the faster one within one edit.
+// How often another writer may be faster within one edit.
 constexpr int kTries = 10;
-// Between two writes of one process, for those who wait for the lock.
+// The pause between two writes of one process, for others that wait for the lock.
 constexpr std::uint32_t kPauseMs = 2;
-// No hive comes near it; all the memory that parsing takes is a few times as much.
+// Far more than any hive has. Parsing takes a few times as much memory.
 constexpr std::size_t kLargestFile = 16 * 1024 * 1024;
-// By how much a file may grow between the look at its size and the reading, and still be read as a whole.
+// A file that grows by less between the look at its size and the reading is still read as a whole.
 constexpr std::size_t kGrowth = 4096;
 
 SPW_Result lastCode() {
@@ -64,7 +64,7 @@ const char* hiveName(Hive hive) {
     return "HKEY_LOCAL_MACHINE";
 }
 
-// Without a slash at its end.
+// The folder without a slash at its end.
 std::string folderOf(Hive hive) {
     const char* chosen = std::getenv("VANTIRO_REGISTRY_DIR");
     if (chosen != nullptr && chosen[0] != 0) {
@@ -80,8 +80,8 @@ std::string pathOf(Hive hive) {
     return folderOf(hive) + "/" + hiveName(hive) + ".reg";
 }
 
-// The file itself where the path is a link, so that all who come to it by links of their own share one lock and one
-// temporary file, beside it, and nothing takes the place of the link. The file need not exist.
+// The file that a link leads to. All links to it share one lock and one temporary file beside the file itself, and
+// nothing replaces a link. The file need not exist.
 std::string fileOf(Hive hive) {
     constexpr int kMostLinks = 40;  // as many as the system follows
     std::string path = pathOf(hive);
@@ -108,7 +108,7 @@ std::int64_t nanoseconds(const timespec& time) {
     return std::int64_t(time.tv_sec) * 1000000000 + time.tv_nsec;
 }
 
-// Which file it is and in which state; as constructed, a file that is missing.
+// Which file it is and in which state. As constructed it stands for a missing file.
 struct Identity {
     dev_t device = 0;
     ino_t inode = 0;
@@ -126,21 +126,21 @@ struct Identity {
     bool operator==(const Identity& other) const {
         return device == other.device && inode == other.inode && isAsIn(other);
     }
-    // Without the number of the file, which some network file systems make up anew for every look; a file that has
-    // been put in the place of another has a change of its own.
+    // The number of the file does not count: some network file systems make up another one for every look. A file that
+    // replaces another has its own time of change.
     bool isAsIn(const Identity& other) const {
         return size == other.size && modified == other.modified && changed == other.changed;
     }
     bool exists() const { return size >= 0; }
-    // Times without fractions are, almost certainly, those of a file system that keeps none.
+    // Times without fractions are almost certainly those of a file system that keeps none.
     std::int64_t tickNs() const {
         return modified % kNsPerSecond == 0 && changed % kNsPerSecond == 0 ? kCoarsestTickNs : 0;
     }
     bool isSettled() const { return ageNs() > kUnsettledNs + tickNs(); }
-    // A time in the future is another machine's and says nothing.
+    // A time in the future comes from another machine and says nothing.
     bool isFresh() const { return ageNs() >= 0 && !isSettled(); }
-    // Whether somebody wrote into it within the last seconds. Here a time in the near future counts as well: the
-    // clock of a file server may be a little ahead.
+    // Whether the file was written within the last seconds. A time in the near future counts as well: the clock of a
+    // file server can be a little ahead.
     bool isYoung() const { return exists() && std::abs(nowNs() - modified) < kRestMs * kNsPerMs; }
 
 private:
@@ -158,14 +158,14 @@ Identity identityOf(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? Identity(status) : Identity();
 }
 
-// What a look at a file found.
+// The result of a look at a file.
 struct Look {
     Identity identity;
     Text text;
     SPW_CRegistryText::Problem problem;  // when it cannot be used
 };
 
-// What is remembered of a file, so that enumerating a long hive does not parse it for every entry.
+// What is remembered of a file. The enumeration of a long hive would parse the file for every entry otherwise.
 struct Known {
     Identity identity;
     bool settled = false;
@@ -215,7 +215,7 @@ void tell(const std::string& path, std::uint32_t line, const SPW_CString& what) 
     SPW_CError::instance->userInfo(kModule, __LINE__, "SPW_CRegistry", "read", message);
 }
 
-// Once for each state of the file, and never under its lock: the user may take his time.
+// Tells the user once for each state of the file, and never under its lock: the user can take long to answer.
 void tellProblem(const std::string& path, const Look& look) {
     if (isNewProblem(path, look.identity)) {
         const bool isUsed = look.text != nullptr;
@@ -225,7 +225,7 @@ void tellProblem(const std::string& path, const Look& look) {
     }
 }
 
-// Until the lock has been free once.
+// Tells the user once that the lock is held, and again only after it has been free.
 void noteLock(const std::string& path, bool isHeld) {
     {
         const std::lock_guard<std::mutex> guard(g_mutex);
@@ -236,7 +236,7 @@ void noteLock(const std::string& path, bool isHeld) {
     tell(path, 0, u"another program has held the lock beside this file for 2 seconds. Nothing is written to it.");
 }
 
-// Up to the limit; what the file holds beyond it shows in the number of bytes.
+// Reads one byte more than the limit at most. The one byte says that the file is larger.
 SPW_Result readUpTo(int file, std::size_t limit, std::vector<char>& bytes) {
     bytes.resize(limit + 1);
     std::size_t used = 0;
@@ -254,7 +254,7 @@ SPW_Result readUpTo(int file, std::size_t limit, std::vector<char>& bytes) {
     return kSysOk;
 }
 
-// Editors and other processes may let the file grow while it is read.
+// Editors and other processes can make the file grow while it is read.
 SPW_Result parseFile(Hive hive, int file, Look& look) {
     if (look.identity.size > static_cast<off_t>(kLargestFile)) {
         look.problem.what = u"the file is larger than 16 megabytes";
@@ -277,7 +277,7 @@ int openHive(const std::string& path) {
     return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
 }
 
-// `mayRemember`: a text that was parsed before will do, if the file's times say that it has not changed.
+// mayRemember: allows a text that was parsed before, if the file's times say that the file has not changed.
 SPW_Result lookAt(Hive hive, const std::string& path, bool mayRemember, Look& look) {
     look = Look();
     const SPW_CDescriptorPosix file(openHive(path));
@@ -305,8 +305,8 @@ SPW_Result lookAt(Hive hive, const std::string& path, bool mayRemember, Look& lo
     return code;
 }
 
-// Many an editor empties the file and then writes it: what it holds meanwhile is neither a mistake, nor are all its
-// values missing.
+// Many editors empty the file and then write it. Meanwhile its content is no mistake of the user's, and its values are
+// not missing.
 bool mayBeHalfWritten(SPW_Result code, const Identity& identity) {
     return (code == kSysRegistryCorrupt || (code == kSysOk && identity.size == 0)) && identity.isFresh();
 }
@@ -323,7 +323,7 @@ SPW_Result load(Hive hive, const std::string& path, Look& look) {
     return code;
 }
 
-// With all its parents.
+// Creates the folder with all its parents.
 SPW_Result makeFolder(const std::string& folder, mode_t mode) {
     if (SPW_CFileRightsPosix::makeFolder(folder, mode) || errno == EEXIST) {
         return kSysOk;
@@ -351,8 +351,8 @@ bool writeAll(int file, const std::vector<char>& bytes) {
     return true;
 }
 
-// A new hive is born with the rights that the user gives to new files; what is to replace another file is nobody
-// else's until it has that one's rights.
+// A new hive has the rights that the user gives to new files. A file that is to replace another belongs to its owner
+// alone until it has the other's rights.
 SPW_Result writeTemporary(const std::string& temporary, int old, const std::vector<char>& bytes) {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     SPW_CDescriptorPosix file(open(temporary.c_str(), kFlags, old < 0 ? 0666 : 0600));
@@ -367,7 +367,7 @@ SPW_Result writeTemporary(const std::string& temporary, int old, const std::vect
     return written ? SPW_Result(kSysOk) : lastCode();
 }
 
-// Whether the file is still the one that was read: by its times, and byte for byte, because times may be coarse.
+// Whether the file is still the one that was read. It compares the times and all bytes, because times can be coarse.
 bool isStillAs(const std::string& path, const Look& look, const std::vector<char>& read) {
     const SPW_CDescriptorPosix file(openHive(path));
     struct stat status;
@@ -379,7 +379,7 @@ bool isStillAs(const std::string& path, const Look& look, const std::vector<char
            present == read;
 }
 
-// Puts the temporary file in the place of the hive's. Where there was none, one that has appeared meanwhile stays.
+// Replaces the hive's file by the temporary file. If there was no file before, one that has appeared meanwhile stays.
 SPW_Result putInPlace(const std::string& temporary, const std::string& path, bool existed, bool& overtaken) {
     if (!existed && renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) {
         return kSysOk;
@@ -389,8 +389,9 @@ SPW_Result putInPlace(const std::string& temporary, const std::string& path, boo
     return overtaken || (isOld && rename(temporary.c_str(), path.c_str()) == 0) ? SPW_Result(kSysOk) : lastCode();
 }
 
-// Replaces the file, under the lock, so that the name of the temporary file is nobody else's. Editors know nothing of
-// the lock: when the file is no longer the one that was read, `overtaken` becomes true and nothing is replaced.
+// Replaces the file. The caller holds the lock, so that no other process uses the name of the temporary file. Editors
+// know nothing of the lock: if the file is no longer the one that was read, `overtaken` becomes true and nothing is
+// replaced.
 SPW_Result save(const std::string& path, const Look& look, const std::vector<char>& read,
                 const std::vector<char>& bytes, bool& overtaken) {
     const SPW_CDescriptorPosix old(look.identity.exists() ? openHive(path) : -1);
@@ -400,7 +401,7 @@ SPW_Result save(const std::string& path, const Look& look, const std::vector<cha
     const std::string temporary = path + ".tmp";
     unlink(temporary.c_str());  // what a crash may have left
     SPW_Result code = writeTemporary(temporary, old.number(), bytes);
-    // Writing to the disk is what takes long; behind this look hardly anything is left to come in between.
+    // Writing to the disk takes long. Between this look and the rename there is hardly time for another change.
     overtaken = code == kSysOk && !isStillAs(path, look, read);
     if (code == kSysOk && !overtaken) {
         code = putInPlace(temporary, path, old.isOpen(), overtaken);
@@ -418,13 +419,13 @@ SPW_Result save(const std::string& path, const Look& look, const std::vector<cha
 
 using Change = std::function<SPW_Result(SPW_CRegistryText&)>;
 
-// How a try to edit ended: with an answer, perhaps one that stands in the file by now, or without one, because the file
-// is not yet to be touched or somebody else has changed it meanwhile.
+// How an attempt to edit ended. With a result: the edit is done or has failed. Without one: the file must not be
+// touched yet, or others have changed it meanwhile.
 enum class Outcome { kAnswered, kWritten, kInWork, kOvertaken };
 
 constexpr const char16_t* kInWorkText = u"somebody is writing this file";
 
-// For an edit that wants to change what has been read into `look`.
+// For an edit that has changed the text that was read into `look`, or whose answer is a failure.
 SPW_Result tryChange(const std::string& path, const SPW_CHiveLockPosix& lock, SPW_Result answer,
                      const SPW_CRegistryText& edited, Look& look, Outcome& outcome) {
     std::vector<char> read;
@@ -472,8 +473,8 @@ SPW_Result tryEdit(Hive hive, const std::string& path, const Change& change, Loo
                                                  : tryChange(path, lock, code, edited, look, outcome);
 }
 
-// Until the file has changed or has rested long enough. False when the time is over, or when it rests and is what it
-// is. Nobody holds the lock meanwhile.
+// Waits until the file has changed or has rested long enough. Returns false when the time is over, or when the file
+// rests unchanged. The caller does not hold the lock.
 bool waitForRest(const std::string& path, const Look& look, std::uint64_t end) {
     if (!look.identity.isYoung()) {
         return false;

@@ -7,28 +7,28 @@
 #include "SPW_CRegistrySys.h"
 #include "SPW_CRegistryText.h"
 
-// The files that hold the registry's hives. Every operation looks at the file as it is now, so that what somebody
-// edits by hand counts at once; the environment is read anew as well. Any thread, any number of processes.
+// The files that hold the registry's hives. Every operation looks at the file and at the environment again, so that an
+// edit by hand counts at once. Threads: any, in any number of processes.
 //
-// A file that cannot be parsed is told to the user once for each of its changes, with the line, and is left alone:
-// operations answer 1009. A file that is missing is an empty hive.
+// A file that cannot be parsed is never changed: operations return 1009. The user is told once for each state of the
+// file, with the line of the mistake. A missing file is an empty hive.
 namespace SPW_CHiveFilePosix {
 
-// Of the hive's file, which need not exist.
+// The path of the hive's file, which need not exist.
 std::string path(SPW_CRegistrySys::Hive hive);
 
-// Never waits for another edit. A file that makes no sense or is empty, and has changed this very moment, gets up to a
-// tenth of a second: an editor may be writing it. The text is null unless the answer is 0.
+// Does not wait for edits of this program. A file that is empty or cannot be parsed, and has changed within the last
+// moment, gets up to a tenth of a second: an editor may be writing it. `text` is null unless the result is 0.
 SPW_Result read(SPW_CRegistrySys::Hive hive, std::shared_ptr<const SPW_CRegistryText>& text);
 
-// Applies `change` to the text and writes the file when that has changed something. Edits of all threads and
-// processes happen one after the other; the file is replaced in one step, so that nobody ever sees half of it. When
-// somebody edits the file by hand meanwhile, `change` is called again, for the text as it is then.
+// Applies `change` to the text and writes the file if the text has changed. Edits of all threads and processes happen
+// one after the other. The file is replaced in one step: no reader sees half of it. If a user edits the file meanwhile,
+// `change` is called again with the new text.
 //
-// Nothing is replaced that may be half of what somebody is writing: a file that is empty, or that somebody other than
-// this function has written within the last three seconds, is waited for, for so long. Code 1009 when it has not come
-// to rest then, unless `change` has a code of its own; 32 when others have held the lock for two seconds. Both are told
-// to the user.
+// The function does not replace a file that may be half written. It waits up to three seconds for a file that is empty,
+// or that others have written within the last three seconds. It returns 1009 if the file has not come to rest then,
+// unless `change` has a code of its own. It returns 32 if others have held the lock for two seconds. It tells the user
+// about both.
 SPW_Result edit(SPW_CRegistrySys::Hive hive, const std::function<SPW_Result(SPW_CRegistryText&)>& change);
 
 }  // namespace SPW_CHiveFilePosix

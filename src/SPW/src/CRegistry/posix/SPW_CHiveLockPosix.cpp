@@ -16,10 +16,10 @@
 namespace {
 
 constexpr std::uint64_t kTicksPerMs = 10000;
-// Shorter than the pause that a writer makes between two writes, so that his lock is found free.
+// Shorter than the pause between two writes of one process, so that a waiting process finds the lock free.
 constexpr std::uint32_t kAskAgainMs = 1;
 
-// Size and hash of a text in one line of always the same length.
+// The size and the hash of a text, in one line of constant length.
 std::string noteOf(const std::vector<char>& bytes) {
     std::uint64_t hash = 14695981039346656037u;
     for (const char byte : bytes) {
@@ -64,7 +64,7 @@ bool SPW_CHiveLockPosix::wasWritten(const std::vector<char>& bytes) const {
            found == expected;
 }
 
-// A lock that lacks the note costs the next writer a wait.
+// Without the note the next writer only waits longer.
 void SPW_CHiveLockPosix::noteWritten(const std::vector<char>& bytes) const {
     if (isOnlyLock()) {
         const std::string note = noteOf(bytes);
@@ -72,7 +72,7 @@ void SPW_CHiveLockPosix::noteWritten(const std::vector<char>& bytes) const {
     }
 }
 
-// A member of a group may have to do with reading a lock that another one made for himself: that is enough for taking
+// A member of a group may only be allowed to read the lock file that another member has made. That is enough for taking
 // turns.
 SPW_Result SPW_CHiveLockPosix::open() {
     constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
@@ -87,7 +87,7 @@ SPW_Result SPW_CHiveLockPosix::open() {
     if (!m_file.isOpen()) {
         return SPW_CSysErrorPosix::systemCode(errno);
     }
-    // Only a file that is made here is given away: one that is there may be a name of something else.
+    // Only a file that is made here changes its owner: an existing one can be another name of some other file.
     if (isMade) {
         SPW_CFileRightsPosix::giveToOwnerOfFolder(m_file.number(), m_path);
     }
@@ -106,7 +106,7 @@ bool SPW_CHiveLockPosix::isOnPath() const {
            locked.st_dev == present.st_dev && locked.st_ino == present.st_ino;
 }
 
-// Not a second name of something that is no lock.
+// Refuses a file that has a second name: that one is no lock.
 bool SPW_CHiveLockPosix::isOnlyLock() const {
     struct stat status;
     return fstat(m_file.number(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;

@@ -6,20 +6,20 @@
 #include "../../CFile/posix/SPW_CDescriptorPosix.h"
 #include "SPW_Types.h"
 
-// The lock by which those who write a hive's file take turns, threads as well as processes: a file of its own beside
-// the hive's, "....reg.lock". Held until the object goes. In it stands what the last writer wrote, so that a text that
-// has just been put in place as a whole is told from one that somebody is writing this moment.
+// The lock that serialises the writers of a hive's file, threads as well as processes. It is a file of its own beside
+// the hive's, "....reg.lock", and is held until the object is destroyed. The lock file notes what the last writer
+// wrote. The note tells a file that has just been replaced as a whole from one that is being written at this moment.
 class SPW_CHiveLockPosix {
 public:
-    // How long a writer waits for his turn.
+    // How long a writer waits for its turn.
     static constexpr std::uint32_t kPatienceMs = 2000;
 
-    // `hiveFile` need not exist, its folder must.
+    // `hiveFile` need not exist. Its folder must.
     explicit SPW_CHiveLockPosix(const std::string& hiveFile);
 
-    // 0, 32 when others have held the lock for all of that time, or the system's code.
+    // Returns 0, 32 when others have held the lock for all of that time, or the system's code.
     SPW_Result acquire();
-    // Whether the last who wrote the hive under this lock wrote these bytes.
+    // Whether these bytes are what the last writer under this lock has written.
     bool wasWritten(const std::vector<char>& bytes) const;
     void noteWritten(const std::vector<char>& bytes) const;
 

@@ -10,7 +10,7 @@ namespace {
 using Text = std::shared_ptr<const SPW_CRegistryText>;
 using Hive = SPW_CRegistrySys::Hive;
 
-// Changes that are written together: what the hive held when it was first looked at, and what it is to hold.
+// Changes that are written together: the content of the hive at the first look, and its new content.
 class Edits {
 public:
     explicit Edits(Hive hive) : m_hive(hive) {}
@@ -57,7 +57,7 @@ private:
     Text m_text;
 };
 
-// A handle names a key; the key is looked up in the file again by every operation.
+// A handle names a key. Every operation looks the key up in the file again.
 struct Key {
     Hive hive;
     SPW_CString path;
