@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "DrivenProbe.h"
+#include "OtherThreads.h"
 #include "RecordingSink.h"
 #include "ScopedInstance.h"
 #include "ScriptedClock.h"
@@ -284,7 +285,7 @@ TEST_F(PingerTest, AStopWaitsForThePingInProgressAndItsReports) {
     ASSERT_EQ(pinger.StartPinging(), 0u);
     ASSERT_TRUE(holding.waitFor(1));
     std::thread letsGo([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        awaitOthersAsleep();  // the stop, in its wait for the ping
         holding.letGo();
     });
     EXPECT_EQ(pinger.StopPinging(), 0u);

@@ -160,9 +160,7 @@ TEST_F(DiscoveryTest, APercentSignInANameIsNoFormat) {
 TEST_F(DiscoveryTest, AProbeOverTheNetworkIsHeardAndCounted) {
     ASSERT_TRUE(m_sockets.deliver(5009, kPeer, std::string("Vantiro Diagnostic|1|Version 1|far||\0", 37)));
     ASSERT_TRUE(m_sockets.deliver(5009, kPeer, std::string("Vantiro Diagnostic|2|Version 1|far||\0", 37)));
-    for (int i = 0; i < 3000 && row(0).counts[kUdp].total == 0; ++i) {
-        SPW_CClock::instance->sleepMs(10);
-    }
+    EXPECT_TRUE(soon([this] { return row(0).counts[kUdp].total != 0; }));
     EXPECT_EQ(row(0).label(), SPW_CString(u"10.0.0.7 (far)"));
     EXPECT_EQ(row(0).counts[kUdp].total, 1);
 }

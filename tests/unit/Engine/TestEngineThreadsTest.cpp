@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "EngineFixture.h"
+#include "OtherThreads.h"
 #include "Patience.h"
 #include "SPW_CClock.h"
 #include "StoppableClock.h"
@@ -75,10 +76,7 @@ protected:
     }
     template <typename Condition>
     static void waitUntil(Condition condition) {
-        const auto end = std::chrono::steady_clock::now() + kPatience;
-        while (!condition() && std::chrono::steady_clock::now() < end) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
+        EXPECT_TRUE(soon(condition));
     }
     void endStorm() {
         m_stormIsOver = true;
@@ -409,8 +407,7 @@ TEST_F(TestEngineThreadsTest, AProbesLineThatFindsRoomWithinItsPeriodIsLogged) {
     while (engine().logEvent(u"filler", 0) == 0) {
     }
     std::thread prober([this] { engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u""); });
-    // Long enough for a line that does not wait to be given up.
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    awaitOthersAsleep();  // the prober, in its wait for room
     clock.stop(false);
     prober.join();
     EXPECT_EQ(endAndReadLog().back(), "E :udp connector sent seq # 3 to 10.0.0.7");

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "OtherThreads.h"
 #include "Patience.h"
 #include "RecordingReporter.h"
 #include "TemporaryFolder.h"
@@ -42,14 +43,14 @@ protected:
     void block() {
         // Ends the writer's wait for lines, which would last a second.
         std::thread awakener([this] {
-            std::this_thread::sleep_for(milliseconds(20));
+            awaitOthersAsleep();
             EXPECT_EQ(m_writer->log(u"awake", kNoLimit), 0u);
         });
         m_writer->lock();
         awakener.join();
         while (!m_writer->isEmpty()) {
             m_writer->unlock();
-            std::this_thread::sleep_for(milliseconds(1));
+            std::this_thread::yield();
             m_writer->lock();
         }
     }
@@ -153,7 +154,7 @@ TEST_F(TestLogWriterTest, LineWithoutLimitWaitsUntilTheWriterHasTakenOne) {
         EXPECT_EQ(log(3, kNoLimit), 0u);
         taken = true;
     });
-    std::this_thread::sleep_for(milliseconds(50));
+    awaitOthersAsleep();
     EXPECT_FALSE(taken);
     m_writer->unlock();
     caller.join();
@@ -171,7 +172,7 @@ TEST_F(TestLogWriterTest, ALogThatIsGivenUpLetsEverybodyGoWhoWaitsForIt) {
     for (int i = 0; i < 5; ++i) {
         waiters.emplace_back([this, &refused] { refused += log(3, kNoLimit) == 700u ? 1 : 0; });
     }
-    std::this_thread::sleep_for(milliseconds(50));
+    awaitOthersAsleep();
     EXPECT_EQ(refused, 0);
     m_writer->giveUp();
     for (std::thread& waiter : waiters) {
@@ -231,7 +232,7 @@ TEST_F(TestLogWriterTest, DestructionDoesNotWaitOutTheWritersTurn) {
     auto shortest = steady_clock::duration::max();
     for (int attempt = 0; attempt < 10 && shortest >= milliseconds(700); ++attempt) {
         open(100);
-        std::this_thread::sleep_for(milliseconds(50));
+        awaitOthersAsleep();
         const auto begin = steady_clock::now();
         close();
         shortest = std::min(shortest, steady_clock::now() - begin);

@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "OtherThreads.h"
+
 namespace {
 
 TEST(CriticalSectionTest, GuardedCountLosesNothing) {
@@ -35,7 +37,7 @@ TEST(CriticalSectionTest, SecondThreadEntersWhenTheFirstHasLeft) {
         inside = true;
         section.leave();
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    awaitOthersAsleep();
     EXPECT_FALSE(inside);
     section.leave();
     second.join();

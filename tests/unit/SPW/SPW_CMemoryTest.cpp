@@ -8,6 +8,8 @@
 #include <new>
 #include <thread>
 
+#include "OtherThreads.h"
+
 namespace {
 
 // The compiler is not to know it.
@@ -91,7 +93,7 @@ TEST(MemoryTest, ASecondThreadWaitsForTheEndOfTheFirst) {
             SPW_CMemory::watch([] {
                 std::thread second([] { use(moreThanThereIs); });
                 second.detach();
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                awaitOthersAsleep();
                 show();
             });
             use(moreThanThereIs);

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "OtherThreads.h"
 #include "Patience.h"
 #include "RecordingReporter.h"
 #include "ScriptedClock.h"
@@ -81,7 +82,7 @@ TEST(MessageQueueTest, SecondAddBlocksUntilFirstIsTaken) {
         queue.qAddMsg(2);
         added = true;
     });
-    std::this_thread::sleep_for(milliseconds(30));
+    awaitOthersAsleep();
     EXPECT_FALSE(added);
     EXPECT_EQ(queue.take(), 1u);
     writer.join();
@@ -184,7 +185,7 @@ TEST(MessageQueueTest, EmptyQueueReturnsNothingAfterTheTimeOutAndTracesIt) {
 TEST(MessageQueueTest, ReaderIsWokenByAWriter) {
     Queue queue;
     std::thread writer([&] {
-        std::this_thread::sleep_for(milliseconds(10));
+        awaitOthersAsleep();
         queue.qAddMsg(4);
     });
     EXPECT_EQ(queue.take(kSPWForever), 4u);

@@ -9,6 +9,7 @@
 #include <memory>
 #include <thread>
 
+#include "OtherThreads.h"
 #include "Patience.h"
 
 namespace {
@@ -51,16 +52,9 @@ private:
     std::shared_future<void> m_finishedFuture = m_finished.get_future().share();
 };
 
+// A step that leaves the processor to others.
 void shortPause() {
-    std::this_thread::sleep_for(milliseconds(1));
-}
-
-bool soon(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (!condition() && std::chrono::steady_clock::now() < end) {
-        shortPause();
-    }
-    return condition();
+    std::this_thread::yield();
 }
 
 TEST(ThreadTest, StepRunsAgainAndAgainUntilStopIsRequested) {
@@ -107,7 +101,7 @@ TEST(ThreadTest, ClosedGateKeepsTheFirstStepFromStarting) {
     Worker worker(shortPause);
     worker.lock();
     worker.begin();
-    std::this_thread::sleep_for(milliseconds(30));
+    awaitOthersAsleep();
     EXPECT_EQ(worker.steps(), 0);
     worker.unlock();
     EXPECT_TRUE(soon([&] { return worker.steps() > 0; }));
@@ -131,7 +125,7 @@ TEST(ThreadTest, LockWaitsForTheStepInProgressAndIsServedBeforeTheNextOne) {
         EXPECT_FALSE(inStep);
         // One step may have ended and one begun before this thread stood in line.
         servedFirst += atLock <= before + 2 ? 1 : 0;
-        std::this_thread::sleep_for(milliseconds(2));
+        awaitOthersAsleep();
         EXPECT_EQ(worker.steps(), atLock);
         worker.unlock();
     }
@@ -152,7 +146,7 @@ TEST(ThreadTest, OpeningAnOpenGateDoesNotMakeItWider) {
     worker.unlock();
     worker.lock();
     worker.begin();
-    std::this_thread::sleep_for(milliseconds(20));
+    awaitOthersAsleep();
     EXPECT_EQ(worker.steps(), 0);
     worker.unlock();
 }

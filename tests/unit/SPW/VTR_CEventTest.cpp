@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "OtherThreads.h"
 #include "Patience.h"
 #include "RecordingReporter.h"
 
@@ -68,18 +69,17 @@ TEST(EventTest, TimedWaitSeesASetThatComesInTime) {
     VTR_CEvent event;
     ASSERT_EQ(event.create(kAutomatic, false, nullptr), 0u);
     std::thread setter([&] {
-        std::this_thread::sleep_for(milliseconds(10));
+        awaitOthersAsleep();
         event.set();
     });
     EXPECT_EQ(event.wait(60000), 0u);
     setter.join();
 }
 
-// Threads that wait for one event. Each has so long to get into line before the next comes; whether it does is up to
-// the machine, which may be busy elsewhere.
+// Threads that wait for one event. Each is in line before the next comes.
 class Line {
 public:
-    Line(VTR_CEvent& event, int length, milliseconds pause) {
+    Line(VTR_CEvent& event, int length) {
         for (int i = 0; i < length; ++i) {
             m_threads.emplace_back([this, &event, i] {
                 ++m_arrived;
@@ -91,7 +91,7 @@ public:
             while (m_arrived <= i) {
                 std::this_thread::yield();
             }
-            std::this_thread::sleep_for(pause);
+            awaitOthersAsleep();
         }
     }
     ~Line() {
@@ -99,13 +99,11 @@ public:
             thread.join();
         }
     }
-    bool awaitServed(int count, milliseconds patience = kPatience) {
-        const auto end = steady_clock::now() + patience;
-        while (m_served < count && steady_clock::now() < end) {
-            std::this_thread::sleep_for(milliseconds(1));
-        }
-        std::this_thread::sleep_for(milliseconds(5));
-        return m_served == count;
+    // Whether so many have been served, and no more.
+    bool awaitServed(int count) {
+        const bool areServed = soon([this, count] { return m_served >= count; });
+        awaitOthersAsleep();
+        return areServed && m_served == count;
     }
     int last() const { return m_last; }
 
@@ -116,46 +114,28 @@ private:
     std::vector<std::thread> m_threads;
 };
 
-// The pauses of the attempts to get all threads of a line into it.
-constexpr milliseconds kPauses[] = {milliseconds(20), milliseconds(200), milliseconds(1000)};
-
 TEST(EventTest, AutomaticEventServesWaitersInOrderOneByOne) {
     // Too many for an order that comes about by chance.
     constexpr int kWaiters = 8;
-    bool inOrder = false;
-    for (const milliseconds pause : kPauses) {
-        VTR_CEvent event;
-        ASSERT_EQ(event.create(kAutomatic, false, nullptr), 0u);
-        Line line(event, kWaiters, pause);
-        inOrder = true;
-        for (int i = 0; i < kWaiters; ++i) {
-            event.set();
-            EXPECT_TRUE(line.awaitServed(i + 1));
-            inOrder = inOrder && line.last() == i;
-        }
-        if (inOrder) {
-            break;
-        }
+    VTR_CEvent event;
+    ASSERT_EQ(event.create(kAutomatic, false, nullptr), 0u);
+    Line line(event, kWaiters);
+    for (int i = 0; i < kWaiters; ++i) {
+        event.set();
+        EXPECT_TRUE(line.awaitServed(i + 1));
+        EXPECT_EQ(line.last(), i);
     }
-    EXPECT_TRUE(inOrder);
 }
 
 TEST(EventTest, ManualEventServesAllWaitersEvenWhenItIsResetAtOnce) {
-    bool allServed = false;
-    for (const milliseconds pause : kPauses) {
-        VTR_CEvent event;
-        ASSERT_EQ(event.create(kManual, false, nullptr), 0u);
-        Line line(event, 3, pause);
-        event.set();
-        event.reset();
-        EXPECT_EQ(event.wait(0), 521u);
-        allServed = line.awaitServed(3, milliseconds(2000) + pause);
-        event.set();  // for whoever came too late
-        if (allServed) {
-            break;
-        }
-    }
-    EXPECT_TRUE(allServed);
+    VTR_CEvent event;
+    ASSERT_EQ(event.create(kManual, false, nullptr), 0u);
+    Line line(event, 3);
+    event.set();
+    event.reset();
+    EXPECT_EQ(event.wait(0), 521u);
+    EXPECT_TRUE(line.awaitServed(3));
+    event.set();  // where the test has failed, its threads end all the same
 }
 
 TEST(EventTest, WaiterThatGaveUpDoesNotTakeTheSetOfAnother) {
@@ -183,7 +163,7 @@ TEST(EventTest, WaitAndProcessMsgsReturnsZeroOnceTheEventIsSet) {
     VTR_CEvent event;
     ASSERT_EQ(event.create(kAutomatic, false, nullptr), 0u);
     std::thread setter([&] {
-        std::this_thread::sleep_for(milliseconds(10));
+        awaitOthersAsleep();
         event.set();
     });
     EXPECT_EQ(event.waitAndProcessMsgs(), 0u);

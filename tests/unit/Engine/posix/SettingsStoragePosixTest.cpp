@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 
+#include "OtherThreads.h"
 #include "RecordingReporter.h"
 #include "RegistrySysForwarder.h"
 #include "StringPrinting.h"
@@ -75,7 +76,7 @@ TEST(SettingsStoragePosixTest, SettingsThatArriveSlowlyAreWaitedFor) {
     const RecordingReporter quiet;
     registry.folder().writeNow("HKEY_CURRENT_USER.reg", "");
     std::thread copier([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        awaitOthersAsleep();
         registry.folder().write("HKEY_CURRENT_USER.reg", kByHand);
     });
     Settings settings;

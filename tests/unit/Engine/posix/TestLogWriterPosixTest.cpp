@@ -41,11 +41,7 @@ protected:
     }
     void log() { EXPECT_EQ(m_writer->log(u"a line", -1), 0u); }
     static void waitForFlushes(int count) {
-        const auto end = steady_clock::now() + kPatience;
-        while (flushes < count && steady_clock::now() < end) {
-            std::this_thread::sleep_for(milliseconds(1));
-        }
-        EXPECT_GE(flushes, count);
+        EXPECT_TRUE(soon([count] { return flushes >= count; }));
     }
 
     TemporaryFolder m_folder;

@@ -379,6 +379,7 @@ TEST_F(HiveFilePosixTest, WriterWaitsForTheLockAndReadersDoNot) {
         EXPECT_EQ(setString(registry, "x", "2"), 0u);
         written = true;
     });
+    // The writer never rests: it looks at the lock again and again.
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
     SPW_CRegistry registry(kHive, u"k");
     EXPECT_EQ(stringAt(registry, u"x"), "1");

@@ -18,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "OtherThreads.h"
 #include "RecordingReporter.h"
 #include "RegistryFolder.h"
 #include "SPW_CHiveFilePosix.h"
@@ -145,7 +146,7 @@ protected:
 TEST_F(HiveSafetyPosixTest, FileThatIsEmptiedAndFilledLaterKeepsWhatItIsFilledWith) {
     m_folder.writeNow(kHiveFile, "");
     std::thread writer([] { EXPECT_EQ(setValue(u"y", u"2"), 0u); });
-    std::this_thread::sleep_for(300ms);
+    awaitOthersAsleep();
     m_folder.write(kHiveFile, kText);
     writer.join();
     EXPECT_EQ(m_folder.read(kHiveFile), kText + std::string("\"y\"=\"2\"\n"));
@@ -155,7 +156,7 @@ TEST_F(HiveSafetyPosixTest, FileThatIsEmptiedAndFilledLaterKeepsWhatItIsFilledWi
 TEST_F(HiveSafetyPosixTest, FileThatIsWrittenInPiecesIsNotReplacedBetweenThem) {
     m_folder.writeNow(kHiveFile, "[HKEY_CURRENT_USER\\k]\n");
     std::thread writer([] { EXPECT_EQ(setValue(u"y", u"2"), 0u); });
-    std::this_thread::sleep_for(300ms);
+    awaitOthersAsleep();
     m_folder.write(kHiveFile, kText);
     writer.join();
     EXPECT_EQ(m_folder.read(kHiveFile), kText + std::string("\"y\"=\"2\"\n"));
@@ -300,12 +301,12 @@ TEST_F(HiveSafetyPosixTest, LockThatHasBeenReplacedMeanwhileDoesNotCount) {
     const int removed = openLock();
     ASSERT_EQ(flock(removed, LOCK_EX), 0);
     std::thread writer([] { EXPECT_EQ(setValue(u"x", u"2"), 0u); });
-    std::this_thread::sleep_for(50ms);
+    std::this_thread::sleep_for(50ms);  // several of the looks at the lock that the writer takes
     ASSERT_EQ(__real_unlink(path(kLockFile).c_str()), 0);
     const int present = openLock();
     ASSERT_EQ(flock(present, LOCK_EX), 0);
     close(removed);
-    std::this_thread::sleep_for(100ms);
+    std::this_thread::sleep_for(100ms);  // several more
     EXPECT_EQ(m_folder.read(kHiveFile), kText) << "the lock on the path is another program's";
     close(present);
     writer.join();
