@@ -63,12 +63,12 @@ function(linkometry_test target)
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
 endfunction()
 
-# linkometry_test_data(<file> <NAME>="<path>")
+# linkometry_test_data(<file> <NAME>="<path>"...)
 #
 # Tells one source where its data are. The other sources of its program compile alike wherever the project stands, so
 # that a compiler cache serves all checkouts.
-function(linkometry_test_data file definition)
-  set_property(SOURCE "${file}" APPEND PROPERTY COMPILE_DEFINITIONS ${definition})
+function(linkometry_test_data file)
+  set_property(SOURCE "${file}" APPEND PROPERTY COMPILE_DEFINITIONS ${ARGN})
 endfunction()
 
 # The distribution's Python: the scripts need nothing but its standard library.
