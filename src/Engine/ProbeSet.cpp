@@ -1,5 +1,6 @@
 #include "ProbeSet.h"
 
+#include <algorithm>
 #include <new>
 
 #include "ProbeWorker.h"
@@ -44,6 +45,11 @@ void askAllToEnd(const SPW_CArray<Probe*>& probes) {
             probes[i]->askToEnd();
         }
     }
+}
+
+// Multicast reaches every device of the group. One device whose settings are mistyped must not fill all their lines.
+std::int32_t multicastPeriodMs(const ProbePlan& plan) {
+    return plan.allowFlooding ? plan.periodMs : std::max<std::int32_t>(plan.periodMs, 1);
 }
 
 }  // namespace
@@ -95,8 +101,9 @@ void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introductio
 
 void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
     if (plan.multicast) {
-        Probe* connector = new (std::nothrow) VTR_CMulticastConnector(
-            &m_sink, plan.multicastGroup, plan.multicastPort, plan.announcement, plan.periodMs, plan.multicastTtl);
+        Probe* connector =
+            new (std::nothrow) VTR_CMulticastConnector(&m_sink, plan.multicastGroup, plan.multicastPort,
+                                                       plan.announcement, multicastPeriodMs(plan), plan.multicastTtl);
         (void)append(m_connectors, connector);
         m_owner.onProbeLine(u"Created VTR_CMulticastConnector");
         const SPW_CString why = whyNotMade(connector);

@@ -22,6 +22,7 @@ struct ProbePlan {
     SPW_CString multicastGroup;
     std::uint32_t multicastPort = 0;
     std::int32_t multicastTtl = 0;
+    bool allowFlooding = false;  // multicast probes without a pause are meant
 };
 
 // The peer whose probes are to be made.

@@ -44,6 +44,12 @@ public:
         return defaultText;
     }
 
+    // False for one that is missing or cannot be read.
+    bool readOptional(const char16_t* name, SPW_CString& text) {
+        SPW_CRegistryData data;
+        return m_main.getValue(name, data) == 0 && data.toText(text);
+    }
+
     // Writes what was created. False when somebody else has changed the settings meanwhile, and may have set them.
     bool finish() {
         const SPW_Result code = m_edits.write();
@@ -92,6 +98,10 @@ SPW_CString defaultOf(const Setting& setting, std::int32_t multicastPortOverride
     return isOverridden ? SPW_CString(static_cast<int>(multicastPortOverride)) : SPW_CString(setting.defaultText);
 }
 
+bool isYes(const SPW_CString& text) {
+    return text.compareNoCase(u"yes") == 0;
+}
+
 void setFromText(Settings& settings, const SettingField& field, const SPW_CString& text) {
     switch (field.type) {
         case SettingType::kText:
@@ -104,13 +114,35 @@ void setFromText(Settings& settings, const SettingField& field, const SPW_CStrin
             settings.*field.number = text.toInt();
             break;
         case SettingType::kFlag:
-            settings.*field.flag = text.compareNoCase(u"yes") == 0;
+            settings.*field.flag = isYes(text);
             break;
         case SettingType::kFrequencyUnit:
             settings.*field.milliseconds = unitToMilliseconds(text);
             break;
         case SettingType::kNamedPeers:
             break;  // no text of its own
+    }
+}
+
+// A limit that is mistyped must not mean "no limit".
+void setLimitFromText(std::int32_t& limit, const SPW_CString& text) {
+    const bool isNumber = !text.isEmpty() && text.at(0) >= u'0' && text.at(0) <= u'9';
+    if (isNumber) {
+        limit = text.toInt();
+    }
+}
+
+void loadOptional(Settings& settings, SettingsStore& store) {
+    const Settings defaults;
+    for (const OptionalSetting& setting : kOptionalSettings) {
+        SPW_CString text;
+        const bool isSet = store.readOptional(setting.name, text);
+        if (setting.flag != nullptr) {
+            settings.*setting.flag = isSet ? isYes(text) : defaults.*setting.flag;
+        } else {
+            settings.*setting.number = defaults.*setting.number;
+            setLimitFromText(settings.*setting.number, text);
+        }
     }
 }
 
@@ -128,6 +160,7 @@ bool tryLoad(Settings& settings, std::int32_t multicastPortOverride) {
                         store->readSetting(setting.name, defaultOf(setting, multicastPortOverride)));
         }
     }
+    loadOptional(settings, *store);
     return store->finish();
 }
 

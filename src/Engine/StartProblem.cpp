@@ -29,6 +29,12 @@ StartProblem StartProblem::ofProbes() {
             u"some probes could not be made, because the system has no thread left for them; the log says which"};
 }
 
+StartProblem StartProblem::ofNoPause() {
+    return {kNoPause,
+            u"the settings \"frequency qty\" and \"frequency units\" make no time above 0 (units are milliseconds, "
+            u"seconds, minutes, hours and days): probes leave without a pause"};
+}
+
 bool hasProblem(const SPW_CArray<StartProblem>& problems, StartProblem::Kind kind) {
     for (int i = 0; i < problems.numberOfElements(); ++i) {
         if (problems[i].kind == kind) {

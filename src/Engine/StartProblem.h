@@ -13,6 +13,7 @@ struct StartProblem {
         kListenerNotStarted,  // the peers will not be heard
         kNoInterface,         // no peer can be reached
         kProbeNotMade,        // a peer is not measured by all that was selected
+        kNoPause,             // probes leave without a pause, which is hardly what anybody wants
     };
 
     Kind kind = kLogNotOpened;
@@ -23,6 +24,7 @@ struct StartProblem {
     static StartProblem ofListener(const SPW_CString& errorText);
     static StartProblem ofNoInterface();
     static StartProblem ofProbes();
+    static StartProblem ofNoPause();
 };
 
 bool hasProblem(const SPW_CArray<StartProblem>& problems, StartProblem::Kind kind);

@@ -262,6 +262,10 @@ void TestEngine::openLog() {
 void TestEngine::reloadSettings() {
     Settings settings = m_settings;
     loadSettings(settings, readKorvUdpPort());
+    if (settings.periodMs() <= 0 && !m_isWithoutPause) {
+        addProblem(StartProblem::ofNoPause());
+    }
+    m_isWithoutPause = settings.periodMs() <= 0;
     const SPW_CGuard guard(m_lock);
     m_settings = settings;
 }
@@ -304,6 +308,7 @@ ProbePlan TestEngine::probePlan() const {
     plan.multicastGroup = m_settings.multicastGroup;
     plan.multicastPort = static_cast<std::uint32_t>(m_settings.multicastPort);
     plan.multicastTtl = m_settings.multicastTtl;
+    plan.allowFlooding = m_settings.allowFlooding;
     return plan;
 }
 

@@ -162,6 +162,7 @@ private:
     // not find them. Empty without a ticker.
     AddressSet m_ownThisSecond;
     bool m_isTicking = false;
+    bool m_isWithoutPause = false;  // by the latest settings; told once
 
     // Has a lock of its own, which is taken after m_lock. A discovery is its guest.
     ProbeSet m_probes{*this, *this};

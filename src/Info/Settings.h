@@ -8,9 +8,10 @@
 #include "SPW_CString.h"
 
 // Everything that the user can set for a test run, as the registry of the current user holds it. Read only: the
-// program writes a value back only where it was missing or unreadable, and then its default.
+// program writes a value back only where it was missing or unreadable, and then its default. Optional settings are
+// never written.
 //
-// To add a setting: a member here and a row in kSettings below.
+// To add a setting: a member here and a row in kSettings or kOptionalSettings below.
 struct Settings {
     SPW_CString applicationPath;
     SPW_CString description;
@@ -34,6 +35,9 @@ struct Settings {
     bool tcpipSelected = false;
     bool udpSelected = false;
     SPW_CString version;
+
+    // Optional settings. What stands here is the default.
+    bool allowFlooding = false;
 
     // Milliseconds between probes. The product is limited to 32 bits (24 days): one that wrapped around to a negative
     // or a small number would be a flood.
@@ -121,4 +125,27 @@ inline constexpr Setting kSettings[] = {
     {u"port", u"5009", SettingField::ofNumber(&Settings::port), u"Port"},
     {u"tcpip selected", u"yes", SettingField::ofFlag(&Settings::tcpipSelected), u"Tcpip Selected"},
     {u"udp selected", u"yes", SettingField::ofFlag(&Settings::udpSelected), u"Udp Selected"},
+};
+
+// A limit, or a switch that hardly anybody touches. It is read where somebody has set it, and never created: a registry
+// in use looks as it always has. The report's list of settings does not have it either; the report's copy of the
+// registry shows it where it is set.
+//
+// A number is a limit: 0 means no limit. A text without a number means the default. So does a negative number.
+struct OptionalSetting {
+    const char16_t* name;
+    // One of the two is set.
+    std::int32_t Settings::*number;
+    bool Settings::*flag;
+
+    static constexpr OptionalSetting ofNumber(const char16_t* name, std::int32_t Settings::*member) {
+        return {name, member, nullptr};
+    }
+    static constexpr OptionalSetting ofFlag(const char16_t* name, bool Settings::*member) {
+        return {name, nullptr, member};
+    }
+};
+
+inline constexpr OptionalSetting kOptionalSettings[] = {
+    OptionalSetting::ofFlag(u"allow flooding", &Settings::allowFlooding),
 };

@@ -65,6 +65,9 @@ class SettingsTest(lab.SystemTest):
             program = self.device.measure()
             datagrams = receiver.receive_many(500, within=30)
             self.assertEqual(program.stop(), 1)
+        self.assertRegex(program.errors(), "(?s)^linkometry: the settings .* make no time above 0 .* without a pause\n"
+                                           ".*measures its peers")
+        self.assertEqual(program.errors().count("without a pause"), 1)
         self.assertEqual([traffic.parse(each.data).sequence for each in datagrams], list(range(500)))
 
     def test_unit_is_compared_without_regard_to_case_and_a_number_ends_where_it_ends(self):

@@ -56,6 +56,7 @@ class TroubleshootingTest(lab.SystemTest):
         "The disk is full": "test_full_disk",
         "Threads are refused": "test_threads_refused",
         "A mistake in the settings": "test_mistake_in_settings",
+        "A unit that nobody knows": "test_unknown_unit",
     }
 
     def setUp(self):
@@ -264,4 +265,8 @@ class TroubleshootingTest(lab.SystemTest):
     def test_mistake_in_settings(self):
         # A mistake means defaults, multicast among them.
         self.device.write_hive(f'[{lab.SETTINGS_KEY}]\n"port"="5009"\n"frequency qty"="2\n')
+        self.expect_what_is_shown(self.device.measure())
+
+    def test_unknown_unit(self):
+        self.device.configure("multicast", frequency_units="weeks")
         self.expect_what_is_shown(self.device.measure())

@@ -1,8 +1,12 @@
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
 #include "EngineFixture.h"
+#include "Patience.h"
+#include "StillClock.h"
 
+using testing::Contains;
 using testing::IsEmpty;
 using testing::Not;
 
@@ -100,6 +104,61 @@ TEST_F(SettingsInUseTest, ThePeriodIsThatOfEveryProbe) {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     EXPECT_LE(m_sockets.calls(ScriptedSocket::kSendTo), 2) << "one to the peer, one to the group";
     EXPECT_LE(m_icmp.requests().size(), 1u);
+}
+
+// Without a pause: the settings have a unit that nobody knows.
+class NoPauseTest : public SettingsInUseTest {
+protected:
+    static constexpr const char* kNoPause =
+        "the settings \"frequency qty\" and \"frequency units\" make no time above 0 (units are milliseconds, seconds, "
+        "minutes, hours and days): probes leave without a pause";
+
+    NoPauseTest() {
+        m_registry.setSetting(u"frequency units", u"weeks");
+        select(true, true, false, false);
+    }
+
+    long sentTo(const SPW_CIpAddress& address) {
+        const std::vector<ScriptedSocket::Sent> sent = m_sockets.sent();
+        return std::count_if(sent.begin(), sent.end(),
+                             [&](const ScriptedSocket::Sent& each) { return each.address == address; });
+    }
+    void awaitSentTo(const SPW_CIpAddress& address, long count) {
+        ASSERT_TRUE(soon([&] { return sentTo(address) >= count; }));
+    }
+
+    StillClock m_clock;
+};
+
+TEST_F(NoPauseTest, MulticastHasAMillisecondBetweenTwoProbesAllTheSame) {
+    engine().start();
+    awaitSentTo(kGroup, 1);
+    awaitSentTo(kPeer, 200);
+    EXPECT_EQ(sentTo(kGroup), 1) << "time stands still";
+    m_clock.advanceMs(1);
+    awaitSentTo(kGroup, 2);
+    awaitSentTo(kPeer, sentTo(kPeer) + 200);
+    EXPECT_EQ(sentTo(kGroup), 2);
+}
+
+TEST_F(NoPauseTest, MulticastFloodsWhereThatIsAllowed) {
+    m_registry.setSetting(u"allow flooding", u"yes");
+    engine().start();
+    awaitSentTo(kGroup, 200);
+}
+
+TEST_F(NoPauseTest, IsToldBeforeTheFirstStartAndOnce) {
+    EXPECT_THAT(problems(), Contains(kNoPause));
+    engine().start();
+    EXPECT_THAT(problems(), Not(Contains(kNoPause)));
+    engine().stop();
+    m_registry.setSetting(u"frequency units", u"milliseconds");
+    engine().start();
+    EXPECT_THAT(problems(), Not(Contains(kNoPause)));
+    engine().stop();
+    m_registry.setSetting(u"frequency qty", u"0");
+    engine().start();
+    EXPECT_THAT(problems(), Contains(kNoPause));
 }
 
 }  // namespace

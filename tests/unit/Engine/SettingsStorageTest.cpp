@@ -155,6 +155,54 @@ TEST(SettingsTableTest, NoTwoSettingsShareAMemberANameOrALabel) {
     }
 }
 
+// The text of an optional setting's value, as a user would set it.
+SPW_CString textOf(const OptionalSetting& setting, const Settings& settings) {
+    return setting.flag != nullptr ? SPW_CString(settings.*setting.flag ? u"yes" : u"no")
+                                   : SPW_CString(static_cast<int>(settings.*setting.number));
+}
+
+TEST_F(SettingsStorageTest, AnOptionalSettingIsReadWhereItIsSet) {
+    for (const OptionalSetting& setting : kOptionalSettings) {
+        m_registry.setSetting(setting.name, setting.flag != nullptr ? u"YES" : u"17 or so");
+        EXPECT_EQ(textOf(setting, load()), SPW_CString(setting.flag != nullptr ? u"yes" : u"17"));
+        m_registry.setSetting(setting.name, setting.flag != nullptr ? u"no" : u"0");
+        EXPECT_EQ(textOf(setting, load()), SPW_CString(setting.flag != nullptr ? u"no" : u"0"));
+    }
+}
+
+TEST_F(SettingsStorageTest, AnOptionalSettingThatIsNotSetAnyMoreHasItsDefaultAgain) {
+    for (const OptionalSetting& setting : kOptionalSettings) {
+        Settings settings;
+        if (setting.flag != nullptr) {
+            settings.*setting.flag = !(settings.*setting.flag);
+        } else {
+            settings.*setting.number += 1;
+        }
+        loadSettings(settings, kNoMulticastPortOverride);
+        EXPECT_EQ(textOf(setting, settings), textOf(setting, Settings()));
+    }
+}
+
+TEST_F(SettingsStorageTest, AMistypedLimitHasItsDefaultAndIsNotTakenForNone) {
+    for (const OptionalSetting& setting : kOptionalSettings) {
+        for (const char16_t* text : {u"", u"many", u"-5", u" 5"}) {
+            m_registry.setSetting(setting.name, text);
+            EXPECT_EQ(textOf(setting, load()), textOf(setting, Settings())) << SPW_CString(setting.name).toAnsi();
+        }
+    }
+}
+
+TEST(SettingsTableTest, TheExampleAndTheManualNameEachOptionalSettingWithItsDefault) {
+    const std::string example = sourceFile(kExample);
+    const std::string manual = sourceFile("docs/hive-files.md");
+    for (const OptionalSetting& setting : kOptionalSettings) {
+        const std::string name = SPW_CString(setting.name).toAnsi();
+        const std::string text = textOf(setting, Settings()).toAnsi();
+        EXPECT_THAT(example, testing::HasSubstr("\n; \"" + name + "\"=\"" + text + "\"\n"));
+        EXPECT_THAT(manual, testing::HasSubstr("\n| `" + name + "` | `" + text + "` | "));
+    }
+}
+
 TEST_F(SettingsStorageTest, EachTypeOfSettingHasItsValueInItsMember) {
     m_registry.setSetting(u"description", u"hall 3");
     m_registry.setSetting(u"multicast group", u" 228.1.1.1 ");
@@ -318,6 +366,15 @@ TEST_F(SettingsStorageTest, AValueOfATypeThatIsNoTextIsOverwrittenByItsDefault) 
     const RecordingReporter quiet;
     EXPECT_EQ(load().port, 5009);
     EXPECT_EQ(m_registry.setting(u"port"), SPW_CString(u"5009"));
+}
+
+TEST_F(SettingsStorageTest, AnOptionalSettingOfATypeThatIsNoTextHasItsDefaultAndStays) {
+    for (const OptionalSetting& setting : kOptionalSettings) {
+        const std::string line = "\"" + std::string(SPW_CString(setting.name).toAnsi()) + "\"=hex(2):37,00,00,00\n";
+        m_registry.load(kHive, kMainSection + line);
+        EXPECT_EQ(textOf(setting, load()), textOf(setting, Settings()));
+        EXPECT_EQ(m_registry.setting(setting.name), SPW_CString(u"(missing)")) << "still a value that is no text";
+    }
 }
 
 TEST_F(SettingsStorageTest, WhatIsOverwrittenByItsDefaultIsToldOnce) {
