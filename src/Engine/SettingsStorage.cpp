@@ -133,14 +133,15 @@ void setLimitFromText(std::int32_t& limit, const SPW_CString& text) {
 }
 
 void loadOptional(Settings& settings, SettingsStore& store) {
-    const Settings defaults;
+    // Not on the stack, which is small on a handheld.
+    const std::unique_ptr<const Settings> defaults(new Settings());
     for (const OptionalSetting& setting : kOptionalSettings) {
         SPW_CString text;
         const bool isSet = store.readOptional(setting.name, text);
         if (setting.flag != nullptr) {
-            settings.*setting.flag = isSet ? isYes(text) : defaults.*setting.flag;
+            settings.*setting.flag = isSet ? isYes(text) : (*defaults).*setting.flag;
         } else {
-            settings.*setting.number = defaults.*setting.number;
+            settings.*setting.number = (*defaults).*setting.number;
             setLimitFromText(settings.*setting.number, text);
         }
     }
