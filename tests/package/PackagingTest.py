@@ -71,8 +71,8 @@ class ManPageTest(TemporaryTest):
     def test_it_has_the_signals_and_exit_statuses_that_help_names_and_no_others(self):
         signals = set(re.findall(r"SIG\w+", " ".join(self.tags("SIGNALS"))))
         self.assertEqual(signals, set(re.findall(r"SIG\w+", usage())))
-        statuses = set(re.findall(r"\d", " ".join(self.tags("EXIT STATUS"))))
-        self.assertEqual(statuses, set(re.findall(r"\b(\d) [a-z]", usage().partition("Exit status")[2])))
+        statuses = set(re.findall(r"\d+", " ".join(self.tags("EXIT STATUS"))))
+        self.assertEqual(statuses, set(re.findall(r"\b(\d+) [a-z]", usage().partition("Exit status")[2])))
 
     def test_it_has_every_variable_that_the_program_asks_the_environment_for(self):
         asked = set()

@@ -10,21 +10,27 @@
 #include <cstring>
 
 #include "ForeignText.h"
+#include "SPW_CClock.h"
 
 namespace {
 
 constexpr int kErrorPatienceMs = 2000;
+constexpr std::uint32_t kRefusedPollMs = 10;
 
 std::atomic<bool> isErrorStalled{false};
 
-// Waits until the descriptor takes something. Returns false if it does not in that time. -1 waits without limit.
+// Waits until the descriptor takes something. Returns false if it does not in that time. -1 waits without limit. A wait
+// that the system refuses is short, and only writing then tells.
 bool waitForRoom(int descriptor, int timeoutMs) {
     pollfd source = {descriptor, POLLOUT, 0};
     int result;
     do {
         result = poll(&source, 1, timeoutMs);
     } while (result < 0 && errno == EINTR);
-    return result > 0;
+    if (result < 0) {
+        SPW_CClock::instance->sleepMs(kRefusedPollMs);
+    }
+    return result != 0;
 }
 
 }  // namespace
@@ -33,7 +39,7 @@ void complain(const SPW_CString& text) {
     sayOnStandardError(std::string("linkometry: ") + showableText(text).toAnsi() + '\n');
 }
 
-void sayOnStandardError(const std::string& text) {
+void sayOnStandardError(std::string_view text) {
     isErrorStalled = !waitForRoom(STDERR_FILENO, isErrorStalled ? 0 : kErrorPatienceMs);
     if (isErrorStalled) {
         return;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "SPW_CString.h"
 
@@ -11,8 +12,8 @@
 void complain(const SPW_CString& text);
 // The same for a text that is ready to be shown. If the reader of standard error stalls, the call waits once for a
 // short while. From then on no call waits until the reader takes something again, and what is not taken is lost. A
-// probe that waited would look like a lost one, and a program that waited could not be stopped.
-void sayOnStandardError(const std::string& text);
+// probe that waited would look like a lost one, and a program that waited could not be stopped. Takes no memory.
+void sayOnStandardError(std::string_view text);
 
 // Writes it all. Waits also for a descriptor that does not block by itself. Returns 0 or the error number. `progress`
 // is called with the number of bytes that were taken.

@@ -13,11 +13,13 @@
 #include "ReportMode.h"
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
+#include "SPW_CMemory.h"
 #include "ScreenProgram.h"
 #include "SettingsStorage.h"
 #include "Signals.h"
 #include "StandardOutput.h"
 #include "Terminal.h"
+#include "TerminalRescue.h"
 #include "Wakeup.h"
 
 namespace {
@@ -41,6 +43,12 @@ void occupyStandardDescriptors() {
     if (descriptor >= 0) {
         close(descriptor);
     }
+}
+
+// The words must take no memory.
+void sayMemoryIsExhausted() {
+    TerminalRescue::restore();
+    sayOnStandardError("linkometry: there is no memory left, the program ends\n");
 }
 
 std::string versionLine() {
@@ -75,8 +83,8 @@ int runTests(const CommandLine& options) {
     const bool wantsScreen = canShowScreen(options);
     Signals signals(wakeup, wantsScreen || hasControllingTerminal());
     StandardOutput output(wakeup);
-    if (!signals.isReady() || !output.isReady()) {
-        complain(u"cannot start: the system refuses a thread");
+    if (!wakeup.isReady() || !signals.isReady() || !output.isReady()) {
+        complain(u"cannot start: the system refuses a thread or a descriptor");
         return kTestFailed;
     }
     Terminal terminal;
@@ -100,6 +108,7 @@ int runReport(const CommandLine& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    SPW_CMemory::watch(sayMemoryIsExhausted);
     occupyStandardDescriptors();
 
     const CommandLine options = scanArguments(tokensOf(argc, argv), CommandLine::kUnixStyle);

@@ -9,11 +9,13 @@
 #include <utility>
 
 #include "NowMs.h"
+#include "SPW_CClock.h"
 #include "TerminalRescue.h"
 
 namespace {
 
 constexpr int kExitOfSignal = 128;  // what a shell adds to a signal's number
+constexpr std::uint32_t kRefusedPollMs = 10;
 
 bool isIgnored(int number) {
     struct sigaction action;
@@ -74,6 +76,14 @@ Signals::Signals(Wakeup& wakeup, bool doesHangupStop)
     ignoreWriteSignals();
 }
 
+bool Signals::isReady() const {
+    return m_thread.isRunning() && hasDescriptors();
+}
+
+bool Signals::hasDescriptors() const {
+    return m_stopSource >= 0 && m_otherSource >= 0 && m_end.isReady() && m_finish.isReady() && m_moreOthers.isReady();
+}
+
 Signals::~Signals() {
     m_finish.wake();
     m_thread.join();
@@ -116,6 +126,9 @@ void Signals::setWatcher(std::function<void()> watcher) {
 // SIGHUP. With one source for all, a sender of SIGHUP that is faster than the reader would keep SIGTERM from ending the
 // program.
 void Signals::work() {
+    if (!hasDescriptors()) {
+        return;  // nobody could end the wait
+    }
     bool isEnding = false;
     for (;;) {
         pollfd sources[] = {{m_finish.descriptor(), POLLIN, 0},
@@ -125,14 +138,16 @@ void Signals::work() {
                             {m_end.descriptor(), POLLIN, 0}};
         // Once the end has begun there is nothing more to hear of it.
         const nfds_t count = std::size(sources) - (isEnding ? 1 : 0);
-        (void)poll(sources, count, isEnding ? kWatchMs : -1);
-        if (sources[0].revents != 0) {
+        if (poll(sources, count, isEnding ? kWatchMs : -1) < 0) {
+            SPW_CClock::instance->sleepMs(kRefusedPollMs);  // the sources can be looked at all the same
+        }
+        if (m_finish.isSet()) {
             return;
         }
-        if (sources[3].revents != 0) {
+        if (m_moreOthers.isSet()) {
             takeInOthers();
         }
-        isEnding = isEnding || sources[4].revents != 0;
+        isEnding = isEnding || m_end.isSet();
         const int stop = take(m_stopSource);
         const int number = stop != 0 ? stop : take(m_otherSource);
         if (number != 0) {

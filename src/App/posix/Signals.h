@@ -35,8 +35,8 @@ public:
     Signals(const Signals&) = delete;
     Signals& operator=(const Signals&) = delete;
 
-    // False if the system has refused the thread. Then no signal is received.
-    bool isReady() const { return m_thread.isRunning(); }
+    // False if the system has refused the thread or a descriptor. Then signals are not received.
+    bool isReady() const;
     void alsoReceive(std::initializer_list<int> numbers);
 
     // Returns the number of a signal that has come, or 0. A request to stop goes before all others. A signal that comes
@@ -53,6 +53,7 @@ public:
     void setWatcher(std::function<void()> watcher);
 
 private:
+    bool hasDescriptors() const;
     void work();
     void takeInOthers();
     void takeStop(int number);

@@ -10,10 +10,12 @@ Wakeup::~Wakeup() {
 }
 
 void Wakeup::wake() {
+    m_isSet = true;
     (void)eventfd_write(m_descriptor, 1);  // can only fail when it is set beyond counting
 }
 
 void Wakeup::clear() {
+    m_isSet = false;
     eventfd_t count;
     (void)eventfd_read(m_descriptor, &count);  // fails when it was not set
 }
