@@ -8,6 +8,7 @@ namespace {
 struct Thread {
     std::uint64_t look = 0;      // the latest that no sleep has followed, or 0
     std::uint64_t decision = 0;  // the latest, or 0
+    bool isProbe = false;        // waits for its decision plus the period; not so the engine's thread for time
 };
 thread_local Thread self;
 
@@ -28,12 +29,13 @@ void LatenessClock::sleepMs(std::uint32_t milliseconds) {
 
 void LatenessClock::sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent& wake) {
     self.look = 0;
+    self.isProbe = due100ns == self.decision + m_period100ns;
     m_real.sleepTowards(due100ns, milliseconds, wake);
 }
 
 void LatenessClock::note(std::uint64_t decision100ns) {
     const std::uint64_t due = self.decision + m_period100ns;
-    if (self.decision != 0 && decision100ns >= due) {
+    if (self.isProbe && decision100ns >= due) {
         const std::uint64_t bucket = (decision100ns - due) / kBucket100ns;
         m_counts[std::min<std::uint64_t>(bucket, kBuckets - 1)].fetch_add(1, std::memory_order_relaxed);
         std::uint64_t worst = m_worst100ns;

@@ -51,10 +51,8 @@ constexpr Bench kBenches[] = {
 constexpr char kUsage[] =
     "usage: linkometry-bench [-quick] [name...]\n"
     "\n"
-    "Measures the program beside the machine's own limits and prints a table; each the median of five, with the least "
-    "and "
-    "the\n"
-    "greatest. Takes five minutes. Needs root, for network namespaces of its own.\n"
+    "Measures the program beside the machine's own limits and prints a table; each the median of five, with\n"
+    "the least and the greatest. Takes five minutes. Needs root, for network namespaces of its own.\n"
     "\n"
     "  -quick   under a minute: each measured once, and 256 and 1000 peers only\n"
     "  name     only these of: listener, log, peers-1, peers-64, peers-256, peers-1000, growth, short-periods,\n"

@@ -1,4 +1,5 @@
 #include <errno.h>
+#include <sys/prctl.h>
 #include <time.h>
 
 #include <atomic>
@@ -18,6 +19,18 @@ std::uint64_t read100ns(clockid_t clock) {
     timespec time;
     clock_gettime(clock, &time);
     return static_cast<std::uint64_t>(time.tv_sec) * kPerSecond + static_cast<std::uint64_t>(time.tv_nsec / 100);
+}
+
+// The kernel ends a wait up to 50 us late, so that wake-ups fall together. Of a period of 1 ms that is a twentieth, and
+// a sender does not make lateness up.
+void beExact(bool isExact) {
+    constexpr unsigned long kKernelsOwn = 0;
+    constexpr unsigned long kExactNs = 1;
+    static thread_local bool isThreadExact = false;
+    if (isThreadExact != isExact) {
+        isThreadExact = isExact;
+        (void)prctl(PR_SET_TIMERSLACK, isExact ? kExactNs : kKernelsOwn);
+    }
 }
 
 void sleepNs(std::uint64_t nanoseconds) {
@@ -77,7 +90,8 @@ void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {
 
 // Merges the sleeps, for thousands of senders would otherwise wake some forty times a period each to find that nothing
 // is due.
-void SPW_CClockSys::sleepTowards(std::uint64_t dueMonotonic100ns, std::uint32_t, SPW_Handle wake) {
+void SPW_CClockSys::sleepTowards(std::uint64_t dueMonotonic100ns, std::uint32_t milliseconds, SPW_Handle wake) {
+    beExact(milliseconds == 0);
     timespec due;
     due.tv_sec = static_cast<time_t>(dueMonotonic100ns / kPerSecond);
     due.tv_nsec = static_cast<long>(dueMonotonic100ns % kPerSecond) * 100;
