@@ -145,6 +145,22 @@ TEST_F(HiveFilePosixTest, FileThatMayNotBeReadIsAccessDeniedAndStays) {
     EXPECT_TRUE(m_reporter.boxes().empty());
 }
 
+TEST_F(HiveFilePosixTest, FileThatCannotBeReadIsToldOfOnceUntilItCouldBe) {
+    const std::string file = m_folder.native() / kHiveFile;
+    SPW_CRegistry registry(kHive, u"k");
+    for (int times = 1; times <= 2; ++times) {
+        m_folder.write(kHiveFile, "[HKEY_CURRENT_USER\\k]\n\"x\"=\"1\"\n");
+        EXPECT_EQ(stringAt(registry, u"x"), "1");
+        ASSERT_EQ(unlink(file.c_str()), 0);
+        ASSERT_EQ(symlink(file.c_str(), file.c_str()), 0);  // a link that leads nowhere but to itself
+        EXPECT_THAT(stringAt(registry, u"x"), testing::StartsWith("failed: "));
+        EXPECT_THAT(stringAt(registry, u"y"), testing::StartsWith("failed: "));
+        ASSERT_EQ(m_reporter.boxes().size(), static_cast<std::size_t>(times));
+        EXPECT_THAT(m_reporter.boxes().back().text, HasSubstr(file + ": the file cannot be read: "));
+        ASSERT_EQ(unlink(file.c_str()), 0);
+    }
+}
+
 // --- Edits by hand ---
 
 TEST_F(HiveFilePosixTest, HandEditsCountAtTheNextOperation) {

@@ -172,6 +172,7 @@ struct Known {
     Text text;
     Identity reported;  // the state whose problem the user has been told
     bool lockReported = false;
+    bool unreadableReported = false;
 };
 
 std::mutex g_mutex;  // guards the map; not held while a file is read, locked or written, or the user is told
@@ -234,6 +235,21 @@ void noteLock(const std::string& path, bool isHeld) {
         }
     }
     tell(path, 0, u"another program has held the lock beside this file for 2 seconds. Nothing is written to it.");
+}
+
+// Tells the user once that the system refuses to read the file, and again only after it could be read. A file without
+// the right to read it is one that the user was not to have.
+void noteUnreadable(const std::string& path, SPW_Result code) {
+    const bool isUnreadable = code != kSysOk && code != kSysRegistryCorrupt && code != kSysAccessDenied;
+    {
+        const std::lock_guard<std::mutex> guard(g_mutex);
+        if (std::exchange(g_known[path].unreadableReported, isUnreadable) || !isUnreadable) {
+            return;
+        }
+    }
+    tell(path, 0,
+         SPW_CString(u"the file cannot be read: ") + SPW_CSysError::instance->text(code) +
+             u". What is not read has its default.");
 }
 
 // Reads one byte more than the limit at most. The one byte says that the file is larger.
@@ -320,6 +336,7 @@ SPW_Result load(Hive hive, const std::string& path, Look& look) {
     if (code == kSysRegistryCorrupt) {
         tellProblem(path, look);
     }
+    noteUnreadable(path, code);
     return code;
 }
 
