@@ -1,6 +1,7 @@
 #include "PeerTable.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include "ForeignText.h"
@@ -18,8 +19,18 @@ int totalPlusLost(const ProtocolCounts& counts) {
 
 }  // namespace
 
-PeerRow::PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName)
-    : m_number(number), m_address(address), m_name(showableText(name)), m_hasName(hasName) {}
+PeerRow::PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName, State state)
+    : m_number(number), m_address(address), m_name(showableText(name)), m_hasName(hasName), m_state(state) {}
+
+void PeerRow::record(int protocol, std::int32_t sequence) {
+    m_counters[protocol].record(sequence);
+    m_hasAnswered = true;
+    m_silentSeconds = 0;
+}
+
+void PeerRow::forgetNotMade() {
+    std::fill(std::begin(m_isNotMade), std::end(m_isNotMade), false);
+}
 
 void PeerRow::reset() {
     for (SequenceCounter& counter : m_counters) {
@@ -75,34 +86,92 @@ PeerRow* PeerTable::find(const SPW_CString& address) {
     return entry == 0 ? nullptr : m_rows[entry - 1];
 }
 
+PeerRow* PeerTable::numbered(std::int32_t number) {
+    const int index = firstFrom(number);
+    return index < size() && m_rows[index]->number() == number ? m_rows[index] : nullptr;
+}
+
+PeerRow* PeerTable::following(std::int32_t number) {
+    const int index = firstFrom(number + 1);
+    return index < size() ? m_rows[index] : nullptr;
+}
+
 std::int32_t PeerTable::addNamed(const SPW_CString& address, const SPW_CString& name) {
-    return add(address, name, true);
+    return add(address, name, true, PeerRow::kKept);
 }
 
 std::int32_t PeerTable::addDiscovered(const SPW_CString& address, const SPW_CString& name) {
-    return add(address, name, !name.isEmpty());
+    ++m_discovered;
+    return add(address, name, !name.isEmpty(), PeerRow::kIncomplete);
+}
+
+PeerRow* PeerTable::dispensable() {
+    PeerRow* resting = nullptr;
+    for (int i = 0; i < size(); ++i) {
+        PeerRow* const row = m_rows[i];
+        if (row->state() == PeerRow::kProbed && !row->hasAnswered()) {
+            return row;
+        }
+        if (resting == nullptr && row->state() == PeerRow::kResting) {
+            resting = row;
+        }
+    }
+    return resting;
+}
+
+void PeerTable::remove(std::int32_t number) {
+    const int index = firstFrom(number);
+    m_discovered -= m_rows[index]->state() == PeerRow::kKept ? 0 : 1;
+    delete m_rows[index];
+    m_rows.removeElementAt(index);
+    fillSlots(m_slots.numberOfElements());
+}
+
+void PeerTable::passSecond(std::int64_t seconds, Numbers& rested) {
+    for (int i = 0; i < size(); ++i) {
+        PeerRow& row = *m_rows[i];
+        if (row.state() == PeerRow::kProbed && row.passSecond() >= seconds && seconds > 0) {
+            row.setState(PeerRow::kResting);
+            rested.append(row.number());
+        }
+    }
 }
 
 void PeerTable::clear() {
     for (int i = 0; i < size(); ++i) {
         delete m_rows[i];
     }
-    m_firstNumber += size();
     m_rows.clear();
     m_slots.clear();
+    m_discovered = 0;
 }
 
-std::int32_t PeerTable::add(const SPW_CString& address, const SPW_CString& name, bool hasName) {
+std::int32_t PeerTable::add(const SPW_CString& address, const SPW_CString& name, bool hasName, PeerRow::State state) {
     if ((size() + 1) * 2 > m_slots.numberOfElements()) {
         grow();
     }
-    const std::int32_t number = m_firstNumber + size();
-    m_rows.append(new PeerRow(number, address, name, hasName));
+    const std::int32_t number = m_nextNumber++;
+    m_rows.append(new PeerRow(number, address, name, hasName, state));
     std::int32_t& entry = m_slots[slotOf(address)];
     if (entry == 0) {
         entry = size();
     }
     return number;
+}
+
+// The index of the first row with this number or a greater one.
+int PeerTable::firstFrom(std::int32_t number) const {
+    int low = 0;
+    int high = size();
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (m_rows[middle]->number() < number) {
+            low = middle + 1;
+        } else {
+            high = middle;
+        }
+    }
+    return low;
 }
 
 // The slot that holds the first row with this address, or the free one where it belongs.
@@ -119,7 +188,10 @@ int PeerTable::slotOf(const SPW_CString& address) const {
 }
 
 void PeerTable::grow() {
-    const int slots = std::max(kFirstSlots, m_slots.numberOfElements() * 2);
+    fillSlots(std::max(kFirstSlots, m_slots.numberOfElements() * 2));
+}
+
+void PeerTable::fillSlots(int slots) {
     m_slots.clear();
     for (int i = 0; i < slots; ++i) {
         m_slots.append(0);

@@ -19,13 +19,33 @@ struct PeerRecord {
 // One peer's statistics. Belongs to a PeerTable and shares its thread rule.
 class PeerRow {
 public:
+    // Whose row it is, and how it stands with the probes of a discovered peer.
+    enum State {
+        kKept,        // of a named or an added peer: neither given up nor put to rest
+        kIncomplete,  // its probes are being made or wait to be made
+        kProbed,      // it has its probes
+        kResting,     // nothing has come from it for long, and its probes have ended
+    };
+
     // number: see PeerRowValues. hasName: whether the label bears the name, even an empty one.
-    PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName);
+    PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName,
+            State state = kKept);
 
     // The address exactly as it was given: what a sender is known by.
     const SPW_CString& address() const { return m_address; }
-    void record(int protocol, std::int32_t sequence) { m_counters[protocol].record(sequence); }
+    std::int32_t number() const { return m_number; }
+    State state() const { return m_state; }
+    // Not of a kept row.
+    void setState(State state) { m_state = state; }
+    void record(int protocol, std::int32_t sequence);
+    // Tells whether anything has been counted since the row was made. A reset does not make it forgotten.
+    bool hasAnswered() const { return m_hasAnswered; }
+    // Tells that a second has passed. Returns how many have passed since something was counted, or since the row was
+    // made.
+    std::int32_t passSecond() { return ++m_silentSeconds; }
     void setNotMade(int protocol) { m_isNotMade[protocol] = true; }
+    // For probes that are to be made anew.
+    void forgetNotMade();
     void reset();
     // The one place where the record of a row is filled.
     PeerRowValues values() const;
@@ -41,14 +61,20 @@ private:
     const bool m_hasName;
     SequenceCounter m_counters[kProtocols];
     bool m_isNotMade[kProtocols] = {};
+    State m_state;
+    bool m_hasAnswered = false;
+    std::int32_t m_silentSeconds = 0;
 };
 
 // The statistics rows in order of addition, found by address at the price of one hash, since every received
 // packet looks its sender up. Two rows may bear the same address (a peer added twice); the first is found.
 //
-// Rows stay where they are until clear(). Threads: none; the owner locks.
+// A row's place in memory lasts as long as the row. Its index does not, since rows in front of it may be removed.
+// Threads: none; the owner locks.
 class PeerTable {
 public:
+    typedef SPW_CArray<std::int32_t> Numbers;
+
     PeerTable() = default;
     ~PeerTable() { clear(); }
     PeerTable(const PeerTable&) = delete;
@@ -59,23 +85,38 @@ public:
     const PeerRow& at(int index) const { return *m_rows[index]; }
     // Null when no row has exactly this address.
     PeerRow* find(const SPW_CString& address);
-    // number: of a row that is in the table.
-    PeerRow& numbered(std::int32_t number) { return *m_rows[number - m_firstNumber]; }
+    // Null when the row is gone.
+    PeerRow* numbered(std::int32_t number);
+    // The row with the lowest number above this one, or null. Walks the table while rows come and go; begins with 0.
+    PeerRow* following(std::int32_t number);
     // Adds a row labelled "address (name)". Returns its number.
     std::int32_t addNamed(const SPW_CString& address, const SPW_CString& name);
     // Adds the row of a discovered peer: labelled like a named one, or with the bare address if name is empty. Returns
-    // its number.
+    // its number. The row is incomplete.
     std::int32_t addDiscovered(const SPW_CString& address, const SPW_CString& name);
+    // How many rows are those of discovered peers.
+    int discovered() const { return m_discovered; }
+    // The row to give up for a new one where there is no room: the oldest probed one that has never answered anything,
+    // or else the oldest that rests. Null when there is neither.
+    PeerRow* dispensable();
+    // Deletes that row. Its number does not come again.
+    void remove(std::int32_t number);
+    // Tells all probed rows that a second has passed. Those that have been silent for so many seconds rest from here
+    // on; their numbers are appended, rising. seconds: 0 or less puts none to rest.
+    void passSecond(std::int64_t seconds, Numbers& rested);
     // Deletes all rows. Their numbers do not come again.
     void clear();
 
 private:
-    std::int32_t add(const SPW_CString& address, const SPW_CString& name, bool hasName);
+    std::int32_t add(const SPW_CString& address, const SPW_CString& name, bool hasName, PeerRow::State state);
+    int firstFrom(std::int32_t number) const;
     int slotOf(const SPW_CString& address) const;
     void grow();
+    void fillSlots(int slots);
 
-    SPW_CArray<PeerRow*> m_rows;
-    std::int32_t m_firstNumber = 1;  // of the row at index 0; those behind it have the numbers that follow
+    SPW_CArray<PeerRow*> m_rows;  // by rising numbers
+    std::int32_t m_nextNumber = 1;
+    int m_discovered = 0;
     // Open addressing over the rows' addresses: row index + 1, or 0 for a free slot. The number of slots is a power
     // of two and at least twice the number of rows.
     SPW_CArray<std::int32_t> m_slots;

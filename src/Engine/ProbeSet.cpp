@@ -29,22 +29,19 @@ void spreadStarts(int startedSoFar) {
     }
 }
 
-// All probes are asked before one of them is waited for. Each wait is for one step at most, and the steps end together.
-// One after another, thousands would take minutes.
-void askAllToStop(const SPW_CArray<Probe*>& probes) {
-    for (int i = 0; i < probes.numberOfElements(); ++i) {
-        if (probes[i] != nullptr) {
-            probes[i]->askToStop();
+// rows: rising.
+bool contains(const SPW_CArray<std::int32_t>& rows, std::int32_t row) {
+    int low = 0;
+    int high = rows.numberOfElements();
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (rows[middle] < row) {
+            low = middle + 1;
+        } else {
+            high = middle;
         }
     }
-}
-
-void askAllToEnd(const SPW_CArray<Probe*>& probes) {
-    for (int i = 0; i < probes.numberOfElements(); ++i) {
-        if (probes[i] != nullptr) {
-            probes[i]->askToEnd();
-        }
-    }
+    return low < rows.numberOfElements() && rows[low] == row;
 }
 
 // Multicast reaches every device of the group. One device whose settings are mistyped must not fill all their lines.
@@ -83,13 +80,15 @@ void ProbeSet::makePeerProbes(const ProbedPeer& peer, const ProbePlan& plan) {
 
 // Appends a peer's probe, announces it and starts it, in the order that the peer's manner wants.
 void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introduction& texts) {
-    const int index = append(texts.probes, probe);
+    const int index = append(texts.probes, probe, peer.row);
     const bool isStarted = peer.isTestRunning && probe != nullptr;
-    if (isStarted && peer.manner == ProbedPeer::kDiscovered) {
+    if (isStarted && peer.manner != ProbedPeer::kAdded) {
         (void)probe->startProbe();  // the test goes on with whatever could be started
     }
     const SPW_CString what = SPW_CString(texts.className) + u" to " + peer.address;
-    m_owner.onProbeLine(SPW_CString(u"Created ") + what);
+    if (peer.manner != ProbedPeer::kUnannounced) {
+        m_owner.onProbeLine(SPW_CString(u"Created ") + what);
+    }
     const SPW_CString why = whyNotMade(probe);
     if (!why.isEmpty()) {
         m_owner.onProbeNotMade({what, why, peer.row, texts.protocol});
@@ -131,9 +130,9 @@ void ProbeSet::addListener(Probe* listener, ProbeKind kind, const char16_t* clas
 }
 
 // Answers the probe's index.
-int ProbeSet::append(Probes& probes, Probe* probe) {
+int ProbeSet::append(Probes& probes, Probe* probe, std::int32_t row) {
     const SPW_CGuard guard(m_lock);
-    probes.append(probe);
+    probes.append({probe, row});
     return probes.numberOfElements() - 1;
 }
 
@@ -148,7 +147,7 @@ void ProbeSet::startSending() {
 void ProbeSet::startAll(const Probes& probes, const char16_t* failure, int& started) {
     for (int i = 0; i < probes.numberOfElements(); ++i) {
         spreadStarts(started++);
-        if (probes[i] != nullptr && probes[i]->startProbe() != 0) {
+        if (probes[i].probe != nullptr && probes[i].probe->startProbe() != 0) {
             m_owner.onProbeLine(SPW_CString(failure) + connectorText(i));
         }
     }
@@ -157,14 +156,33 @@ void ProbeSet::startAll(const Probes& probes, const char16_t* failure, int& star
 void ProbeSet::stopSending() {
     askAllToStop(m_connectors);
     askAllToStop(m_pingers);
+    destroyRetired();
     stopAll(m_connectors, u"StopSending failed returned ");
     stopAll(m_pingers, u"StopPinging failed returned ");
 }
 
 void ProbeSet::stopAll(const Probes& probes, const char16_t* failure) {
     for (int i = 0; i < probes.numberOfElements(); ++i) {
-        if (probes[i] != nullptr && probes[i]->stopProbe() != 0) {
+        if (probes[i].probe != nullptr && probes[i].probe->stopProbe() != 0) {
             m_owner.onProbeLine(SPW_CString(failure) + connectorText(i));
+        }
+    }
+}
+
+// All probes are asked before one of them is waited for. Each wait is for one step at most, and the steps end together.
+// One after another, thousands would take minutes.
+void ProbeSet::askAllToStop(const Probes& probes) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        if (probes[i].probe != nullptr) {
+            probes[i].probe->askToStop();
+        }
+    }
+}
+
+void ProbeSet::askAllToEnd(const Probes& probes) {
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        if (probes[i].probe != nullptr) {
+            probes[i].probe->askToEnd();
         }
     }
 }
@@ -172,21 +190,17 @@ void ProbeSet::stopAll(const Probes& probes, const char16_t* failure) {
 // The text that is logged for a pinger is deliberately that of the connector at the pinger's index, where there is one.
 // Readers of logs know it so.
 SPW_CString ProbeSet::connectorText(int index) const {
-    Probe* connector = nullptr;
-    {
-        const SPW_CGuard guard(m_lock);
-        if (index < m_connectors.numberOfElements()) {
-            connector = m_connectors[index];
-        }
-    }
+    const SPW_CGuard guard(m_lock);
+    Probe* const connector = index < m_connectors.numberOfElements() ? m_connectors[index].probe : nullptr;
     return connector == nullptr ? SPW_CString() : connector->failureText();
 }
 
 // Guests add connectors and pingers meanwhile, but no listeners.
 void ProbeSet::startListening() {
     for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
-        if (m_listeners[i] != nullptr && m_listeners[i]->startProbe() != 0) {
-            const SPW_CString text = m_listeners[i]->failureText();
+        Probe* const listener = m_listeners[i].probe;
+        if (listener != nullptr && listener->startProbe() != 0) {
+            const SPW_CString text = listener->failureText();
             m_owner.onListenerNotStarted(text);
             m_owner.onProbeLine(SPW_CString(u"StartListening failed returned ") + text);
         }
@@ -196,8 +210,9 @@ void ProbeSet::startListening() {
 void ProbeSet::stopListening() {
     askAllToStop(m_listeners);
     for (int i = 0; i < m_listeners.numberOfElements(); ++i) {
-        if (m_listeners[i] != nullptr && m_listeners[i]->stopProbe() != 0) {
-            m_owner.onProbeLine(SPW_CString(u"StopListening failed returned ") + m_listeners[i]->failureText());
+        Probe* const listener = m_listeners[i].probe;
+        if (listener != nullptr && listener->stopProbe() != 0) {
+            m_owner.onProbeLine(SPW_CString(u"StopListening failed returned ") + listener->failureText());
         }
     }
 }
@@ -210,6 +225,7 @@ void ProbeSet::destroyAll() {
     destroy(m_connectors);
     destroy(m_listeners);
     destroy(m_pingers);
+    destroyRetired();
 }
 
 void ProbeSet::destroy(Probes& probes) {
@@ -220,8 +236,30 @@ void ProbeSet::destroy(Probes& probes) {
         probes.clear();
     }
     for (int i = 0; i < doomed.numberOfElements(); ++i) {
-        delete doomed[i];
+        delete doomed[i].probe;
     }
+}
+
+void ProbeSet::retire(const SPW_CArray<std::int32_t>& rows) {
+    Probes leaving;
+    {
+        const SPW_CGuard guard(m_lock);
+        moveOut(m_connectors, rows, leaving);
+        moveOut(m_pingers, rows, leaving);
+    }
+    askAllToEnd(leaving);
+    const SPW_CGuard guard(m_lock);
+    for (int i = 0; i < leaving.numberOfElements(); ++i) {
+        m_retired.append(leaving[i]);
+    }
+}
+
+void ProbeSet::moveOut(Probes& probes, const SPW_CArray<std::int32_t>& rows, Probes& out) {
+    Probes rest;
+    for (int i = 0; i < probes.numberOfElements(); ++i) {
+        (contains(rows, probes[i].row) ? out : rest).append(probes[i]);
+    }
+    probes = rest;
 }
 
 // ---- Guests

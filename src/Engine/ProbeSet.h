@@ -29,8 +29,9 @@ struct ProbePlan {
 struct ProbedPeer {
     // What is told about the probes of a peer, and when they start. Logs show the difference.
     enum Manner {
-        kAdded,       // each probe is announced, then started if a test runs; a start that fails is told
-        kDiscovered,  // each probe is started if a test runs, then announced; a start that fails is not told
+        kAdded,        // each probe is announced, then started if a test runs; a start that fails is told
+        kDiscovered,   // each probe is started if a test runs, then announced; a start that fails is not told
+        kUnannounced,  // the same without the announcement
     };
 
     SPW_CString address;
@@ -55,15 +56,21 @@ struct ProbeNotMade {
 // All probe objects of an engine: makes, starts, stops and destroys them, and says what it does.
 //
 // Two kinds of threads use it. The owner is the thread that drives the test; there is one at a time. A guest is a
-// thread of a listener that has heard an unknown sender and makes the probes of that peer. A guest enters, makes probes
-// and leaves; the owner may close the set and then is alone in it.
+// thread of a listener that has heard an unknown sender and makes the probes of that peer, or the engine's thread for
+// time. A guest enters, makes or retires probes and leaves; the owner may close the set and then is alone in it.
 //
 //     owner    close ---- destroyAll, make, startSending ---- open, startListening ---- stopListening, close,
 //     stopSending guests                      none                              any                             none
 //
 // The rules that follow from it:
-// - Probes are destroyed while the set is closed, and by the owner. Hence a guest, and the owner, may use every probe
-//   that the arrays hold without holding the lock.
+// - The owner destroys probes while the set is closed. Hence the owner may use every probe that the arrays hold without
+//   holding the lock while the set is closed, and a listener at any time.
+// - While the set is open a guest may retire a peer's probes: they leave the arrays and are asked to end, which waits
+// for
+//   nothing. Hence a connector or pinger of the arrays is used under the lock then, or by the thread that has just made
+//   it.
+// - The thread for time destroys what was retired and waits for the steps. A step waits for no lock that this thread
+//   holds and for no listener. A listener's thread destroys nothing: what it waits for is lost to its socket.
 // - Starting, stopping and destroying a probe waits for its step. The step may be inside a call of the ProbeEventSink
 // or
 //   wait for the log. Hence none of it happens under this or the engine's lock.
@@ -94,7 +101,8 @@ public:
 
     // ---- Owner and guests
 
-    // Makes the probes of one peer that both the plan and the peer want: UDP, TCP, ping.
+    // Makes the probes of one peer that both the plan and the peer want: UDP, TCP, ping. No other thread may retire the
+    // peer's probes meanwhile.
     void makePeerProbes(const ProbedPeer& peer, const ProbePlan& plan);
 
     // ---- Guests
@@ -103,6 +111,10 @@ public:
     [[nodiscard]] bool enter();
     void leave();
     bool isClosed() const;
+    // Takes the probes of these rows out of the set and asks them to end; returns at once. rows: rising.
+    void retire(const SPW_CArray<std::int32_t>& rows);
+    // Destroys what was retired and waits for the end of the steps. For the thread for time alone.
+    void destroyRetired() { destroy(m_retired); }
 
     // ---- The owner
 
@@ -122,12 +134,18 @@ public:
     void destroyAll();
 
 private:
-    // null where one could not be made.
-    typedef SPW_CArray<Probe*> Probes;
+    struct Member {
+        Probe* probe = nullptr;  // null where it could not be made
+        std::int32_t row = ProbeNotMade::kNoRow;
+    };
+    typedef SPW_CArray<Member> Probes;
     struct Introduction;
 
     void introduce(Probe* probe, const ProbedPeer& peer, const Introduction& texts);
-    int append(Probes& probes, Probe* probe);
+    int append(Probes& probes, Probe* probe, std::int32_t row = ProbeNotMade::kNoRow);
+    static void askAllToStop(const Probes& probes);
+    static void askAllToEnd(const Probes& probes);
+    static void moveOut(Probes& probes, const SPW_CArray<std::int32_t>& rows, Probes& out);
     void addListener(Probe* listener, ProbeKind kind, const char16_t* className);
     void startAll(const Probes& probes, const char16_t* failure, int& started);
     void stopAll(const Probes& probes, const char16_t* failure);
@@ -143,6 +161,7 @@ private:
     Probes m_connectors;
     Probes m_listeners;
     Probes m_pingers;
+    Probes m_retired;  // asked to end, to be destroyed
     bool m_isClosed = false;
     int m_guests = 0;
 };

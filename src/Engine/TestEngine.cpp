@@ -4,6 +4,7 @@
 #include <new>
 
 #include "ForeignText.h"
+#include "SPW_CClock.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CSocket.h"
 #include "SettingsStorage.h"
@@ -36,8 +37,13 @@
 // stay on the screen until the next probe. Hence the sink lock is taken before the counting and given back after the
 // telling. resetStatistics() does the same row by row.
 //
-// (f) Once a second, while a test runs, onSecond() is called on a thread that does nothing else. It starts after all
-// probes and ends before them, at once.
+// (f) Once a second, while a test runs, onSecond() is called on a thread that does nothing else, the ticker. It starts
+// before all probes and ends before them, after a call in progress.
+//
+// (g) A discovered peer's row may go while a test runs, when another one needs its room, and its probes may end, when
+// nothing has come from it for long. Listeners only ask probes to end. The ticker waits for that, and only then makes
+// the probes that need the room: there are never more threads than rows allow. A row whose probes are being made, or
+// wait for that, does not go.
 //
 // The order of the locks is: control, sink, engine, ProbeSet.
 
@@ -46,6 +52,8 @@ namespace {
 // Only so many padding characters are sent, whatever the setting says: no packet can be longer, and every receiver
 // reads but 1000 bytes.
 constexpr int kMaximumPadding = 65536;
+
+constexpr std::uint64_t kSecond100ns = 10'000'000;
 
 // A report's way into the log, however long it has to wait for room.
 class LoggedLines final : public ReportLines {
@@ -87,6 +95,7 @@ void TestEngine::start() {
         addProblem(StartProblem::ofNoInterface());
     }
     logSystemReport();
+    refreshNetworks();
     // Before all probes: a device that has one thread too few then lacks a probe, and its row says that.
     startTicking();
     for (int i = 0; i < m_addedPeers.numberOfElements(); ++i) {
@@ -141,27 +150,24 @@ void TestEngine::concludeTest() {
 }
 
 void TestEngine::resetStatistics() {
-    const int rows = rowCount();
-    for (int i = 0; i < rows; ++i) {
+    std::int32_t number = 0;
+    for (;;) {
         const SPW_CGuard order(m_sinkLock);
         PeerRowValues row;
         {
             const SPW_CGuard guard(m_lock);
-            if (i >= m_peers.size()) {
-                return;  // a start on another thread has forgotten the rows meanwhile
+            PeerRow* const next = m_peers.following(number);
+            if (next == nullptr) {
+                return;
             }
-            m_peers.at(i).reset();
-            row = m_peers.at(i).values();
+            next->reset();
+            row = next->values();
         }
+        number = row.number;
         for (int protocol = 0; protocol < kProtocols; ++protocol) {
             m_sink->rowChanged(row, protocol);
         }
     }
-}
-
-int TestEngine::rowCount() const {
-    const SPW_CGuard guard(m_lock);
-    return m_peers.size();
 }
 
 void TestEngine::logReport() {
@@ -354,9 +360,9 @@ void TestEngine::showNotMade(std::int32_t row, Protocol protocol) {
     PeerRowValues values;
     {
         const SPW_CGuard guard(m_lock);
-        PeerRow& found = m_peers.numbered(row);
-        found.setNotMade(protocol);
-        values = found.values();
+        PeerRow* const found = m_peers.numbered(row);  // it stays while its probes are being made
+        found->setNotMade(protocol);
+        values = found->values();
     }
     m_sink->probesNotMade(values, protocol);
 }
@@ -373,31 +379,62 @@ void TestEngine::forgetTest() {
     m_probes.destroyAll();
     const SPW_CGuard guard(m_lock);
     m_peers.clear();
+    m_waiting.clear();
+    m_givenUp.clear();
     m_onceOnly.clear();
     m_startProblems.clear();
 }
 
 // ---- Time
 
-// The test runs as well without a ticker.
+// The test runs as well without a ticker. Then discoveries have no pace, and a full table takes nobody in.
 void TestEngine::startTicking() {
+    m_isTickerEnding = false;
     m_ticker.reset(new (std::nothrow) SecondTicker(*this));
     const bool isTicking = m_ticker != nullptr && m_ticker->start();
     const SPW_CGuard guard(m_lock);
     m_isTicking = isTicking;
+    m_lastSecond100ns = SPW_CClock::instance->now100ns();
+    m_pace.begin(isTicking ? DiscoveryPace::Limits{m_settings.discoveriesASecond, m_settings.discoveryBurst,
+                                                   m_settings.discoveryLinesASecond}
+                           : DiscoveryPace::Limits());
 }
 
 void TestEngine::stopTicking() {
+    m_isTickerEnding = true;
     m_ticker.reset();
-    const SPW_CGuard guard(m_lock);
-    m_isTicking = false;
-    m_ownThisSecond.clear();
+    int unannounced = 0;
+    {
+        const SPW_CGuard guard(m_lock);
+        m_isTicking = false;
+        m_ownThisSecond.clear();
+        unannounced = m_pace.passSeconds(0);
+        m_pace.begin({});
+    }
+    logUnannounced(unannounced);
+}
+
+// A call may be late, and then more than a second has passed. Under the engine lock.
+int TestEngine::passSeconds(std::uint64_t now100ns) {
+    const std::uint64_t seconds = (now100ns - m_lastSecond100ns + kSecond100ns / 2) / kSecond100ns;
+    m_lastSecond100ns = now100ns;
+    return m_pace.passSeconds(static_cast<std::int64_t>(seconds));
 }
 
 // Whatever depends on time passing. Not under the control lock: whoever holds it may be waiting for this call to end.
-void TestEngine::onSecond(std::uint64_t) {
-    const SPW_CGuard guard(m_lock);
-    m_ownThisSecond.clear();
+void TestEngine::onSecond(std::uint64_t now100ns) {
+    int unannounced = 0;
+    {
+        const SPW_CGuard guard(m_lock);
+        m_ownThisSecond.clear();
+        unannounced = passSeconds(now100ns);
+    }
+    logUnannounced(unannounced);
+    refreshNetworks();
+    if (m_probes.enter()) {
+        tendDiscovered();
+        m_probes.leave();
+    }
 }
 
 void TestEngine::addProblem(const StartProblem& problem) {

@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <memory>
 
+#include "DiscoveryPace.h"
 #include "LocalIdentity.h"
+#include "LocalNetworks.h"
 #include "PeerTable.h"
 #include "ProbeEventSink.h"
 #include "ProbeSet.h"
@@ -101,6 +103,16 @@ private:
     struct Discovery {
         ProbedPeer peer;
         ProbePlan plan;
+        bool isAnnounced = false;
+        bool isForTicker = false;    // the ticker makes the probes
+        PeerTable::Numbers givenUp;  // the row that has made room, if one had to
+        PeerRowValues givenUpRow;
+    };
+    // A row whose probes the ticker makes.
+    struct Waiting {
+        std::int32_t row = 0;
+        ProbedPeer::Manner manner = ProbedPeer::kDiscovered;
+        bool isHeardAgain = false;
     };
 
     void openLog();
@@ -112,6 +124,7 @@ private:
 
     void createProbes(const PeerRecord& peer);
     void startTicking();
+    int passSeconds(std::uint64_t now100ns);
     void stopTicking();
     void onSecond(std::uint64_t now100ns) override;
     void onProbeLine(const SPW_CString& line) override { logLine(line); }
@@ -123,13 +136,16 @@ private:
     void concludeTest();
     void forgetTest();
     void addProblem(const StartProblem& problem);
-    int rowCount() const;
 
     void logLine(const SPW_CString& line) { (void)logEvent(line, TestLog::kNoLimit); }
     void logProbeLine(const SPW_CString& line, std::int32_t waitMs);
     bool probeLogging(bool& withData, std::int32_t& waitMs) const;
 
-    bool count(const SPW_CString& address, int protocol, std::int32_t sequence);
+    enum Counting { kNotCounted, kCounted, kCountedAtRest };
+    Counting count(const SPW_CString& address, int protocol, std::int32_t sequence);
+    bool isGivenUp(ProbeKind kind, const SPW_CString& address) const;
+
+    // TestEngineDiscovery.cpp
     enum Judgement { kStranger, kUnwanted, kKnown };
     bool discover(const SPW_CString& address, const SPW_CString& text);
     Judgement judgeSender(const SPW_CString& address);
@@ -137,6 +153,19 @@ private:
     bool isOwnAddressNow(const SPW_CString& address);
     bool hasAddressNow(const SPW_CString& address) const;
     Judgement beginDiscovery(const SPW_CString& address, const SPW_CString& name, Discovery& discovery);
+    bool hasRoom();
+    void makeRoom(Discovery& discovery);
+    void tellGivenUp(const Discovery& discovery);
+    void takeUp(const SPW_CString& address);
+    void refreshNetworks();
+    void logDiscovery(const SPW_CString& address, const SPW_CString& name);
+    void logUnannounced(int discoveries);
+    void tendDiscovered();
+    std::int64_t secondsToRest() const;
+    void putSilentToRest();
+    void makeWaitingProbes();
+    Discovery waitingDiscovery(const Waiting& waiting);
+    void completeDiscovery(std::int32_t row);
 
     // Set before the first probe exists, then read only.
     UiSink* const m_sink;
@@ -162,6 +191,11 @@ private:
     // not find them. Empty without a ticker.
     AddressSet m_ownThisSecond;
     bool m_isTicking = false;
+    DiscoveryPace m_pace;
+    std::uint64_t m_lastSecond100ns = 0;  // when m_pace was told last
+    LocalNetworks m_networks;             // kept up to date while only neighbours are discovered
+    SPW_CArray<Waiting> m_waiting;
+    AddressSet m_givenUp;           // rows that had to make room and whose probes may still be ending
     bool m_isWithoutPause = false;  // by the latest settings; told once
 
     // Has a lock of its own, which is taken after m_lock. A discovery is its guest.
@@ -169,6 +203,7 @@ private:
 
     // Changes under the control lock. There while a test runs, unless the platform has no thread for it.
     std::unique_ptr<SecondTicker> m_ticker;
+    std::atomic<bool> m_isTickerEnding{false};
 
     std::atomic<bool> m_running{false};
     std::atomic<bool> m_destroying{false};

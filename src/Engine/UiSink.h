@@ -38,4 +38,7 @@ public:
         (void)row;
         (void)protocol;
     }
+    // The row is gone: it had to make room for another discovered peer. Nothing is told of it any more, and its number
+    // does not come again. row: as it was last. A start forgets all rows without this call.
+    virtual void rowGivenUp(const PeerRowValues& row) { (void)row; }
 };

@@ -38,6 +38,12 @@ struct Settings {
 
     // Optional settings. What stands here is the default.
     bool allowFlooding = false;
+    bool discoverOnlyNeighbours = false;
+    std::int32_t discoveriesASecond = 100;
+    std::int32_t discoveryBurst = 256;
+    std::int32_t discoveryLinesASecond = 10;
+    std::int32_t mostDiscoveredPeers = 1024;
+    std::int32_t restAfterSilentSeconds = 600;
 
     // Milliseconds between probes. The product is limited to 32 bits (24 days): one that wrapped around to a negative
     // or a small number would be a flood.
@@ -148,4 +154,10 @@ struct OptionalSetting {
 
 inline constexpr OptionalSetting kOptionalSettings[] = {
     OptionalSetting::ofFlag(u"allow flooding", &Settings::allowFlooding),
+    OptionalSetting::ofFlag(u"discover only neighbours", &Settings::discoverOnlyNeighbours),
+    OptionalSetting::ofNumber(u"discoveries a second", &Settings::discoveriesASecond),
+    OptionalSetting::ofNumber(u"discovery burst", &Settings::discoveryBurst),
+    OptionalSetting::ofNumber(u"discovery lines a second", &Settings::discoveryLinesASecond),
+    OptionalSetting::ofNumber(u"most discovered peers", &Settings::mostDiscoveredPeers),
+    OptionalSetting::ofNumber(u"rest after silent seconds", &Settings::restAfterSilentSeconds),
 };

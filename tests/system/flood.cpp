@@ -1,13 +1,18 @@
-// Sends packets that no receiver may count: random bytes, and probes with mistakes in them.
+// Sends packets that no receiver may count: random bytes, and probes with mistakes in them. Or sends good probes from
+// senders that do not exist.
 //
 // usage: linkometry-flood udp ADDRESS PORT COUNT SEED [INTERFACE]   datagrams; INTERFACE: the one for a group's ADDRESS
 //        linkometry-flood stream ADDRESS PORT COUNT SEED            one after another over a few TCP connections
 //        linkometry-flood tcp ADDRESS PORT COUNT SEED               each over a TCP connection of its own
+//        linkometry-flood senders ADDRESS PORT COUNT SECONDS        datagrams, each from an address of its own, of
+//                                                                   11.0.0.0/8, evenly over that time
 //
 // The same seed makes the same packets. Written from the packet's description alone, like traffic.py.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/ip.h>
+#include <netinet/udp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -237,11 +242,61 @@ void floodWithConnections(Generator& generator, const sockaddr_in& address, int 
     }
 }
 
+// A datagram with both its headers. The kernel fills in the checksum of the first; that of the second may be 0.
+std::string forgedDatagram(const sockaddr_in& target, std::uint32_t source, const std::string& probe) {
+    iphdr outer{};
+    outer.version = 4;
+    outer.ihl = 5;
+    outer.ttl = 64;
+    outer.protocol = IPPROTO_UDP;
+    outer.tot_len = htons(static_cast<std::uint16_t>(sizeof(iphdr) + sizeof(udphdr) + probe.size()));
+    outer.saddr = htonl(source);
+    outer.daddr = target.sin_addr.s_addr;
+    udphdr inner{};
+    inner.source = target.sin_port;
+    inner.dest = target.sin_port;
+    inner.len = htons(static_cast<std::uint16_t>(sizeof(udphdr) + probe.size()));
+    std::string datagram(sizeof outer + sizeof inner, '\0');
+    std::memcpy(datagram.data(), &outer, sizeof outer);
+    std::memcpy(datagram.data() + sizeof outer, &inner, sizeof inner);
+    return datagram + probe;
+}
+
+double secondsNow() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+void floodWithSenders(const sockaddr_in& address, int count, double seconds) {
+    const int sender = socket(AF_INET, SOCK_RAW, IPPROTO_RAW);
+    if (sender < 0) {
+        fail("raw socket");
+    }
+    const std::string probe = kTag + "|1|Version 1.0.0.0|nobody||||" + '\0';
+    const double start = secondsNow();
+    for (int i = 0; i < count; ++i) {
+        const std::string datagram =
+            forgedDatagram(address, (std::uint32_t{11} << 24) + 257 + static_cast<std::uint32_t>(i), probe);
+        if (sendto(sender, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                   sizeof address) < 0) {
+            fail("sendto");
+        }
+        const double ahead = start + seconds * i / count - secondsNow();
+        if (ahead > 0.001) {
+            const timespec pause = {0, static_cast<long>(std::min(ahead, 0.5) * 1e9)};
+            nanosleep(&pause, nullptr);
+        }
+    }
+    close(sender);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 6) {
-        std::fputs("usage: linkometry-flood udp|stream|tcp ADDRESS PORT COUNT SEED [INTERFACE]\n", stderr);
+        std::fputs("usage: linkometry-flood udp|stream|tcp|senders ADDRESS PORT COUNT SEED|SECONDS [INTERFACE]\n",
+                   stderr);
         return 2;
     }
     const std::string how = argv[1];
@@ -250,6 +305,8 @@ int main(int argc, char** argv) {
     Generator generator(static_cast<unsigned>(std::atoi(argv[5])));
     if (how == "udp") {
         floodWithDatagrams(generator, address, count, argc > 6 ? argv[6] : nullptr);
+    } else if (how == "senders") {
+        floodWithSenders(address, count, std::atof(argv[5]));
     } else if (how == "stream") {
         floodStreams(generator, address, count);
     } else {

@@ -4,10 +4,8 @@
 
 RowPlace RowTable::apply(const RowUpdate& update) {
     RowPlace place;
-    while (place.index < size() && cell(place.index, kLabelColumn) != update.label) {
-        ++place.index;
-    }
-    place.isNew = place.index == size();
+    place.index = find(update.label);
+    place.isNew = place.index == kNone;
     if (place.isNew) {
         Row row;
         row.cells[kLabelColumn] = update.label;
@@ -18,4 +16,21 @@ RowPlace RowTable::apply(const RowUpdate& update) {
     row.cells[update.column] = countsText(update.received, update.total);
     row.cells[kQualityColumn] = qualityText(update.quality);
     return place;
+}
+
+int RowTable::remove(const SPW_CString& label) {
+    const int index = find(label);
+    if (index != kNone) {
+        m_rows.removeElementAt(index);
+    }
+    return index;
+}
+
+int RowTable::find(const SPW_CString& label) const {
+    for (int i = 0; i < size(); ++i) {
+        if (cell(i, kLabelColumn) == label) {
+            return i;
+        }
+    }
+    return kNone;
 }

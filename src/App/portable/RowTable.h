@@ -13,6 +13,7 @@ struct RowUpdate {
     int quality = 0;
     std::int32_t received = 0;
     std::int32_t total = 0;
+    bool isGone = false;  // there is no row of that label any more; only the label counts
 };
 
 // Where a row stands after an update.
@@ -27,8 +28,12 @@ struct RowPlace {
 // Threads: none; it belongs to the user interface's thread.
 class RowTable {
 public:
+    static constexpr int kNone = -1;
+
     // Enters the update and says where its row is now. A new row pushes those from its place on one further down.
     RowPlace apply(const RowUpdate& update);
+    // Takes the row with this label away and says where it was; kNone when there is none.
+    int remove(const SPW_CString& label);
     void clear() { m_rows.clear(); }
 
     int size() const { return m_rows.numberOfElements(); }
@@ -39,5 +44,7 @@ private:
     struct Row {
         SPW_CString cells[kPeerColumns];
     };
+    int find(const SPW_CString& label) const;
+
     SPW_CArray<Row> m_rows;  // as they are shown, from the top
 };

@@ -273,23 +273,42 @@ void MainDialog::onEnd() {
 
 void MainDialog::updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t received,
                                std::int32_t total) {
+    post({label, columnOfProtocol(protocol), quality, received, total});
+}
+
+void MainDialog::rowGivenUp(const PeerRowValues& row) {
+    RowUpdate update;
+    update.label = row.label();
+    update.isGone = true;
+    post(update);
+}
+
+void MainDialog::post(const RowUpdate& update) {
     const HWND target = m_target;
     if (target == nullptr) {
         return;
     }
-    std::unique_ptr<RowUpdate> update(new (std::nothrow) RowUpdate());
-    if (update == nullptr) {
-        return;
-    }
-    *update = {label, columnOfProtocol(protocol), quality, received, total};
-    if (PostMessageW(target, kRowUpdateMessage, reinterpret_cast<WPARAM>(update.get()), 0)) {
-        (void)update.release();  // the window's from here on
+    std::unique_ptr<RowUpdate> posted(new (std::nothrow) RowUpdate(update));
+    if (posted != nullptr && PostMessageW(target, kRowUpdateMessage, reinterpret_cast<WPARAM>(posted.get()), 0)) {
+        (void)posted.release();  // the window's from here on
     }
 }
 
 void MainDialog::applyUpdate(const RowUpdate& update) {
+    if (update.isGone) {
+        removeRow(update.label);
+        return;
+    }
     const RowPlace place = m_rows.apply(update);
     showRow(place, update.column);
+}
+
+// Two peers with one label share a row. The next update of the other one brings it back.
+void MainDialog::removeRow(const SPW_CString& label) {
+    const int index = m_rows.remove(label);
+    if (index != RowTable::kNone) {
+        (void)SendMessageW(control(IDC_PEERS), LVM_DELETEITEM, static_cast<WPARAM>(index), 0);
+    }
 }
 
 void MainDialog::showRow(const RowPlace& place, int column) {

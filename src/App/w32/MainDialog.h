@@ -13,8 +13,8 @@
 // The program's window: buttons that drive the test engine, and a list with one row per peer. It owns the engine while
 // it is shown: the engine is there from the window's first moment to its last.
 //
-// Threads: runModal and all of the window on one thread, the user interface's. updatePeerRow may be called on any
-// thread at any time; it posts the update to the window and returns, so that nobody waits for the screen.
+// Threads: runModal and all of the window on one thread, the user interface's. updatePeerRow and rowGivenUp may be
+// called on any thread at any time; they post to the window and return, so that nobody waits for the screen.
 class MainDialog final : public Dialog, private UiSink {
 public:
     // options: the peers to add and how long a test may last. box: shows what the user must know. Both must outlive the
@@ -31,6 +31,7 @@ protected:
 private:
     void updatePeerRow(const SPW_CString& label, int quality, int protocol, std::int32_t received,
                        std::int32_t total) override;
+    void rowGivenUp(const PeerRowValues& row) override;
 
     void makeColumns();
     void makeEngine();
@@ -46,7 +47,9 @@ private:
     void addPeer();
     void showInfo();
 
+    void post(const RowUpdate& update);
     void applyUpdate(const RowUpdate& update);
+    void removeRow(const SPW_CString& label);
     void showRow(const RowPlace& place, int column);
     void dropPendingUpdates();
 

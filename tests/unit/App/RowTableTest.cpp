@@ -53,6 +53,16 @@ TEST_F(RowTableTest, TwoPeersWithOneLabelShareOneRow) {
     EXPECT_EQ(column(kUdpColumn), Texts{"5/9"});
 }
 
+TEST_F(RowTableTest, ARowThatIsRemovedLeavesTheOthersInTheirOrder) {
+    for (const char16_t* label : {u"a", u"b", u"c"}) {
+        update(label);
+    }
+    EXPECT_EQ(m_table.remove(u"c"), 1);
+    EXPECT_EQ(column(kLabelColumn), (Texts{"a", "b"}));
+    EXPECT_EQ(m_table.remove(u"c"), RowTable::kNone);
+    EXPECT_TRUE(update(u"c").isNew);
+}
+
 TEST_F(RowTableTest, OnlyTheWholeLabelInItsVerySpellingIsTheSameRow) {
     update(u"10.0.0.1");
     update(u"10.0.0.10");

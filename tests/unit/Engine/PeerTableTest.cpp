@@ -91,7 +91,7 @@ TEST(PeerTableTest, RowsAreNumberedFromOneInTheOrderInWhichTheyAreMade) {
     EXPECT_EQ(table.addNamed(u"10.0.0.7", u"a"), 3);
     for (int i = 0; i < table.size(); ++i) {
         EXPECT_EQ(table.at(i).values().number, i + 1);
-        EXPECT_EQ(&table.numbered(i + 1), &table.at(i));
+        EXPECT_EQ(table.numbered(i + 1), &table.at(i));
     }
 }
 
@@ -101,7 +101,116 @@ TEST(PeerTableTest, ARowsNumberDoesNotComeAgain) {
     table.addNamed(u"10.0.0.8", u"b");
     table.clear();
     EXPECT_EQ(table.addNamed(u"10.0.0.7", u"a"), 3);
-    EXPECT_EQ(&table.numbered(3), &table.at(0));
+    EXPECT_EQ(table.numbered(3), &table.at(0));
+}
+
+TEST(PeerTableTest, ARowThatIsRemovedIsNotFoundAndTheOthersAre) {
+    PeerTable table;
+    for (int i = 0; i < 200; ++i) {
+        table.addDiscovered(numbered(u"10.0.0.", i), u"");
+    }
+    for (int i = 0; i < 200; i += 3) {
+        table.remove(i + 1);
+    }
+    for (int i = 0; i < 200; ++i) {
+        const PeerRow* const row = table.find(numbered(u"10.0.0.", i));
+        ASSERT_EQ(row, table.numbered(i + 1)) << i;
+        ASSERT_EQ(row == nullptr, i % 3 == 0) << i;
+    }
+    EXPECT_EQ(table.size(), 133);
+    EXPECT_EQ(table.discovered(), 133);
+    EXPECT_EQ(table.addDiscovered(u"10.0.0.0", u""), 201);
+    EXPECT_EQ(table.find(u"10.0.0.0"), table.numbered(201));
+}
+
+TEST(PeerTableTest, OfTwoRowsWithOneAddressTheSecondIsFoundWhenTheFirstIsGone) {
+    PeerTable table;
+    table.addDiscovered(u"10.0.0.7", u"");
+    table.addNamed(u"10.0.0.7", u"printer");
+    table.remove(1);
+    EXPECT_EQ(table.find(u"10.0.0.7"), table.numbered(2));
+}
+
+TEST(PeerTableTest, AWalkByNumbersMeetsEveryRowThoughOthersGo) {
+    PeerTable table;
+    EXPECT_EQ(table.following(0), nullptr);
+    for (int i = 0; i < 4; ++i) {
+        table.addDiscovered(numbered(u"10.0.0.", i), u"");
+    }
+    EXPECT_EQ(table.following(0), table.numbered(1));
+    table.remove(1);
+    EXPECT_EQ(table.following(1), table.numbered(2));
+    table.remove(3);
+    EXPECT_EQ(table.following(2), table.numbered(4));
+    EXPECT_EQ(table.following(4), nullptr);
+}
+
+// Three discovered peers between two others, each with its probes.
+class DispensableRowTest : public testing::Test {
+protected:
+    DispensableRowTest() {
+        m_table.addNamed(u"10.0.0.1", u"named");
+        for (const char16_t* address : {u"10.0.0.2", u"10.0.0.3", u"10.0.0.4"}) {
+            m_table.numbered(m_table.addDiscovered(address, u""))->setState(PeerRow::kProbed);
+        }
+        m_table.addNamed(u"10.0.0.5", u"named");
+    }
+
+    PeerTable m_table;
+};
+
+TEST_F(DispensableRowTest, ItIsTheOldestDiscoveredOneThatHasNeverAnswered) {
+    EXPECT_EQ(m_table.discovered(), 3);
+    EXPECT_EQ(m_table.dispensable(), m_table.numbered(2));
+    m_table.numbered(2)->record(kPing, 1);
+    EXPECT_EQ(m_table.dispensable(), m_table.numbered(3));
+}
+
+TEST_F(DispensableRowTest, AResetMakesNoAnswerForgotten) {
+    m_table.numbered(2)->record(kUdp, 1);
+    m_table.numbered(2)->reset();
+    EXPECT_EQ(m_table.dispensable(), m_table.numbered(3));
+}
+
+TEST_F(DispensableRowTest, ItIsNoneWhoseProbesAreBeingMade) {
+    m_table.numbered(2)->setState(PeerRow::kIncomplete);
+    EXPECT_EQ(m_table.dispensable(), m_table.numbered(3));
+}
+
+TEST_F(DispensableRowTest, WhereAllHaveAnsweredItIsTheOldestThatRests) {
+    for (int number = 2; number <= 4; ++number) {
+        m_table.numbered(number)->record(kUdp, 1);
+    }
+    EXPECT_EQ(m_table.dispensable(), nullptr);
+    m_table.numbered(3)->setState(PeerRow::kResting);
+    m_table.numbered(4)->setState(PeerRow::kResting);
+    EXPECT_EQ(m_table.dispensable(), m_table.numbered(3));
+}
+
+TEST_F(DispensableRowTest, DiscoveredRowsRestAfterSoManySilentSecondsAndNoOthers) {
+    PeerTable::Numbers rested;
+    for (int second = 0; second < 9; ++second) {
+        m_table.passSecond(10, rested);
+    }
+    EXPECT_EQ(rested.numberOfElements(), 0);
+    m_table.numbered(3)->record(kUdp, 1);
+    m_table.passSecond(10, rested);
+    ASSERT_EQ(rested.numberOfElements(), 2);
+    EXPECT_EQ(rested[0], 2);
+    EXPECT_EQ(rested[1], 4);
+    EXPECT_EQ(m_table.numbered(2)->state(), PeerRow::kResting);
+    EXPECT_EQ(m_table.numbered(3)->state(), PeerRow::kProbed);
+    EXPECT_EQ(m_table.numbered(1)->state(), PeerRow::kKept);
+    m_table.passSecond(10, rested);
+    EXPECT_EQ(rested.numberOfElements(), 2) << "each is told once";
+}
+
+TEST_F(DispensableRowTest, ForNoSecondsNoRowRests) {
+    PeerTable::Numbers rested;
+    for (int second = 0; second < 1000; ++second) {
+        m_table.passSecond(0, rested);
+    }
+    EXPECT_EQ(rested.numberOfElements(), 0);
 }
 
 TEST(PeerRowTest, WithoutAnyProbeTheQualityIsZero) {

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -181,6 +182,63 @@ TEST_F(ProbeSetTest, WhatIsDestroyedIsForgotten) {
     set.startListening();
     stop();
     EXPECT_THAT(owner.take(), IsEmpty());
+}
+
+// ---- Retiring
+
+class RetiredProbesTest : public ProbeSetTest {
+protected:
+    RetiredProbesTest() {
+        plan.udp = plan.tcp = false;
+        for (const std::int32_t row : {1, 2, 3}) {
+            peer.row = row;
+            peer.address = SPW_CString(u"10.0.0.") + row;
+            set.makePeerProbes(peer, plan);
+        }
+        owner.take();
+    }
+    static SPW_CArray<std::int32_t> rows(std::initializer_list<std::int32_t> numbers) {
+        SPW_CArray<std::int32_t> array;
+        for (const std::int32_t number : numbers) {
+            array.append(number);
+        }
+        return array;
+    }
+    // How many probes there are that are not started.
+    int idleProbes() {
+        set.stopSending();
+        return static_cast<int>(owner.take().size());
+    }
+};
+
+TEST_F(RetiredProbesTest, TheOthersStay) {
+    set.retire(rows({1, 3}));
+    EXPECT_EQ(idleProbes(), 1);
+    set.retire(rows({2}));
+    EXPECT_EQ(idleProbes(), 0);
+}
+
+TEST_F(RetiredProbesTest, ARowWithoutProbesHasNoneToRetire) {
+    set.retire(rows({4, 5}));
+    EXPECT_EQ(idleProbes(), 3);
+}
+
+TEST_F(RetiredProbesTest, AProbeEndsAtOnceThoughItsPingIsStillOut) {
+    peer.row = 4;
+    peer.address = u"10.0.0.4";
+    peer.isTestRunning = true;
+    icmp.setHeld(true);
+    set.makePeerProbes(peer, plan);
+    icmp.waitForRequests(1);
+    set.retire(rows({4}));
+    set.destroyRetired();
+    EXPECT_THAT(sink.take(), IsEmpty());
+}
+
+TEST_F(RetiredProbesTest, TheEndOfTheSetDestroysWhatIsRetired) {
+    set.retire(rows({1, 2, 3}));
+    set.destroyAll();
+    EXPECT_EQ(idleProbes(), 0);
 }
 
 // ---- Guests

@@ -43,6 +43,12 @@ bool isBefore(const PeerRowValues& left, const PeerRowValues& right, int column)
 bool PeerList::apply(const RowChange& change) {
     int place = m_places.find(change.row.number);
     const bool isNew = place == RowPlaces::kNone;
+    if (change.isGone) {
+        if (!isNew) {
+            remove(place);
+        }
+        return false;
+    }
     if (isNew) {
         place = m_places.add(change.row.number);
         addRow();
@@ -66,6 +72,22 @@ void PeerList::addRow() {
     m_order.insert(m_order.begin() + std::min(place, 1), place);
     if (m_selectedPlace < 0) {
         m_selectedPlace = place;
+    }
+}
+
+void PeerList::remove(int place) {
+    const int chosen = selected();
+    const bool isChosen = place == m_selectedPlace;
+    m_places.remove(at(place).values.number);
+    m_rows.erase(m_rows.begin() + place);
+    m_order.erase(std::find(m_order.begin(), m_order.end(), place));
+    for (int& shown : m_order) {
+        shown -= shown > place ? 1 : 0;
+    }
+    m_selectedPlace -= m_selectedPlace > place ? 1 : 0;
+    if (isChosen) {
+        m_selectedPlace = -1;
+        select(chosen);
     }
 }
 

@@ -18,7 +18,7 @@ class PeerList {
 public:
     static constexpr int kUnsorted = -1;
 
-    // Enters a change; true when its row is new.
+    // Enters a change; true when its row is new. When the chosen row goes the one in its place is chosen.
     bool apply(const RowChange& change);
     void clear();
     // Ends the period that runs, for all rows. expected: how many probes of a kind a period has, at least 1.
@@ -62,6 +62,7 @@ private:
     Row& at(int place) const { return *m_rows[static_cast<std::size_t>(place)]; }
     const Row& row(int index) const { return at(place(index)); }
     void addRow();
+    void remove(int place);
     void putInOrderOfDialog();
 
     std::vector<std::unique_ptr<Row>> m_rows;  // in the order in which they came

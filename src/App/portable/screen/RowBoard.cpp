@@ -11,9 +11,19 @@ void RowBoard::rowChanged(const PeerRowValues& row, int protocol) {
         change.isTold[protocol] = true;
         isNews = noteChange();
     }
-    if (isNews) {
-        m_listener.boardChanged();
+    tellListener(isNews);
+}
+
+void RowBoard::rowGivenUp(const PeerRowValues& row) {
+    bool isNews = false;
+    {
+        const SPW_CGuard guard(m_lock);
+        RowChange& change = waitingChange(row.number);
+        change.row = row;
+        change.isGone = true;
+        isNews = noteChange();
     }
+    tellListener(isNews);
 }
 
 void RowBoard::clear() {
@@ -25,9 +35,7 @@ void RowBoard::clear() {
         m_news.isCleared = true;
         isNews = noteChange();
     }
-    if (isNews) {
-        m_listener.boardChanged();
-    }
+    tellListener(isNews);
 }
 
 RowBoard::News RowBoard::take() {
@@ -50,4 +58,11 @@ RowChange& RowBoard::waitingChange(std::int32_t number) {
 // True for the first change since the latest take().
 bool RowBoard::noteChange() {
     return !std::exchange(m_isTold, true);
+}
+
+// Without the lock.
+void RowBoard::tellListener(bool isNews) {
+    if (isNews) {
+        m_listener.boardChanged();
+    }
 }

@@ -28,6 +28,7 @@ public:
     void rowChanged(const PeerRowValues& row, int protocol) override;
     // The row's mark is news, too.
     void probesNotMade(const PeerRowValues& row, int protocol) override { rowChanged(row, protocol); }
+    void rowGivenUp(const PeerRowValues& row) override;
     // Forgets all rows, because a new test begins.
     void clear();
 
@@ -42,6 +43,7 @@ public:
 private:
     RowChange& waitingChange(std::int32_t number);
     bool noteChange();
+    void tellListener(bool isNews);
 
     Listener& m_listener;
     SPW_CCriticalSection m_lock;  // guards all below

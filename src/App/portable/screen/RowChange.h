@@ -7,4 +7,6 @@ struct RowChange {
     PeerRowValues row;
     // By protocol number: its counts may have changed, or that its probes could not be made was told.
     bool isTold[kProtocols] = {};
+    // The row is gone; nothing follows.
+    bool isGone = false;
 };

@@ -13,6 +13,15 @@ int RowPlaces::add(std::int32_t number) {
     return place;
 }
 
+void RowPlaces::remove(std::int32_t number) {
+    const auto found = firstFrom(number);
+    const int place = found->place;
+    m_entries.erase(found);
+    for (Entry& entry : m_entries) {
+        entry.place -= entry.place > place ? 1 : 0;
+    }
+}
+
 std::vector<RowPlaces::Entry>::const_iterator RowPlaces::firstFrom(std::int32_t number) const {
     return std::lower_bound(m_entries.begin(), m_entries.end(), number,
                             [](const Entry& entry, std::int32_t wanted) { return entry.number < wanted; });

@@ -15,6 +15,8 @@ public:
     int find(std::int32_t number) const;
     // Gives a row that has none the next place and returns it.
     int add(std::int32_t number);
+    // Takes that row's place away, which it must have. The rows behind it move up by one place.
+    void remove(std::int32_t number);
     void clear() { m_entries.clear(); }
 
 private:

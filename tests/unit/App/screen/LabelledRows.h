@@ -22,6 +22,12 @@ public:
         row.isNotMade[protocol] = true;
         return toldOf(row, protocol);
     }
+    RowChange gone(const SPW_CString& label) {
+        RowChange change;
+        change.row = rowOf(label);
+        change.isGone = true;
+        return change;
+    }
     PeerRowValues& rowOf(const SPW_CString& label) {
         PeerRowValues& row = m_rows[label.text()];
         if (row.number == 0) {

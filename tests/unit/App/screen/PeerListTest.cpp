@@ -119,6 +119,38 @@ TEST_F(PeerListTest, TheChosenRowIsKeptWhileOthersComeInAndChangePlaces) {
     EXPECT_EQ(m_list.selected(), 1);
 }
 
+TEST_F(PeerListTest, ARowThatIsGivenUpGoesAndTheOthersKeepTheirFigures) {
+    for (const char16_t* label : {u"a", u"b", u"c", u"d"}) {
+        update(label);
+    }
+    EXPECT_FALSE(m_list.apply(m_rows.gone(u"b")));
+    EXPECT_EQ(labels(), (Texts{"a", "d", "c"}));
+    EXPECT_FALSE(update(u"c", 50, kUdp, 1, 2));
+    EXPECT_EQ(m_list.cell(2, kUdpColumn), u"1/2");
+    EXPECT_FALSE(m_list.apply(m_rows.gone(u"b"))) << "it is gone already";
+    EXPECT_EQ(m_list.size(), 3);
+}
+
+TEST_F(PeerListTest, WhenTheChosenRowGoesTheOneInItsPlaceIsChosen) {
+    for (const char16_t* label : {u"a", u"b", u"c", u"d"}) {
+        update(label);
+    }
+    m_list.select(1);
+    EXPECT_EQ(chosen(), "d");
+    m_list.apply(m_rows.gone(u"d"));
+    EXPECT_EQ(chosen(), "c");
+    m_list.apply(m_rows.gone(u"a"));
+    EXPECT_EQ(chosen(), "c");
+    m_list.select(1);
+    EXPECT_EQ(chosen(), "b");
+    m_list.apply(m_rows.gone(u"b"));
+    EXPECT_EQ(chosen(), "c") << "the last one, for there is none in that place";
+    m_list.apply(m_rows.gone(u"c"));
+    EXPECT_EQ(chosen(), "none");
+    update(u"e");
+    EXPECT_EQ(chosen(), "e");
+}
+
 TEST_F(PeerListTest, BeyondEitherEndTheRowThereIsChosen) {
     update(u"a");
     update(u"b");

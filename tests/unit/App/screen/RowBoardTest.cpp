@@ -104,6 +104,18 @@ TEST_F(RowBoardTest, ProbesThatCouldNotBeMadeAreNewsAndStayWithTheirColumn) {
     EXPECT_FALSE(news.changes[0].row.isNotMade[kPing]);
 }
 
+TEST_F(RowBoardTest, ARowThatIsGivenUpIsNewsWhetherItHasChangedBeforeOrNot) {
+    tell(m_rows.change(u"a", 100, kUdp, 1, 1));
+    m_board.rowGivenUp(m_rows.rowOf(u"a"));
+    m_board.rowGivenUp(m_rows.rowOf(u"b"));
+    EXPECT_EQ(m_calls, 1);
+    const RowBoard::News news = m_board.take();
+    ASSERT_EQ(news.changes.size(), 2U);
+    EXPECT_TRUE(news.changes[0].isGone);
+    EXPECT_EQ(news.changes[0].row.label(), u"a");
+    EXPECT_TRUE(news.changes[1].isGone);
+}
+
 TEST_F(RowBoardTest, TwoPeersWithOneLabelAreTwoRows) {
     RowChange other = m_rows.change(u"b");
     other.row.address = u"a";
