@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ClockForwarder.h"
@@ -38,32 +40,40 @@ class DisturbedClock : public ScriptedClock {
 public:
     // The wall clock is moved at the next sleep.
     void moveWallAtNextSleep(std::int64_t milliseconds) { m_moveMs = milliseconds; }
+    // The device is suspended for that long in the middle of the next sleep. Only the wall clock moves meanwhile. The
+    // other half of the sleep follows, unless the resumption ends it.
+    void suspendInNextSleep(std::uint64_t milliseconds, bool endsSleep) {
+        m_suspendMs = milliseconds;
+        m_resumptionEndsSleep = endsSleep;
+    }
     // The next sleep is ended as soon as it begins.
     void wakeNextSleep() { m_isWoken = true; }
 
     void sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent&) override {
         setWall(wall100ns() + static_cast<std::uint64_t>(m_moveMs) * kPerMs);
         m_moveMs = 0;
-        if (!m_isWoken) {
-            pass(due100ns, milliseconds);
-        }
-        m_isWoken = false;
+        const std::uint64_t length = std::exchange(m_isWoken, false) ? 0 : lengthMs(due100ns, milliseconds);
+        advanceMs(length / 2);
+        setWall(wall100ns() + std::exchange(m_suspendMs, 0) * kPerMs);
+        advanceMs(std::exchange(m_resumptionEndsSleep, false) ? 0 : length - length / 2);
     }
 
 protected:
-    virtual void pass(std::uint64_t due100ns, std::uint32_t milliseconds) = 0;
+    virtual std::uint64_t lengthMs(std::uint64_t due100ns, std::uint32_t milliseconds) = 0;
 
 private:
     std::int64_t m_moveMs = 0;
     bool m_isWoken = false;
+    std::uint64_t m_suspendMs = 0;
+    bool m_resumptionEndsSleep = false;
 };
 
 class ScriptedSteps : public DisturbedClock {
-    void pass(std::uint64_t, std::uint32_t milliseconds) override { advanceMs(lengthOf(milliseconds)); }
+    std::uint64_t lengthMs(std::uint64_t, std::uint32_t milliseconds) override { return lengthOf(milliseconds); }
 };
 
 class ScriptedMerging : public DisturbedClock {
-    void pass(std::uint64_t due100ns, std::uint32_t) override { advanceMs((due100ns - now100ns()) / kPerMs); }
+    std::uint64_t lengthMs(std::uint64_t due100ns, std::uint32_t) override { return (due100ns - now100ns()) / kPerMs; }
 };
 
 template <typename Clock>
@@ -110,7 +120,6 @@ TYPED_TEST(ScriptedSleepContractTest, LatenessIsNotMadeUp) {
     this->expectNextAfter(1000, schedule, late);
 }
 
-// A suspended device looks the same: the clock of the schedules stands still, and the wall clock has moved afterwards.
 TYPED_TEST(ScriptedSleepContractTest, AWallClockThatJumpsDuringASleepMovesNoProbe) {
     const auto hour = static_cast<std::int64_t>(kHourMs);
     for (const std::int64_t jumpMs : {hour, -hour, 8 * hour}) {
@@ -118,6 +127,17 @@ TYPED_TEST(ScriptedSleepContractTest, AWallClockThatJumpsDuringASleepMovesNoProb
         const std::uint64_t last = this->nextSend(schedule);
         this->clock.moveWallAtNextSleep(jumpMs);
         this->expectNextAfter(1000, schedule, last);
+    }
+}
+
+TYPED_TEST(ScriptedSleepContractTest, TheRestOfAPeriodIsWaitedForAfterTheDeviceWasSuspended) {
+    for (const bool endsSleep : {false, true}) {
+        ProbeSchedule schedule(1000, this->wake);
+        const std::uint64_t last = this->nextSend(schedule);
+        const std::uint64_t lastOnTheWall = this->clock.wall100ns();
+        this->clock.suspendInNextSleep(kHourMs, endsSleep);
+        this->expectNextAfter(1000, schedule, last);
+        EXPECT_EQ(this->clock.wall100ns() - lastOnTheWall, this->clock.now100ns() - last + kHourMs * kPerMs);
     }
 }
 
@@ -174,11 +194,12 @@ protected:
 typedef testing::Types<PlatformsOwn, Steps, Merging> RealKinds;
 TYPED_TEST_SUITE(RealSleepContractTest, RealKinds);
 
-TYPED_TEST(RealSleepContractTest, ASleepLastsForItsTimeAtLeast) {
-    for (const std::uint32_t milliseconds : {0u, 2u, 30u}) {
+TYPED_TEST(RealSleepContractTest, ASleepLastsForItsTimeOrUntilItsEndIsDueAtLeast) {
+    constexpr std::uint64_t kAheadMs = 40;
+    for (const std::uint32_t milliseconds : {0u, 2u, 30u, 60u}) {
         const std::uint64_t begin = this->clock.now100ns();
-        this->sleepTowards(40, milliseconds);
-        EXPECT_GE(this->clock.now100ns() - begin, milliseconds * kPerMs);
+        this->sleepTowards(kAheadMs, milliseconds);
+        EXPECT_GE(this->clock.now100ns() - begin, std::min<std::uint64_t>(milliseconds, kAheadMs) * kPerMs);
     }
 }
 

@@ -305,7 +305,9 @@ class RefusedThreadTest(FaultTest):
 
 
 class ScarceMemoryTest(FaultTest):
-    """Every allocation fails once, and with all that follow it; the number of runs is the number of allocations."""
+    """Each allocation is refused together with all that follow it. In another run it is refused alone; at a start that
+    is every second one. The number of runs follows from the number of allocations.
+    """
 
     def report(self, **variables):
         program = self.windows.start("-getinfo", "\\report.txt", **variables)
@@ -345,8 +347,8 @@ class ScarceMemoryTest(FaultTest):
 
 
 class ScarceMemoryInTestTest(FaultTest):
-    """Of the thousand allocations of a test some, spread over all of it. tools/windows-ce/fail-every-allocation asks for a
-    share of all instead: LINKOMETRY_ALLOCATIONS=2/4 are those numbers that leave 2 when divided by 4.
+    """Of the allocations of a test some, spread over all of it. tools/windows-ce/fail-every-allocation asks for a share of
+    all instead: LINKOMETRY_ALLOCATIONS=2/4 are those numbers that leave 2 when divided by 4.
     """
 
     RUNS = 32

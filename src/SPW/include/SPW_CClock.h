@@ -25,8 +25,9 @@ public:
     static SPW_CClock* instance;
 
     // For schedules: starts at its first use as the wall clock, a count of 100-ns units since 1 January 1601 (UTC),
-    // then advances with the monotonic clock: setting the device's time does not move it, and it stands still while the
-    // device is suspended, so that no schedule is overdue afterwards.
+    // then advances with the monotonic clock. Setting the device's time does not move it. It stands still while the
+    // device is suspended: no schedule is overdue afterwards. Desktop Windows is the exception. Its clock runs on, and
+    // each schedule that has become overdue sends one probe when the device resumes. No schedule makes up lateness.
     virtual std::uint64_t now100ns() = 0;
     // The true wall clock in the same units.
     virtual std::uint64_t wall100ns() = 0;
@@ -39,9 +40,9 @@ public:
     // shortest time that pays; never spins.
     virtual void sleepMs(std::uint32_t milliseconds) = 0;
     // One of the sleeps with which a thread closes in on `due100ns` (as now100ns() counts), when all that it does
-    // between two such sleeps is to look at the clock. Lasts for at least that time (0 as above). Setting `wake`, an
-    // event with automatic reset that only this thread waits for, ends the sleep at once. A set that finds no sleep
-    // ends the next one.
+    // between two such sleeps is to look at the clock. Lasts for at least that time (0 as above) if due100ns is not
+    // nearer; otherwise it may end at due100ns. Setting `wake`, an event with automatic reset that only this thread
+    // waits for, ends the sleep at once. A set that finds no sleep ends the next one.
     //
     // A platform may merge these sleeps: the first one then lasts until due100ns. Only the clock and the battery can
     // tell the difference.
@@ -49,7 +50,8 @@ public:
     // (b) Either way the thread acts at its first look at the clock at or after due100ns. Neither way is a look early.
     //     A merged sleep ends nearer to due100ns than several sleeps do.
     // (c) The time left cannot change during a sleep. Nobody sets the clock of now100ns(). While the device is
-    //     suspended, that clock and every sleep stand still together.
+    //     suspended, that clock and every sleep stand still together. On desktop Windows that clock runs on. No sleep
+    //     is merged there, and the thread looks at the clock at the end of its present short one.
     // (d) What must not wait for the end of a sleep sets `wake`: a start, a stop, a destruction.
     virtual void sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent& wake) = 0;
 

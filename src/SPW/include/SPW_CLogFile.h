@@ -11,8 +11,10 @@
 // A line is in the file whole or not at all, also when the disk is full. When lines cannot be written the user is told
 // once, by SPW_CError::userInfo; when they can again, one line says how many were lost.
 //
-// Threads: any thread may call writeLine, which makes each line and the rotation that it sets off one step for all
-// writers of the object. Everything else is for the owner, while no other thread uses the object.
+// Threads: any thread may call writeLine and writeLines. A line and the rotation that it sets off are one step for all
+// writers of the object. The lines of one writeLines are such a step only when they go out in one write. Otherwise
+// lines of other threads may come between them. Everything else is for the owner, while no other thread uses the
+// object.
 class SPW_CLogFile : public SPW_CObject {
 public:
     SPW_CLogFile();

@@ -40,7 +40,8 @@ public:
     // message is a pointer to SPW_CMessage that the caller now owns. Reader only.
     SPW_Result qGetMsg(std::uintptr_t& message, std::uint32_t timeoutMs);
     // Takes the messages that wait now, at most `most`, the oldest first, and returns how many. Their places stay taken
-    // until freePlaces(): the bound of the queue holds for what its reader works on as well. Never blocks. Reader only.
+    // until freePlaces(): the bound of the queue holds for what its reader works on as well. Each is traced like one
+    // that qGetMsg takes. Never blocks. Reader only.
     std::uint32_t qTakeWaiting(std::uintptr_t* messages, std::uint32_t most);
     // Frees the places of that many messages that qTakeWaiting() has given. Reader only.
     void freePlaces(std::uint32_t count);

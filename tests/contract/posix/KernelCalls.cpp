@@ -1,5 +1,6 @@
 #include "KernelCalls.h"
 
+#include <sys/epoll.h>
 #include <sys/socket.h>
 
 #include <atomic>
@@ -35,6 +36,7 @@ extern "C" {
 
 int __real_connect(int descriptor, const sockaddr* address, socklen_t size);
 int __real_accept4(int descriptor, sockaddr* address, socklen_t* size, int flags);
+int __real_epoll_ctl(int watch, int operation, int descriptor, epoll_event* event);
 int __real_setsockopt(int descriptor, int level, int option, const void* value, socklen_t size);
 ssize_t __real_recvfrom(int descriptor, void* buffer, std::size_t size, int flags, sockaddr* source, socklen_t* length);
 
@@ -59,6 +61,16 @@ int __wrap_setsockopt(int descriptor, int level, int option, const void* value, 
         return -1;
     }
     return __real_setsockopt(descriptor, level, option, value, size);
+}
+
+int __wrap_epoll_ctl(int watch, int operation, int descriptor, epoll_event* event) {
+    const auto* const refusal = find(&KernelCalls::watchRefusal);
+    const int code = refusal != nullptr && operation == EPOLL_CTL_ADD ? (*refusal)() : 0;
+    if (code != 0) {
+        errno = code;
+        return -1;
+    }
+    return __real_epoll_ctl(watch, operation, descriptor, event);
 }
 
 ssize_t __wrap_recvfrom(int descriptor, void* buffer, std::size_t size, int flags, sockaddr* source,

@@ -22,6 +22,8 @@ public:
     std::function<void()> afterAccept;
     // Whether the kernel refuses the option.
     std::function<bool(int level, int option)> refusesOption;
+    // errno with which the kernel refuses to watch one more socket, or 0.
+    std::function<int()> watchRefusal;
     // Gives the message that recvfrom() receives and its size, or 0 to let it ask the kernel.
     std::function<ssize_t(void* buffer, std::size_t size)> message;
 };

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -45,6 +46,11 @@ protected:
             }
         }
         return open;
+    }
+    // Of all kinds.
+    static std::ptrdiff_t countDescriptors() {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
     }
     // The descriptor that the call opens.
     template <typename Open>
@@ -155,16 +161,52 @@ TEST_F(SocketPosixTest, WithoutDescriptorsAWatchSelects) {
     EXPECT_EQ(watch->wait(ready), kSockNotSocket);
 }
 
+// The kernel limits how many descriptors a user's watches hold in all, and it may lack the memory for one more.
+TEST_F(SocketPosixTest, AWatchForWhichTheKernelHasNoMoreRoomSelectsFromThenOn) {
+    for (const int refusal : {ENOSPC, ENOMEM}) {
+        const SPW_Socket closedBefore = boundUdp();
+        const SPW_Socket receiver = boundUdp();
+        const SPW_Socket refused = boundUdp();
+        const SPW_Socket closedAfter = boundUdp();
+        const std::unique_ptr<SPW_CSocketWatch> watch = s().openWatch();
+        for (const SPW_Socket socket : {closedBefore, receiver, closedAfter}) {
+            ASSERT_TRUE(watch->add(socket));
+        }
+        ASSERT_EQ(s().close(closedBefore), 0);
+        const std::ptrdiff_t before = countDescriptors();
+        {
+            KernelCalls kernel;
+            kernel.watchRefusal = [refusal] { return refusal; };
+            ASSERT_TRUE(watch->add(refused));
+        }
+        EXPECT_LT(countDescriptors(), before) << "it still has the kernel's watch";
+        SPW_CSocketSet ready;
+        EXPECT_EQ(watch->wait(ready), kSockNotSocket);
+        EXPECT_TRUE(watch->remove(closedBefore));
+        EXPECT_EQ(sendTo(udp(), portOf(refused), "x"), 1);
+        EXPECT_EQ(sendTo(udp(), portOf(receiver), "x"), 1);
+        EXPECT_EQ(watch->wait(ready), 0u);
+        EXPECT_EQ(ready.size(), 2);
+        EXPECT_EQ(receiveFrom(refused), "x");
+        EXPECT_EQ(receiveFrom(receiver), "x");
+        const auto end = closeDuring(
+            closedAfter, [&] { return watch->wait(ready) == 0 ? 0 : -1; }, milliseconds(20));
+        EXPECT_EQ(end.result, -1) << "a close wakes the wait";
+        EXPECT_TRUE(watch->remove(closedAfter));
+        EXPECT_TRUE(watch->remove(refused));
+        EXPECT_EQ(sendTo(udp(), portOf(receiver), "x"), 1);
+        EXPECT_EQ(watch->wait(ready), 0u);
+        EXPECT_EQ(ready.size(), 1);
+        EXPECT_TRUE(ready.contains(receiver));
+    }
+}
+
 TEST_F(SocketPosixTest, AWatchGivesItsDescriptorsBack) {
-    const auto count = [] {
-        const std::filesystem::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    };
-    const auto before = count();
+    const std::ptrdiff_t before = countDescriptors();
     std::unique_ptr<SPW_CSocketWatch> watch = s().openWatch();
-    EXPECT_GT(count(), before);
+    EXPECT_GT(countDescriptors(), before);
     watch.reset();
-    EXPECT_EQ(count(), before);
+    EXPECT_EQ(countDescriptors(), before);
 }
 
 TEST_F(SocketPosixTest, AConnectionThatFindsNoDescriptorWaitsForTheNextAccept) {
@@ -194,6 +236,9 @@ TEST_F(SocketPosixTest, ASignalEndsNoWait) {
     const SPW_Socket receiver = boundUdp();
     const SPW_Socket watched = boundUdp();
     const SPW_Socket listening = listener();
+    const SPW_Socket watchedOn = boundUdp();
+    const std::unique_ptr<SPW_CSocketWatch> watch = s().openWatch();
+    ASSERT_TRUE(watch->add(watchedOn));
     std::vector<std::thread> threads;
     std::atomic<int> ended{0};
     threads.emplace_back([&] {
@@ -208,6 +253,12 @@ TEST_F(SocketPosixTest, ASignalEndsNoWait) {
         (void)accept(listening);
         ++ended;
     });
+    threads.emplace_back([&] {
+        SPW_CSocketSet ready;
+        EXPECT_EQ(watch->wait(ready), 0u);
+        EXPECT_TRUE(ready.contains(watchedOn));
+        ++ended;
+    });
     for (int i = 0; i < 10; ++i) {
         std::this_thread::sleep_for(milliseconds(5));
         for (std::thread& thread : threads) {
@@ -218,6 +269,7 @@ TEST_F(SocketPosixTest, ASignalEndsNoWait) {
     const SPW_Socket sender = s().openUdp();
     EXPECT_EQ(sendTo(sender, portOf(receiver), "x"), 1);
     EXPECT_EQ(sendTo(sender, portOf(watched), "x"), 1);
+    EXPECT_EQ(sendTo(sender, portOf(watchedOn), "x"), 1);
     const SPW_Socket client = s().openTcp();
     EXPECT_EQ(s().connect(client, kLoopback, portOf(listening)), 0);
     for (std::thread& thread : threads) {

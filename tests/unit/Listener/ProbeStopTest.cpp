@@ -13,9 +13,11 @@
 
 #include "ClockForwarder.h"
 #include "HeldUntilClose.h"
+#include "OtherThreads.h"
 #include "Patience.h"
 #include "RecordingReporter.h"
 #include "RecordingSink.h"
+#include "SPW_CSocketWatch.h"
 #include "ScopedInstance.h"
 #include "ScriptedClock.h"
 #include "ScriptedIcmp.h"
@@ -65,6 +67,11 @@ public:
     std::uint16_t boundPort() {
         const std::lock_guard<std::mutex> guard(m_mutex);
         return m_boundPort;
+    }
+    // Watches are from now on the platform's own. They make no call that is watched here.
+    void usePlatformsWatch() { m_usesPlatformsWatch = true; }
+    std::unique_ptr<SPW_CSocketWatch> openWatch() override {
+        return m_usesPlatformsWatch ? target().openWatch() : SocketForwarder::openWatch();
     }
     // Makes selects find the socket at this index ready without a reason: the call that follows blocks.
     void pretendReady(int index) {
@@ -151,6 +158,7 @@ private:
     std::array<int, kCalls> m_entries{};
     std::uint16_t m_boundPort = 0;
     int m_pretended = -1;
+    std::atomic<bool> m_usesPlatformsWatch{false};
 };
 
 // A listening socket of the test's own on the loopback.
@@ -294,6 +302,34 @@ struct SelectWithClients : ListenerScenario<VTR_CTcpipListener> {
     }
 };
 
+// The same where the platform has a watch of its own.
+struct WatchWithoutClients : ListenerScenario<VTR_CTcpipListener> {
+    WatchWithoutClients() {
+        sockets.usePlatformsWatch();
+        object = std::make_unique<VTR_CTcpipListener>(&sink, 0);
+    }
+    bool waitUntilBlocked() {
+        awaitOthersAsleep();
+        return true;
+    }
+};
+
+struct WatchWithClients : ListenerScenario<VTR_CTcpipListener> {
+    std::vector<std::unique_ptr<LoopbackClient>> clients;
+    WatchWithClients() {
+        sockets.usePlatformsWatch();
+        object = std::make_unique<VTR_CTcpipListener>(&sink, 0);
+    }
+    bool waitUntilBlocked() {
+        for (int i = 0; i < 3; ++i) {
+            clients.push_back(std::make_unique<LoopbackClient>(sockets.boundPort()));
+        }
+        const bool areAccepted = sockets.waitForEntries(WatchedSockets::kAccept, 3);
+        awaitOthersAsleep();
+        return areAccepted;
+    }
+};
+
 struct AcceptOfNobody : ListenerScenario<VTR_CTcpipListener> {
     AcceptOfNobody() {
         sockets.pretendReady(0);
@@ -354,8 +390,8 @@ protected:
 };
 
 typedef testing::Types<ConnectToSilentAddress, SendToPeerThatDoesNotRead, SleepBetweenProbes, SleepBetweenPings,
-                       SendToGroup, SelectWithoutClients, SelectWithClients, AcceptOfNobody, ReceiveOfNothing,
-                       ReceiveDatagram, SelectForGroup, WaitForReply>
+                       SendToGroup, SelectWithoutClients, SelectWithClients, WatchWithoutClients, WatchWithClients,
+                       AcceptOfNobody, ReceiveOfNothing, ReceiveDatagram, SelectForGroup, WaitForReply>
     Scenarios;
 TYPED_TEST_SUITE(ProbeStopTest, Scenarios);
 

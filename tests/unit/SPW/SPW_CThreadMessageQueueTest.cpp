@@ -241,6 +241,9 @@ TEST(MessageQueueTest, TracesNameEveryPlace) {
         queue.qAddMsg(1);
         queue.take();
         queue.take();
+        queue.qAddMsg(2);
+        std::uintptr_t waiting[2] = {};
+        EXPECT_EQ(queue.qTakeWaiting(waiting, 2), 1u);
     }
     reporter.reporter().setTraceFileMask(0);
     EXPECT_EQ(reporter.reporter().closeLogFile(), 0u);
@@ -252,7 +255,9 @@ TEST(MessageQueueTest, TracesNameEveryPlace) {
                 ElementsAre(record(">", "constructor", "20"), record("<", "constructor", "54"),
                             record(">", "qAddMsg", "157"), record("<", "qAddMsg", "169"), record(">", "qGetMsg", "100"),
                             record("!", "qGetMsg", "141 -> myRemoveIndex is 0"), record("<", "qGetMsg", "151"),
-                            record(">", "qGetMsg", "100"), record("<", "qGetMsg", "128 -> wait timed out")));
+                            record(">", "qGetMsg", "100"), record("<", "qGetMsg", "128 -> wait timed out"),
+                            record(">", "qAddMsg", "157"), record("<", "qAddMsg", "169"), record(">", "qGetMsg", "100"),
+                            record("!", "qGetMsg", "141 -> myRemoveIndex is 1"), record("<", "qGetMsg", "151")));
 }
 
 TEST(MessageQueueTest, OtherTraceLevelsHearNothing) {

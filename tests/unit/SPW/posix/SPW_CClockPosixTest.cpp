@@ -8,12 +8,14 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <string>
 #include <thread>
 
 #include "NeedsNamespaces.h"
 #include "SPW_CClock.h"
 #include "TemporaryFolder.h"
+#include "VTR_CEvent.h"
 
 namespace {
 
@@ -114,17 +116,19 @@ TEST(ClockPosixTest, AnotherZoneOfTheDeviceCountsFromTheNextMinuteOn) {
 
 std::atomic<int> signalsHandled{0};
 
-TEST(ClockPosixTest, SignalsDoNotShortenASleep) {
+// sleep: a call that lasts for 60 ms.
+void expectNotShortenedBySignals(const std::function<void()>& sleep) {
     struct sigaction action = {};
     struct sigaction former = {};
     action.sa_handler = [](int) { ++signalsHandled; };
     ASSERT_EQ(sigaction(SIGUSR1, &action, &former), 0);
+    signalsHandled = 0;
     // On a busy machine a sleep may be over before the first signal.
     while (signalsHandled == 0) {
         std::atomic<bool> awake{false};
         const auto begin = std::chrono::steady_clock::now();
         std::thread sleeper([&] {
-            SPW_CClock::instance->sleepMs(60);
+            sleep();
             awake = true;
         });
         while (!awake) {
@@ -135,6 +139,19 @@ TEST(ClockPosixTest, SignalsDoNotShortenASleep) {
         EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(60));
     }
     sigaction(SIGUSR1, &former, nullptr);
+}
+
+TEST(ClockPosixTest, SignalsDoNotShortenASleep) {
+    expectNotShortenedBySignals([] { SPW_CClock::instance->sleepMs(60); });
+}
+
+TEST(ClockPosixTest, SignalsDoNotShortenASleepTowardsAMoment) {
+    VTR_CEvent wake;
+    ASSERT_EQ(wake.create(false, false, nullptr), 0u);
+    expectNotShortenedBySignals([&wake] {
+        const std::uint64_t due = SPW_CClock::instance->now100ns() + 60 * 10000;
+        SPW_CClock::instance->sleepTowards(due, 60, wake);
+    });
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "SPW_CFileLockPosix.h"
 #include "SPW_CFileSys.h"
 #include "SPW_CSysErrorPosix.h"
+#include "SPW_CUninterruptedPosix.h"
 
 namespace {
 
@@ -20,16 +21,6 @@ int descriptor(SPW_Handle handle) {
 
 SPW_Handle handleOf(int fd) {
     return reinterpret_cast<SPW_Handle>(std::intptr_t{fd});
-}
-
-// Repeats a system call that a signal has cut short.
-template <typename Call>
-auto uninterrupted(Call call) {
-    auto result = call();
-    while (result == -1 && errno == EINTR) {
-        result = call();
-    }
-    return result;
 }
 
 int flagsFor(SPW_CFileSys::Access access, SPW_CFileSys::Creation creation) {

@@ -26,6 +26,7 @@
 #include "SPW_CSocketWatchPosix.h"
 #include "SPW_CSysError.h"
 #include "SPW_CSysErrorPosix.h"
+#include "SPW_CUninterruptedPosix.h"
 
 namespace {
 
@@ -41,15 +42,6 @@ int failWith(SPW_Result code) {
 // For the usual end of a failed system call.
 int fail() {
     return failWith(SPW_CSysErrorPosix::socketCode(errno));
-}
-
-template <typename Call>
-auto retryInterrupted(Call call) {
-    auto result = call();
-    while (result == -1 && errno == EINTR) {
-        result = call();
-    }
-    return result;
 }
 
 // One operation's use of a socket, counted in the table for the life of the object.
@@ -218,7 +210,7 @@ int setBlocking(int descriptor, bool blocking) {
 // Waits for a connect in progress; 0 or its errno.
 int waitConnected(int descriptor) {
     pollfd entry{descriptor, POLLOUT, 0};
-    if (retryInterrupted([&] { return ::poll(&entry, 1, -1); }) == -1) {
+    if (uninterrupted([&] { return ::poll(&entry, 1, -1); }) == -1) {
         return errno;
     }
     int error = 0;
@@ -237,7 +229,7 @@ int connectOrWake(const Use& use, const sockaddr_in& address) {
 
 int pollUntilTimeout(pollfd* entries, int count, std::uint32_t timeoutMs) {
     const SPW_CDeadlinePosix deadline(timeoutMs);
-    return retryInterrupted([&] {
+    return uninterrupted([&] {
         timespec remaining;
         return ::ppoll(entries, static_cast<nfds_t>(count), deadline.remaining(remaining), nullptr);
     });
@@ -466,7 +458,7 @@ public:
             return kInvalidSocket;
         }
         sockaddr_in address{};
-        const int descriptor = retryInterrupted([&] {
+        const int descriptor = uninterrupted([&] {
             socklen_t size = sizeof address;
             return ::accept4(use.descriptor(), reinterpret_cast<sockaddr*>(&address), &size, SOCK_CLOEXEC);
         });
@@ -516,7 +508,7 @@ public:
         if (!use) {
             return -1;
         }
-        const ssize_t sent = retryInterrupted(
+        const ssize_t sent = uninterrupted(
             [&] { return ::send(use.descriptor(), bytes, static_cast<std::size_t>(size), MSG_NOSIGNAL); });
         return resultOf(use, sent, kSockNotSocket);
     }
@@ -528,7 +520,7 @@ public:
             return -1;
         }
         const sockaddr_in target = SPW_CSocketAddressPosix::toSockaddr(address, port);
-        const ssize_t sent = retryInterrupted([&] {
+        const ssize_t sent = uninterrupted([&] {
             return ::sendto(use.descriptor(), bytes, static_cast<std::size_t>(size), MSG_NOSIGNAL,
                             reinterpret_cast<const sockaddr*>(&target), sizeof target);
         });
@@ -541,7 +533,7 @@ public:
             return -1;
         }
         const ssize_t received =
-            retryInterrupted([&] { return ::recv(use.descriptor(), buffer, static_cast<std::size_t>(size), 0); });
+            uninterrupted([&] { return ::recv(use.descriptor(), buffer, static_cast<std::size_t>(size), 0); });
         return resultOf(use, received, kSockNotSocket);
     }
 
@@ -551,7 +543,7 @@ public:
             return -1;
         }
         sockaddr_in address{};
-        const ssize_t received = retryInterrupted([&] {
+        const ssize_t received = uninterrupted([&] {
             socklen_t length = sizeof address;
             return ::recvfrom(use.descriptor(), buffer, static_cast<std::size_t>(size), 0,
                               reinterpret_cast<sockaddr*>(&address), &length);

@@ -31,11 +31,13 @@ private:
     void forgetClosed(SPW_Socket socket);
 
     SPW_CSocketTable& m_table;
-    // Changed by the watch's own thread, under the lock of all watches; noteClosed() reads them under it.
+    // Which sockets m_watched holds, and the next two, are changed by the watch's own thread under the lock of all
+    // watches. noteClosed() reads them under it. wait() changes only the marks of m_watched, without the lock.
     int m_kernelWatch = -1;  // -1: it selects
     int m_wake = -1;         // readable while one of the sockets is closed
+    // Changed under the lock of all watches: by noteClosed(), which any thread may call, and by the watch's own thread.
     SPW_CSocketSet m_closed;
-    std::atomic<bool> m_hasClosed{false};
+    std::atomic<bool> m_hasClosed{false};  // whether m_closed holds any; wait() reads it without the lock
     // Under the lock of all watches.
     SPW_CSocketWatchPosix* m_next = nullptr;
 };

@@ -181,7 +181,9 @@ std::uint32_t SPW_CThreadMessageQueue::qTakeWaiting(std::uintptr_t* messages, st
     }
     const SPW_CGuard guard(m_queueLock);
     for (std::uint32_t i = 0; i < count; ++i) {
+        trace(SPW_CError::kEntry, 100, "qGetMsg");
         messages[i] = removeOldest();
+        trace(SPW_CError::kExit, 151, "qGetMsg");
     }
     return count;
 }

@@ -7,17 +7,7 @@
 
 namespace {
 
-// Holds a mutex for the life of a block.
-class Hold {
-public:
-    explicit Hold(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
-    ~Hold() { pthread_mutex_unlock(&m_mutex); }
-    Hold(const Hold&) = delete;
-    Hold& operator=(const Hold&) = delete;
-
-private:
-    pthread_mutex_t& m_mutex;
-};
+using Guard = std::lock_guard<std::mutex>;
 
 timespec monotonicDeadline(std::uint32_t timeoutMs) {
     timespec deadline;
@@ -51,13 +41,7 @@ void setAndWake(std::atomic<std::uint32_t>& word) {
 }  // namespace
 
 SPW_CGatePosix::SPW_CGatePosix(std::uint32_t initial, std::uint32_t maximum, bool staysOpen)
-    : m_count(initial), m_maximum(maximum), m_staysOpen(staysOpen), m_first(nullptr), m_end(&m_first) {
-    pthread_mutex_init(&m_mutex, nullptr);
-}
-
-SPW_CGatePosix::~SPW_CGatePosix() {
-    pthread_mutex_destroy(&m_mutex);
-}
+    : m_count(initial), m_maximum(maximum), m_staysOpen(staysOpen), m_first(nullptr), m_end(&m_first) {}
 
 bool SPW_CGatePosix::wait(std::uint32_t timeoutMs) {
     if (timeoutMs == 0) {
@@ -76,7 +60,7 @@ bool SPW_CGatePosix::waitUntil(const timespec& deadline) {
 bool SPW_CGatePosix::waitInLine(Limit limit, const timespec& deadline) {
     Waiter self;
     {
-        const Hold hold(m_mutex);
+        const Guard guard(m_mutex);
         if (takeUnit()) {
             return true;
         }
@@ -90,7 +74,7 @@ bool SPW_CGatePosix::waitInLine(Limit limit, const timespec& deadline) {
         return true;
     }
     {
-        const Hold hold(m_mutex);
+        const Guard guard(m_mutex);
         if (leaveLine(&self)) {
             return false;
         }
@@ -127,7 +111,7 @@ bool SPW_CGatePosix::leaveLine(const Waiter* waiter) {
 bool SPW_CGatePosix::release() {
     Waiter* granted = nullptr;
     {
-        const Hold hold(m_mutex);
+        const Guard guard(m_mutex);
         granted = takeGranted();
         if (granted == nullptr || m_staysOpen) {
             if (m_count == m_maximum) {
@@ -162,6 +146,6 @@ SPW_CGatePosix::Waiter* SPW_CGatePosix::takeGranted() {
 }
 
 void SPW_CGatePosix::close() {
-    const Hold hold(m_mutex);
+    const Guard guard(m_mutex);
     m_count = 0;
 }

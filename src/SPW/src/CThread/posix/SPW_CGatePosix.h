@@ -1,10 +1,10 @@
 #pragma once
 
-#include <pthread.h>
 #include <time.h>
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "SPW_Types.h"
 
@@ -26,7 +26,6 @@ class SPW_CGatePosix {
 public:
     // staysOpen: waiters find the gate open without using it up (a manual-reset event).
     SPW_CGatePosix(std::uint32_t initial, std::uint32_t maximum, bool staysOpen);
-    ~SPW_CGatePosix();
     SPW_CGatePosix(const SPW_CGatePosix&) = delete;
     SPW_CGatePosix& operator=(const SPW_CGatePosix&) = delete;
 
@@ -50,7 +49,7 @@ private:
     bool leaveLine(const Waiter* waiter);
     Waiter* takeGranted();
 
-    pthread_mutex_t m_mutex;
+    std::mutex m_mutex;
     std::uint32_t m_count;
     const std::uint32_t m_maximum;
     const bool m_staysOpen;

@@ -16,7 +16,8 @@ struct Start {
 constexpr DWORD kCreationFlags = 0;
 constexpr DWORD kStackInProgramFile = 64 * 1024;
 // The stacks and the heap share the 32 MB of addresses of a process. A thread that took the last of them would end the
-// program, which would find no memory for the next row. The heap of 130 peers takes 2 MB at most.
+// program, which would find no memory for the next row. Addresses are left for a megabyte more than what the heap
+// already has. With 130 peers it has 2 MB at most in all.
 constexpr DWORD kLeftForHeap = 1024 * 1024;
 
 bool hasRoomForStack() {
