@@ -36,6 +36,10 @@ public:
     // The process-wide object; a test may put another in its place. Usable before main().
     static SPW_CIcmp* instance;
 
+    // The process is about to give up rights. Takes now what open() would need them for, and keeps it to the end of the
+    // process. Does nothing where open() needs no right, where there is no such right, and when it is called again.
+    virtual void openAhead() {}
+
     // Opens the service. Null on failure: kSysAccessDenied when this process may send no echoes, or another code.
     virtual SPW_Handle open() = 0;
     // Null is ignored.

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <future>
@@ -387,16 +388,6 @@ TEST_F(RawIcmpTest, AllServicesShareOneSocketThatGoesWithTheLast) {
     EXPECT_EQ(numberOfSockets(), withOne - 1);
 }
 
-class DatagramIcmpTest : public IcmpContractTest<DatagramService> {};
-
-TEST_F(DatagramIcmpTest, EachServiceHasItsOwnSocket) {
-    const std::size_t withOne = numberOfSockets();
-    const SPW_Handle service = icmp().open();
-    EXPECT_EQ(numberOfSockets(), withOne + 1);
-    icmp().close(service);
-    EXPECT_EQ(numberOfSockets(), withOne);
-}
-
 // Takes the calling thread's right to raw sockets away as long as the object lives.
 class WithoutRawSockets {
 public:
@@ -414,6 +405,98 @@ private:
     __user_cap_header_struct m_header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct m_before[2];
 };
+
+// The raw sockets for ICMP that this process has open.
+std::vector<int> rawSockets() {
+    std::vector<int> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const int descriptor = std::stoi(entry.path().filename());
+        int type = 0;
+        int protocol = 0;
+        socklen_t size = sizeof type;
+        if (::getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_RAW &&
+            ::getsockopt(descriptor, SOL_SOCKET, SO_PROTOCOL, &protocol, &size) == 0 && protocol == IPPROTO_ICMP) {
+            found.push_back(descriptor);
+        }
+    }
+    return found;
+}
+
+// Whether the kernel gives echo replies to a raw socket.
+bool hears(int rawSocket) {
+    constexpr int kIcmpFilter = 1;  // <linux/icmp.h> does not go with <net/if.h>
+    constexpr std::uint32_t kEchoReply = 1u << 0;
+    std::uint32_t refused = 0;
+    socklen_t size = sizeof refused;
+    EXPECT_EQ(::getsockopt(rawSocket, SOL_RAW, kIcmpFilter, &refused, &size), 0);
+    return (refused & kEchoReply) == 0;
+}
+
+// Ends the process with status 0 if all is as it should be. What is opened ahead stays open to the end of a process.
+[[noreturn]] void pingAfterOpeningAhead(SPW_CIcmp& icmp) {
+    icmp.openAhead();
+    icmp.openAhead();
+    const std::vector<int> opened = rawSockets();
+    EXPECT_EQ(opened.size(), 1u);
+    {
+        const WithoutRawSockets unprivileged;
+        for (int i = 0; i < 3 && !opened.empty(); ++i) {
+            EXPECT_FALSE(hears(opened[0]));
+            const SPW_Handle one = icmp.open();
+            const SPW_Handle other = icmp.open();
+            EXPECT_EQ(Echo(icmp, one).replies(), 1u) << icmp.lastError();
+            icmp.close(one);
+            EXPECT_TRUE(hears(opened[0]));
+            EXPECT_EQ(Echo(icmp, other).replies(), 1u) << icmp.lastError();
+            icmp.close(other);
+        }
+    }
+    EXPECT_EQ(rawSockets(), opened);
+    std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+TEST_F(RawIcmpTest, WhatIsOpenedAheadServesWithoutTheRightAndHearsOnlyWhileItIsUsed) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    icmp().close(m_service);
+    m_service = nullptr;
+    EXPECT_EXIT(pingAfterOpeningAhead(icmp()), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(RawIcmpTest, OpeningAheadDisturbsNoServiceThatIsOpenAlready) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const auto openWhileInUse = [this] {
+        icmp().openAhead();
+        const bool isAnswered = echo().replies() == 1;
+        std::_Exit(isAnswered && rawSockets().size() == 1 ? 0 : 1);
+    };
+    EXPECT_EXIT(openWhileInUse(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(RawIcmpTest, WithoutTheRightThereIsNothingToOpenAhead) {
+    icmp().close(m_service);
+    m_service = nullptr;
+    const WithoutRawSockets unprivileged;
+    icmp().openAhead();
+    EXPECT_EQ(rawSockets(), std::vector<int>());
+    EXPECT_EQ(icmp().open(), nullptr);
+    EXPECT_EQ(icmp().lastError(), kSysAccessDenied);
+}
+
+class DatagramIcmpTest : public IcmpContractTest<DatagramService> {};
+
+TEST_F(DatagramIcmpTest, ThereIsNothingToOpenAhead) {
+    const std::size_t before = numberOfSockets();
+    icmp().openAhead();
+    EXPECT_EQ(numberOfSockets(), before);
+}
+
+TEST_F(DatagramIcmpTest, EachServiceHasItsOwnSocket) {
+    const std::size_t withOne = numberOfSockets();
+    const SPW_Handle service = icmp().open();
+    EXPECT_EQ(numberOfSockets(), withOne + 1);
+    icmp().close(service);
+    EXPECT_EQ(numberOfSockets(), withOne);
+}
 
 TEST(IcmpPrivilegeTest, WithoutAnyRightTheServiceIsDenied) {
     RawService network;

@@ -38,6 +38,9 @@ public:
 
     // Sends one request and waits for what becomes of it: 0 for a reply, else a code as SPW_CIcmp::echo() has them.
     SPW_Result echo(Group& group, const SPW_EchoRequest& request);
+    // Of a raw channel: whether the kernel gives it messages at all. Messages that nobody waits for would fill its
+    // queue. It hears from its opening on. No echo may be under way while it does not.
+    void setHearing(bool hears);
     // Ends the group's echoes under way, and every later one before it is sent.
     void cancel(Group& group);
 

@@ -31,6 +31,9 @@ constexpr int kRawQueueBytes = 4 * 1024 * 1024;
 // More than the queue holds: the kernel doubles its room, and counts more than 512 bytes for each message.
 constexpr int kMostPending = 16384;
 constexpr std::size_t kSequences = 65536;
+// The types of message that end echoes, as bits.
+constexpr std::uint32_t kHeardTypes = 1u << ICMP_ECHOREPLY | 1u << ICMP_DEST_UNREACH | 1u << ICMP_TIME_EXCEEDED;
+constexpr std::uint32_t kAllTypes = ~0u;
 
 // Numbers all echoes of the process, so that a late reply to an echo that has ended fits no other for a long time.
 std::atomic<std::uint64_t> lastEcho{0};
@@ -82,15 +85,19 @@ int openDatagram() {
     return descriptor;
 }
 
+void refuseTypes(int descriptor, std::uint32_t types) {
+    icmp_filter filter{};
+    filter.data = types;
+    (void)::setsockopt(descriptor, SOL_RAW, ICMP_FILTER, &filter, sizeof filter);
+}
+
 int openRaw() {
     const int descriptor = ::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
     if (descriptor == -1) {
         return -1;
     }
     // Where an option fails, the socket still works, if worse.
-    icmp_filter filter{};
-    filter.data = ~(1u << ICMP_ECHOREPLY | 1u << ICMP_DEST_UNREACH | 1u << ICMP_TIME_EXCEEDED);
-    (void)::setsockopt(descriptor, SOL_RAW, ICMP_FILTER, &filter, sizeof filter);
+    refuseTypes(descriptor, ~kHeardTypes);
     if (::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, &kRawQueueBytes, sizeof kRawQueueBytes) != 0) {
         (void)::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &kRawQueueBytes, sizeof kRawQueueBytes);
     }
@@ -158,6 +165,10 @@ SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_EchoRequest& request) 
     }
     leave(waiter);
     return code;
+}
+
+void SPW_CIcmpChannel::setHearing(bool hears) {
+    refuseTypes(m_descriptor, hears ? ~kHeardTypes : kAllTypes);
 }
 
 void SPW_CIcmpChannel::cancel(Group& group) {

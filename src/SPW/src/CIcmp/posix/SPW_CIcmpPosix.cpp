@@ -12,17 +12,32 @@ namespace {
 
 thread_local SPW_Result lastCode = kSysOk;
 
-// The one raw socket of the process, open while a service uses it. With a raw socket for every service the kernel
-// would copy every reply to every one of them: a thousand pingers would drown in their copies.
+// The one raw socket of the process. It is open while a service uses it, or to the end if it was opened ahead. With a
+// raw socket for every service the kernel would copy every reply to every one of them: a thousand pingers would drown
+// in their copies.
 std::mutex rawLock;
 // Below: under rawLock.
 int rawUsers = 0;
+bool isRawKept = false;
 SPW_CIcmpChannel* rawChannel = nullptr;
+
+void keepRawChannel() {
+    const std::lock_guard<std::mutex> guard(rawLock);
+    if (rawChannel == nullptr) {
+        rawChannel = SPW_CIcmpChannel::open(SPW_CIcmpChannel::kRaw).release();
+    }
+    isRawKept = rawChannel != nullptr;
+    if (isRawKept && rawUsers == 0) {
+        rawChannel->setHearing(false);
+    }
+}
 
 // Null, with errno saying why, when this process may have no raw socket.
 SPW_CIcmpChannel* takeRawChannel() {
     const std::lock_guard<std::mutex> guard(rawLock);
-    if (rawUsers == 0) {
+    if (isRawKept && rawUsers == 0) {
+        rawChannel->setHearing(true);
+    } else if (rawChannel == nullptr) {
         rawChannel = SPW_CIcmpChannel::open(SPW_CIcmpChannel::kRaw).release();
     }
     rawUsers += rawChannel != nullptr ? 1 : 0;
@@ -31,7 +46,12 @@ SPW_CIcmpChannel* takeRawChannel() {
 
 void giveRawChannelBack() {
     const std::lock_guard<std::mutex> guard(rawLock);
-    if (--rawUsers == 0) {
+    if (--rawUsers > 0) {
+        return;
+    }
+    if (isRawKept) {
+        rawChannel->setHearing(false);
+    } else {
         delete rawChannel;
         rawChannel = nullptr;
     }
@@ -61,8 +81,14 @@ private:
 
 class PosixIcmp final : public SPW_CIcmp {
 public:
+    // A user in net.ipv4.ping_group_range needs no privilege. All others need one for the raw socket.
+    void openAhead() override {
+        if (SPW_CIcmpChannel::open(SPW_CIcmpChannel::kDatagram) == nullptr) {
+            keepRawChannel();
+        }
+    }
+
     SPW_Handle open() override {
-        // A user in net.ipv4.ping_group_range needs no privilege. All others need one for the raw socket.
         std::unique_ptr<SPW_CIcmpChannel> own = SPW_CIcmpChannel::open(SPW_CIcmpChannel::kDatagram);
         if (own != nullptr) {
             return new Service(std::move(own));
