@@ -22,8 +22,12 @@ _linkometry() {
             mapfile -t COMPREPLY < <(compgen -A hostname -- "$current")
             return
             ;;
+        -user)
+            mapfile -t COMPREPLY < <(compgen -u -- "$current")
+            return
+            ;;
         -duration | -interval | -minquality | -reportwnd) return ;;
-        *) words="-headless -duration -peer -interval -format -minquality -getinfo -reportwnd -help -version $short" ;;
+        *) words="-headless -duration -peer -interval -format -minquality -user -getinfo -reportwnd -help -version $short" ;;
     esac
     case $current in
         --*)

@@ -172,6 +172,11 @@ void loadSettings(Settings& settings, std::int32_t multicastPortOverride) {
     }
 }
 
+bool haveSettingsAPlace() {
+    std::uint32_t count = 0;
+    return SPW_CRegistry(kHive, kMainKey).getNumberOfValues(count) == 0;
+}
+
 std::uint32_t unitToMilliseconds(const SPW_CString& unit) {
     static constexpr struct {
         const char16_t* word;

@@ -11,6 +11,9 @@
 // multicastPortOverride: replaces the default of "multicast port", unless it is kNoMulticastPortOverride.
 void loadSettings(Settings& settings, std::int32_t multicastPortOverride);
 
+// Whether the settings have a place: they are there, or can be made there. Without one every setting has its default.
+bool haveSettingsAPlace();
+
 // Milliseconds of a unit word ("milliseconds" to "days", in any case), 0 for any other.
 std::uint32_t unitToMilliseconds(const SPW_CString& unit);
 

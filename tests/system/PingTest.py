@@ -112,8 +112,10 @@ class PingTest(lab.SystemTest):
     def check_stop(self, allowed, through, kind):
         """Of a test whose ping waits for an hour."""
         self.peer.set_kernel_parameter("net.ipv4.icmp_echo_ignore_all", "1")
-        program = self.measure(allowed, through, period=3_600_000)
-        lab.eventually(lambda: self.sockets(kind) > 0, 10, "a request waits")
+        with traffic.Capture(self.peer) as capture:
+            program = self.measure(allowed, through, period=3_600_000)
+            lab.eventually(lambda: requests_of(capture, self.device), 10, "a request waits")
+        self.assertGreater(self.sockets(kind), 0)
         begin = time.monotonic()
         program.signal(signal.SIGTERM)
         self.assertEqual(program.wait(), 1)

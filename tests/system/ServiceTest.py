@@ -24,9 +24,7 @@ def unit_values(name):
 class ServiceTest(lab.SystemTest):
     def setUp(self):
         super().setUp()
-        with open("/proc/self/uid_map", encoding="ascii") as file:
-            if int(file.read().split()[2]) == 1:
-                self.skipTest("only root can become another user here")
+        self.skip_without_other_users()
         self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
         # Nobody may ping without the capability.
         self.device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
@@ -34,17 +32,21 @@ class ServiceTest(lab.SystemTest):
         os.chmod(self.lab.folder, 0o755)
         os.chown(self.device.folder, 65534, 65534)
 
+    def restricted(self, device, filtered):
+        """What starts a program on that device as systemd would; filtered: with no other system calls than the unit's."""
+        # The user may have no access to where the program was built. Its copy is in the user's own folder.
+        for path in (lab.program_path(), UNIT, FILTER):
+            shutil.copy(path, device.folder)
+        # The search for leaks takes a call that the program has no use for.
+        through = ((*lab.without_leak_search(), "./" + os.path.basename(FILTER), os.path.basename(UNIT))
+                   if filtered else ())
+        return (*RESTRICTED, *through, "sh", "-c", 'exec ./linkometry "$@"')
+
     def start(self, filtered=False):
         """Starts the service; filtered: with no other system calls than those that the unit leaves it."""
         command = shlex.split(unit_values("ExecStart")[0])
         self.assertEqual(command[0], "linkometry")
-        # The user may have no access to where the program was built. Its copy is in the user's own folder.
-        for path in (lab.program_path(), UNIT, FILTER):
-            shutil.copy(path, self.device.folder)
-        # The search for leaks is a sanitizer's, and it takes a call that the program has no use for.
-        options = "ASAN_OPTIONS=" + os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
-        through = ("env", options, "./" + os.path.basename(FILTER), os.path.basename(UNIT)) if filtered else ()
-        program = self.device.start(*command[1:], through=(*RESTRICTED, *through, "sh", "-c", 'exec ./linkometry "$@"'))
+        program = self.device.start(*command[1:], through=self.restricted(self.device, filtered))
         lab.eventually(lambda: "measures its peers" in program.errors(), lab.PATIENCE, lambda: str(program))
         return program
 
@@ -104,6 +106,40 @@ class ServiceTest(lab.SystemTest):
         self.assertNotIn("not permitted", program.output() + program.errors())
         self.assertTrue(any("Test 2 complete" in line for line in self.device.log_lines()))
 
+    def test_a_group_under_the_units_restrictions_measures_itself_and_has_no_right_left(self):
+        # The capabilities of the program end with the socket for pings; what bounds them means nothing to it then.
+        devices = [self.device, self.peer, self.lab.device("pocket3")]
+        programs = []
+        for device in devices:
+            device.configure(*lab.PROTOCOLS)
+            device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
+            os.chown(device.folder, 65534, 65534)
+            programs.append(device.measure(through=self.restricted(device, filtered=True)))
+        self.wait_until_all_count(programs)
+        for program in programs:
+            for task in os.listdir(f"/proc/{program.process.pid}/task"):
+                with open(f"/proc/{program.process.pid}/task/{task}/status", encoding="ascii") as file:
+                    status = file.read()
+                # A sanitizer's own thread is older than the program's beginning.
+                if lab.program_is_sanitized() and re.search(r"(?m)^CapPrm:\s0*2000$", status):
+                    continue
+                self.assertEqual(re.findall(r"(?m)^Cap(?:Inh|Prm|Eff|Amb):\s(\w+)$", status), ["0" * 16] * 4, status)
+        programs[2].signal(signal.SIGHUP)
+        for other in devices[:2]:
+            programs[2].wait_for_row(other.address, lambda row: row["test"] == 2 and counts_everything(row), within=40)
+        before = {program: program.row(devices[2].address)["ping"]["received"] for program in programs[:2]}
+        for program, pings in before.items():
+            program.wait_for_row(devices[2].address, lambda row, pings=pings: row["ping"]["received"] >= pings + 3)
+        self.assertEqual([program.stop() for program in programs], [0, 0, 0])
+        for program in programs:
+            self.assertNotIn("not permitted", program.output() + program.errors())
+
+    def wait_until_all_count(self, programs):
+        for program in programs:
+            for other in programs:
+                if other is not program:
+                    program.wait_for_row(other.device.address, counts_everything, within=40)
+
     def test_unreachable_peer_and_no_peer_are_no_failures_of_the_service(self):
         self.device.configure("udp", peers={"nobody": "10.77.0.99"})
         program = self.start()
@@ -124,3 +160,7 @@ class ServiceTest(lab.SystemTest):
         result = self.device.run("env", f"MAINPID={program.process.pid}", *reload)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         self.wait_for_result(program, r"test 2, .*\n.*\n10\.77\.0\.2 \(workshop\)")
+
+
+def counts_everything(row):
+    return all(row[protocol]["received"] > 0 for protocol in lab.PROTOCOLS)

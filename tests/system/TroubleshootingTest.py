@@ -52,6 +52,7 @@ class TroubleshootingTest(lab.SystemTest):
         "A connection that a stop ended": "test_connection_that_a_stop_ended",
         "The port is in use": "test_port_in_use",
         "The log cannot be opened": "test_log_cannot_be_opened",
+        "Settings of another user": "test_settings_of_another_user",
         "The log is in use": "test_log_in_use",
         "The disk is full": "test_full_disk",
         "Threads are refused": "test_threads_refused",
@@ -227,6 +228,11 @@ class TroubleshootingTest(lab.SystemTest):
         program = self.device.measure()
         self.assertEqual(program.wait(), 4)
         self.expect_what_is_shown(program)
+
+    def test_settings_of_another_user(self):
+        self.skip_without_other_users()
+        self.expect_what_is_shown(self.device.measure("-user", "nobody", through=(
+            *lab.without_leak_search(), "env", "-u", "VANTIRO_REGISTRY_DIR")))
 
     def test_log_in_use(self):
         self.device.configure("udp")

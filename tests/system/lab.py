@@ -109,6 +109,11 @@ def eventually(condition, within, what, every=0.02):
         time.sleep(every)
 
 
+def without_leak_search():
+    """For Device.start: a sanitizer's search for leaks traces the program, which nobody may who has become another user."""
+    return ("env", "ASAN_OPTIONS=" + os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0")
+
+
 def take_precedence():
     """Asks the kernel to prefer this process and all that it starts, for tests in which nothing may be late. A kernel that does
     not grant it is no reason to fail."""
@@ -524,3 +529,9 @@ class SystemTest(unittest.TestCase):
     def setUp(self):
         self.lab = Lab()
         self.addCleanup(self.lab.close)
+
+    def skip_without_other_users(self):
+        """Skips the test where only one user is known: in namespaces that an ordinary user has made."""
+        with open("/proc/self/uid_map", encoding="ascii") as file:
+            if int(file.read().split()[2]) == 1:
+                self.skipTest("only root can become another user here")

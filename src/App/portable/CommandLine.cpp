@@ -176,6 +176,11 @@ SPW_CString takePeer(CommandLine& line, const SPW_CString& argument, CommandLine
     return SPW_CString();
 }
 
+SPW_CString takeUser(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
+    line.user = argument;
+    return argument.isEmpty() ? SPW_CString(u"the name is empty") : SPW_CString();
+}
+
 struct Option {
     const char16_t* name;
     // One of the two is set. An option with neither belongs to the report, which is looked for first.
@@ -192,6 +197,7 @@ constexpr Option kOptions[] = {
     {u"-interval", nullptr, takeInterval},
     {u"-format", nullptr, takeFormat},
     {u"-minquality", nullptr, takeMinimumQuality},
+    {u"-user", nullptr, takeUser},
     {kGetInfo, nullptr, nullptr},
     {kReportWindow, nullptr, nullptr},
     {u"-help", &CommandLine::help, nullptr},
@@ -418,6 +424,7 @@ SPW_CString usageText() {
            u"  -interval SECONDS     print all rows that often\n"
            u"  -format table|json    how rows are printed (default table)\n"
            u"  -minquality PERCENT   the lowest quality that counts as reachable (default 1)\n"
+           u"  -user NAME            become that user before anything is opened (Linux, started as root)\n"
            u"  -getinfo FILE         write this device's configuration report to a file, silently, and end\n"
            u"  -reportwnd HANDLE     with -getinfo: the window to be told, in hexadecimal (Windows)\n"
            u"  -help, -version       print and end\n"

@@ -44,6 +44,9 @@ struct CommandLine {
     SPW_CArray<PeerRecord> peers;
     Format format = kTable;
     int minimumQuality = 1;  // percent
+    // -user NAME: who the program is to become before it opens anything; empty for no change. Windows has no such
+    // change: there the option does nothing.
+    SPW_CString user;
 
     // Why the command line cannot be used, for the user to read. Empty if it can be used. The other members hold what
     // was understood before the mistake.

@@ -6,6 +6,7 @@
 #include "Console.h"
 #include "PeerArguments.h"
 #include "ProblemText.h"
+#include "Rights.h"
 #include "SPW_CError.h"
 
 EngineWorker::EngineWorker(const CommandLine& options, Wakeup& wakeup, ScreenMessageBox& box, EndWatch& endWatch)
@@ -75,6 +76,10 @@ void EngineWorker::makeEngine() {
     m_engine = std::make_unique<TestEngine>(&m_board, true);
     m_endWatch.lookAtLogOf(*m_engine);
     tellProblems();
+    const SPW_CString problem = settingsProblemOf(m_options.user);
+    if (!problem.isEmpty()) {
+        m_box.tell(problem, u"Linkometry");
+    }
     // Errors are shown only from here on, because tellProblems() has just said in plainer words why there is no log.
     SPW_CError::instance->setShowErrors(true);
     addPeers();

@@ -10,6 +10,7 @@
 #include "Console.h"
 #include "NowMs.h"
 #include "PeerArguments.h"
+#include "Rights.h"
 #include "SPW_CClock.h"
 #include "SPW_CError.h"
 #include "SnapshotText.h"
@@ -75,6 +76,7 @@ bool Headless::prepareTest() {
     // Errors are shown only from here on, because tellProblems() says in plainer words why there is no log.
     SPW_CError::instance->setShowErrors(true);
     m_canRun = tellProblems();
+    tellSettingsProblem();
     for (int i = 0; m_canRun && i < m_options.peers.numberOfElements(); ++i) {
         SPW_CString why;
         const PeerAdded added = addPeer(*m_engine, m_options.peers[i], why);
@@ -87,6 +89,13 @@ bool Headless::prepareTest() {
     m_startedMs = nowMs();
     m_nextSnapshotMs = m_options.intervalMs;
     return m_canRun;
+}
+
+void Headless::tellSettingsProblem() const {
+    const SPW_CString problem = settingsProblemOf(m_options.user);
+    if (!problem.isEmpty()) {
+        complain(problem);
+    }
 }
 
 bool Headless::startTest() {

@@ -32,6 +32,7 @@ private:
     bool prepareTest();
     bool startTest();
     bool tellProblems() const;
+    void tellSettingsProblem() const;
     void obeyRequests();
     void waitForSomething();
     void obey(int signalNumber);

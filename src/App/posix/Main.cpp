@@ -11,6 +11,7 @@
 #include "Headless.h"
 #include "MulticastInterfaces.h"
 #include "ReportMode.h"
+#include "Rights.h"
 #include "SPW_CApp.h"
 #include "SPW_CError.h"
 #include "SPW_CMemory.h"
@@ -76,6 +77,11 @@ int runHeadless(const CommandLine& options, Signals& signals, StandardOutput& ou
 // The signals come before the screen, because none of them may leave the screen standing. They come before every other
 // thread, too.
 int runTests(const CommandLine& options) {
+    SPW_CString why;
+    if (!giveUpRights(options.user, why)) {
+        complain(why);
+        return kBadCommandLine;
+    }
     raiseDescriptorLimit();
     // A cable that is pulled for a while must not end a program that runs for weeks.
     SPW_CError::instance->setSurvivedCode(MulticastInterfaces::kReportCode);

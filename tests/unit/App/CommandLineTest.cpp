@@ -210,7 +210,7 @@ TEST(ArgumentScanTest, AnIntervalIsLongerThanNothing) {
 }
 
 TEST(ArgumentScanTest, AMissingArgumentIsAnError) {
-    for (const char16_t* option : {u"-duration", u"-interval", u"-peer", u"-format", u"-minquality"}) {
+    for (const char16_t* option : {u"-duration", u"-interval", u"-peer", u"-format", u"-minquality", u"-user"}) {
         const CommandLine line = scan({u"-headless", option});
         EXPECT_EQ(line.error, SPW_CString(option) + u": the argument is missing");
         EXPECT_FALSE(line.isUsable());
@@ -230,6 +230,13 @@ TEST(ArgumentScanTest, MinimumQualityIsAWholePercentage) {
         EXPECT_EQ(scan({u"-minquality", text}).error,
                   SPW_CString(u"-minquality: \"") + text + u"\" is not a whole number from 0 to 100");
     }
+}
+
+TEST(ArgumentScanTest, AUserHasAName) {
+    EXPECT_EQ(scan({u"-user", u"nobody"}).user, SPW_CString(u"nobody"));
+    EXPECT_EQ(scanUnix({u"--user=first", u"-user", u"last"}).user, SPW_CString(u"last"));
+    EXPECT_EQ(scanUnix({u"-user="}).error, SPW_CString(u"-user: the name is empty"));
+    EXPECT_TRUE(scanUnix({u"-headless"}).user.isEmpty());
 }
 
 TEST(ArgumentScanTest, PeersAddUp) {
@@ -323,10 +330,17 @@ TEST(UnixArgumentScanTest, AnUnknownOptionIsAnErrorWithTheOneThatWasMeant) {
     const struct {
         const char16_t* token;
         const char16_t* meant;
-    } cases[] = {{u"-durations", u"-duration"}, {u"--duraton=5", u"-duration"}, {u"-heedless", u"-headless"},
-                 {u"-Formt", u"-format"},       {u"-int", u"-interval"},        {u"--min", u"-minquality"},
-                 {u"-verison", u"-version"},    {u"-peers", u"-peer"},          {u"--hel", u"-help"},
-                 {u"-getinfos", u"-getinfo"}};
+    } cases[] = {{u"-durations", u"-duration"},
+                 {u"--duraton=5", u"-duration"},
+                 {u"-heedless", u"-headless"},
+                 {u"-Formt", u"-format"},
+                 {u"-int", u"-interval"},
+                 {u"--min", u"-minquality"},
+                 {u"-verison", u"-version"},
+                 {u"-peers", u"-peer"},
+                 {u"--hel", u"-help"},
+                 {u"-getinfos", u"-getinfo"},
+                 {u"-usr", u"-user"}};
     for (const auto& c : cases) {
         const SPW_CString error = scanUnix({c.token}).error;
         EXPECT_GE(error.findText(u": there is no such option; did you mean "), 0) << error.toAnsi();
@@ -343,7 +357,7 @@ TEST(UnixArgumentScanTest, WhatIsLikeNoOptionIsAnErrorWithoutASuggestion) {
 }
 
 TEST(UnixArgumentScanTest, AMissingArgumentIsAnErrorForEveryOptionThatTakesOne) {
-    for (const char16_t* option : {u"-duration", u"-interval", u"-peer", u"-format", u"-minquality"}) {
+    for (const char16_t* option : {u"-duration", u"-interval", u"-peer", u"-format", u"-minquality", u"-user"}) {
         EXPECT_EQ(scanUnix({u"-headless", option}).error, SPW_CString(option) + u": the argument is missing");
         EXPECT_EQ(scanUnix({(SPW_CString(u"-") + option).text()}).error,
                   SPW_CString(option) + u": the argument is missing");
@@ -389,7 +403,7 @@ TEST(UnixArgumentScanTest, WhatCanBeNeitherAnAddressNorAHostIsAnError) {
 TEST(UsageTest, EveryOptionIsExplained) {
     const SPW_CString usage = usageText();
     for (const char16_t* option : {u"-headless", u"-duration", u"-peer", u"-interval", u"-format", u"-minquality",
-                                   u"-help", u"-version", u"-getinfo", u"-reportwnd"}) {
+                                   u"-user", u"-help", u"-version", u"-getinfo", u"-reportwnd"}) {
         EXPECT_GE(usage.findText(option), 0) << SPW_CString(option).toAnsi();
     }
     EXPECT_EQ(usage.last(), u'\n');
