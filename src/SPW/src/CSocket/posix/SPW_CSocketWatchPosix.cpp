@@ -147,8 +147,8 @@ void SPW_CSocketWatchPosix::takeClosed(SPW_Socket socket) {
     m_closed.add(socket);
     m_hasClosed = true;
     if (m_wake != -1) {
-        (void)::eventfd_write(m_wake,
-                              1);  // refused only when it has been written to endlessly, and then it is readable
+        // Refused only when it has been written to endlessly. Then it is readable already.
+        (void)::eventfd_write(m_wake, 1);
     }
 }
 
