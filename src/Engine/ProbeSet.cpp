@@ -80,11 +80,13 @@ void ProbeSet::makePeerProbes(const ProbedPeer& peer, const ProbePlan& plan) {
 
 // Appends a peer's probe, announces it and starts it, in the order that the peer's manner wants.
 void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introduction& texts) {
-    const int index = append(texts.probes, probe, peer.row);
     const bool isStarted = peer.isTestRunning && probe != nullptr;
     if (isStarted && peer.manner != ProbedPeer::kAdded) {
-        (void)probe->startProbe();  // the test goes on with whatever could be started
+        // The test goes on with whatever could be started. Before append(): the owner reads the texts of the probes in
+        // the arrays, and a start that fails writes one.
+        (void)probe->startProbe();
     }
+    const int index = append(texts.probes, probe, peer.row);
     const SPW_CString what = SPW_CString(texts.className) + u" to " + peer.address;
     if (peer.manner != ProbedPeer::kUnannounced) {
         m_owner.onProbeLine(SPW_CString(u"Created ") + what);

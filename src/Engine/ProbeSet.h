@@ -57,29 +57,40 @@ struct ProbeNotMade {
 //
 // Two kinds of threads use it. The owner is the thread that drives the test; there is one at a time. A guest is a
 // thread of a listener that has heard an unknown sender and makes the probes of that peer, or the engine's thread for
-// time. A guest enters, makes or retires probes and leaves; the owner may close the set and then is alone in it.
+// time. A guest enters, makes or retires probes and leaves. The owner may close the set and is alone in it until it
+// opens the set again:
 //
-//     owner    close ---- destroyAll, make, startSending ---- open, startListening ---- stopListening, close,
-//     stopSending guests                      none                              any                             none
+//     owner                                             guests
+//     close                                             leave
+//         destroyAll, make..., startSending             none
+//     open                                              may enter
+//         startListening, makePeerProbes,
+//         stopListening                                 any
+//     close                                             leave
+//         stopSending                                   none
+//     open                                              may enter
 //
 // The rules that follow from it:
-// - The owner destroys probes while the set is closed. Hence the owner may use every probe that the arrays hold without
-//   holding the lock while the set is closed, and a listener at any time.
-// - While the set is open a guest may retire a peer's probes: they leave the arrays and are asked to end, which waits
-// for
-//   nothing. Hence a connector or pinger of the arrays is used under the lock then, or by the thread that has just made
-//   it.
-// - The thread for time destroys what was retired and waits for the steps. A step waits for no lock that this thread
-//   holds and for no listener. A listener's thread destroys nothing: what it waits for is lost to its socket.
-// - Starting, stopping and destroying a probe waits for its step. The step may be inside a call of the ProbeEventSink
-// or
-//   wait for the log. Hence none of it happens under this or the engine's lock.
-// - Listeners stop while the set is open. Stopping one waits for its step, and thus for the guest inside it, whose
-// probes
-//   are all in the arrays then. After that the owner closes the set, and no probe can join behind the one that
-//   stopSending() has just passed. To close first would throw away what the last steps of the listeners have found.
-// - close() waits for guests. It ends, because a guest waits only for locks that the closer does not hold and for the
-//   log, whose writer depends on nobody.
+//
+// - The owner destroys probes while the set is closed. Hence the owner may use every probe of the
+//   arrays without the lock while the set is closed, and a listener at any time.
+// - While the set is open a guest may retire a peer's probes: they leave the arrays and are asked
+//   to end, which waits for nothing. Hence a connector or pinger of the arrays is used under the
+//   lock then. The thread that has just made a probe needs no lock to use it.
+// - If a guest starts its probe, it does that before it appends it. A probe that the owner finds
+//   has thus been started, or its start has failed and its text is complete.
+// - The thread for time destroys what was retired and waits for the steps. A step waits for no
+//   lock that this thread holds and for no listener. A listener's thread destroys nothing: what
+//   it waits for is lost to its socket.
+// - Starting, stopping and destroying a probe waits for its step. The step may be inside a call
+//   of the ProbeEventSink or wait for the log. Hence none of it happens under this lock or the
+//   engine's.
+// - Listeners stop while the set is open. Stopping one waits for its step, and thus for the guest
+//   inside it. Then the owner closes the set, and no probe can join behind the one that
+//   stopSending() has just passed. To close first would throw away what the last steps of the
+//   listeners have found.
+// - close() waits for guests. It ends, because a guest waits only for locks that the closer does
+//   not hold and for the log, whose writer depends on nobody.
 class ProbeSet {
 public:
     // Who is told. Called on the thread that has called the set, without any lock of the set.

@@ -2,10 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <initializer_list>
+#include <iterator>
 #include <mutex>
+#include <new>
 #include <string>
 #include <thread>
 #include <utility>
@@ -15,11 +18,36 @@
 #include "ScopedInstance.h"
 #include "ScriptedIcmp.h"
 #include "ScriptedSocket.h"
+#include "VTR_CMulticastConnector.h"
+#include "VTR_CMulticastListener.h"
+#include "VTR_CPinger.h"
+#include "VTR_CTcpipConnector.h"
+#include "VTR_CTcpipListener.h"
+#include "VTR_CUdpConnector.h"
+#include "VTR_CUdpListener.h"
 
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 using testing::StartsWith;
+
+namespace {
+
+constexpr std::size_t kProbeSizes[] = {
+    sizeof(VTR_CUdpConnector),       sizeof(VTR_CTcpipConnector),    sizeof(VTR_CPinger),
+    sizeof(VTR_CMulticastConnector), sizeof(VTR_CMulticastListener), sizeof(VTR_CUdpListener),
+    sizeof(VTR_CTcpipListener)};
+// While it is set, there is no memory for a probe.
+std::atomic<bool> isMemoryShort{false};
+
+}  // namespace
+
+// Probes are made with the operator that returns null if there is no memory.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    const bool isProbe = std::find(std::begin(kProbeSizes), std::end(kProbeSizes), size) != std::end(kProbeSizes);
+    return isMemoryShort && isProbe ? nullptr : ::operator new(size);
+}
 
 namespace {
 
@@ -34,7 +62,7 @@ public:
         const std::lock_guard<std::mutex> guard(m_mutex);
         m_lines.push_back(text);
     }
-    void onProbeNotMade(const ProbeNotMade& probe) override { onProbeLine(probe.what + u" not made"); }
+    void onProbeNotMade(const ProbeNotMade& probe) override { onProbeLine(probe.what + u" not made: " + probe.why); }
     void onListenerNotStarted(const SPW_CString& errorText) override {
         onProbeLine(SPW_CString(u"told: ") + errorText);
     }
@@ -142,6 +170,34 @@ TEST_F(ProbeSetTest, ADiscoveredPeersProbeIsAnnouncedAfterItHasStarted) {
     owner.setOnLine([this](const std::string&) { icmp.waitForRequests(1); });
     set.makePeerProbes(peer, plan);
     EXPECT_THAT(owner.take(), ElementsAre("Created VTR_CPinger to 10.0.0.7"));
+}
+
+TEST_F(ProbeSetTest, AProbeWithoutMemoryIsToldAndLeftOut) {
+    plan.multicast = true;
+    peer.isTestRunning = true;
+    isMemoryShort = true;
+    set.makePeerProbes(peer, plan);
+    EXPECT_THAT(
+        owner.take(),
+        ElementsAre("Created VTR_CUdpConnector to 10.0.0.7", "VTR_CUdpConnector to 10.0.0.7 not made: memory failed 8",
+                    "Created VTR_CTcpipConnector to 10.0.0.7",
+                    "VTR_CTcpipConnector to 10.0.0.7 not made: memory failed 8", "Created VTR_CPinger to 10.0.0.7",
+                    "VTR_CPinger to 10.0.0.7 not made: memory failed 8"));
+    peer.manner = ProbedPeer::kDiscovered;
+    set.makePeerProbes(peer, plan);
+    EXPECT_THAT(owner.take(), SizeIs(6));
+    set.makeGroupProbes(plan);
+    EXPECT_THAT(owner.take(),
+                ElementsAre("Created VTR_CMulticastConnector", "VTR_CMulticastConnector not made: memory failed 8",
+                            "told: multicast listener : memory failed 8", "Created VTR_CMulticastListener",
+                            "told: udp listener : memory failed 8", "Created VTR_CUdpListener",
+                            "told: tcpip listener : memory failed 8", "Created VTR_CTcpipListener"));
+    isMemoryShort = false;
+    set.startSending();
+    set.startListening();
+    stop();
+    set.destroyAll();
+    EXPECT_THAT(owner.take(), IsEmpty());
 }
 
 // ---- Starting and stopping

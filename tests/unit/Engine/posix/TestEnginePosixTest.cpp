@@ -1,5 +1,6 @@
 // The engine on a machine that has no thread left: nothing passes for what it is not, and a stop is as quick as ever.
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -13,6 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::Not;
+using testing::SizeIs;
 using testing::StartsWith;
 
 namespace {
@@ -26,6 +28,15 @@ protected:
         engine();
         const RefusedThreads refused;
         engine().start();
+    }
+    // The lines that tell of a start that failed.
+    static std::vector<std::string> startFailures(const std::vector<std::string>& log) {
+        std::vector<std::string> failures;
+        std::copy_if(log.begin(), log.end(), std::back_inserter(failures), [](const std::string& line) {
+            const std::size_t at = line.find("Start");
+            return at != std::string::npos && line.find(" failed returned ", at) != std::string::npos;
+        });
+        return failures;
     }
     // The protocols whose probes the row says could not be made.
     std::set<int> notMade(int index) {
@@ -88,6 +99,21 @@ TEST_F(TestEnginePosixTest, EveryProbeStandsForItselfWhenThreadsRunOut) {
                                                 Contains("TCPIP StartSending failed returned thread failed 8")));
 }
 
+TEST_F(TestEnginePosixTest, EachProbeOfAPeerThatIsAddedToARunningTestTellsThatItDidNotStart) {
+    select(false, true, true, true);
+    engine().start();
+    {
+        const RefusedThreads refused;
+        engine().addPeer(peer(u"10.0.0.7", u"printer"));
+    }
+    engine().stop();
+    EXPECT_THAT(startFailures(endAndReadControlLines()),
+                ElementsAre("UDP StartSending failed returned thread failed 8",
+                            "TCPIP StartSending failed returned thread failed 8",
+                            // The text of the connector at the pinger's index.
+                            "StartPinging failed returned thread failed 8"));
+}
+
 TEST_F(TestEnginePosixTest, TheProbesOfADiscoveredPeerThatCouldNotBeMadeAreLoggedAndItsRowSaysSo) {
     select(false, true, true, true);
     engine().start();
@@ -100,7 +126,37 @@ TEST_F(TestEnginePosixTest, TheProbesOfADiscoveredPeerThatCouldNotBeMadeAreLogge
     receive(kUdpListener, u"10.0.0.9", 2);
     EXPECT_EQ(row(0).counts[kUdp].total, 1) << "what the peer sends is counted all the same";
     engine().stop();
-    EXPECT_THAT(endAndReadControlLines(), Contains("VTR_CPinger to 10.0.0.9 could not be made: thread failed 8"));
+    const std::vector<std::string> log = endAndReadControlLines();
+    EXPECT_THAT(log, Contains("VTR_CPinger to 10.0.0.9 could not be made: thread failed 8"));
+    EXPECT_THAT(startFailures(log), IsEmpty());
+}
+
+// The pinger of an added peer quotes a connector, which may be one that a discovery has just failed to start.
+TEST_F(TestEnginePosixTest, PeersMayBeAddedAndDiscoveredWhileThreadsAreRefused) {
+    constexpr int kEach = 20;
+    select(false, true, false, true);
+    engine().start();
+    std::atomic<bool> isRefused{false};
+    std::thread discovering([&] {
+        while (!isRefused) {
+            std::this_thread::yield();
+        }
+        for (int i = 0; i < kEach; ++i) {
+            engine().onDataReceived(kUdpListener, 5009, SPW_CString(u"10.0.2.") + i, 1, kAnnouncement);
+        }
+    });
+    {
+        const RefusedThreads refused;
+        isRefused = true;
+        for (int i = 0; i < kEach; ++i) {
+            engine().addPeer(peer((SPW_CString(u"10.0.3.") + i).text(), u"printer"));
+        }
+        discovering.join();
+    }
+    EXPECT_THAT(labels(), SizeIs(2 * kEach));
+    engine().stop();
+    EXPECT_THAT(startFailures(endAndReadControlLines()),
+                Contains("StartPinging failed returned thread failed 8").Times(kEach));
 }
 
 TEST_F(TestEnginePosixTest, AStartThatFindsThreadsAgainLacksNothing) {
@@ -115,7 +171,7 @@ TEST_F(TestEnginePosixTest, AStartThatFindsThreadsAgainLacksNothing) {
     EXPECT_TRUE(m_sockets.waitForSentTo(SPW_CIpAddress(10, 0, 0, 7), 1));
 }
 
-// Whoever is heard first is discovered and sent to at once, by a test that must be able to send by then.
+// The first peer that a listener hears is discovered and gets probes at once. The test must be able to send by then.
 TEST_F(TestEnginePosixTest, ConnectorsAndPingersStartBeforeListeners) {
     select(true, true, true, true);
     m_registry.setNamedPeer(u"printer", u"10.0.0.7");
