@@ -38,7 +38,7 @@
 // telling. resetStatistics() does the same row by row.
 //
 // (f) Once a second, while a test runs, onSecond() is called on a thread that does nothing else, the ticker. It starts
-// before all probes and ends before them, after a call in progress.
+// before all probes of a test and ends before them, after a call in progress.
 //
 // (g) A discovered peer's row may go while a test runs, when another one needs its room, and its probes may end, when
 // nothing has come from it for long. Listeners only ask probes to end. The ticker waits for that, and only then makes
@@ -71,6 +71,7 @@ TestEngine::TestEngine(UiSink* sink, bool loggingOn) : m_sink(sink) {
     // A failure shows later, in every socket operation.
     (void)SPW_CSocket::instance->startup();
     reloadSettings();
+    warnOfNoPause();
     if (loggingOn) {
         openLog();
     }
@@ -89,6 +90,7 @@ void TestEngine::start() {
     logLine(SPW_CString(u" ---- Test ") + static_cast<int>(m_testNumber) + u" starting ---");
     forgetTest();
     reloadSettings();
+    warnOfNoPause();
     SPW_CIcmp::instance->lookAgain();
     refreshIdentity();
     if (m_identity.localAddresses.numberOfElements() == 0) {
@@ -268,12 +270,17 @@ void TestEngine::openLog() {
 void TestEngine::reloadSettings() {
     Settings settings = m_settings;
     loadSettings(settings, readKorvUdpPort());
-    if (settings.periodMs() <= 0 && !m_isWithoutPause) {
-        addProblem(StartProblem::ofNoPause());
-    }
-    m_isWithoutPause = settings.periodMs() <= 0;
     const SPW_CGuard guard(m_lock);
     m_settings = settings;
+}
+
+// Once for each time that the settings have become so.
+void TestEngine::warnOfNoPause() {
+    const bool isWithoutPause = m_settings.periodMs() <= 0;
+    if (isWithoutPause && !m_isWithoutPause) {
+        addProblem(StartProblem::ofNoPause());
+    }
+    m_isWithoutPause = isWithoutPause;
 }
 
 void TestEngine::refreshIdentity() {

@@ -117,6 +117,7 @@ private:
 
     void openLog();
     void reloadSettings();
+    void warnOfNoPause();
     void refreshIdentity();
     void logSystemReport();
     void composeAnnouncement();
@@ -195,14 +196,14 @@ private:
     std::uint64_t m_lastSecond100ns = 0;  // when m_pace was told last
     LocalNetworks m_networks;             // kept up to date while only neighbours are discovered
     SPW_CArray<Waiting> m_waiting;
-    AddressSet m_givenUp;           // rows that had to make room and whose probes may still be ending
-    bool m_isWithoutPause = false;  // by the latest settings; told once
+    AddressSet m_givenUp;  // rows that had to make room and whose probes may still be ending
 
     // Has a lock of its own, which is taken after m_lock. A discovery is its guest.
     ProbeSet m_probes{*this, *this};
 
-    // Changes under the control lock. There while a test runs, unless the platform has no thread for it.
+    // Change under the control lock. The ticker is there while a test runs. Without a thread it calls nobody.
     std::unique_ptr<SecondTicker> m_ticker;
+    bool m_isWithoutPause = false;  // by the settings of the latest start; told once
     std::atomic<bool> m_isTickerEnding{false};
 
     std::atomic<bool> m_running{false};

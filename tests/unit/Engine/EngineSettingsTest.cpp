@@ -1,12 +1,12 @@
 #include <algorithm>
-#include <chrono>
-#include <thread>
+#include <array>
 
 #include "EngineFixture.h"
 #include "Patience.h"
 #include "StillClock.h"
 
 using testing::Contains;
+using testing::Each;
 using testing::IsEmpty;
 using testing::Not;
 
@@ -14,6 +14,26 @@ namespace {
 
 constexpr SPW_CIpAddress kPeer(10, 0, 0, 7);
 constexpr SPW_CIpAddress kGroup(228, 227, 226, 225);
+
+// Counts the probes that are within a few milliseconds of their time: they sleep for the shortest time that there is.
+class ClockThatKnowsTheImpatient : public StillClock {
+public:
+    void sleepTowards(std::uint64_t due100ns, std::uint32_t milliseconds, VTR_CEvent& wake) override {
+        if (milliseconds == 0) {
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            m_impatient.insert(&wake);
+        }
+        StillClock::sleepTowards(due100ns, milliseconds, wake);
+    }
+    std::size_t impatientThreads() {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return m_impatient.size();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::set<VTR_CEvent*> m_impatient;
+};
 
 class SettingsInUseTest : public EngineFixture {
 protected:
@@ -25,6 +45,16 @@ protected:
         const auto found = std::find_if(sent.begin(), sent.end(),
                                         [&](const ScriptedSocket::Sent& each) { return each.address == address; });
         return found == sent.end() ? ScriptedSocket::Sent() : *found;
+    }
+    long sentTo(const SPW_CIpAddress& address) {
+        const std::vector<ScriptedSocket::Sent> sent = m_sockets.sent();
+        return std::count_if(sent.begin(), sent.end(),
+                             [&](const ScriptedSocket::Sent& each) { return each.address == address; });
+    }
+    // How many probes have left so far: multicast, UDP, TCP, ping.
+    std::array<long, 4> sentOfEachKind() {
+        const long tcp = m_sockets.calls(ScriptedSocket::kSend);
+        return {sentTo(kGroup), sentTo(kPeer) - tcp, tcp, static_cast<long>(m_icmp.requests().size())};
     }
 };
 
@@ -99,11 +129,17 @@ TEST_F(SettingsInUseTest, DiscoveredPeersAreProbedAsTheOthers) {
 
 TEST_F(SettingsInUseTest, ThePeriodIsThatOfEveryProbe) {
     m_registry.setSetting(u"frequency units", u"seconds");  // 20 of them
-    select(true, true, false, true);
+    select(true, true, true, true);
+    m_sockets.listenAt(kPeer, 5009);
+    ClockThatKnowsTheImpatient clock;
     engine().start();
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    EXPECT_LE(m_sockets.calls(ScriptedSocket::kSendTo), 2) << "one to the peer, one to the group";
-    EXPECT_LE(m_icmp.requests().size(), 1u);
+    EXPECT_TRUE(soon([this] { return sentOfEachKind() == std::array<long, 4>{1, 1, 1, 1}; }));
+    clock.advanceMs(19999);
+    EXPECT_TRUE(soon([&clock] { return clock.impatientThreads() == 4; })) << "each has looked at the new time";
+    EXPECT_THAT(sentOfEachKind(), Each(1));
+    clock.advanceMs(1);
+    EXPECT_TRUE(soon([this] { return sentOfEachKind() == std::array<long, 4>{2, 2, 2, 2}; }));
+    m_engine.reset();
 }
 
 // Without a pause: the settings have a unit that nobody knows.
@@ -117,12 +153,9 @@ protected:
         m_registry.setSetting(u"frequency units", u"weeks");
         select(true, true, false, false);
     }
+    // The probes' threads use the clock until their end.
+    ~NoPauseTest() override { m_engine.reset(); }
 
-    long sentTo(const SPW_CIpAddress& address) {
-        const std::vector<ScriptedSocket::Sent> sent = m_sockets.sent();
-        return std::count_if(sent.begin(), sent.end(),
-                             [&](const ScriptedSocket::Sent& each) { return each.address == address; });
-    }
     void awaitSentTo(const SPW_CIpAddress& address, long count) {
         ASSERT_TRUE(soon([&] { return sentTo(address) >= count; }));
     }
@@ -157,6 +190,16 @@ TEST_F(NoPauseTest, IsToldBeforeTheFirstStartAndOnce) {
     EXPECT_THAT(problems(), Not(Contains(kNoPause)));
     engine().stop();
     m_registry.setSetting(u"frequency qty", u"0");
+    engine().start();
+    EXPECT_THAT(problems(), Contains(kNoPause));
+}
+
+TEST_F(NoPauseTest, IsToldAtTheStartAlthoughARetryOfTheLogHasReadTheSettingsBefore) {
+    m_registry.setSetting(u"frequency units", u"milliseconds");
+    m_registry.setSetting(u"log filename", m_folder.path("missing/log.txt"));
+    engine();
+    m_registry.setSetting(u"frequency units", u"weeks");
+    engine().retryLog();
     engine().start();
     EXPECT_THAT(problems(), Contains(kNoPause));
 }
