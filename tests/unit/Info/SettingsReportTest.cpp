@@ -81,6 +81,27 @@ TEST(SettingsReportTest, WithoutNamedPeersTheirLineIsLeftOut) {
     EXPECT_EQ(at[1], "   Named Ip Address Selected: no");
 }
 
+TEST(SettingsReportTest, EachFlagHasALineOfItsOwn) {
+    const struct {
+        bool Settings::*member;
+        const char* line;
+    } kFlags[] = {
+        {&Settings::logDataPackets, "   Log Data Packets: yes"},
+        {&Settings::logEvents, "   Log Events: yes"},
+        {&Settings::multicastSelected, "   Multicast Selected: yes"},
+        {&Settings::includeAnyoneInReach, "   Anyone In Reach selected: yes"},
+        {&Settings::includeNamedIpAddresses, "   Named Ip Address Selected: yes"},
+        {&Settings::pingSelected, "   Ping Selected: yes"},
+        {&Settings::tcpipSelected, "   Tcpip Selected: yes"},
+        {&Settings::udpSelected, "   Udp Selected: yes"},
+    };
+    for (const auto& flag : kFlags) {
+        Settings settings;
+        settings.*flag.member = true;
+        EXPECT_THAT(linesOf(settings), testing::Contains(flag.line));
+    }
+}
+
 TEST(SettingsReportTest, NumbersAreSigned) {
     Settings settings = someSettings();
     settings.overheadBytes = -4;
