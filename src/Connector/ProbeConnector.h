@@ -19,9 +19,9 @@
 // The object's own thread runs the step over and over while sending is switched on. It reports everything to the sink.
 // After a socket failure it makes a new socket one period later, without limit. Only the owner stops a connector.
 //
-// One owner thread constructs, starts, stops and destroys. askToStop() closes the socket and so ends a connect or send
-// in progress; it ends a sleep, too. StopSending() and the destructor ask as well and wait for the step to end: for one
-// sink call at most.
+// One thread at a time constructs, starts, stops and destroys: the owner (see Probe). askToStop() closes the socket and
+// so ends a connect or send in progress; it ends a sleep, too. StopSending() and the destructor ask as well and wait
+// for the step to end: for one sink call at most.
 class ProbeConnector : public SPW_CThread, public Probe {
 public:
     ~ProbeConnector() override;
@@ -32,7 +32,7 @@ public:
     // Says that a stop comes and ends what blocks the step. Returns at once. An owner that stops many connectors asks
     // all of them first. An idle connector ignores it.
     void askToStop() override;
-    // The same for a destruction. Nothing but the destruction may follow.
+    // The same for a destruction. Nothing but the destruction may follow. May wait for the step, as Probe says.
     void askToEnd() override;
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     // The closed socket stays in use, deliberately: the first probe after a restart fails with "not a socket", is

@@ -11,7 +11,7 @@
 #include "VTR_CEvent.h"
 
 // The thread of a probe object and its pause gate: how the thread comes to life, is let go, paused and ended. The same
-// for connectors, listeners and pingers.
+// for connectors, listeners, pingers and the engine's SecondTicker.
 //
 // Pausing and ending have two halves: asking and waiting. An owner of thousands asks all of them first and then waits
 // for each. A thread that is asked ends its sleep, finishes its step and hands the gate to the owner.
@@ -62,6 +62,7 @@ public:
 private:
     // Set when the thread has handed the gate over, and when it has left its loop.
     VTR_CEvent m_handedOver;
+    // Set when the thread's sleep must end.
     VTR_CEvent m_wake;
     std::atomic<bool> m_stopAsked{false};
     SPW_Result m_beginResult = 0;

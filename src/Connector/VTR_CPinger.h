@@ -17,9 +17,10 @@
 // Pings one peer once per period and reports every request as sent, every answered one as received as well. It
 // needs nothing on the peer's side.
 //
-// One owner thread constructs, starts, stops and destroys; reports are made on the pinger's own thread. StopPinging()
-// and the destructor end the ping in progress, which then counts neither as sent nor as lost, or its sleep, and
-// wait for its step. (On a device that cannot end a ping: at most one period; see SPW_CIcmp::cancel().)
+// One thread at a time constructs, starts, stops and destroys: the owner (see Probe). Reports are made on the pinger's
+// own thread. StopPinging() and the destructor end the ping in progress, which then counts neither as sent nor as lost,
+// or its sleep, and wait for its step. (On a device that cannot end a ping: at most one period; see
+// SPW_CIcmp::cancel().)
 class VTR_CPinger : public SPW_CThread, public Probe {
 public:
     // address: dotted quad or host name. periodMs: between requests, and the time-out of each.
@@ -32,7 +33,7 @@ public:
     [[nodiscard]] SPW_Result StartPinging();
     // Says that a stop comes and ends the ping in progress; returns at once. An idle pinger has nothing to end.
     void askToStop() override;
-    // The same for a destruction, which is all that may follow.
+    // The same for a destruction, which is all that may follow. May wait for the step, as Probe says.
     void askToEnd() override;
     // 0, or kProbeNotRunning (no text is stored for that).
     [[nodiscard]] SPW_Result StopPinging();

@@ -18,14 +18,14 @@
 // Seconds are counted from start(). A second that has passed during a call, or while the device was suspended, is left
 // out and not made up.
 //
-// One owner thread constructs, starts and destroys.
+// One thread at a time constructs, starts and destroys: the owner.
 class SecondTicker : public SPW_CThread {
 public:
     class Listener {
     public:
         virtual ~Listener() = default;
         // On the ticker's thread, without any lock. now100ns: as SPW_CClock::now100ns() has it. The end of the ticker
-        // waits for a call in progress. Hence a call must not wait for whoever ends the ticker.
+        // waits for a call in progress. Hence a call must not wait for the thread that ends the ticker.
         virtual void onSecond(std::uint64_t now100ns) = 0;
     };
 

@@ -18,9 +18,9 @@
 // The object's own thread waits for input and hands every received chunk to the packet parser. Probes go to the sink,
 // on that thread, with the sender's address. A chunk that is no probe is dropped without a trace.
 //
-// One owner thread constructs, starts, stops and destroys. askToStop() closes the sockets, which wakes the wait in
-// progress. StopListening() and the destructor do the same and then wait for the end of the step, which may be inside a
-// call of the sink. A wait that a stop has woken reports nothing.
+// One thread at a time constructs, starts, stops and destroys: the owner (see Probe). askToStop() closes the sockets,
+// which wakes the wait in progress. StopListening() and the destructor do the same and then wait for the end of the
+// step, which may be inside a call of the sink. A wait that a stop has woken reports nothing.
 class ProbeListener : public SPW_CThread, public Probe {
 public:
     ~ProbeListener() override;
@@ -30,7 +30,7 @@ public:
     [[nodiscard]] SPW_Result StartListening();
     // Says that a stop comes, ends what blocks the step, and returns at once. An idle listener has nothing to end.
     void askToStop() override;
-    // The same for a destruction. Nothing else may follow.
+    // The same for a destruction. Nothing else may follow. May wait for the step, as Probe says.
     void askToEnd() override;
     // 0, or kProbeNotRunning. When it returns, no sink call is under way and none follows until the next start.
     [[nodiscard]] SPW_Result StopListening();
