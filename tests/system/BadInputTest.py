@@ -17,13 +17,6 @@ class SettingsTest(lab.SystemTest):
         super().setUp()
         self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
 
-    def sockets(self):
-        return self.device.run("ss", "-Hltuna").stdout
-
-    def listens(self, port):
-        return lab.eventually(lambda: f":{port} " in self.sockets(), 20,
-                              lambda: f"{self.device.programs[-1]} listens on {port}: {self.sockets()}")
-
     def test_missing_hive_becomes_one_with_all_defaults(self):
         self.assertEqual(self.device.start("-headless", "-duration", "0").wait(), 2)
         hive = self.device.read_hive()
@@ -39,7 +32,7 @@ class SettingsTest(lab.SystemTest):
                 '  "Port" = "6005"   ; behind it\n\n"ping selected"="no"\n')
         self.device.write_hive(text)
         program = self.device.measure()
-        self.listens(6005)
+        self.device.wait_until_listening(6005)
         self.assertEqual(program.stop(), 2)
         hive = self.device.read_hive()
         self.assertTrue(hive.startswith(text.rstrip("\n")), hive)
@@ -54,7 +47,7 @@ class SettingsTest(lab.SystemTest):
             self.device.wait_for_log_line(r"on pinger \( 10\.77\.0\.2 \) :IcmpSendEcho failed 122$", within=20)
             line = self.device.wait_for_log_line("udp connector")
             self.assertRegex(line, r"on udp connector \( 10\.77\.0\.2 \) :send failed 10\d\d\d$")
-            self.assertNotIn(":5009 ", self.sockets())
+            self.assertFalse(self.device.is_listening())
             time.sleep(1)
             self.assertEqual(capture.frames(destination=traffic.GROUP, protocol=traffic.UDP), [])
 
@@ -99,10 +92,10 @@ class SettingsTest(lab.SystemTest):
     def test_value_that_has_no_text_is_replaced_by_its_default(self):
         self.device.write_hive(f'[{lab.SETTINGS_KEY}]\n"port"=hex(2):25,00,00,00\n"udp selected"=hex(b):01,02\n')
         program = self.device.measure()
-        self.listens(5009)
+        self.device.wait_until_listening()
         self.assertEqual(program.stop(), 2)
         values = documents.values_of(self.device.read_hive())
-        self.assertEqual((values["port"], values["udp selected"]), ("5009", "yes"))
+        self.assertEqual((values["port"], values["udp selected"]), (str(lab.PORT), "yes"))
 
     def test_peer_that_is_no_address_is_tried_and_reported_like_any_other(self):
         self.device.configure("udp", "tcpip", "ping", peers={"typo": "10.77.0.300", "name": "no.such.host.invalid"})
@@ -145,7 +138,7 @@ class SettingsTest(lab.SystemTest):
         self.device.write_hive(lab.hive_text({r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro\KORV":
                                               {"UDPPort": "6006"}}))
         program = self.device.measure()
-        self.listens(6006)
+        self.device.wait_until_listening(6006)
         self.assertEqual(program.stop(), 2)
         self.assertEqual(documents.values_of(self.device.read_hive())["multicast port"], "6006")
 
@@ -162,7 +155,7 @@ class HiveFileTest(lab.SystemTest):
         self.device.write_hive(cut)
         program = self.device.start("-headless")
         # The settings have their defaults meanwhile.
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+        self.device.wait_until_listening()
         program.signal(lab.signal.SIGHUP)
         self.device.wait_for_log_line("Test 2 starting", within=20)
         said = f"{self.device.hive_path}:{cut.count(chr(10)) + 1}: "
@@ -171,7 +164,7 @@ class HiveFileTest(lab.SystemTest):
         # Mended, it counts at the next start.
         self.device.write_hive(whole)
         program.signal(lab.signal.SIGHUP)
-        lab.eventually(lambda: ":6007 " in self.device.run("ss", "-Hluna").stdout, 20, "the mended hive counts")
+        self.device.wait_until_listening(6007)
         self.assertEqual(program.stop(), 2)
 
     def test_hive_cut_off_anywhere_ends_no_program_and_a_broken_one_is_not_changed(self):
@@ -258,7 +251,7 @@ class HiveFileTest(lab.SystemTest):
         with open(self.device.registry_folder, "w", encoding="ascii"):
             pass
         program = self.device.measure()
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+        self.device.wait_until_listening()
         self.assertEqual(program.stop(), 2)
         self.assertTrue(stat.S_ISREG(os.stat(self.device.registry_folder).st_mode))
 

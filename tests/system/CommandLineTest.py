@@ -75,9 +75,6 @@ class OptionsTest(lab.SystemTest):
         self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
         self.device.configure("udp")
 
-    def wait_until_listening(self):
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
-
     def test_help_and_version_go_to_standard_output_and_touch_nothing(self):
         os.remove(self.device.hive_path)
         for option in ("-help", "--help", "-HELP", "-h"):
@@ -161,7 +158,7 @@ class OptionsTest(lab.SystemTest):
         for minimum, status in ((60, 0), (61, 1)):
             with self.subTest(minimum=minimum), traffic.UdpEnd(self.peer) as sender:
                 program = self.device.measure("-minquality", minimum, "-peer", self.peer.address)
-                self.wait_until_listening()
+                self.device.wait_until_listening()
                 for number in (1, 2, 5):
                     sender.send(traffic.packet(number), self.device.address)
                 program.wait_for_row(self.peer.address, lambda row: row["quality"] == 60)
@@ -273,7 +270,7 @@ class ExitStatusTest(lab.SystemTest):
     def test_4_when_a_second_program_is_started(self):
         self.device.configure("udp")
         first = self.device.measure()
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+        self.device.wait_until_listening()
         self.device.configure("udp", log_filename="second.txt")
         self.assertEqual(self.device.start("-headless").wait(), 4)
         self.assertTrue(first.is_running())

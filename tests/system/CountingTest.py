@@ -41,8 +41,7 @@ class CountingTest(lab.SystemTest):
         """Starts the device with the peer in its hive and waits until it hears that protocol; a sender of it."""
         self.device.configure(protocol, peers={"peer": self.peer.address})
         self.program = self.device.measure()
-        listener = {"udp": ":5009 ", "tcpip": ":5009 ", "multicast": ":7550 "}[protocol]
-        lab.eventually(lambda: listener in self.device.run("ss", "-Hltuna").stdout, 20, f"{self.program} listens")
+        self.device.wait_until_hearing(protocol)
         if protocol == "multicast":
             self.wait_until_joined()
         sender = Sender(protocol, self.peer, self.device)
@@ -112,7 +111,7 @@ class CountingTest(lab.SystemTest):
         other = self.lab.device("pocket3")
         self.device.configure("udp", peers={"peer": self.peer.address, "other": other.address})
         self.program = self.device.measure()
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, f"{self.program} listens")
+        self.device.wait_until_listening()
         with traffic.UdpEnd(self.peer) as first, traffic.UdpEnd(other) as second:
             first.send(traffic.packet(1), self.device.address)
             second.send(traffic.packet(10), self.device.address)
@@ -155,7 +154,7 @@ class UnknownSenderTest(lab.SystemTest):
 
     def announce(self, name):
         """Sends one packet from the peer once the device's UDP listener is there."""
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+        self.device.wait_until_listening()
         with traffic.UdpEnd(self.peer) as sender:
             sender.send(traffic.packet(41, name), self.device.address)
 
@@ -223,7 +222,7 @@ class UnknownSenderTest(lab.SystemTest):
     def test_own_address_is_no_peer(self):
         self.device.configure("udp", "multicast", log_events="yes")
         program = self.device.measure()
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+        self.device.wait_until_listening()
         with traffic.UdpEnd(self.device) as own:
             own.send(traffic.packet(1, "v|myself"), self.device.address)
         self.device.wait_for_log_line("udp listener received seq # 1 from 10.77.0.1$")

@@ -24,8 +24,7 @@ class FloodTest(lab.SystemTest):
         # Its own probes are not to be logged meanwhile: one every 200 seconds.
         self.device.configure(protocol, period=200_000, log_events="yes")
         self.program = self.device.measure()
-        port = traffic.GROUP_PORT if protocol == "multicast" else traffic.PORT
-        lab.eventually(lambda: f":{port} " in self.device.run("ss", "-Hltuna").stdout, 20, f"{self.program} listens")
+        self.device.wait_until_hearing(protocol)
         self.seed = 0
 
     def flood(self, how, target, port, count, *more):

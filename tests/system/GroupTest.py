@@ -95,7 +95,7 @@ class GroupTest(GroupOfThree):
                 row[protocol]["received"] >= old[protocol]["received"] + 15 for protocol in PROBED), within=60)
             lost = {protocol: row[protocol]["lost"] - old[protocol]["lost"] for protocol in PROBED}
             # 25 in 5 seconds; fewer when the machine is busy, more when the bridge or TCP took its time to go on:
-            # TCP retransmits what it was given, in one piece, of which the first probe counts.
+            # TCP retransmits what it was given in one piece, and only the first probe of a piece counts.
             for protocol, more in (("udp", 15), ("multicast", 15), ("ping", 15), ("tcpip", 45)):
                 self.assertTrue(8 <= lost[protocol] <= silent + more, f"{protocol} in {lost} of {program}")
         # The two that stayed together lost nothing but what a busy machine may lose of pings.

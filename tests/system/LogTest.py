@@ -213,7 +213,7 @@ class LogTest(lab.SystemTest):
         self.device.configure("udp", log_events="yes", log_data_packets="yes", peers={"peer": self.peer.address})
         self.device.measure()
         with traffic.UdpEnd(self.peer) as sender:
-            lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+            self.device.wait_until_listening()
             sender.send(traffic.packet(7, "Version 1.2.3.4|x||"), self.device.address)
         line = self.device.wait_for_log_line("received")
         self.assertEqual(line[9:], "E :udp listener received seq # 7 from 10.77.0.2Data received: Version 1.2.3.4|x||")
@@ -222,7 +222,7 @@ class LogTest(lab.SystemTest):
         self.device.configure("udp", log_events="yes", log_data_packets="yes")
         program = self.device.measure()
         with traffic.UdpEnd(self.peer) as sender:
-            lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
+            self.device.wait_until_listening()
             sender.send(traffic.packet(7, "v|%s%n%d"), self.device.address)
         self.assertRegex(self.device.wait_for_log_line("New device"), r"name: %s%n%d$")
         self.assertEqual(program.wait_for_row(self.peer.address)["name"], "%s%n%d")

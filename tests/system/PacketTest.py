@@ -41,7 +41,7 @@ class PacketBytesTest(lab.SystemTest):
         self.assertRegex(name, rb"^Version \d+\.\d+\.\d+\.\d+\|pocket1\|{10}$")
         self.assertEqual([frame.payload for frame in frames],
                          [b"Vantiro Diagnostic|%d|%s\0" % (number, name) for number in range(3)])
-        self.assertEqual({(frame.destination_port, frame.ttl) for frame in frames}, {(7550, 3)})
+        self.assertEqual({(frame.destination_port, frame.ttl) for frame in frames}, {(traffic.GROUP_PORT, 3)})
 
     def test_multicast_group_port_and_time_to_live_are_those_of_the_settings(self):
         self.device.configure("multicast", period=50, multicast_group="228.1.2.3", multicast_port="6001",

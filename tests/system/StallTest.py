@@ -61,9 +61,6 @@ class StallTest(lab.SystemTest):
         self.addCleanup(pipe.close)
         return pipe
 
-    def wait_until_listening(self):
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 20, "the device listens")
-
     def start_into(self, pipe, *arguments):
         """A headless test whose standard output is that pipe."""
         return self.device.start("-headless", "-format", "json", *arguments,
@@ -124,7 +121,7 @@ class OutputStallTest(StallTest):
         pipe = self.pipe("error")
         pipe.fill()
         program = self.device.start("-headless", through=("sh", "-c", f'exec "$0" "$@" 2>{pipe.path}'))
-        self.wait_until_listening()
+        self.device.wait_until_listening()
         self.assertEqual(program.stop(within=20), 1)
 
 

@@ -21,7 +21,7 @@ class StopTest(lab.SystemTest):
         self.wait_until_all_sleep()
 
     def wait_until_all_sleep(self):
-        lab.eventually(lambda: ":5009 " in self.device.run("ss", "-Hluna").stdout, 60, f"{self.program} listens")
+        self.device.wait_until_listening()
         time.sleep(2)
 
     def test_a_test_of_many_peers_ends_in_about_one_step(self):

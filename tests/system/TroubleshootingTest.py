@@ -204,7 +204,7 @@ class TroubleshootingTest(lab.SystemTest):
 
             def disturb():
                 while not silenced.wait(0.5):
-                    stranger.send(b"junk", self.device.address, 7550)
+                    stranger.send(b"junk", self.device.address, traffic.GROUP_PORT)
             disturber = threading.Thread(target=disturb)
             disturber.start()
             try:
@@ -270,7 +270,7 @@ class TroubleshootingTest(lab.SystemTest):
 
     def test_mistake_in_settings(self):
         # A mistake means defaults, multicast among them.
-        self.device.write_hive(f'[{lab.SETTINGS_KEY}]\n"port"="5009"\n"frequency qty"="2\n')
+        self.device.write_hive(f'[{lab.SETTINGS_KEY}]\n"port"="{lab.PORT}"\n"frequency qty"="2\n')
         self.expect_what_is_shown(self.device.measure())
 
     def test_unknown_unit(self):

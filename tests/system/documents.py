@@ -3,9 +3,9 @@
 import os
 import re
 
-import lab
-
 SOURCES = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+
+SETTINGS_KEY = r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro Diagnostic"
 
 
 def read(*path):
@@ -15,7 +15,7 @@ def read(*path):
 
 def values_of(hive):
     """{name: text} of the settings' key in a hive file's text, where the key and each of its values stand once."""
-    section = hive.split(f"[{lab.SETTINGS_KEY}]\n")
+    section = hive.split(f"[{SETTINGS_KEY}]\n")
     if len(section) != 2:
         raise AssertionError(f"the key stands {len(section) - 1} times in\n{hive}")
     found = re.findall(r'^"(.*?)"="(.*)"$', section[1].split("\n[")[0], re.MULTILINE)

@@ -23,12 +23,18 @@ import tempfile
 import time
 import unittest
 
+import documents
+
 CLONE_NEWNET = 0x40000000
 
 PROTOCOLS = ("multicast", "tcpip", "udp", "ping")
 
-SETTINGS_KEY = r"HKEY_CURRENT_USER\Software\Vantiro Networks\Vantiro Diagnostic"
+SETTINGS_KEY = documents.SETTINGS_KEY
 PEERS_KEY = SETTINGS_KEY + r"\Named-IP-Addresses"
+
+# Where the program listens unless its settings say otherwise.
+PORT = int(documents.default_settings()["port"])
+GROUP_PORT = int(documents.default_settings()["multicast port"])
 
 # Whatever a test looks at, none of these may stand in what a program says. 111, no interface, is the one fatal error
 # that the program survives.
@@ -324,6 +330,20 @@ class Device:
     def measure(self, *arguments, every=0.25, through=()):
         """Starts a headless test that prints its rows as JSON that often; what to expect of it: Program."""
         return self.start("-headless", "-format", "json", "-interval", every, *arguments, through=through)
+
+    def is_listening(self, port=PORT, transport="udp"):
+        """Whether anybody on the device receives at that port of "udp" or "tcp"."""
+        sockets = self.run("ss", "-Hln", f"--{transport}").stdout.splitlines()
+        return any(line.split()[3].endswith(f":{port}") for line in sockets)
+
+    def wait_until_listening(self, port=PORT, transport="udp"):
+        eventually(lambda: self.is_listening(port, transport), PATIENCE,
+                   lambda: f"the {transport} port {port} is listened at by {self.programs[-1]}")
+
+    def wait_until_hearing(self, protocol):
+        """Until the program receives probes of that protocol."""
+        port = GROUP_PORT if protocol == "multicast" else PORT
+        self.wait_until_listening(port, "tcp" if protocol == "tcpip" else "udp")
 
     def wait_until_read(self, *senders):
         """Until the program has read all that these devices have sent it over connections."""

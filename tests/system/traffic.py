@@ -10,11 +10,10 @@ import struct
 import threading
 import time
 
-from lab import PATIENCE
+import documents
+from lab import GROUP_PORT, PATIENCE, PORT
 
-PORT = 5009
-GROUP = "228.227.226.225"
-GROUP_PORT = 7550
+GROUP = documents.default_settings()["multicast group"]
 
 TAG = b"Vantiro Diagnostic"
 
