@@ -1,22 +1,12 @@
 #include "RecordedRunFixture.h"
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
-#include <thread>
 
 #include "JsonPrinter.h"
 #include "TablePrinter.h"
 
 namespace {
-
-// The type of the rows is the engine's own affair.
-template <typename Rows>
-Rows taken(const TestEngine& engine, void (TestEngine::*snapshot)(Rows&) const) {
-    Rows rows;
-    (engine.*snapshot)(rows);
-    return rows;
-}
 
 std::string textOf(const SPW_CIpAddress& address) {
     return std::string(address.toText().toAnsi());
@@ -34,18 +24,6 @@ int occurrences(const std::string& text, const std::string& what) {
         ++count;
     }
     return count;
-}
-
-template <typename Condition>
-bool comesTrue(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 }  // namespace
@@ -115,7 +93,7 @@ void RecordedRunFixture::select(const char16_t* yesOrNo) const {
 }
 
 void RecordedRunFixture::passTime() {
-    EXPECT_TRUE(comesTrue([this] {
+    EXPECT_TRUE(soon([this] {
         const LogProgress progress = m_engine->logProgress();
         return progress.taken == progress.written;
     }));
@@ -151,7 +129,7 @@ void RecordedRunFixture::expectLoggedErrors(int more) {
 }
 
 void RecordedRunFixture::expectLogged(const std::string& text, int lines) const {
-    EXPECT_TRUE(comesTrue([&] { return occurrences(m_folder.read("log.txt"), text) >= lines; }))
+    EXPECT_TRUE(soon([&] { return occurrences(m_folder.read("log.txt"), text) >= lines; }))
         << lines << " times '" << text << "' in\n"
         << m_folder.read("log.txt");
 }
@@ -191,7 +169,8 @@ void RecordedRunFixture::recordEchoes(std::size_t atLeast) {
 }
 
 void RecordedRunFixture::recordRows(bool isFinal) {
-    const auto rows = taken(*m_engine, &TestEngine::snapshot);
+    SPW_CArray<PeerRowValues> rows;
+    m_engine->snapshot(rows);
     TableHeading heading;
     heading.localTime = u"14:07:09";
     heading.testNumber = m_engine->testNumber();
