@@ -148,7 +148,12 @@ TEST_F(SignalsTest, TheWatcherIsCalledAgainAndAgainFromTheEndsBeginningOn) {
     }
     m_signals->setWatcher({});
     const int last = calls;
-    std::this_thread::sleep_for(std::chrono::milliseconds(3 * Signals::kWatchMs));
+    std::atomic<int> callsOfAnother{0};
+    m_signals->setWatcher([&callsOfAnother] { ++callsOfAnother; });
+    while (callsOfAnother < 3) {
+        std::this_thread::yield();
+    }
+    m_signals->setWatcher({});
     EXPECT_EQ(last, calls);
 }
 

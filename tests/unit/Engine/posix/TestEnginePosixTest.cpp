@@ -189,12 +189,11 @@ TEST_F(TestEnginePosixTest, ConnectorsAndPingersStartBeforeListeners) {
 
 namespace {
 
-// A test of many probes, each of which sleeps for what is left of a second of its own.
+// A test of many probes, each of which has sent its first one and sleeps.
 class TestEngineStopTest : public TestEnginePosixTest {
 protected:
     static constexpr int kPeers = 60;
-    // A step lasts a second. One after another, as the sleeps end at any time in a second, the stop would take more
-    // than a minute.
+    // A sleep may last a second. A stop that waited for one after another would take more than a minute.
     static constexpr std::chrono::seconds kAFewSteps{8};
 
     TestEngineStopTest() {
@@ -205,7 +204,8 @@ protected:
             m_registry.setNamedPeer((u"peer" + number).text(), (u"10.0.1." + number).text());
         }
         engine().start();
-        std::this_thread::sleep_for(std::chrono::seconds(1));  // until the steps' ends have come apart
+        EXPECT_TRUE(m_sockets.waitForCalls(ScriptedSocket::kSendTo, kPeers + 1)) << "and one to the group";
+        m_icmp.waitForRequests(kPeers);
     }
     template <typename Action>
     static void expectSoon(Action action) {

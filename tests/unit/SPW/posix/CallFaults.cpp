@@ -9,6 +9,7 @@
 CallFault closeFault;
 CallFault truncateFault;
 bool flockWantsWriting = false;
+std::atomic<int> flockCalls{0};
 
 namespace {
 
@@ -48,6 +49,7 @@ extern "C" int __wrap_ftruncate(int file, off_t size) {
 }
 
 extern "C" int __wrap_flock(int file, int operation) {
+    ++flockCalls;
     const bool isReadOnly = (fcntl(file, F_GETFL) & O_ACCMODE) == O_RDONLY;
     if (!flockWantsWriting || !isReadOnly || (operation & LOCK_EX) == 0) {
         return __real_flock(file, operation);

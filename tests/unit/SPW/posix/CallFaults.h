@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 // Lets one call of the system fail for one descriptor, while a ScopedFault lives. The linker hands the framework's
 // calls over; see CMakeLists.txt.
 struct CallFault {
@@ -13,6 +15,8 @@ extern CallFault truncateFault;  // of ftruncate; leaves the file alone
 
 // Whether flock() locks for one only what is open for writing, as on a network file system.
 extern bool flockWantsWriting;
+// How often the framework has called flock() so far.
+extern std::atomic<int> flockCalls;
 
 class ScopedFault {
 public:

@@ -18,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "CallFaults.h"
 #include "OtherThreads.h"
 #include "RecordingReporter.h"
 #include "RegistryFolder.h"
@@ -118,6 +119,12 @@ bool asUser(uid_t user, gid_t group, const Work& work) {
     }
     int status = 0;
     return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Returns when the writer has looked at the lock that many times more.
+void awaitLooksAtTheLock(int looks) {
+    const int enough = flockCalls + looks;
+    EXPECT_TRUE(soon([enough] { return flockCalls >= enough; }));
 }
 
 class HiveSafetyPosixTest : public testing::Test {
@@ -301,12 +308,12 @@ TEST_F(HiveSafetyPosixTest, LockThatHasBeenReplacedMeanwhileDoesNotCount) {
     const int removed = openLock();
     ASSERT_EQ(flock(removed, LOCK_EX), 0);
     std::thread writer([] { EXPECT_EQ(setValue(u"x", u"2"), 0u); });
-    std::this_thread::sleep_for(50ms);  // several of the looks at the lock that the writer takes
+    awaitLooksAtTheLock(3);
     ASSERT_EQ(__real_unlink(path(kLockFile).c_str()), 0);
     const int present = openLock();
     ASSERT_EQ(flock(present, LOCK_EX), 0);
     close(removed);
-    std::this_thread::sleep_for(100ms);  // several more
+    awaitLooksAtTheLock(3);
     EXPECT_EQ(m_folder.read(kHiveFile), kText) << "the lock on the path is another program's";
     close(present);
     writer.join();
@@ -417,7 +424,7 @@ TEST_F(HiveSafetyPosixTest, ReplacementIsNobodyElsesUntilItHasTheRightsOfTheFile
     EXPECT_EQ(modeOf(kHiveFile), 0644u);
 }
 
-// Whoever may write the folder could put a link there as soon as an old temporary file is gone.
+// A user with the right to write the folder could put a link there as soon as an old temporary file is gone.
 TEST_F(HiveSafetyPosixTest, LinkInThePlaceOfTheTemporaryFileIsNotFollowed) {
     m_folder.write(kHiveFile, kText);
     m_folder.write("victim", "mine");
