@@ -8,8 +8,8 @@ class ProbeWorker;
 // What the owner of many probe objects needs of each, be it a connector, a listener or a pinger. A start is
 // StartSending(), StartListening() or StartPinging(), and so on; their headers give the codes.
 //
-// The owner of a probe is the thread that may construct, start, stop and destroy it: one thread at a time. The thread
-// of a discovery hands the probes that it has made and started to the test's thread, under the lock of ProbeSet.
+// The owner of a probe is the thread that may construct, start, stop and destroy it: one thread at a time. ProbeSet
+// hands a probe from one thread to another under its lock.
 //
 // Stopping and destroying have two halves: the owner of many asks all of them first and waits for each then.
 class Probe {

@@ -428,7 +428,8 @@ int TestEngine::passSeconds(std::uint64_t now100ns) {
     return m_pace.passSeconds(static_cast<std::int64_t>(seconds));
 }
 
-// Whatever depends on time passing. Not under the control lock: whoever holds it may be waiting for this call to end.
+// All that depends on time passing. Not under the control lock: the thread that holds it may be waiting for this call
+// to end.
 void TestEngine::onSecond(std::uint64_t now100ns) {
     int unannounced = 0;
     {

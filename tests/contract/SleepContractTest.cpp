@@ -1,5 +1,5 @@
-// The contract of SPW_CClock::sleepTowards(): a platform may merge a sender's sleeps or not, and neither the sender nor
-// whoever stops it can tell which it does.
+// The contract of SPW_CClock::sleepTowards(): a platform may merge a sender's sleeps or not. Neither the sender nor the
+// thread that stops it can tell which it does.
 
 #include <gtest/gtest.h>
 

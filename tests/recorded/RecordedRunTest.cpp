@@ -28,8 +28,8 @@ protected:
         m_engine->onSocketError(kind, kPort, address, code, probeFailureText(u"send failed ", code));
     }
 
-    // What each period brings while everything is selected: one probe of each kind to each of the peers, of which the
-    // pocket alone accepts connections, and the printer alone does not answer pings.
+    // What each period brings while everything is selected: one probe of each kind to each of the peers. The pocket
+    // alone accepts connections. The printer alone does not answer pings.
     void passPeriod(const std::vector<SPW_CIpAddress>& others, std::size_t answeredPings) {
         passTime();
         expectPacketsTo(kPocket, 2);

@@ -5,8 +5,8 @@
 
 #include "ClockForwarder.h"
 
-// A clock that can be stopped. Whoever asks a stopped one for the local time waits; the log's writer asks for every
-// line.
+// A clock that can be stopped. A thread that asks a stopped one for the local time waits. The log's writer asks for
+// every line.
 class StoppableClock : public ClockForwarder {
 public:
     using ClockForwarder::ClockForwarder;

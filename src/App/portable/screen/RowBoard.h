@@ -26,7 +26,7 @@ public:
     explicit RowBoard(Listener& listener) : m_listener(listener) {}
 
     void rowChanged(const PeerRowValues& row, int protocol) override;
-    // The row's mark is news, too.
+    // Marks the protocol as told: the row then shows "0/0" for it instead of a blank.
     void probesNotMade(const PeerRowValues& row, int protocol) override { rowChanged(row, protocol); }
     void rowGivenUp(const PeerRowValues& row) override;
     // Forgets all rows, because a new test begins.

@@ -51,7 +51,7 @@ public:
     AnsiBytes& operator=(const AnsiBytes&) = delete;
 
     const char* bytes() const { return m_bytes; }
-    // In bytes, of which UTF-8 may need more than the text has characters. copyToAnsi counts the terminator as well.
+    // In bytes. UTF-8 may need more bytes than the text has characters. copyToAnsi counts the terminator as well.
     std::uint32_t size() const { return static_cast<std::uint32_t>(m_size - 1); }
 
 private:

@@ -59,9 +59,14 @@ bool parseQuotedRequest(const std::uint8_t* bytes, int size, Answer& answer);
 // The code for an ICMP error message, 0 for a type that is none.
 SPW_Result codeOfError(std::uint8_t type, std::uint8_t code);
 
-// Whether the answer is the echo's own. The sequence is compared always, and beside it what is known of the rest: of a
-// reply the token, or without one its sender (of a group anybody); of an error the target, and the token if it is
-// quoted.
+// Whether the answer belongs to the echo. The sequence must be the same, and the identifier where the echo checks it.
+// Beside these:
+//
+//     answer   echo                  must have
+//     reply    with a token          the same token; any sender will do
+//     reply    without, to a host    the host as its sender
+//     reply    without, to a group   nothing more
+//     error    any                   the same target, and the same token if both have one
 bool isAnswerTo(const Answer& answer, const Echo& echo);
 
 }  // namespace SPW_CIcmpPacket

@@ -46,7 +46,7 @@ SPW_Result SPW_CHiveLockPosix::acquire() {
             if (isOnPath()) {
                 return kSysOk;
             }
-            m_file.reset(-1);  // whoever removed it and made another would be locking something else
+            m_file.reset(-1);  // it was removed: another process may have made and locked a new one
         } else if (errno != EWOULDBLOCK && errno != EINTR) {
             return SPW_CSysErrorPosix::systemCode(errno);
         }
