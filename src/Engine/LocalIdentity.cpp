@@ -2,6 +2,7 @@
 
 #include "CompanionSettings.h"
 #include "ForeignText.h"
+#include "SPW_CArraySearch.h"
 #include "SPW_CSocket.h"
 
 namespace {
@@ -63,13 +64,4 @@ SPW_CArray<SPW_CString> reachableAddressesOf(const SPW_CString& host) {
         }
     }
     return reachable;
-}
-
-bool contains(const SPW_CArray<SPW_CString>& addresses, const SPW_CString& address) {
-    for (int i = 0; i < addresses.numberOfElements(); ++i) {
-        if (addresses[i] == address) {
-            return true;
-        }
-    }
-    return false;
 }

@@ -19,5 +19,3 @@ struct LocalIdentity : DeviceIdentity {
 
 // The addresses by which that host can be reached; asked for now.
 SPW_CArray<SPW_CString> reachableAddressesOf(const SPW_CString& host);
-
-bool contains(const SPW_CArray<SPW_CString>& addresses, const SPW_CString& address);

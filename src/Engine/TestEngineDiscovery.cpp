@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "SPW_CArraySearch.h"
 #include "SPW_CClock.h"
 #include "TestEngine.h"
 
@@ -164,7 +165,7 @@ void TestEngine::makeRoom(Discovery& discovery) {
     m_peers.remove(row->number());
 }
 
-// Whoever has counted on the row before it went holds the sink lock until the sink has been told.
+// A thread that has counted on the row before it went holds the sink lock until it has told the sink.
 void TestEngine::tellGivenUp(const Discovery& discovery) {
     if (discovery.givenUp.numberOfElements() == 0) {
         return;

@@ -1,5 +1,6 @@
 #include "AddPeerForm.h"
 
+#include "SPW_CArraySearch.h"
 #include "SPW_CIpAddress.h"
 
 namespace {
@@ -26,12 +27,7 @@ bool readOctet(const SPW_CString& text, std::uint8_t& octet) {
 }  // namespace
 
 SPW_CString whyNotAdded(const SPW_CString& address, const SPW_CArray<SPW_CString>& known) {
-    for (int i = 0; i < known.numberOfElements(); ++i) {
-        if (known[i] == address) {
-            return address + u" is a peer already";
-        }
-    }
-    return SPW_CString();
+    return contains(known, address) ? address + u" is a peer already" : SPW_CString();
 }
 
 AddPeerForm::Field AddPeerForm::firstFault(const SPW_CArray<SPW_CString>& known, SPW_CString& message) const {
