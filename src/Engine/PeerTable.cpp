@@ -20,7 +20,12 @@ int totalPlusLost(const ProtocolCounts& counts) {
 }  // namespace
 
 PeerRow::PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName, State state)
-    : m_number(number), m_address(address), m_name(showableText(name)), m_hasName(hasName), m_state(state) {}
+    : m_number(number),
+      m_address(address),
+      m_shownAddress(showableText(address)),
+      m_name(showableText(name)),
+      m_hasName(hasName),
+      m_state(state) {}
 
 void PeerRow::record(int protocol, std::int32_t sequence) {
     m_counters[protocol].record(sequence);
@@ -52,7 +57,7 @@ int PeerRow::quality() const {
 PeerRowValues PeerRow::values() const {
     PeerRowValues values;
     values.number = m_number;
-    values.address = showableText(m_address);
+    values.address = m_shownAddress;
     values.name = m_name;
     values.hasName = m_hasName;
     values.quality = quality();

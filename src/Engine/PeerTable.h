@@ -57,6 +57,7 @@ private:
 
     const std::int32_t m_number;
     const SPW_CString m_address;
+    const SPW_CString m_shownAddress;  // made once, since values() is called for every probe
     const SPW_CString m_name;
     const bool m_hasName;
     SequenceCounter m_counters[kProtocols];
