@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 #include "EngineFixture.h"
 #include "Patience.h"
@@ -46,7 +47,7 @@ protected:
                                         [&](const ScriptedSocket::Sent& each) { return each.address == address; });
         return found == sent.end() ? ScriptedSocket::Sent() : *found;
     }
-    long sentTo(const SPW_CIpAddress& address) {
+    std::ptrdiff_t sentTo(const SPW_CIpAddress& address) {
         const std::vector<ScriptedSocket::Sent> sent = m_sockets.sent();
         return std::count_if(sent.begin(), sent.end(),
                              [&](const ScriptedSocket::Sent& each) { return each.address == address; });
@@ -156,7 +157,7 @@ protected:
     // The probes' threads use the clock until their end.
     ~NoPauseTest() override { m_engine.reset(); }
 
-    void awaitSentTo(const SPW_CIpAddress& address, long count) {
+    void awaitSentTo(const SPW_CIpAddress& address, std::ptrdiff_t count) {
         ASSERT_TRUE(soon([&] { return sentTo(address) >= count; }));
     }
 
