@@ -53,9 +53,9 @@ protected:
                              [&](const ScriptedSocket::Sent& each) { return each.address == address; });
     }
     // How many probes have left so far: multicast, UDP, TCP, ping.
-    std::array<long, 4> sentOfEachKind() {
-        const long tcp = m_sockets.calls(ScriptedSocket::kSend);
-        return {sentTo(kGroup), sentTo(kPeer) - tcp, tcp, static_cast<long>(m_icmp.requests().size())};
+    std::array<std::ptrdiff_t, 4> sentOfEachKind() {
+        const std::ptrdiff_t tcp = m_sockets.calls(ScriptedSocket::kSend);
+        return {sentTo(kGroup), sentTo(kPeer) - tcp, tcp, static_cast<std::ptrdiff_t>(m_icmp.requests().size())};
     }
 };
 
@@ -134,12 +134,12 @@ TEST_F(SettingsInUseTest, ThePeriodIsThatOfEveryProbe) {
     m_sockets.listenAt(kPeer, 5009);
     ClockThatKnowsTheImpatient clock;
     engine().start();
-    EXPECT_TRUE(soon([this] { return sentOfEachKind() == std::array<long, 4>{1, 1, 1, 1}; }));
+    EXPECT_TRUE(soon([this] { return sentOfEachKind() == std::array<std::ptrdiff_t, 4>{1, 1, 1, 1}; }));
     clock.advanceMs(19999);
     EXPECT_TRUE(soon([&clock] { return clock.impatientThreads() == 4; })) << "each has looked at the new time";
     EXPECT_THAT(sentOfEachKind(), Each(1));
     clock.advanceMs(1);
-    EXPECT_TRUE(soon([this] { return sentOfEachKind() == std::array<long, 4>{2, 2, 2, 2}; }));
+    EXPECT_TRUE(soon([this] { return sentOfEachKind() == std::array<std::ptrdiff_t, 4>{2, 2, 2, 2}; }));
     m_engine.reset();
 }
 
