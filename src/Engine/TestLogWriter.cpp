@@ -115,11 +115,13 @@ void TestLogWriter::step() {
     }
     const std::uint32_t behind = qTakeWaiting(taken + 1, kMostBehind);
     write(taken, 1 + behind);
-    freePlaces(behind);
-    m_room.set();
+    // Before there is room: a medium may hold a flush up. Who has found room must not wait for a place any longer than
+    // the taking of a message lasts, which is what comes next.
     if (m_isFlushDue && msUntilFlush() == 0) {
         flush();
     }
+    freePlaces(behind);
+    m_room.set();
 }
 
 // The lines go out together. The bound holds nevertheless: no more than the first of them has given its place back.

@@ -90,9 +90,7 @@ private:
 template <typename Implementation>
 class NetworkInfoContractTest : public testing::Test {
 protected:
-    void SetUp() override {
-        SKIP_OUTSIDE_NAMESPACES(m_implementation.isThere(), m_implementation.reason());
-    }
+    void SetUp() override { SKIP_OUTSIDE_NAMESPACES(m_implementation.isThere(), m_implementation.reason()); }
     SPW_CNetworkInfo& info() { return m_implementation.info(); }
 
     // Of the records and nodes that the expected adapters need at least.

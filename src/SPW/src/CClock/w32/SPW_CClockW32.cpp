@@ -79,8 +79,8 @@ std::uint64_t SPW_CClockSys::localNow100ns() {
     return toCount(now);
 }
 
-// A sleep of 0 is made 1 ms. It would give the processor only to a thread of the same priority, and would return at once
-// without such a thread.
+// A sleep of 0 is made 1 ms. It would give the processor only to a thread of the same priority, and would return at
+// once without such a thread.
 void SPW_CClockSys::sleepMs(std::uint32_t milliseconds) {
     waitFor(milliseconds, [](DWORD left) {
         Sleep(left);
