@@ -58,7 +58,8 @@ class RefusalTest(lab.SystemTest):
                 self.assertEqual(program.stop(within=20), 1)
 
     def test_program_does_not_start_without_what_wakes_it(self):
-        for call in range(1, 5):
+        # The first descriptor belongs to the raw socket for pings, and a program without pings is of use.
+        for call in range(2, 6):
             with self.subTest(call=call):
                 program = self.device.start("-headless", through=self.refusing("calls", call, function="eventfd"))
                 self.assertEqual((program.wait(), program.errors()),

@@ -29,6 +29,7 @@ public:
     //
     // 0, or a code, with ready empty: kSockInvalid when there is nothing to wait for, kSockNotSocket when one of the
     // sockets is closed. Closing one wakes a wait in progress. Every wait fails until the closed socket is removed.
+    // While close() has not returned, its socket may still be told as ready: an end, which receive tells.
     [[nodiscard]] virtual SPW_Result wait(SPW_CSocketSet& ready);
 
 protected:
