@@ -31,6 +31,7 @@ std::function<void(int)> beforeSync;
 std::function<void(int)> beforeOwner;
 std::function<void(const char*)> afterUnlink;
 bool timesAreWholeSeconds = false;
+bool isLookingRefused = false;
 
 int asOfThisFileSystem(int result, struct stat* status) {
     if (timesAreWholeSeconds) {
@@ -72,6 +73,10 @@ int __wrap_stat(const char* path, struct stat* status) {
 }
 int __real_fstat(int, struct stat*);
 int __wrap_fstat(int file, struct stat* status) {
+    if (isLookingRefused) {
+        errno = EACCES;
+        return -1;
+    }
     return asOfThisFileSystem(__real_fstat(file, status), status);
 }
 }
@@ -301,6 +306,16 @@ TEST_F(HiveSafetyPosixTest, LockThatIsHeldForLongIsAnErrorAfterTwoSecondsAndTold
     EXPECT_EQ(setValue(u"x", u"3"), 32u);
     EXPECT_EQ(m_reporter.boxes().size(), 2u) << "free in between";
     close(other);
+}
+
+TEST_F(HiveSafetyPosixTest, LockThatNobodyMayLookAtIsAnErrorAtOnce) {
+    m_folder.write(kHiveFile, kText);
+    const auto begin = std::chrono::steady_clock::now();
+    isLookingRefused = true;
+    EXPECT_EQ(setValue(u"x", u"2"), 5u);
+    isLookingRefused = false;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
+    EXPECT_EQ(setValue(u"x", u"2"), 0u) << "the lock is free";
 }
 
 TEST_F(HiveSafetyPosixTest, LockThatHasBeenReplacedMeanwhileDoesNotCount) {

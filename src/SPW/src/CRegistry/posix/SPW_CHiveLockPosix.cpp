@@ -43,10 +43,16 @@ SPW_Result SPW_CHiveLockPosix::acquire() {
             return code;
         }
         if (flock(m_file.number(), LOCK_EX | LOCK_NB) == 0) {
-            if (isOnPath()) {
+            bool isOnPath = false;
+            const SPW_Result lookCode = lookAtPath(isOnPath);
+            if (isOnPath) {
                 return kSysOk;
             }
-            m_file.reset(-1);  // it was removed: another process may have made and locked a new one
+            m_file.reset(-1);
+            if (lookCode != kSysOk) {
+                return lookCode;
+            }
+            // It was removed: another process may have made and locked a new one.
         } else if (errno != EWOULDBLOCK && errno != EINTR) {
             return SPW_CSysErrorPosix::systemCode(errno);
         }
@@ -99,11 +105,18 @@ SPW_Result SPW_CHiveLockPosix::open() {
     return kSysOk;
 }
 
-bool SPW_CHiveLockPosix::isOnPath() const {
+SPW_Result SPW_CHiveLockPosix::lookAtPath(bool& isOnPath) const {
     struct stat locked;
     struct stat present;
-    return fstat(m_file.number(), &locked) == 0 && lstat(m_path.c_str(), &present) == 0 &&
-           locked.st_dev == present.st_dev && locked.st_ino == present.st_ino;
+    isOnPath = false;
+    if (fstat(m_file.number(), &locked) != 0) {
+        return SPW_CSysErrorPosix::systemCode(errno);
+    }
+    if (lstat(m_path.c_str(), &present) != 0) {
+        return errno == ENOENT ? SPW_Result(kSysOk) : SPW_CSysErrorPosix::systemCode(errno);
+    }
+    isOnPath = locked.st_dev == present.st_dev && locked.st_ino == present.st_ino;
+    return kSysOk;
 }
 
 // Refuses a file that has a second name: that one is no lock.

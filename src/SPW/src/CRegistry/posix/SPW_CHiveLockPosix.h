@@ -25,7 +25,8 @@ public:
 
 private:
     SPW_Result open();
-    bool isOnPath() const;
+    // Whether the path still leads to the file that is locked, or why nobody can tell.
+    SPW_Result lookAtPath(bool& isOnPath) const;
     bool isOnlyLock() const;
 
     std::string m_hiveFile;
