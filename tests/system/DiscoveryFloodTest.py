@@ -68,7 +68,8 @@ class DiscoveryFloodTest(lab.SystemTest):
 
         began = time.monotonic()
         self.program.signal(signal.SIGTERM)
-        self.assertEqual(self.program.wait(), 1)  # most rows have nothing
+        # A forged sender that was heard twice has a figure, and the pace decides how many were.
+        self.assertIn(self.program.wait(), (0, 1))
         if not lab.program_is_sanitized():
             self.assertLess(time.monotonic() - began, 10)
 
