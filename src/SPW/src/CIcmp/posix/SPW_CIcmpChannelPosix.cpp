@@ -41,8 +41,7 @@ std::atomic<std::uint64_t> lastEcho{0};
 std::uint64_t randomNumber() {
     std::uint64_t number = 0;
     // Without random numbers other processes' replies are still told from ours by sequence and address.
-    (void)::getrandom(&number, sizeof number, GRND_NONBLOCK);
-    return number;
+    return ::getrandom(&number, sizeof number, GRND_NONBLOCK) == sizeof number ? number : 0;
 }
 
 // Tells the echoes of this process from those of all others.
