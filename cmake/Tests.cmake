@@ -36,11 +36,26 @@ function(linkometry_precompile target)
   target_precompile_headers(${target} REUSE_FROM test-headers)
 endfunction()
 
+# A process for each test keeps the tests apart. Under Wine and the sanitizers its start takes longer than the test.
+option(LINKOMETRY_TESTS_BY_SUITE "Run the tests of a suite in one process" OFF)
+
+# linkometry_discover_suites(<target> <timeout> <labels>): each suite of a GoogleTest program becomes a ctest entry.
+function(linkometry_discover_suites target timeout labels)
+  get_property(emulator TARGET ${target} PROPERTY CROSSCOMPILING_EMULATOR)
+  set(suites "${CMAKE_CURRENT_BINARY_DIR}/${target}-suites.cmake")
+  file(GENERATE OUTPUT "${suites}" CONTENT "set(command \"${emulator};$<TARGET_FILE:${target}>\")
+set(timeout ${timeout})
+set(labels \"${labels}\")
+include(\"${PROJECT_SOURCE_DIR}/cmake/AddSuites.cmake\")
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${suites}")
+endfunction()
+
 # linkometry_test(<target> LABELS <label>... SOURCES <file>... [POSIX <file>...] [W32 <file>...] LIBRARIES <target>...)
 #
-# A GoogleTest program. Each of its tests is a ctest entry, and so a process, of its own with a time limit. POSIX and W32
-# name files of posix/ and w32/ folders, which the build for that platform alone has. What the tests need of a platform
-# stands in tests/support/posix and tests/support/w32, under the same names.
+# A GoogleTest program. Each of its tests, or of its suites, is a ctest entry, and so a process, of its own with a time limit.
+# POSIX and W32 name files of posix/ and w32/ folders, which the build for that platform alone has. What the tests need of
+# a platform stands in tests/support/posix and tests/support/w32, under the same names.
 function(linkometry_test target)
   cmake_parse_arguments(ARG "" "TIMEOUT" "LABELS;SOURCES;POSIX;W32;LIBRARIES" ${ARGN})
   if(NOT ARG_TIMEOUT)
@@ -58,9 +73,13 @@ function(linkometry_test target)
   if(LINKOMETRY_PRECOMPILE_TESTS)
     linkometry_precompile(${target})
   endif()
-  # The first program of a run waits until Wine's files are made.
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
-    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+  if(LINKOMETRY_TESTS_BY_SUITE)
+    linkometry_discover_suites(${target} ${ARG_TIMEOUT} "${ARG_LABELS}")
+  else()
+    # The first program of a run waits until Wine's files are made.
+    gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
+      PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+  endif()
 endfunction()
 
 # linkometry_test_data(<file> <NAME>="<path>"...)
