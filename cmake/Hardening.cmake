@@ -30,6 +30,8 @@ else()
   linkometry_harden(-fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
   # Some distributions' compilers set a level of their own. Without optimisation the C library only warns.
   add_compile_options($<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=3>)
-  add_compile_options(-fPIE)
-  add_link_options(-pie -Wl,-z,relro,-z,now,-z,noexecstack)
+  # A library that is loaded at run time has -fPIC, which -fPIE would take back.
+  set(is_module $<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>)
+  add_compile_options($<$<NOT:${is_module}>:-fPIE>)
+  add_link_options($<$<NOT:${is_module}>:-pie> -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
