@@ -19,5 +19,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
         again += "nameserver " + server + "\n";
     }
     require(SPW_CResolverFilePosix::parse(again).servers == resolver.servers, "what was read can be read");
+    require(
+        !SPW_CResolverFilePosix::namesOnlyResolved(resolver) || SPW_CResolverFilePosix::namesOnlyThisDevice(resolver),
+        "systemd-resolved is a service on this device");
+    require(!SPW_CResolverFilePosix::namesOnlyThisDevice(resolver) || !resolver.hasOtherServers,
+            "a server that is not understood is not this device");
     return 0;
 }
