@@ -4,11 +4,14 @@ tools/torture itself tries every call; here are the laws that are known to matte
 """
 
 import os
+import signal
 import subprocess
 import sys
 import time
+import unittest.mock
 
 import lab
+import screen
 
 TOOL = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tools", "torture")
 NO_MEMORY = "linkometry: there is no memory left, the program ends\n"
@@ -56,6 +59,23 @@ class RefusalTest(lab.SystemTest):
                 time.sleep(1)
                 self.assertLess(program.processor_seconds() - before, 0.3)
                 self.assertEqual(program.stop(within=20), 1)
+
+    def test_poll_that_is_refused_for_good_keeps_a_program_with_a_screen_neither_busy_nor_from_ending(self):
+        script = os.path.join(self.device.folder, "refusing")
+        words = (*self.refusing("calls", 1, for_good=True, function="poll"), lab.program_path())
+        with open(script, "w", encoding="utf-8") as file:
+            file.write(f'#!/bin/sh\nexec {" ".join(words)} "$@"\n')
+        os.chmod(script, 0o755)
+        with unittest.mock.patch.dict(os.environ, LINKOMETRY_PROGRAM=script):
+            window = screen.Screen(self.device)
+        self.addCleanup(window.close)
+        window.wait_until_ready()
+        before = window.processor_seconds()
+        time.sleep(1)
+        self.assertLess(window.processor_seconds() - before, 0.3)
+        window.signal(signal.SIGTERM)
+        self.assertEqual(window.wait(), 0)
+        self.assertEqual(window.terminal_after(), window.terminal_before())
 
     def test_program_does_not_start_without_what_wakes_it(self):
         # The first descriptor belongs to the raw socket for pings, and a program without pings is of use.

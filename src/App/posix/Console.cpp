@@ -1,6 +1,5 @@
 #include "Console.h"
 
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -10,12 +9,11 @@
 #include <cstring>
 
 #include "ForeignText.h"
-#include "SPW_CClock.h"
+#include "PatientPoll.h"
 
 namespace {
 
 constexpr int kErrorPatienceMs = 2000;
-constexpr std::uint32_t kRefusedPollMs = 10;
 
 std::atomic<bool> isErrorStalled{false};
 
@@ -23,14 +21,7 @@ std::atomic<bool> isErrorStalled{false};
 // that the system refuses is short, and only writing then tells.
 bool waitForRoom(int descriptor, int timeoutMs) {
     pollfd source = {descriptor, POLLOUT, 0};
-    int result;
-    do {
-        result = poll(&source, 1, timeoutMs);
-    } while (result < 0 && errno == EINTR);
-    if (result < 0) {
-        SPW_CClock::instance->sleepMs(kRefusedPollMs);
-    }
-    return result != 0;
+    return patientPoll(&source, 1, timeoutMs) != 0;
 }
 
 }  // namespace

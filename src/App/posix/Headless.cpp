@@ -1,6 +1,5 @@
 #include "Headless.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,9 +8,9 @@
 
 #include "Console.h"
 #include "NowMs.h"
+#include "PatientPoll.h"
 #include "PeerArguments.h"
 #include "Rights.h"
-#include "SPW_CClock.h"
 #include "SPW_CError.h"
 #include "SnapshotText.h"
 #include "TablePrinter.h"
@@ -19,7 +18,6 @@
 namespace {
 
 constexpr std::uint32_t kOutputPatienceMs = 2000;
-constexpr std::uint32_t kRefusedPollMs = 10;
 
 // Returns the path from the root to where the file really is. Returns the path as it is if this cannot be found out.
 SPW_CString wholePath(const SPW_CString& path) {
@@ -145,11 +143,8 @@ void Headless::obeyRequests() {
 
 void Headless::waitForSomething() {
     pollfd source = {m_wakeup.descriptor(), POLLIN, 0};
-    const int result = poll(&source, 1, static_cast<int>(msUntilNextDuty()));
-    if (result > 0) {
+    if (patientPoll(&source, 1, static_cast<int>(msUntilNextDuty())) > 0) {
         m_wakeup.clear();
-    } else if (result < 0) {
-        SPW_CClock::instance->sleepMs(kRefusedPollMs);
     }
 }
 

@@ -1,6 +1,5 @@
 #include "ScreenProgram.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include "Console.h"
 #include "ExitStatus.h"
 #include "NowMs.h"
+#include "PatientPoll.h"
 #include "SnapshotText.h"
 
 bool canShowScreen(const CommandLine& options) {
@@ -68,11 +68,9 @@ int ScreenProgram::run() {
 // 4. The keys.
 void ScreenProgram::waitForSomething() {
     pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {m_wakeup.descriptor(), POLLIN, 0}};
-    if (poll(sources, std::size(sources), msUntilSomethingIsDue()) < 0) {
-        return;
-    }
+    (void)patientPoll(sources, std::size(sources), msUntilSomethingIsDue());
     passTime();
-    if (sources[1].revents != 0) {
+    if (m_wakeup.isSet()) {
         m_wakeup.clear();
         obeySignals();
         takeNews();

@@ -1,7 +1,6 @@
 #include "Signals.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -9,13 +8,12 @@
 #include <utility>
 
 #include "NowMs.h"
-#include "SPW_CClock.h"
+#include "PatientPoll.h"
 #include "TerminalRescue.h"
 
 namespace {
 
 constexpr int kExitOfSignal = 128;  // what a shell adds to a signal's number
-constexpr std::uint32_t kRefusedPollMs = 10;
 
 bool isIgnored(int number) {
     struct sigaction action;
@@ -138,9 +136,7 @@ void Signals::work() {
                             {m_end.descriptor(), POLLIN, 0}};
         // Once the end has begun there is nothing more to hear of it.
         const nfds_t count = std::size(sources) - (isEnding ? 1 : 0);
-        if (poll(sources, count, isEnding ? kWatchMs : -1) < 0) {
-            SPW_CClock::instance->sleepMs(kRefusedPollMs);  // the sources can be looked at all the same
-        }
+        (void)patientPoll(sources, count, isEnding ? kWatchMs : -1);
         if (m_finish.isSet()) {
             return;
         }

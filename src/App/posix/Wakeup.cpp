@@ -10,8 +10,10 @@ Wakeup::~Wakeup() {
 }
 
 void Wakeup::wake() {
-    m_isSet = true;
     (void)eventfd_write(m_descriptor, 1);  // can only fail when it is set beyond counting
+    // The mark comes last. A clear() between the two would otherwise leave a descriptor that is readable without a
+    // mark, and a thread that looks for the mark would find none and poll again and again.
+    m_isSet = true;
 }
 
 void Wakeup::clear() {

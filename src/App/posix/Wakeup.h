@@ -5,7 +5,8 @@
 // Wakes the one thread that polls its descriptor. Any thread may wake it. Several calls before the thread looks count
 // as one.
 //
-// isSet() tells the same as the descriptor, for a thread whose poll() was refused.
+// isSet() tells the same as the descriptor, for a thread whose poll() was refused. It may tell it a moment later, and
+// once more after a clear() that comes at the same time.
 class Wakeup {
 public:
     Wakeup();
