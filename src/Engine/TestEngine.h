@@ -107,12 +107,14 @@ private:
         bool isForTicker = false;    // the ticker makes the probes
         PeerTable::Numbers givenUp;  // the row that has made room, if one had to
         PeerRowValues givenUpRow;
+        SPW_CString givenUpAddress;
     };
     // A row whose probes the ticker makes.
     struct Waiting {
         std::int32_t row = 0;
         ProbedPeer::Manner manner = ProbedPeer::kDiscovered;
         bool isHeardAgain = false;
+        SPW_CString givenUpAddress;  // of the row that has made room, if one had to
     };
 
     void openLog();
@@ -164,7 +166,9 @@ private:
     void tendDiscovered();
     std::int64_t secondsToRest() const;
     void putSilentToRest();
-    void makeWaitingProbes();
+    SPW_CArray<Waiting> takeWaiting();
+    void forgetGivenUp(const SPW_CArray<Waiting>& waiting);
+    void makeWaitingProbes(const SPW_CArray<Waiting>& waiting);
     Discovery waitingDiscovery(const Waiting& waiting);
     void completeDiscovery(std::int32_t row);
 

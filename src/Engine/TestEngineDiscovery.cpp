@@ -61,7 +61,7 @@ bool TestEngine::discover(const SPW_CString& address, const SPW_CString& text) {
     }
     if (discovery.isForTicker) {
         const SPW_CGuard guard(m_lock);
-        m_waiting.append({discovery.peer.row, discovery.peer.manner, false});
+        m_waiting.append({discovery.peer.row, discovery.peer.manner, false, discovery.givenUpAddress});
     } else {
         m_probes.makePeerProbes(discovery.peer, discovery.plan);
         completeDiscovery(discovery.peer.row);
@@ -158,7 +158,8 @@ void TestEngine::makeRoom(Discovery& discovery) {
     PeerRow* const row = m_peers.dispensable();
     discovery.givenUp.append(row->number());
     discovery.givenUpRow = row->values();
-    (void)m_givenUp.add(row->address());
+    discovery.givenUpAddress = row->address();
+    (void)m_givenUp.add(discovery.givenUpAddress);
     for (const ProbeKind kind : {kTcpipConnector, kUdpConnector, kPinger}) {
         m_onceOnly.forget(kind, row->address());
     }
@@ -190,7 +191,7 @@ void TestEngine::takeUp(const SPW_CString& address) {
     m_pace.admit();
     row->setState(PeerRow::kIncomplete);
     row->forgetNotMade();
-    m_waiting.append({row->number(), ProbedPeer::kUnannounced, true});
+    m_waiting.append({row->number(), ProbedPeer::kUnannounced, true, SPW_CString()});
 }
 
 // ---- On the ticker's thread
@@ -214,15 +215,14 @@ void TestEngine::refreshNetworks() {
     m_networks = networks;
 }
 
-// As a guest of the ProbeSet.
+// As a guest of the ProbeSet. A row waits only after the probes whose room it needs were retired. What is taken first
+// thus has room when the retired ones are destroyed. A row that comes meanwhile waits for the next second.
 void TestEngine::tendDiscovered() {
     putSilentToRest();
+    const SPW_CArray<Waiting> waiting = takeWaiting();
     m_probes.destroyRetired();
-    {
-        const SPW_CGuard guard(m_lock);
-        m_givenUp.clear();
-    }
-    makeWaitingProbes();
+    forgetGivenUp(waiting);
+    makeWaitingProbes(waiting);
 }
 
 void TestEngine::putSilentToRest() {
@@ -244,13 +244,21 @@ std::int64_t TestEngine::secondsToRest() const {
     return seconds <= 0 ? 0 : std::max(seconds, periods);
 }
 
-void TestEngine::makeWaitingProbes() {
-    SPW_CArray<Waiting> waiting;
-    {
-        const SPW_CGuard guard(m_lock);
-        waiting = m_waiting;
-        m_waiting.clear();
+SPW_CArray<TestEngine::Waiting> TestEngine::takeWaiting() {
+    const SPW_CGuard guard(m_lock);
+    const SPW_CArray<Waiting> waiting = m_waiting;
+    m_waiting.clear();
+    return waiting;
+}
+
+void TestEngine::forgetGivenUp(const SPW_CArray<Waiting>& waiting) {
+    const SPW_CGuard guard(m_lock);
+    for (int i = 0; i < waiting.numberOfElements(); ++i) {
+        m_givenUp.remove(waiting[i].givenUpAddress);
     }
+}
+
+void TestEngine::makeWaitingProbes(const SPW_CArray<Waiting>& waiting) {
     const int peers = waiting.numberOfElements();
     int heardAgain = 0;
     for (int i = 0; i < peers && !m_isTickerEnding; ++i) {

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <thread>
 
 #include "EngineFixture.h"
 #include "Patience.h"
+#include "SocketForwarder.h"
 #include "StillClock.h"
 
 using testing::AllOf;
@@ -37,6 +39,41 @@ private:
     std::vector<std::string> m_givenUp;
 };
 
+// Keeps datagrams to some addresses inside the call until the test lets them go.
+class HeldDatagrams : public SocketForwarder {
+public:
+    void hold(const SPW_CIpAddress& address) {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_held.push_back(address);
+    }
+    void letGo(const SPW_CIpAddress& address) {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_held.erase(std::remove(m_held.begin(), m_held.end(), address), m_held.end());
+        m_changed.notify_all();
+    }
+    bool waitForHeld(int count) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, kPatience, [&] { return m_count == count; });
+    }
+    int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
+               int size) override {
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            ++m_count;
+            m_changed.notify_all();
+            m_changed.wait(lock, [&] { return std::find(m_held.begin(), m_held.end(), address) == m_held.end(); });
+            --m_count;
+        }
+        return SocketForwarder::sendTo(socket, address, port, bytes, size);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<SPW_CIpAddress> m_held;
+    int m_count = 0;  // of calls that are inside
+};
+
 class DiscoveryLimitsTest : public EngineFixture {
 protected:
     DiscoveryLimitsTest() {
@@ -60,12 +97,11 @@ protected:
         return SPW_CString(u"10.1.") + sender / 250 + u"." + (sender % 250 + 1);
     }
     static std::string label(int sender) { return addressOf(sender).toAnsi(); }
-    // The probes to that peer that have left so far.
-    int probesTo(int sender) {
-        return static_cast<int>(announcementsTo(SPW_CIpAddress(10, 1, static_cast<std::uint8_t>(sender / 250),
-                                                               static_cast<std::uint8_t>(sender % 250 + 1)))
-                                    .size());
+    static SPW_CIpAddress ipAddressOf(int sender) {
+        return {10, 1, static_cast<std::uint8_t>(sender / 250), static_cast<std::uint8_t>(sender % 250 + 1)};
     }
+    // The probes to that peer that have left so far.
+    int probesTo(int sender) { return static_cast<int>(announcementsTo(ipAddressOf(sender)).size()); }
     // The listener's, and one of each row that has its probes.
     void waitForSockets(int count) {
         EXPECT_TRUE(soon([&] { return m_sockets.openSockets() == count; })) << m_sockets.openSockets();
@@ -145,6 +181,34 @@ TEST_F(DiscoveryLimitsTest, AGivenUpPeersNumberDoesNotComeAgainAndItIsDiscovered
         return labels() == std::vector<std::string>{label(1)};
     });
     EXPECT_GT(row(0).number, 2);
+}
+
+// The second peer makes room while the ticker waits for the end of the first one's probe.
+TEST_F(DiscoveryLimitsTest, AGivenUpPeersLastWordsAreNotLoggedHoweverLongItsProbeTakesToEnd) {
+    limit(u"most discovered peers", 2);
+    m_registry.setSetting(u"discover only neighbours", u"yes");  // shows that a second has passed
+    m_network.adapterList.emplace_back();
+    m_network.adapterList.back().addresses = {{"10.1.0.250", "255.255.0.0"}};
+    HeldDatagrams sockets;
+    const ScopedInstance<SPW_CSocket> installed(sockets);
+    startTest();
+    sockets.hold(ipAddressOf(1));
+    sockets.hold(ipAddressOf(2));
+    hearAll(1, 2);
+    ASSERT_TRUE(sockets.waitForHeld(2));
+    hear(3);
+    const int before = m_network.adapterScript.fillings;
+    m_clock.advanceMs(1000);
+    ASSERT_TRUE(soon([&] { return m_network.adapterScript.fillings > before; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    hear(4);
+    sockets.letGo(ipAddressOf(1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    sockets.letGo(ipAddressOf(2));
+    passSecondsUntil([&] { return probesTo(3) > 0 && probesTo(4) > 0; });
+    EXPECT_THAT(labels(), ElementsAre(label(3), label(4)));
+    engine().stop();
+    EXPECT_THAT(endAndReadLog(), Not(Contains(HasSubstr("SOCKET ERROR"))));
 }
 
 TEST_F(DiscoveryLimitsTest, WithoutALimitEverybodyHasARow) {
