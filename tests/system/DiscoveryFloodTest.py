@@ -77,7 +77,7 @@ class DiscoveryFloodTest(lab.SystemTest):
         self.device, peer, self.intruder = self.lab.devices_named("pocket1", "pocket2", "pocket3")
         self.device.configure("udp", discover_only_neighbours="yes")
         self.program = self.device.measure()
-        lab.eventually(lambda: f":{traffic.PORT} " in self.device.run("ss", "-Hlun").stdout, 20, "it listens")
+        self.device.wait_until_listening()
         self.flood(200, 1)
         with traffic.UdpEnd(peer) as sender:
             sender.send(traffic.packet(1, "v|neighbour"), self.device.address)

@@ -2,14 +2,13 @@
 
 import grp
 import os
-import pwd
 import re
 import signal
 
 import lab
 import screen
+from lab import NOBODY
 
-NOBODY = pwd.getpwnam("nobody")
 UNTRACED = lab.without_leak_search()
 CHOWN, DAC_OVERRIDE, FOWNER, NET_BIND_SERVICE, NET_RAW = (1 << number for number in (0, 1, 3, 10, 13))
 SETS = ("CapInh", "CapPrm", "CapEff", "CapBnd", "CapAmb")
@@ -36,17 +35,12 @@ def rights_of_threads(process):
 class RightsTest(lab.SystemTest):
     def setUp(self):
         super().setUp()
-        self.skip_without_other_users()
-        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
-        # Nobody may ping without the raw socket.
-        self.device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
-        os.chmod(self.lab.folder, 0o755)
-        for folder in (self.device.folder, self.device.registry_folder):
-            os.chown(folder, NOBODY.pw_uid, NOBODY.pw_gid)
+        self.make_devices_of_nobody()
+        lab.give_to_nobody(self.device.registry_folder)
 
     def configure(self, **more):
         self.device.configure("udp", "tcpip", "multicast", "ping", peers={"workshop": self.peer.address}, **more)
-        os.chown(self.device.hive_path, NOBODY.pw_uid, NOBODY.pw_gid)
+        lab.give_to_nobody(self.device.hive_path)
 
     def measure(self, *arguments, through=()):
         return self.device.measure(*arguments, through=(*UNTRACED, *through))
@@ -105,7 +99,7 @@ class NamedUserTest(RightsTest):
         # With most settings missing, for the program to add.
         self.device.write_settings({"frequency qty": "200", "frequency units": "milliseconds"},
                                    {"workshop": self.peer.address})
-        os.chown(self.device.hive_path, NOBODY.pw_uid, NOBODY.pw_gid)
+        lab.give_to_nobody(self.device.hive_path)
         program = self.measure("-user", "nobody")
         self.wait_for_answered_pings(program)
         self.assertIn('"udp selected"', self.device.read_hive())
@@ -158,19 +152,17 @@ class NamedUserTest(RightsTest):
         self.assertFalse(os.path.exists(os.path.join(self.device.folder, ".config")))
 
     def test_whoever_cannot_be_become_makes_the_command_line_unusable(self):
-        as_nobody = ("setpriv", f"--reuid={NOBODY.pw_uid}", f"--regid={NOBODY.pw_gid}", "--clear-groups")
         for user, through, message in (
                 ("no-such-user", (), 'linkometry: -user: there is no user "no-such-user"\n'),
                 ("a\x1bb", (), 'linkometry: -user: there is no user "a?b"\n'),
-                ("root", as_nobody, 'linkometry: -user: cannot become "root": Operation not permitted\n')):
+                ("root", lab.AS_NOBODY, 'linkometry: -user: cannot become "root": Operation not permitted\n')):
             program = self.device.start("-headless", "-user", user, through=(*UNTRACED, *through))
             self.assertEqual(program.wait(), 3)
             self.assertEqual(program.errors(), message)
 
     def test_whoever_is_that_user_already_stays(self):
         self.configure()
-        program = self.measure("-user", "nobody", through=(
-            "setpriv", f"--reuid={NOBODY.pw_uid}", f"--regid={NOBODY.pw_gid}", "--clear-groups"))
+        program = self.measure("-user", "nobody", through=lab.AS_NOBODY)
         program.wait_for_row(self.peer.address)
         program.stop()
 
@@ -219,9 +211,7 @@ class UnnamedUserTest(RightsTest):
 
     def test_user_with_the_one_right_gives_it_up(self):
         self.configure()
-        program = self.measure(through=("setpriv", f"--reuid={NOBODY.pw_uid}", f"--regid={NOBODY.pw_gid}",
-                                        "--clear-groups", "--inh-caps=-all,+net_raw", "--ambient-caps=-all,+net_raw",
-                                        "--bounding-set=-all,+net_raw"))
+        program = self.measure(through=lab.AS_NOBODY_WHO_MAY_PING)
         self.wait_for_answered_pings(program)
         for thread in rights_of_threads(program.process.pid):
             self.assertEqual([thread[name] for name in SETS], [0, 0, 0, NET_RAW, 0], thread)

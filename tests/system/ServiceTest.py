@@ -11,8 +11,7 @@ import lab
 UNIT = os.path.join(os.path.dirname(__file__), "..", "..", "packaging", "linkometry.service")
 FILTER = os.path.join(os.path.dirname(__file__), "syscallfilter.py")
 # As DynamicUser, CapabilityBoundingSet, AmbientCapabilities and NoNewPrivileges of the unit have it.
-RESTRICTED = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+net_raw",
-              "--ambient-caps=-all,+net_raw", "--bounding-set=-all,+net_raw", "--no-new-privs")
+RESTRICTED = (*lab.AS_NOBODY_WHO_MAY_PING, "--no-new-privs")
 
 
 def unit_values(name):
@@ -24,13 +23,8 @@ def unit_values(name):
 class ServiceTest(lab.SystemTest):
     def setUp(self):
         super().setUp()
-        self.skip_without_other_users()
-        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
-        # Nobody may ping without the capability.
-        self.device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
         # The folder of the logs is the service's own, the one of the settings is root's.
-        os.chmod(self.lab.folder, 0o755)
-        os.chown(self.device.folder, 65534, 65534)
+        self.make_devices_of_nobody()
 
     def restricted(self, device, filtered):
         """What starts a program on that device as systemd would; filtered: with no other system calls than the unit's."""
@@ -113,7 +107,7 @@ class ServiceTest(lab.SystemTest):
         for device in devices:
             device.configure(*lab.PROTOCOLS)
             device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
-            os.chown(device.folder, 65534, 65534)
+            lab.give_to_nobody(device.folder)
             programs.append(device.measure(through=self.restricted(device, filtered=True)))
         self.wait_until_all_count(programs)
         for program in programs:

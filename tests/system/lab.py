@@ -14,6 +14,7 @@ import contextlib
 import ctypes
 import json
 import os
+import pwd
 import re
 import shutil
 import signal
@@ -113,6 +114,19 @@ def eventually(condition, within, what, every=0.02):
         if time.monotonic() >= end:
             raise AssertionError(f"not within {within} s: {what() if callable(what) else what}")
         time.sleep(every)
+
+
+# The user without any rights, and for Device.start: what makes the program this user, without a right or with the one to
+# ping.
+NOBODY = pwd.getpwnam("nobody")
+AS_NOBODY = ("setpriv", f"--reuid={NOBODY.pw_uid}", f"--regid={NOBODY.pw_gid}", "--clear-groups")
+AS_NOBODY_WHO_MAY_PING = (*AS_NOBODY, "--inh-caps=-all,+net_raw", "--ambient-caps=-all,+net_raw",
+                          "--bounding-set=-all,+net_raw")
+
+
+def give_to_nobody(*paths):
+    for path in paths:
+        os.chown(path, NOBODY.pw_uid, NOBODY.pw_gid)
 
 
 def without_leak_search():
@@ -555,3 +569,11 @@ class SystemTest(unittest.TestCase):
         with open("/proc/self/uid_map", encoding="ascii") as file:
             if int(file.read().split()[2]) == 1:
                 self.skipTest("only root can become another user here")
+
+    def make_devices_of_nobody(self):
+        """self.device, whose folder belongs to NOBODY, and self.peer. On the device only the raw socket can ping."""
+        self.skip_without_other_users()
+        self.device, self.peer = self.lab.devices_named("pocket1", "pocket2")
+        self.device.set_kernel_parameter("net.ipv4.ping_group_range", "1 0")
+        os.chmod(self.lab.folder, 0o755)
+        give_to_nobody(self.device.folder)
