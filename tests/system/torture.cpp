@@ -316,16 +316,20 @@ extern "C" void* torturedRealloc(void* memory, std::size_t size) {
 
 namespace {
 
-// As the standard wants it: the handler is asked for more until there is none.
-void* allocate(std::size_t size, const char* function, const void* caller) {
+// As the standard wants it: the handler is asked for more until there is none. Tells whether there is memory then.
+bool getsMemory(const char* function, const void* caller) {
     while (isMemoryRefused(function, caller)) {
         const std::new_handler handler = std::get_new_handler();
         if (handler == nullptr) {
-            return nullptr;
+            return false;
         }
         handler();
     }
-    return __libc_malloc(size != 0 ? size : 1);
+    return true;
+}
+
+void* allocate(std::size_t size, const char* function, const void* caller) {
+    return getsMemory(function, caller) ? __libc_malloc(size != 0 ? size : 1) : nullptr;
 }
 
 void* allocateOrThrow(std::size_t size, const char* function, const void* caller) {
@@ -337,14 +341,8 @@ void* allocateOrThrow(std::size_t size, const char* function, const void* caller
 }
 
 void* allocateAligned(std::size_t size, std::size_t alignment, const char* function, const void* caller) {
-    while (isMemoryRefused(function, caller)) {
-        const std::new_handler handler = std::get_new_handler();
-        if (handler == nullptr) {
-            return nullptr;
-        }
-        handler();
-    }
-    return aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+    const std::size_t whole = (size + alignment - 1) / alignment * alignment;
+    return getsMemory(function, caller) ? aligned_alloc(alignment, whole) : nullptr;
 }
 
 }  // namespace
