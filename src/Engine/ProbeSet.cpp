@@ -88,12 +88,13 @@ void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introductio
     }
     const int index = append(texts.probes, probe, peer.row);
     const SPW_CString what = SPW_CString(texts.className) + u" to " + peer.address;
-    if (peer.manner != ProbedPeer::kUnannounced) {
+    const bool isAnnounced = peer.manner != ProbedPeer::kUnannounced;
+    if (isAnnounced) {
         m_owner.onProbeLine(SPW_CString(u"Created ") + what);
     }
     const SPW_CString why = whyNotMade(probe);
     if (!why.isEmpty()) {
-        m_owner.onProbeNotMade({what, why, peer.row, texts.protocol});
+        m_owner.onProbeNotMade({what, why, peer.row, texts.protocol, isAnnounced});
     }
     if (isStarted && peer.manner == ProbedPeer::kAdded && probe->startProbe() != 0) {
         m_owner.onProbeLine(SPW_CString(texts.startFailure) + connectorText(index));
@@ -109,7 +110,7 @@ void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
         m_owner.onProbeLine(u"Created VTR_CMulticastConnector");
         const SPW_CString why = whyNotMade(connector);
         if (!why.isEmpty()) {
-            m_owner.onProbeNotMade({u"VTR_CMulticastConnector", why, ProbeNotMade::kNoRow, kMulticast});
+            m_owner.onProbeNotMade({u"VTR_CMulticastConnector", why, ProbeNotMade::kNoRow, kMulticast, true});
         }
         addListener(new (std::nothrow) VTR_CMulticastListener(&m_sink, plan.multicastPort, plan.multicastGroup),
                     kMulticastListener, u"VTR_CMulticastListener");

@@ -31,7 +31,7 @@ struct ProbedPeer {
     enum Manner {
         kAdded,        // each probe is announced, then started if a test runs; a start that fails is told
         kDiscovered,   // each probe is started if a test runs, then announced; a start that fails is not told
-        kUnannounced,  // the same without the announcement
+        kUnannounced,  // the same without a line for any probe
     };
 
     SPW_CString address;
@@ -51,6 +51,7 @@ struct ProbeNotMade {
     SPW_CString why;            // in words and with the code
     std::int32_t row = kNoRow;  // of the peer that lacks it
     Protocol protocol = kMulticast;
+    bool isAnnounced = true;  // a log has a line for it; false where many peers come at once
 };
 
 // All probe objects of an engine: makes, starts, stops and destroys them, and says what it does.

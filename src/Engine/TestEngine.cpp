@@ -344,7 +344,9 @@ void TestEngine::createProbes(const PeerRecord& peer) {
 // A row without probes must not pass for that of a silent peer. The log's line is beside that of the start that fails,
 // which a discovery does not write.
 void TestEngine::onProbeNotMade(const ProbeNotMade& probe) {
-    logLine(probe.what + u" could not be made: " + probe.why);
+    if (probe.isAnnounced) {
+        logLine(probe.what + u" could not be made: " + probe.why);
+    }
     noteFirstNotMade();
     if (probe.row != ProbeNotMade::kNoRow) {
         showNotMade(probe.row, probe.protocol);

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "../EngineFixture.h"
+#include "Patience.h"
 #include "RecordingReporter.h"
 #include "RefusedThreads.h"
 
@@ -129,6 +130,28 @@ TEST_F(TestEnginePosixTest, TheProbesOfADiscoveredPeerThatCouldNotBeMadeAreLogge
     const std::vector<std::string> log = endAndReadControlLines();
     EXPECT_THAT(log, Contains("VTR_CPinger to 10.0.0.9 could not be made: thread failed 8"));
     EXPECT_THAT(startFailures(log), IsEmpty());
+}
+
+// One second's end may be among them.
+TEST_F(TestEnginePosixTest, AFloodThatMeetsTheLimitOfThreadsHasNoMoreLinesThanAnother) {
+    constexpr int kSenders = 200;
+    select(false, true, false, false);
+    engine().start();
+    {
+        const RefusedThreads refused;
+        for (int i = 0; i < kSenders; ++i) {
+            engine().onDataReceived(kUdpListener, 5009, SPW_CString(u"10.0.2.") + i, 1, kAnnouncement);
+        }
+        EXPECT_TRUE(soon([this] { return notMade(kSenders - 1).count(kUdp) != 0; }));
+    }
+    EXPECT_EQ(notMade(kSenders / 2).count(kUdp), 1u) << "the row tells it without a line";
+    engine().stop();
+    const std::vector<std::string> log = endAndReadControlLines();
+    const auto lines = std::count_if(log.begin(), log.end(), [](const std::string& line) {
+        return line.find("could not be made") != std::string::npos;
+    });
+    EXPECT_GT(lines, 0);
+    EXPECT_LE(lines, 2 * DiscoveryPace::kAtOnceASecond);
 }
 
 // The pinger of an added peer quotes a connector, which may be one that a discovery has just failed to start.
