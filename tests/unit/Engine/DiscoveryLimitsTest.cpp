@@ -344,6 +344,31 @@ TEST_F(DiscoveryLimitsTest, APeerThatRestsIsProbedAgainWhenItIsHeard) {
     EXPECT_THAT(endAndReadControlLines(), Contains("Devices that are heard and probed again: 1"));
 }
 
+TEST_F(DiscoveryLimitsTest, PeersThatRestAreTakenUpAtThePaceOfDiscoveries) {
+    limit(u"rest after silent seconds", 3);
+    limit(u"discoveries a second", 1);
+    limit(u"discovery burst", 1);
+    startTest();
+    hear(1);
+    passSecondsUntil([&] {
+        hear(2);
+        return labels().size() == 2;
+    });
+    waitForSockets(3);
+    passSecondsUntil([&] { return m_sockets.openSockets() == 1; });
+    const int before[] = {probesTo(1), probesTo(2)};
+    hear(1, 2);
+    hear(2, 2);
+    m_clock.advanceMs(1000);
+    EXPECT_TRUE(soon([&] { return probesTo(1) > before[0]; }));
+    EXPECT_EQ(probesTo(2), before[1]) << "the pace has left it out";
+    int sequence = 2;
+    passSecondsUntil([&] {
+        hear(2, ++sequence);
+        return probesTo(2) > before[1];
+    });
+}
+
 TEST_F(DiscoveryLimitsTest, APeerThatIsHeardDoesNotRest) {
     limit(u"rest after silent seconds", 4);
     startTest();
