@@ -515,7 +515,7 @@ class Program:
 
 
 class StallingLog:
-    """Lets the test log of the programs on a device stand still: who writes to it waits from hold() on."""
+    """Lets the test log of the programs on a device stand still: writes to it and flushes of it wait from hold() on."""
 
     def __init__(self, device):
         self._flag = os.path.join(device.folder, "stall")

@@ -1,5 +1,5 @@
-// Preloaded into the program under test: while the file that STALL_FLAG names exists, whoever writes to the file that
-// STALL_FILE names waits, as for a disk that does not answer.
+// Preloaded into the program under test. While the file that STALL_FLAG names exists, writes to the file that
+// STALL_FILE names and flushes of it wait, as for a disk that does not answer.
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -18,13 +18,33 @@ bool isStalled(int descriptor) {
            stat(file, &stalled) == 0 && written.st_dev == stalled.st_dev && written.st_ino == stalled.st_ino;
 }
 
-}  // namespace
-
-extern "C" ssize_t write(int descriptor, const void* bytes, size_t count) {
-    using Write = ssize_t (*)(int, const void*, size_t);
-    static const Write original = reinterpret_cast<Write>(dlsym(RTLD_NEXT, "write"));
+void waitWhileStalled(int descriptor) {
     while (isStalled(descriptor)) {
         usleep(10000);
     }
-    return original(descriptor, bytes, count);
+}
+
+template <typename Call>
+Call original(const char* name) {
+    return reinterpret_cast<Call>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" ssize_t write(int descriptor, const void* bytes, size_t count) {
+    static const auto next = original<ssize_t (*)(int, const void*, size_t)>("write");
+    waitWhileStalled(descriptor);
+    return next(descriptor, bytes, count);
+}
+
+extern "C" int fdatasync(int descriptor) {
+    static const auto next = original<int (*)(int)>("fdatasync");
+    waitWhileStalled(descriptor);
+    return next(descriptor);
+}
+
+extern "C" int fsync(int descriptor) {
+    static const auto next = original<int (*)(int)>("fsync");
+    waitWhileStalled(descriptor);
+    return next(descriptor);
 }
