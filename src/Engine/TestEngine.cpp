@@ -7,6 +7,7 @@
 #include "SPW_CClock.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CSocket.h"
+#include "SPW_CThread.h"
 #include "SettingsStorage.h"
 
 // How the engine lives with its threads.
@@ -55,17 +56,32 @@ constexpr int kMaximumPadding = 65536;
 
 constexpr std::uint64_t kSecond100ns = 10'000'000;
 
-// A report's way into the log, however long it has to wait for room.
+// A report's way into the log.
 class LoggedLines final : public ReportLines {
 public:
-    explicit LoggedLines(TestEngine& engine) : m_engine(engine) {}
-    void line(const SPW_CString& text) override { (void)m_engine.logEvent(text, TestLog::kNoLimit); }
+    explicit LoggedLines(TestLog& log) : m_log(log) {}
+    void line(const SPW_CString& text) override { m_log.logOfControl(showableText(text)); }
 
 private:
-    TestEngine& m_engine;
+    TestLog& m_log;
 };
 
 }  // namespace
+
+// Holds the control lock, and tells which thread does.
+class TestEngine::Control {
+public:
+    explicit Control(TestEngine& engine) : m_guard(engine.m_controlLock), m_controller(engine.m_controller) {
+        m_controller = SPW_CThread::currentId();
+    }
+    ~Control() { m_controller = 0; }
+    Control(const Control&) = delete;
+    Control& operator=(const Control&) = delete;
+
+private:
+    const SPW_CGuard m_guard;
+    std::atomic<std::uint32_t>& m_controller;
+};
 
 TestEngine::TestEngine(UiSink* sink, bool loggingOn) : m_sink(sink) {
     // A failure shows later, in every socket operation.
@@ -86,7 +102,7 @@ TestEngine::~TestEngine() {
 }
 
 void TestEngine::start() {
-    const SPW_CGuard control(m_controlLock);
+    const Control control(*this);
     logLine(SPW_CString(u" ---- Test ") + static_cast<int>(m_testNumber) + u" starting ---");
     forgetTest();
     reloadSettings();
@@ -120,18 +136,18 @@ void TestEngine::start() {
 }
 
 void TestEngine::stop() {
-    const SPW_CGuard control(m_controlLock);
+    const Control control(*this);
     stopAllProbes();
     concludeTest();
 }
 
 void TestEngine::stopProbing() {
-    const SPW_CGuard control(m_controlLock);
+    const Control control(*this);
     stopAllProbes();
 }
 
 void TestEngine::completeTest() {
-    const SPW_CGuard control(m_controlLock);
+    const Control control(*this);
     concludeTest();
 }
 
@@ -181,12 +197,12 @@ void TestEngine::logReport() {
         }
     }
     for (int i = 0; i < lines.numberOfElements(); ++i) {
-        logLine(lines[i]);
+        m_log.logOfControl(showableText(lines[i]));
     }
 }
 
 void TestEngine::addPeer(const PeerRecord& peer) {
-    const SPW_CGuard control(m_controlLock);
+    const Control control(*this);
     {
         const SPW_CGuard guard(m_lock);
         m_addedPeers.append(peer);
@@ -215,6 +231,16 @@ SPW_CString TestEngine::localInfo() const {
 
 SPW_Result TestEngine::logEvent(const SPW_CString& text, std::int32_t waitMs) {
     return m_log.isOn() ? m_log.log(showableText(text), waitMs) : 0;
+}
+
+// Only the thread that drives the test may wait for the log. A discovery makes probes on a listener's thread, which has
+// other things to do, and so has the ticker.
+void TestEngine::logLine(const SPW_CString& line) {
+    if (m_controller == SPW_CThread::currentId()) {
+        m_log.logOfControl(showableText(line));
+    } else {
+        logProbeLine(line, TestLog::kNoLimit);
+    }
 }
 
 void TestEngine::knownAddresses(SPW_CArray<SPW_CString>& addresses) const {
@@ -254,7 +280,7 @@ void TestEngine::startProblems(SPW_CArray<StartProblem>& problems) const {
 }
 
 void TestEngine::retryLog() {
-    const SPW_CGuard control(m_controlLock);
+    const Control control(*this);
     if (m_log.openResult() != 0) {
         reloadSettings();
         openLog();
@@ -270,6 +296,7 @@ void TestEngine::openLog() {
 void TestEngine::reloadSettings() {
     Settings settings = m_settings;
     loadSettings(settings, readKorvUdpPort());
+    m_log.setPatience(settings.logPatienceMs);
     const SPW_CGuard guard(m_lock);
     m_settings = settings;
 }
@@ -296,7 +323,7 @@ void TestEngine::logSystemReport() {
         return;
     }
     m_log.limitRights();
-    LoggedLines lines(*this);
+    LoggedLines lines(m_log);
     reportSystem(lines, m_identity, m_settings);
 }
 

@@ -51,7 +51,7 @@ public:
     void completeTest();
     // Sets every peer's counts to zero and tells the sink.
     void resetStatistics();
-    // Writes one report line per peer to the log. Waits for the log as long as it takes.
+    // Writes one report line per peer to the log. Waits for the log as long as TestLog says.
     void logReport();
     // Adds a peer for this and all further tests of this engine. In a running test its probes start at once,
     // otherwise at the next start.
@@ -117,6 +117,8 @@ private:
         SPW_CString givenUpAddress;  // of the row that has made room, if one had to
     };
 
+    class Control;
+
     void openLog();
     void reloadSettings();
     void warnOfNoPause();
@@ -140,9 +142,9 @@ private:
     void forgetTest();
     void addProblem(const StartProblem& problem);
 
-    void logLine(const SPW_CString& line) { (void)logEvent(line, TestLog::kNoLimit); }
-    void logProbeLine(const SPW_CString& line, std::int32_t waitMs);
-    bool probeLogging(bool& withData, std::int32_t& waitMs) const;
+    void logLine(const SPW_CString& line);
+    void logProbeLine(const SPW_CString& line, std::int32_t lateAfterMs);
+    bool probeLogging(bool& withData, std::int32_t& periodMs) const;
 
     enum Counting { kNotCounted, kCounted, kCountedAtRest };
     Counting count(const SPW_CString& address, int protocol, std::int32_t sequence);
@@ -178,6 +180,7 @@ private:
 
     // Calls of start(), stop() and the like wait here for one another. Taken before all other locks.
     SPW_CCriticalSection m_controlLock;
+    std::atomic<std::uint32_t> m_controller{0};  // the thread that holds it, or 0
 
     // Held from counting until the sink has been told. Taken before m_lock.
     SPW_CCriticalSection m_sinkLock;

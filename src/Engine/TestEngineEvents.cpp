@@ -3,6 +3,8 @@
 
 #include "TestEngine.h"
 
+#include "ForeignText.h"
+
 namespace {
 
 // False for the kinds that receive nothing.
@@ -35,7 +37,7 @@ void TestEngine::onSocketError(ProbeKind kind, std::uint32_t, const SPW_CString&
             return;
         }
     }
-    logLine(TestLog::socketErrorLine(kind, address, message));
+    logProbeLine(TestLog::socketErrorLine(kind, address, message), TestLog::kNoLimit);
 }
 
 void TestEngine::onDataSent(ProbeKind kind, std::uint32_t, const SPW_CString& target, std::int32_t sequence,
@@ -45,9 +47,9 @@ void TestEngine::onDataSent(ProbeKind kind, std::uint32_t, const SPW_CString& ta
         m_onceOnly.forget(kind, target);
     }
     bool withData = false;
-    std::int32_t waitMs = 0;
-    if (probeLogging(withData, waitMs)) {
-        logProbeLine(TestLog::sentLine(kind, sequence, target, withData ? &text : nullptr), waitMs);
+    std::int32_t periodMs = 0;
+    if (probeLogging(withData, periodMs)) {
+        logProbeLine(TestLog::sentLine(kind, sequence, target, withData ? &text : nullptr), periodMs);
     }
 }
 
@@ -58,9 +60,9 @@ void TestEngine::onDataReceived(ProbeKind kind, std::uint32_t, const SPW_CString
         return;
     }
     bool withData = false;
-    std::int32_t waitMs = 0;
-    if (probeLogging(withData, waitMs)) {
-        logProbeLine(TestLog::receivedLine(kind, sequence, sender, withData ? &text : nullptr), waitMs);
+    std::int32_t periodMs = 0;
+    if (probeLogging(withData, periodMs)) {
+        logProbeLine(TestLog::receivedLine(kind, sequence, sender, withData ? &text : nullptr), periodMs);
     }
     if (kind == kPinger) {
         const SPW_CGuard guard(m_lock);
@@ -86,19 +88,19 @@ bool TestEngine::isGivenUp(ProbeKind kind, const SPW_CString& address) const {
     return isOfPeer && m_givenUp.contains(address);
 }
 
-bool TestEngine::probeLogging(bool& withData, std::int32_t& waitMs) const {
+bool TestEngine::probeLogging(bool& withData, std::int32_t& periodMs) const {
     if (!m_log.isOn()) {
         return false;
     }
     const SPW_CGuard guard(m_lock);
     withData = m_settings.logDataPackets;
-    waitMs = m_settings.periodMs();
+    periodMs = m_settings.periodMs();
     return m_settings.logEvents;
 }
 
-void TestEngine::logProbeLine(const SPW_CString& line, std::int32_t waitMs) {
-    if (logEvent(line, waitMs) != 0) {
-        logLine(TestLog::lostLine(line));
+void TestEngine::logProbeLine(const SPW_CString& line, std::int32_t lateAfterMs) {
+    if (m_log.isOn()) {
+        m_log.logOfProbe(showableText(line), lateAfterMs);
     }
 }
 

@@ -43,10 +43,23 @@ SPW_Result TestLog::removeFormer(const SPW_CString& path) {
 
 void TestLog::close() {
     TestLogWriter* const writer = m_writer.exchange(nullptr);
-    if (writer != nullptr) {
-        SPW_CMemory::setLog(nullptr);
-        delete writer;
+    if (writer == nullptr) {
+        return;
     }
+    SPW_CMemory::setLog(nullptr);
+    const std::int32_t patience = m_patienceMs;
+    if (writer->end(patience == kNoPatience ? kSPWForever : static_cast<std::uint32_t>(patience))) {
+        delete writer;
+    } else {
+        abandon(writer);
+    }
+}
+
+// The writer's thread may come back from the disk at any time, and then uses its object. A list has it, which tells a
+// search for leaks that it is there on purpose.
+void TestLog::abandon(TestLogWriter* writer) {
+    static std::atomic<TestLogWriter*> latest{nullptr};
+    writer->setFormerAbandoned(latest.exchange(writer));
 }
 
 void TestLog::limitRights() {
@@ -69,6 +82,31 @@ SPW_Result TestLog::openResult() const {
 SPW_Result TestLog::log(const SPW_CString& line, std::int32_t waitMs) {
     TestLogWriter* const writer = m_writer;
     return writer != nullptr ? writer->log(line, waitMs) : 0;
+}
+
+void TestLog::logOfControl(const SPW_CString& line) {
+    TestLogWriter* const writer = m_writer;
+    if (writer == nullptr) {
+        return;
+    }
+    const std::int32_t patience = m_patienceMs;
+    if (patience == kNoPatience) {
+        (void)writer->log(line, kNoLimit);  // refused only when the log has been given up
+    } else {
+        (void)writer->offerPatiently(line, patience);  // a lost line is counted
+    }
+}
+
+void TestLog::logOfProbe(const SPW_CString& line, std::int32_t lateAfterMs) {
+    TestLogWriter* const writer = m_writer;
+    if (writer == nullptr) {
+        return;
+    }
+    if (m_patienceMs != kNoPatience) {
+        (void)writer->offer(line, lateAfterMs);  // a lost line is counted
+    } else if (writer->log(line, lateAfterMs) != 0 && lateAfterMs != kNoLimit) {
+        (void)writer->log(lostLine(line), kNoLimit);  // refused only when the log has been given up
+    }
 }
 
 LogProgress TestLog::progress() const {
@@ -148,6 +186,12 @@ SPW_CString TestLog::socketErrorLine(ProbeKind kind, const SPW_CString& address,
 
 SPW_CString TestLog::lostLine(const SPW_CString& line) {
     return SPW_CString(u"LOG ERROR: Failed to log ") + line + u" fast enough";
+}
+
+SPW_CString TestLog::lossLine(std::uint32_t count) {
+    SPW_CString line(u"LOG ERROR: ");
+    line += static_cast<unsigned long>(count);
+    return line + u" lines lost";
 }
 
 bool AddressSet::add(const SPW_CString& address) {

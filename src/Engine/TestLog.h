@@ -16,9 +16,20 @@ class TestLogWriter;
 //
 // Threads: open() and close() one at a time, close() when nobody else calls any more; all else any thread. Lines wait
 // in the writer's queue, whose room is bounded: a caller says how long it will wait for room.
+//
+// A disk that does not answer must not hold up a test. The patience bounds what anybody waits for it:
+//
+//                        with a patience                                without
+//     a probe's thread   never waits                                    waits for its period, or without limit
+//     the controller     waits for the patience, once in a standstill   waits without limit
+//     the end            waits for the patience                         waits without limit
+//
+// With a patience, lines that find no room wait in the writer's overflow. A log that works is never asked for more than
+// that holds.
 class TestLog {
 public:
-    static constexpr std::int32_t kNoLimit = -1;  // of a wait, in milliseconds
+    static constexpr std::int32_t kNoLimit = -1;    // of a wait, in milliseconds
+    static constexpr std::int32_t kNoPatience = 0;  // in milliseconds; see above
     static constexpr std::uint32_t kQueuedLines = 100;
 
     TestLog() = default;
@@ -31,8 +42,11 @@ public:
     // The call may be repeated until a log is open.
     void open(const SPW_CString& path, const SPW_CString& description, const SPW_CString& application,
               const SPW_CString& version);
-    // Writes the lines that still wait and closes the file.
+    // Writes the lines that still wait and closes the file. A file that takes none of them for the patience stays open,
+    // and its writer stays alive until the end of the process.
     void close();
+    // In milliseconds, or kNoPatience; at first kNoPatience.
+    void setPatience(std::int32_t milliseconds) { m_patienceMs = milliseconds; }
     // Lets those users read the log that may read the registry, and no others: each start writes a part of the registry
     // into it. For a log that is open already, because the registry's rights may have changed.
     void limitRights();
@@ -44,6 +58,11 @@ public:
 
     // 0 when the line was taken or there is no log, 700 when no room came up within waitMs.
     SPW_Result log(const SPW_CString& line, std::int32_t waitMs);
+    // A line of the thread that drives the test.
+    void logOfControl(const SPW_CString& line);
+    // A line of a probe's thread. Without room for lateAfterMs (kNoLimit: however long), the log gets lostLine() in its
+    // place.
+    void logOfProbe(const SPW_CString& line, std::int32_t lateAfterMs);
 
     // See TestLogWriter; nothing while logging is off.
     LogProgress progress() const;
@@ -57,12 +76,16 @@ public:
     static SPW_CString socketErrorLine(ProbeKind kind, const SPW_CString& address, const SPW_CString& message);
     // What is logged, without limit, when a line about a probe found no room in time.
     static SPW_CString lostLine(const SPW_CString& line);
+    // What the log says at the place of lines that were lost. The same words for any count: readers search for them.
+    static SPW_CString lossLine(std::uint32_t count);
 
 private:
     static SPW_Result removeFormer(const SPW_CString& path);
+    static void abandon(TestLogWriter* writer);
 
     std::atomic<TestLogWriter*> m_writer{nullptr};  // owned; there only with an open log
-    mutable SPW_CCriticalSection m_lock;            // guards both below
+    std::atomic<std::int32_t> m_patienceMs{kNoPatience};
+    mutable SPW_CCriticalSection m_lock;  // guards both below
     SPW_CString m_path;
     SPW_Result m_openResult = 0;
 };

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "SPW_CClock.h"
+#include "TestLog.h"
 
 namespace {
 
@@ -20,6 +22,35 @@ constexpr std::int32_t kBackups = 1;
 
 // A value in the queue that stands for no line.
 constexpr std::uintptr_t kWakeUp = 0;
+
+std::unique_ptr<SPW_CMessage> messageOf(const SPW_CString& text) {
+    std::unique_ptr<SPW_CMessage> message(new SPW_CMessage);
+    message->pushString(text);
+    return message;
+}
+
+std::uint64_t in100ns(std::int32_t milliseconds) {
+    return SPW_CClock::instance->now100ns() + static_cast<std::uint64_t>(milliseconds) * kMs;
+}
+
+// The end of a wait that may take several attempts.
+class Deadline {
+public:
+    // waitMs: -1 for no limit.
+    explicit Deadline(std::int32_t waitMs) : m_waitMs(waitMs), m_end100ns(waitMs > 0 ? in100ns(waitMs) : 0) {}
+
+    std::uint32_t msLeft() const {
+        if (m_waitMs <= 0) {
+            return static_cast<std::uint32_t>(m_waitMs);
+        }
+        const std::uint64_t now = SPW_CClock::instance->now100ns();
+        return now < m_end100ns ? static_cast<std::uint32_t>((m_end100ns - now + kMs - 1) / kMs) : 0;
+    }
+
+private:
+    const std::int32_t m_waitMs;
+    const std::uint64_t m_end100ns;
+};
 
 }  // namespace
 
@@ -43,37 +74,124 @@ SPW_Result TestLogWriter::startThread() {
 }
 
 TestLogWriter::~TestLogWriter() {
-    if (m_startResult == 0) {
-        stopThread();
+    if (m_startResult == 0 && !m_isStopped) {
+        askToStop();
+        (void)m_finished.wait(kSPWForever);
     }
     (void)m_log.close();  // reported by the file classes; nothing is left to do about it here
 }
 
-void TestLogWriter::stopThread() {
+void TestLogWriter::askToStop() {
     requestStop();
-    // The thread would see the request at the end of its turn only.
-    qAddMsg(kWakeUp);
-    (void)m_finished.wait(kSPWForever);
+    // The thread would see the request at the end of its turn only. With a full queue its turn ends soon by itself.
+    (void)qTryAddMsg(kWakeUp);
 }
+
+bool TestLogWriter::end(std::uint32_t patienceMs) {
+    if (m_startResult != 0 || m_isStopped) {
+        return true;
+    }
+    askToStop();
+    std::uint32_t written = m_linesWritten;
+    while (m_finished.wait(patienceMs) != 0) {
+        const std::uint32_t before = std::exchange(written, m_linesWritten);
+        if (written == before) {
+            return false;
+        }
+    }
+    m_isStopped = true;
+    return true;
+}
+
+// ---- Handing over
 
 SPW_Result TestLogWriter::log(const SPW_CString& text, std::int32_t waitMs) {
     // Without the thread nothing leaves the queue: a caller without a limit would wait for ever at a full one.
-    if (m_startResult != 0 || m_room.wait(static_cast<std::uint32_t>(waitMs)) != 0) {
+    if (m_startResult != 0) {
         return kLogNotTaken;
     }
+    Line line = messageOf(text);
+    const Deadline deadline(waitMs);
+    while (m_room.wait(deadline.msLeft()) == 0) {
+        if (m_isGivenUp) {
+            m_room.set();  // one that was woken wakes the next
+            return kLogNotTaken;
+        }
+        if (addToQueue(line)) {
+            // With the queue full it is the writer that lets the next caller in, when it has taken a line.
+            if (!isFull()) {
+                m_room.set();
+            }
+            return 0;
+        }
+        // An offered line has got the place.
+    }
+    return kLogNotTaken;
+}
+
+SPW_Result TestLogWriter::offer(const SPW_CString& text, std::int32_t lateAfterMs) {
+    if (m_startResult != 0) {
+        return kLogNotTaken;
+    }
+    Line line = messageOf(text);
+    return take(line, lateAfterMs < 0 ? LogOverflow::kNever : in100ns(lateAfterMs)) ? 0 : lose();
+}
+
+SPW_Result TestLogWriter::offerPatiently(const SPW_CString& text, std::int32_t waitMs) {
+    if (m_startResult != 0) {
+        return kLogNotTaken;
+    }
+    Line line = messageOf(text);
+    if (take(line, LogOverflow::kNever)) {
+        return 0;
+    }
+    const Deadline deadline(m_isPatienceOver ? 0 : waitMs);
+    while (!m_isGivenUp && m_room.wait(deadline.msLeft()) == 0) {
+        const bool isTaken = take(line, LogOverflow::kNever);
+        if (isTaken || m_isGivenUp) {
+            m_room.set();  // the next one may try
+        }
+        if (isTaken) {
+            return 0;
+        }
+    }
+    m_isPatienceOver = true;
+    return lose();
+}
+
+// The line is the caller's as before when there is no room.
+bool TestLogWriter::addToQueue(Line& line) {
+    ++m_linesTaken;  // first: a written line is never more than the taken ones
+    if (qTryAddMsg(reinterpret_cast<std::uintptr_t>(line.get()))) {
+        (void)line.release();
+        return true;
+    }
+    --m_linesTaken;
+    return false;
+}
+
+// A line joins the queue only when none waits in the overflow. Otherwise it would overtake those.
+bool TestLogWriter::take(Line& line, std::uint64_t lateFrom100ns) {
+    const SPW_CGuard guard(m_overflowLock);
     if (m_isGivenUp) {
-        m_room.set();  // one that was woken wakes the next
-        return kLogNotTaken;
+        return false;
     }
-    ++m_linesTaken;
-    SPW_CMessage* const message = new SPW_CMessage;
-    message->pushString(text);
-    qAddMsg(reinterpret_cast<std::uintptr_t>(message));
-    // With the queue full it is the writer that lets the next caller in, when it has taken a line.
-    if (!isFull()) {
-        m_room.set();
+    if (m_overflow.isEmpty() && addToQueue(line)) {
+        return true;
     }
-    return 0;
+    const bool isTaken = m_overflow.add(line, lateFrom100ns);
+    m_linesTaken += isTaken ? 1 : 0;
+    return isTaken;
+}
+
+SPW_Result TestLogWriter::lose() {
+    {
+        const SPW_CGuard guard(m_overflowLock);
+        m_overflow.countLost();
+        ++m_linesUntold;
+    }
+    (void)qTryAddMsg(kWakeUp);  // with a full queue the thread is awake
+    return kLogNotTaken;
 }
 
 LogProgress TestLogWriter::progress() const {
@@ -81,6 +199,7 @@ LogProgress TestLogWriter::progress() const {
     LogProgress progress;
     progress.written = m_linesWritten;
     progress.taken = m_linesTaken;
+    progress.untold = m_linesUntold;
     return progress;
 }
 
@@ -105,23 +224,42 @@ void TestLogWriter::memoryIsExhausted() {
     }
 }
 
+// ---- The thread
+
 void TestLogWriter::step() {
     m_thread = currentId();
-    std::uintptr_t taken[1 + kMostBehind];
-    (void)qGetMsg(taken[0], m_isFlushDue ? msUntilFlush() : kTurnMs);
-    if (taken[0] == kWakeUp) {
-        flush();
-        return;
-    }
-    const std::uint32_t behind = qTakeWaiting(taken + 1, kMostBehind);
-    write(taken, 1 + behind);
+    std::uintptr_t messages[1 + kMostBehind];
+    (void)qGetMsg(messages[0], msToSleep());
+    std::uint32_t behind = 0;
+    const LogOverflow::Content overflow = takeWaiting(messages + 1, behind);
+    const bool isQuiet = messages[0] == kWakeUp && behind == 0 && overflow.isEmpty();
+    write(messages, 1 + behind);
+    write(overflow);
     // Before there is room: a medium may hold a flush up. Who has found room must not wait for a place any longer than
     // the taking of a message lasts, which is what comes next.
-    if (m_isFlushDue && msUntilFlush() == 0) {
+    if (isQuiet || (m_isFlushDue && msUntilFlush() == 0)) {
         flush();
     }
     freePlaces(behind);
     m_room.set();
+}
+
+std::uint32_t TestLogWriter::msToSleep() const {
+    {
+        const SPW_CGuard guard(m_overflowLock);
+        if (!m_overflow.isEmpty()) {
+            return 0;
+        }
+    }
+    return m_isFlushDue ? msUntilFlush() : kTurnMs;
+}
+
+// What waits in the queue, and then what has come after that into the overflow. A line that comes meanwhile is later
+// than both.
+LogOverflow::Content TestLogWriter::takeWaiting(std::uintptr_t* messages, std::uint32_t& count) {
+    const SPW_CGuard guard(m_overflowLock);
+    count = qTakeWaiting(messages, kMostBehind);
+    return count < kMostBehind ? m_overflow.take() : LogOverflow::Content();
 }
 
 // The lines go out together. The bound holds nevertheless: no more than the first of them has given its place back.
@@ -133,16 +271,50 @@ void TestLogWriter::write(const std::uintptr_t* messages, std::uint32_t count) {
             continue;
         }
         ++lines;
-        const std::unique_ptr<SPW_CMessage> message(reinterpret_cast<SPW_CMessage*>(messages[i]));
+        const Line message(reinterpret_cast<SPW_CMessage*>(messages[i]));
         if (message->popString(m_line)) {
             m_lines.append(m_line);
         }
     }
+    writeLines(m_lines);
+    m_linesWritten += lines;
+}
+
+void TestLogWriter::write(const LogOverflow::Content& content) {
+    if (content.isEmpty()) {
+        return;
+    }
+    SPW_CArray<SPW_CString> lines;
+    const std::uint64_t now = SPW_CClock::instance->now100ns();
+    std::uint32_t lost = content.lostBehind;
+    for (const LogOverflow::Line& line : content.lines) {
+        appendLoss(lines, line.lostInFront);
+        lost += line.lostInFront;
+        if (line.message->popString(m_line)) {
+            lines.append(now < line.lateFrom100ns ? m_line : TestLog::lostLine(m_line));
+        }
+    }
+    appendLoss(lines, content.lostBehind);
+    writeLines(lines);
+    m_linesWritten += static_cast<std::uint32_t>(content.lines.size());
+    m_linesUntold -= lost;
+}
+
+void TestLogWriter::appendLoss(SPW_CArray<SPW_CString>& lines, std::uint32_t count) {
+    if (count != 0) {
+        lines.append(TestLog::lossLine(count));
+    }
+}
+
+void TestLogWriter::writeLines(const SPW_CArray<SPW_CString>& lines) {
+    if (lines.numberOfElements() == 0) {
+        return;
+    }
     if (m_log.isOpen()) {
-        m_log.writeLines(m_lines, true);  // a line that cannot be written is lost; the log says so
+        m_log.writeLines(lines, true);  // a line that cannot be written is lost; the log says so
         noteWritten();
     }
-    m_linesWritten += lines;
+    m_isPatienceOver = false;
 }
 
 std::uint32_t TestLogWriter::msUntilFlush() const {
@@ -167,7 +339,7 @@ void TestLogWriter::flush() {
 }
 
 void TestLogWriter::finish() {
-    while (!isEmpty()) {
+    while (!isEmpty() || msToSleep() == 0) {
         step();
     }
     flush();

@@ -42,6 +42,7 @@ struct Settings {
     std::int32_t discoveriesASecond = 100;
     std::int32_t discoveryBurst = 256;
     std::int32_t discoveryLinesASecond = 10;
+    std::int32_t logPatienceMs = 2000;
     std::int32_t mostDiscoveredPeers = 1024;
     std::int32_t restAfterSilentSeconds = 600;
 
@@ -158,6 +159,7 @@ inline constexpr OptionalSetting kOptionalSettings[] = {
     OptionalSetting::ofNumber(u"discoveries a second", &Settings::discoveriesASecond),
     OptionalSetting::ofNumber(u"discovery burst", &Settings::discoveryBurst),
     OptionalSetting::ofNumber(u"discovery lines a second", &Settings::discoveryLinesASecond),
+    OptionalSetting::ofNumber(u"log patience", &Settings::logPatienceMs),
     OptionalSetting::ofNumber(u"most discovered peers", &Settings::mostDiscoveredPeers),
     OptionalSetting::ofNumber(u"rest after silent seconds", &Settings::restAfterSilentSeconds),
 };

@@ -78,6 +78,9 @@ bool EndWatch::waitForLog() {
         SPW_CClock::instance->sleepMs(kLogLookMs);
     }
     complain(SPW_CString(u"the log ") + m_engine->logFilePath() + u" takes no lines; its last ones are lost");
+    SPW_CString count(u"of the log ");
+    count += static_cast<unsigned long>(m_engine->logProgress().missing());
+    complain(count + u" lines are lost");
     return false;
 }
 

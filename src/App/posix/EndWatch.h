@@ -16,7 +16,8 @@
 // Threads: any.
 class EndWatch {
 public:
-    static constexpr std::int64_t kLogPatienceMs = 2000;
+    // Leaves something of the two seconds that an end may take to what else it does.
+    static constexpr std::int64_t kLogPatienceMs = 1500;
     static constexpr std::int64_t kPhasePatienceMs = 5000;  // of a start and a screen
 
     explicit EndWatch(Signals& signals);

@@ -56,7 +56,11 @@ private:
     static SPW_CString stamped(const SPW_CString& text, bool withTime);
     SPW_CString lossLine(bool withTime) const;
     int writeTogether(const SPW_CArray<SPW_CString>& texts, bool withTime);
+    bool isInOrder() const;
+    bool putBehindFailure(const SPW_CString& text);
     bool put(const SPW_CString& block);
+    bool put(const char* bytes, std::uint32_t size);
+    bool noteResult(SPW_Result code, bool isTorn);
     void tellLoss(SPW_Result code) const;
     void splitPath();
     bool isFull();

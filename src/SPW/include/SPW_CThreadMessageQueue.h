@@ -34,6 +34,9 @@ public:
     SPW_Result queueResult() const;
     // Blocks until there is room. Any thread. A queue that takes no message leaves the message with the caller.
     void qAddMsg(std::uintptr_t message);
+    // The same without blocking. A message that finds room is traced like one of qAddMsg. False when there is no room;
+    // the message then stays with the caller.
+    [[nodiscard]] bool qTryAddMsg(std::uintptr_t message);
     // Takes the oldest message, or the timed message when it is due; `message` is 0 when neither came within timeoutMs
     // (kSPWForever: no limit). Callers go by `message`. The result is 0 for a message, kTimedOut for none; for a timed
     // message that was due at the call it is the time left in the unit of setTimedMessage, 0 or negative. A timed
@@ -54,6 +57,7 @@ public:
     bool isFull() const;
 
 private:
+    void append(std::uintptr_t message);
     bool waitForItem(std::uint32_t timeoutMs);
     std::int64_t timedMessageRemaining() const;
     std::uintptr_t takeTimedMessage();

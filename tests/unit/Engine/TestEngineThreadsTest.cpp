@@ -15,6 +15,7 @@
 #include "StoppableClock.h"
 
 using testing::Contains;
+using testing::ElementsAre;
 using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
@@ -366,9 +367,10 @@ TEST_F(TestEngineThreadsTest, AResetLosesNothingThatIsCountedAfterIt) {
     EXPECT_EQ(row(0).counts[kUdp].total, expected);
 }
 
-TEST_F(TestEngineThreadsTest, AProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnotherThatWaits) {
+TEST_F(TestEngineThreadsTest, WithoutAPatienceAProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnotherThatWaits) {
     select(false, false, false, false);
     m_registry.setSetting(u"log events", u"yes");
+    m_registry.setSetting(u"log patience", u"0");
     const std::string line = "E :udp connector sent seq # 3 to 10.0.0.7";
     std::string last;
     // Ten periods are enough for the prober to give up on its line and to wait with the other one; but on a busy
@@ -394,9 +396,10 @@ TEST_F(TestEngineThreadsTest, AProbesLineThatFindsNoRoomInAPeriodIsQuotedInAnoth
     EXPECT_EQ(last, "LOG ERROR: Failed to log " + line + " fast enough");
 }
 
-TEST_F(TestEngineThreadsTest, AProbesLineThatFindsRoomWithinItsPeriodIsLogged) {
+TEST_F(TestEngineThreadsTest, WithoutAPatienceAProbesLineThatFindsRoomWithinItsPeriodIsLogged) {
     select(false, false, false, false);
     m_registry.setSetting(u"log events", u"yes");
+    m_registry.setSetting(u"log patience", u"0");
     m_registry.setSetting(u"frequency qty", u"30000");
     StoppableClock clock(*SPW_CClock::instance);
     const ScopedInstance<SPW_CClock> installed(clock);
@@ -411,6 +414,98 @@ TEST_F(TestEngineThreadsTest, AProbesLineThatFindsRoomWithinItsPeriodIsLogged) {
     clock.stop(false);
     prober.join();
     EXPECT_EQ(endAndReadLog().back(), "E :udp connector sent seq # 3 to 10.0.0.7");
+}
+
+// While the log stands still.
+class StandstillTest : public TestEngineThreadsTest {
+protected:
+    // Starts a test without probes and stops its log.
+    void startAndStopTheLog() {
+        select(false, false, false, false);
+        m_registry.setSetting(u"log events", u"yes");
+        engine().start();
+        stopTheLog();
+    }
+    void stopTheLog() {
+        m_clock.stop(true);
+        EXPECT_EQ(engine().logEvent(u"the line that the writer cannot finish", -1), 0u);
+        m_clock.waitUntilSomebodyWaits();
+        while (engine().logEvent(u"filler", 0) == 0) {
+        }
+    }
+    std::vector<std::string> endAndReadLogBehindFillers() {
+        m_clock.stop(false);
+        std::vector<std::string> log = endAndReadLog();
+        const auto filler = std::find(log.rbegin(), log.rend(), "filler");
+        log.erase(log.begin(), filler.base());
+        return log;
+    }
+
+    StoppableClock m_clock{*SPW_CClock::instance};
+    const ScopedInstance<SPW_CClock> m_installed{m_clock};
+};
+
+TEST_F(StandstillTest, AProbesThreadNeverWaitsForTheLog) {
+    m_registry.setSetting(u"frequency qty", u"3600000");  // the wait would outlast the test
+    startAndStopTheLog();
+    engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u"");
+    engine().onSocketError(kUdpConnector, 5009, u"10.0.0.7", 10065, u"failed 10065");
+    receive(kUdpListener, u"10.0.0.7", 4, u"Version 2|printer|");
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+    EXPECT_THAT(endAndReadLogBehindFillers(),
+                ElementsAre("E :udp connector sent seq # 3 to 10.0.0.7", StartsWith("SOCKET ERROR: "),
+                            "E :udp listener received seq # 4 from 10.0.0.7",
+                            "New device discovered: address 10.0.0.7 name: printer"));
+}
+
+TEST_F(StandstillTest, ADiscoveryWithItsProbesWaitsForNothing) {
+    m_registry.setSetting(u"log patience", u"3600000");  // the controller's
+    select(false, true, true, true);
+    engine().start();
+    stopTheLog();
+    receive(kUdpListener, u"10.0.0.7", 4, u"Version 2|printer|");
+    EXPECT_THAT(labels(), ElementsAre("10.0.0.7 (printer)"));
+    engine().stopProbing();
+    const std::vector<std::string> log = endAndReadLogBehindFillers();
+    for (const char* line :
+         {"New device discovered: address 10.0.0.7 name: printer", "Created VTR_CUdpConnector to 10.0.0.7",
+          "Created VTR_CTcpipConnector to 10.0.0.7", "Created VTR_CPinger to 10.0.0.7"}) {
+        EXPECT_THAT(log, Contains(line));
+    }
+}
+
+TEST_F(StandstillTest, AProbesLineThatWaitsLongerThanItsPeriodIsQuoted) {
+    m_registry.setSetting(u"frequency qty", u"0");
+    startAndStopTheLog();
+    engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", 3, u"");
+    EXPECT_THAT(endAndReadLogBehindFillers(),
+                ElementsAre("LOG ERROR: Failed to log E :udp connector sent seq # 3 to 10.0.0.7 fast enough"));
+}
+
+TEST_F(StandstillTest, TestsStopAndStartAndTheirLinesFollow) {
+    m_registry.setSetting(u"log patience", u"3600000");
+    startAndStopTheLog();
+    engine().stop();
+    engine().start();
+    engine().stop();
+    const std::vector<std::string> log = endAndReadLogBehindFillers();
+    EXPECT_EQ(log.front(), " ---- Test 1 complete ---");
+    EXPECT_THAT(log, Contains(" ---- Test 2 starting ---"));
+    EXPECT_EQ(log.back(), " ---- Test 2 complete ---");
+}
+
+TEST_F(StandstillTest, WhatIsProducedIsWrittenOrCounted) {
+    m_registry.setSetting(u"log patience", u"20");
+    startAndStopTheLog();
+    constexpr int kProbes = 20000;
+    for (int i = 0; i < kProbes; ++i) {
+        engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", i, u"");
+    }
+    engine().stop();
+    const std::vector<std::string> log = endAndReadLogBehindFillers();
+    const int lines = static_cast<int>(log.size()) - 1;  // the count is the last one
+    EXPECT_GT(lines, 100);
+    EXPECT_EQ(lastOf(log), "LOG ERROR: " + std::to_string(kProbes + 1 - lines) + " lines lost");
 }
 
 TEST_F(TestEngineThreadsTest, AHundredLinesWaitForTheLogAndNotOneMore) {

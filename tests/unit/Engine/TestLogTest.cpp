@@ -3,8 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <string>
+#include <thread>
 
+#include "OtherThreads.h"
 #include "RecordingReporter.h"
+#include "ScopedInstance.h"
+#include "StoppableClock.h"
 #include "StringPrinting.h"
 #include "TemporaryFolder.h"
 
@@ -70,10 +75,17 @@ TEST(TestLogTest, ALineThatFoundNoRoomIsQuotedWhole) {
               SPW_CString(u"LOG ERROR: Failed to log E :pinger sent seq # 1 to 10.0.0.7 fast enough"));
 }
 
+TEST(TestLogTest, LostLinesAreTold) {
+    EXPECT_EQ(TestLog::lossLine(1), SPW_CString(u"LOG ERROR: 1 lines lost"));
+    EXPECT_EQ(TestLog::lossLine(4294967295u), SPW_CString(u"LOG ERROR: 4294967295 lines lost"));
+}
+
 TEST(TestLogTest, UntilItIsOpenedLoggingIsOffAndEveryLineIsTaken) {
     TestLog log;
     EXPECT_FALSE(log.isOn());
     EXPECT_EQ(log.log(u"nowhere", 0), 0u);
+    log.logOfProbe(u"nowhere", 0);
+    log.logOfControl(u"nowhere");
     EXPECT_EQ(log.openResult(), 0u);
 }
 
@@ -139,6 +151,50 @@ TEST(TestLogTest, AFolderThatDoesNotExistShowsInTheResult) {
     log.open(folder.path("missing/log.txt"), u"", u"", u"");
     EXPECT_NE(log.openResult(), 0u);
     EXPECT_EQ(log.log(u"nowhere", TestLog::kNoLimit), 0u);
+}
+
+// A log whose writer hangs in the middle of a line.
+class HangingLogTest : public testing::Test {
+protected:
+    HangingLogTest() {
+        m_log.open(m_folder.path("log.txt"), u"", u"", u"");
+        EXPECT_EQ(m_log.openResult(), 0u);
+        m_clock.stop(true);
+        EXPECT_EQ(m_log.log(u"the line that the writer cannot finish", TestLog::kNoLimit), 0u);
+        m_clock.waitUntilSomebodyWaits();
+    }
+    bool isInTheFile(const std::string& line) const {
+        return m_folder.read("log.txt").find(" " + line + "\r\n") != std::string::npos;
+    }
+
+    const TemporaryFolder m_folder;
+    StoppableClock m_clock{*SPW_CClock::instance};
+    const ScopedInstance<SPW_CClock> m_installed{m_clock};
+    TestLog m_log;
+};
+
+TEST_F(HangingLogTest, NobodyWaitsAsLongAsLinesFindRoom) {
+    m_log.setPatience(3600 * 1000);
+    for (int i = 0; i < 500; ++i) {
+        m_log.logOfProbe(u"a probe's line", TestLog::kNoLimit);
+        m_log.logOfControl(u"the controller's line");
+    }
+    EXPECT_EQ(m_log.progress().untold, 0u);
+    EXPECT_EQ(m_log.progress().missing(), 1001u);
+    m_clock.stop(false);
+    m_log.close();
+    EXPECT_TRUE(isInTheFile("the controller's line"));
+}
+
+TEST_F(HangingLogTest, WithoutAPatienceTheCloseWaitsForTheWriter) {
+    m_log.setPatience(TestLog::kNoPatience);
+    m_log.logOfControl(u"the last line");
+    std::thread closer([this] { m_log.close(); });
+    awaitOthersAsleep();
+    EXPECT_FALSE(isInTheFile("the last line"));
+    m_clock.stop(false);
+    closer.join();
+    EXPECT_TRUE(isInTheFile("the last line"));
 }
 
 class OnceOnlyErrorsTest : public testing::TestWithParam<ProbeKind> {

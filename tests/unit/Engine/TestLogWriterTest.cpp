@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -266,6 +265,194 @@ TEST_F(TestLogWriterTest, LongAndForeignTextsPassWhole) {
     EXPECT_EQ(m_writer->log(text, kNoLimit), 0u);
     close();
     EXPECT_THAT(lines(), ElementsAre(std::string(text.toAnsi())));
+}
+
+// ---- Lines that are offered
+
+class OfferedLinesTest : public TestLogWriterTest {
+protected:
+    // Whether the line has found room.
+    bool offer(int number, std::int32_t lateAfterMs = kNoLimit) {
+        return m_writer->offer(lineNumber(number).c_str(), lateAfterMs) == 0;
+    }
+    bool offerPatiently(int number, std::int32_t waitMs) {
+        return m_writer->offerPatiently(lineNumber(number).c_str(), waitMs) == 0;
+    }
+    // Offers lines from that number on until one finds no room. The number of that one.
+    int offerUntilFull(int number) {
+        while (offer(number)) {
+            ++number;
+        }
+        return number;
+    }
+};
+
+TEST_F(OfferedLinesTest, BehindAFullQueueTheyWaitInTheirOrderWithoutTheirThread) {
+    open(2);
+    block();
+    for (int i = 1; i <= 1000; ++i) {
+        EXPECT_TRUE(offer(i)) << i;
+    }
+    m_writer->unlock();
+    close();
+    EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 1000)));
+}
+
+TEST_F(OfferedLinesTest, OneThatComesTooLateIsQuotedInALineOfItsOwn) {
+    open(2);
+    block();
+    EXPECT_TRUE(offer(1, 0));
+    EXPECT_TRUE(offer(2, 0));
+    EXPECT_TRUE(offer(3, 0));
+    EXPECT_TRUE(offer(4, 3600 * 1000));
+    EXPECT_TRUE(offer(5));
+    m_writer->unlock();
+    close();
+    EXPECT_THAT(lines(), ElementsAre("line 1", "line 2", "line 3 fast enough", "line 4", "line 5"));
+    EXPECT_THAT(m_folder.read("log.txt"), testing::HasSubstr(" LOG ERROR: Failed to log line 3 fast enough\r\n"));
+}
+
+TEST_F(OfferedLinesTest, ThoseThatFindNoRoomAreCountedWhereTheyWouldStand) {
+    open(2);
+    block();
+    const int firstLost = offerUntilFull(1);
+    EXPECT_FALSE(offer(0));
+    EXPECT_FALSE(offer(0));
+    EXPECT_EQ(m_writer->progress().untold, 3u);
+    m_writer->unlock();
+    while (m_writer->progress().untold != 0) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(offer(firstLost + 1));
+    close();
+    std::vector<std::string> expected = lineNumbers(1, firstLost - 1);
+    expected.push_back(lineNumber(firstLost + 1));
+    EXPECT_THAT(lines(), ElementsAreArray(expected));
+    EXPECT_THAT(m_folder.read("log.txt"),
+                testing::ContainsRegex(lineNumber(firstLost - 1) + "\r\n..:..:.. LOG ERROR: 3 lines lost\r\n..:..:.. " +
+                                       lineNumber(firstLost + 1) + "\r\n$"));
+}
+
+TEST_F(OfferedLinesTest, OfAFloodAllAreWrittenOrCounted) {
+    open(2);
+    block();
+    std::atomic<int> lost{0};
+    constexpr int kThreads = 4;
+    constexpr int kLinesEach = 20000;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([this, &lost] {
+            for (int j = 0; j < kLinesEach; ++j) {
+                lost += m_writer->offer(u"flood", kNoLimit) == 0 ? 0 : 1;
+            }
+        });
+    }
+    while (lost == 0) {
+        std::this_thread::yield();
+    }
+    m_writer->unlock();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    close();
+    int written = 0;
+    int told = 0;
+    std::istringstream file(m_folder.read("log.txt"));
+    for (std::string line; std::getline(file, line);) {
+        constexpr std::size_t kNumber = 20;  // behind "00:00:00 LOG ERROR: "
+        written += line.find(" flood\r") != std::string::npos ? 1 : 0;
+        told += line.find(" lines lost\r") != std::string::npos ? std::stoi(line.substr(kNumber)) : 0;
+    }
+    EXPECT_EQ(told, lost);
+    EXPECT_EQ(written + told, kThreads * kLinesEach);
+    EXPECT_GT(written, 0);
+}
+
+TEST_F(OfferedLinesTest, OfOneThreadTheyStayInOrderAmongThoseOfOthers) {
+    open(3);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this, i] {
+            for (int j = 0; j < 200; ++j) {
+                EXPECT_TRUE(offer(i * 1000 + j));
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    close();
+    std::vector<int> next = {0, 1000, 2000, 3000};
+    for (const std::string& line : lines()) {
+        const int number = std::stoi(line.substr(5));
+        EXPECT_EQ(number, next[static_cast<std::size_t>(number / 1000)]++);
+    }
+    EXPECT_THAT(next, ElementsAre(200, 1200, 2200, 3200));
+}
+
+TEST_F(OfferedLinesTest, APatientThreadWaitsForRoom) {
+    open(2);
+    block();
+    const int next = offerUntilFull(1);
+    std::atomic<bool> taken{false};
+    std::thread caller([&] {
+        EXPECT_TRUE(offerPatiently(next, 3600 * 1000));
+        taken = true;
+    });
+    awaitOthersAsleep();
+    EXPECT_FALSE(taken);
+    m_writer->unlock();
+    caller.join();
+    close();
+    EXPECT_EQ(lines().back(), lineNumber(next));
+}
+
+TEST_F(OfferedLinesTest, APatientThreadWaitsOnceInAStandstill) {
+    open(2);
+    block();
+    (void)offerUntilFull(1);
+    const auto begin = steady_clock::now();
+    EXPECT_FALSE(offerPatiently(0, 50));
+    EXPECT_GE(steady_clock::now() - begin, milliseconds(50) - kTimerTick);
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_FALSE(offerPatiently(0, 3600 * 1000));
+    }
+    EXPECT_EQ(m_writer->progress().untold, 102u);
+    m_writer->unlock();
+    while (m_writer->progress().untold != 0) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(offerPatiently(0, 3600 * 1000));
+}
+
+TEST_F(OfferedLinesTest, ALogThatIsGivenUpTakesNoneAndCountsThem) {
+    open(2);
+    block();
+    const int firstLost = offerUntilFull(1);
+    std::thread waiter([this] { EXPECT_FALSE(offerPatiently(0, 3600 * 1000)); });
+    awaitOthersAsleep();
+    m_writer->giveUp();
+    waiter.join();
+    EXPECT_FALSE(offer(0));
+    const LogProgress progress = m_writer->progress();
+    EXPECT_EQ(progress.untold, 3u);
+    EXPECT_GE(progress.missing(), static_cast<std::uint32_t>(firstLost - 1 + 3));
+    m_writer->unlock();
+}
+
+TEST_F(OfferedLinesTest, TheEndWaitsForALogThatStandsStillNoLongerThanItsPatience) {
+    open(2);
+    block();
+    const int next = offerUntilFull(1);
+    awaitOthersAsleep();  // the writer, at the gate; on its way there it would see the request first
+    EXPECT_FALSE(m_writer->end(20));
+    EXPECT_FALSE(m_writer->end(20));
+    m_writer->unlock();
+    EXPECT_TRUE(m_writer->end(60 * 1000));
+    EXPECT_TRUE(m_writer->end(60 * 1000));
+    close();
+    EXPECT_THAT(lines().size(), next - 1);
+    EXPECT_THAT(m_folder.read("log.txt"), EndsWith(" LOG ERROR: 1 lines lost\r\n"));
 }
 
 TEST_F(TestLogWriterTest, FileThatCannotBeOpenedIsToldOnceAndLinesGoNowhere) {

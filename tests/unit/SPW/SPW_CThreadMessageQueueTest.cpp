@@ -90,6 +90,18 @@ TEST(MessageQueueTest, SecondAddBlocksUntilFirstIsTaken) {
     EXPECT_EQ(queue.take(), 2u);
 }
 
+TEST(MessageQueueTest, AnAddThatMayNotBlockLeavesTheMessageWithTheCallerWhenThereIsNoPlace) {
+    Queue queue(2);
+    EXPECT_TRUE(queue.qTryAddMsg(1));
+    EXPECT_TRUE(queue.qTryAddMsg(2));
+    EXPECT_FALSE(queue.qTryAddMsg(3));
+    EXPECT_EQ(queue.take(), 1u);
+    EXPECT_TRUE(queue.qTryAddMsg(4));
+    EXPECT_EQ(queue.take(), 2u);
+    EXPECT_EQ(queue.take(), 4u);
+    EXPECT_EQ(queue.take(), 0u);
+}
+
 TEST(MessageQueueTest, MessagesComeOutInOrderAndPointerSized) {
     Queue queue(3);
     const std::uintptr_t large = ~std::uintptr_t{0} - 15;
@@ -258,6 +270,21 @@ TEST(MessageQueueTest, TracesNameEveryPlace) {
                             record(">", "qGetMsg", "100"), record("<", "qGetMsg", "128 -> wait timed out"),
                             record(">", "qAddMsg", "157"), record("<", "qAddMsg", "169"), record(">", "qGetMsg", "100"),
                             record("!", "qGetMsg", "141 -> myRemoveIndex is 1"), record("<", "qGetMsg", "151")));
+}
+
+TEST(MessageQueueTest, AnAddThatMayNotBlockIsTracedLikeOthersUnlessThereIsNoPlace) {
+    TemporaryFolder folder;
+    RecordingReporter reporter;
+    ASSERT_EQ(reporter.reporter().openLogFile(folder.path("errors.txt"), u"test", 1), 0u);
+    Queue queue(1);
+    reporter.reporter().setTraceFileMask(kTraceLevel);
+    EXPECT_TRUE(queue.qTryAddMsg(1));
+    EXPECT_FALSE(queue.qTryAddMsg(2));
+    reporter.reporter().setTraceFileMask(0);
+    EXPECT_EQ(reporter.reporter().closeLogFile(), 0u);
+    EXPECT_THAT(traceRecords(folder.read("errors.txt")),
+                ElementsAre("TRACE > SPW_CThreadMessageQueue::qAddMsg in module SPW_CThreadMessageQueue:157",
+                            "TRACE < SPW_CThreadMessageQueue::qAddMsg in module SPW_CThreadMessageQueue:169"));
 }
 
 TEST(MessageQueueTest, OtherTraceLevelsHearNothing) {

@@ -19,12 +19,10 @@ class LineBlock {
 public:
     LineBlock(const SPW_CArray<SPW_CString>& texts, const SPW_CString& stamp) {
         for (int i = 0; i < texts.numberOfElements(); ++i) {
-            append(stamp);
-            append(texts[i]);
-            append(SPW_CFile::kNewLine);
-            m_ends.push_back(size());
+            appendLine(stamp, texts[i]);
         }
     }
+    LineBlock(const SPW_CString& text, const SPW_CString& stamp) { appendLine(stamp, text); }
 
     const char* bytes() const { return m_bytes.data(); }
     std::uint32_t size() const { return static_cast<std::uint32_t>(m_bytes.size()); }
@@ -37,6 +35,12 @@ public:
     }
 
 private:
+    void appendLine(const SPW_CString& stamp, const SPW_CString& text) {
+        append(stamp);
+        append(text);
+        append(SPW_CFile::kNewLine);
+        m_ends.push_back(size());
+    }
     void append(const SPW_CString& text) {
         const std::size_t begin = m_bytes.size();
         int room = text.length() + 1;  // for a text of ASCII and its terminator
@@ -133,6 +137,13 @@ void SPW_CLogFile::writeHeader(const SPW_CString& description, const SPW_CString
 }
 
 SPW_Result SPW_CLogFile::writeLine(const SPW_CString& text, bool withTime) {
+    // Time, text and line end go out in one write: hundreds of thousands of lines a second pass here, and a reader of
+    // the log sees whole lines. The file buffers nothing: a line is seen without a flush. A flush waits for the medium,
+    // longer than a thousand lines take. The log's owner decides when.
+    //
+    // The line is made before the lock is taken. A thread that gets no memory keeps its locks for ever, and the
+    // program's last line may want this one.
+    const LineBlock line(text, stamp(withTime));
     const SPW_CGuard guard(m_lock);
     if (!isOpen()) {
         (void)m_file->writeText(text);  // which reports it
@@ -142,16 +153,23 @@ SPW_Result SPW_CLogFile::writeLine(const SPW_CString& text, bool withTime) {
     if (m_isHeaderDue) {
         writeHeader(m_description, m_application, m_version);
     }
-    // Time, text and line end go out in one write: hundreds of thousands of lines a second pass here, and a reader of
-    // the log sees whole lines. The file buffers nothing: a line is seen without a flush. A flush waits for the medium,
-    // longer than a thousand lines take. The log's owner decides when.
-    const SPW_CString line = stamped(text, withTime);
-    if (!m_isHeaderDue && put(m_lostLines != 0 ? lossLine(withTime) + line : line)) {
+    if (!m_isHeaderDue && (isInOrder() ? put(line.bytes(), line.size()) : putBehindFailure(text))) {
         m_lostLines = 0;
     } else {
         ++m_lostLines;
     }
     return isFull() ? rotate() : 0;
+}
+
+// Whether the file ends with the last line that was to be written.
+bool SPW_CLogFile::isInOrder() const {
+    return m_lostLines == 0 && !m_isTorn;
+}
+
+// The line goes out together with what is to be said first.
+bool SPW_CLogFile::putBehindFailure(const SPW_CString& text) {
+    const SPW_CString line = stamped(text, m_isStamped);
+    return put(m_lostLines != 0 ? lossLine(m_isStamped) + line : line);
 }
 
 void SPW_CLogFile::writeLines(const SPW_CArray<SPW_CString>& texts, bool withTime) {
@@ -166,7 +184,7 @@ void SPW_CLogFile::writeLines(const SPW_CArray<SPW_CString>& texts, bool withTim
 int SPW_CLogFile::writeTogether(const SPW_CArray<SPW_CString>& texts, bool withTime) {
     const LineBlock block(texts, stamp(withTime));
     const SPW_CGuard guard(m_lock);
-    if (!isOpen() || m_maximumKilobytes != 0 || m_isHeaderDue || m_isTorn || m_lostLines != 0) {
+    if (!isOpen() || m_maximumKilobytes != 0 || m_isHeaderDue || !isInOrder()) {
         return 0;
     }
     m_isStamped = withTime;
@@ -205,6 +223,17 @@ SPW_CString SPW_CLogFile::lossLine(bool withTime) const {
 bool SPW_CLogFile::put(const SPW_CString& block) {
     bool isTorn = false;
     const SPW_Result code = m_file->writeWhole(m_isTorn ? SPW_CFile::kNewLine + block : block, isTorn);
+    return noteResult(code, isTorn);
+}
+
+bool SPW_CLogFile::put(const char* bytes, std::uint32_t size) {
+    std::uint32_t written = 0;
+    const SPW_Result code = m_file->writeWhole(bytes, size, written);
+    return noteResult(code, written != 0);
+}
+
+// False for a failure. isTorn: whether it has left something in the file.
+bool SPW_CLogFile::noteResult(SPW_Result code, bool isTorn) {
     if (code == 0) {
         m_isTorn = false;
         m_isFailing = false;

@@ -79,6 +79,23 @@ void SPW_CThreadMessageQueue::qAddMsg(std::uintptr_t message) {
     }
     trace(SPW_CError::kEntry, 157, "qAddMsg");
     acquire(m_freeSlots);
+    append(message);
+    trace(SPW_CError::kExit, 169, "qAddMsg");
+}
+
+bool SPW_CThreadMessageQueue::qTryAddMsg(std::uintptr_t message) {
+    if (queueResult() != 0 || !SPW_CThreadSys::waitSemaphore(m_freeSlots, 0)) {
+        return false;
+    }
+    // A message that is left with the caller leaves no trace: the queue has not seen it.
+    trace(SPW_CError::kEntry, 157, "qAddMsg");
+    append(message);
+    trace(SPW_CError::kExit, 169, "qAddMsg");
+    return true;
+}
+
+// For a writer that holds a unit of m_freeSlots.
+void SPW_CThreadMessageQueue::append(std::uintptr_t message) {
     {
         const SPW_CGuard guard(m_queueLock);
         m_ring[m_writeIndex] = message;
@@ -86,7 +103,6 @@ void SPW_CThreadMessageQueue::qAddMsg(std::uintptr_t message) {
         ++m_count;
     }
     release(m_items);
-    trace(SPW_CError::kExit, 169, "qAddMsg");
 }
 
 SPW_Result SPW_CThreadMessageQueue::qGetMsg(std::uintptr_t& message, std::uint32_t timeoutMs) {
