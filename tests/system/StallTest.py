@@ -1,9 +1,10 @@
-"""What can block, and that the program's end waits for none of it: readers, logs, settings files, name servers."""
+"""What can block, and that neither the program's end nor its measuring waits for it: readers, logs, settings files."""
 
 import contextlib
 import fcntl
 import json
 import os
+import re
 import select
 import signal
 import time
@@ -201,6 +202,120 @@ class LogStallTest(StallTest):
         self.assertEqual(program.wait(within=20), -signal.SIGINT)
         self.assertNotIn("takes no lines", program.errors())
         program.kill_was_sent()
+
+
+class MeasuringTest(StallTest):
+    """Nothing that stands still keeps a device from measuring."""
+
+    PERIOD_MS = 10
+    # Probes of a peer during a standstill. The lines about them are more than find room.
+    PROBES = 600
+
+    def configure(self, device, *protocols, **more):
+        device.configure(*protocols, period=self.PERIOD_MS, log_events="yes", **more)
+
+    def start_both(self):
+        """Both devices measure each other. The log of one may stand still."""
+        self.configure(self.device, "udp", "multicast", peers={"peer": self.peer.address}, log_data_packets="yes")
+        self.configure(self.peer, "udp", "multicast", peers={"device": self.device.address})
+        log = lab.StallingLog(self.device)
+        far = self.peer.measure(every=0.1)
+        self.peer.wait_until_hearing("multicast")
+        near = self.device.measure(every=0.1, through=log.through())
+        self.wait_for_probes(near, far, 20)
+        return near, far, log
+
+    def wait_for_probes(self, near, far, count):
+        """Until each device has received so many more of each kind from the other. Returns the rows."""
+        rows = []
+        for program, other in ((near, self.peer), (far, self.device)):
+            row = program.row(other.address) or {"udp": {"received": 0}, "multicast": {"received": 0}}
+            goals = {protocol: row[protocol]["received"] + count for protocol in ("udp", "multicast")}
+            rows.append((program, other, goals))
+        return [program.wait_for_row(other.address, lambda row, goals=goals: all(
+            row[protocol]["received"] >= goal for protocol, goal in goals.items()), within=60)
+            for program, other, goals in rows]
+
+    def test_no_probe_is_lost_on_either_side_while_the_log_stands_still(self):
+        near, far, log = self.start_both()
+        log.hold()
+        for row in self.wait_for_probes(near, far, self.PROBES):
+            self.assertEqual((row["udp"]["lost"], row["multicast"]["lost"]), (0, 0))
+        begin = time.monotonic()
+        near.stop()
+        # 2 s, and what a busy machine takes.
+        self.assertLess(time.monotonic() - begin, 10)
+        self.assertIn("takes no lines", near.errors())
+
+    def test_lines_of_a_standstill_are_in_the_log_or_in_its_count_at_their_place(self):
+        near, far, log = self.start_both()
+        log.hold()
+        self.wait_for_probes(near, far, self.PROBES)
+        log.release()
+        self.device.wait_for_log_line("LOG ERROR: [0-9]+ lines lost$", within=20)
+        self.wait_for_probes(near, far, 20)
+        self.assertEqual(near.stop(), 0)
+        self.assertNotIn("takes no lines", near.errors())
+        self.check_gaps(self.device.log_lines())
+
+    def check_gaps(self, lines):
+        """The log has a gap in the numbers of a probe's lines only where it says so, and tells how long all are."""
+        latest, counts, missing, told = {}, [], 0, 0
+        for place, line in enumerate(lines):
+            if loss := re.search(r" LOG ERROR: ([0-9]+) lines lost$", line):
+                told += int(loss.group(1))
+                counts.append(place)
+            elif probe := re.search(r" E :([a-z ]+) seq # ([0-9]+) (?:to|from) ([0-9.]+)", line):
+                number = int(probe.group(2))
+                before, previous = latest.get((probe.group(1), probe.group(3)), (place, number - 1))
+                latest[probe.group(1), probe.group(3)] = (place, number)
+                if number != previous + 1:
+                    missing += number - previous - 1
+                    self.assertTrue(any(before < count < place for count in counts), (lines[before], line))
+        self.assertGreater(missing, 0)
+        self.assertEqual(told, missing)
+
+    def test_end_in_a_standstill_tells_how_many_lines_are_not_in_the_log(self):
+        def lines_beside_probes(log):
+            """How many lines a run makes beside those of its probes. Each is in the log or told as lost."""
+            with traffic.UdpEnd(self.peer, traffic.PORT) as receiver:
+                program = self.device.start("-headless", through=log.through())
+                probes = len(receiver.receive_many(50, 20))
+                if log is stalling:
+                    log.hold()
+                probes += len(receiver.receive_many(self.PROBES // 2, 60))
+                self.assertEqual(program.stop(), 1)
+                probes += len(receiver.receive_for(0.2))
+            lost = re.search(r"^linkometry: of the log ([0-9]+) lines are lost$", program.errors(), re.MULTILINE)
+            self.assertEqual(bool(lost), log is stalling, program.errors())
+            return len(self.device.log_lines()) + (int(lost.group(1)) if lost else 0) - probes
+
+        self.configure(self.device, "udp", peers={"peer": self.peer.address})
+        working, stalling = lab.StallingLog(self.device), lab.StallingLog(self.device)
+        self.assertEqual(lines_beside_probes(working), lines_beside_probes(stalling))
+
+    def test_device_sends_and_counts_all_probes_while_the_reader_of_its_output_stalls(self):
+        self.device.configure("udp", period=self.PERIOD_MS, peers=dict(PEERS, peer=self.peer.address))
+        pipe = self.pipe("output")
+        with traffic.UdpEnd(self.peer, traffic.PORT) as end:
+            program = self.start_into(pipe, "-interval", "0.1")
+            lab.eventually(pipe.is_full, 20, f"the reader of {program} stalls")
+            end.receive_for(0.5)
+            sent = [traffic.parse(datagram.data).sequence for datagram in end.receive_many(self.PROBES // 2, 60)]
+            self.assertEqual(sent, list(range(sent[0], sent[0] + len(sent))))
+            for number in range(1, 101):
+                end.send(traffic.packet(number), self.device.address)
+                time.sleep(0.01)
+        self.assertTrue(pipe.is_full())
+        program.signal(signal.SIGTERM)
+
+        def ended():
+            pipe.read()
+            return not program.is_running()
+        lab.eventually(ended, 20, str(program))
+        rows = [json.loads(line) for line in pipe.read().splitlines()]
+        last = next(row for row in rows if row.get("final") and row["address"] == self.peer.address)
+        self.assertEqual(last["udp"], {"received": 100, "total": 100, "lost": 0})
 
 
 class StartStallTest(StallTest):
