@@ -2,23 +2,49 @@
 
 #include <utility>
 
-bool LogOverflow::add(std::unique_ptr<SPW_CMessage>& message, std::uint64_t lateFrom100ns) {
-    const std::uint32_t bytes = sizeOf(*message);
+LogOverflow::Content::Content(Content&& other)
+    : m_first(std::move(other.m_first)),
+      m_last(std::exchange(other.m_last, nullptr)),
+      m_lostBehind(std::exchange(other.m_lostBehind, 0)) {}
+
+// One by one: each line would otherwise end the next one within its own end, and a long row of them would take too much
+// of the stack.
+LogOverflow::Content::~Content() {
+    while (takeFirst() != nullptr) {
+    }
+}
+
+void LogOverflow::Content::append(std::unique_ptr<Line> line) {
+    line->lostInFront = std::exchange(m_lostBehind, 0);
+    std::unique_ptr<Line>& place = m_first == nullptr ? m_first : m_last->next;
+    place = std::move(line);
+    m_last = place.get();
+}
+
+std::unique_ptr<LogOverflow::Line> LogOverflow::Content::takeFirst() {
+    std::unique_ptr<Line> line = std::move(m_first);
+    if (line != nullptr) {
+        m_first = std::move(line->next);
+    }
+    return line;
+}
+
+bool LogOverflow::add(std::unique_ptr<Line>& line) {
+    const std::uint32_t bytes = sizeOf(*line);
     if (bytes > m_mostBytes - m_bytes) {
         return false;
     }
     m_bytes += bytes;
-    m_content.lines.push_back({std::move(message), lateFrom100ns, m_content.lostBehind});
-    m_content.lostBehind = 0;
+    m_content.append(std::move(line));
     return true;
 }
 
 LogOverflow::Content LogOverflow::take() {
     m_bytes = 0;
-    return std::exchange(m_content, Content());
+    return std::move(m_content);
 }
 
 // With what a short line takes besides its text.
-std::uint32_t LogOverflow::sizeOf(const SPW_CMessage& message) {
-    return static_cast<std::uint32_t>(message.body().size() + sizeof(SPW_CMessage) + sizeof(Line));
+std::uint32_t LogOverflow::sizeOf(const Line& line) {
+    return static_cast<std::uint32_t>(line.message->body().size() + sizeof(SPW_CMessage) + sizeof(Line));
 }

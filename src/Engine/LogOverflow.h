@@ -2,7 +2,7 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
+#include <utility>
 
 #include "SPW_CMessage.h"
 
@@ -12,35 +12,55 @@
 // The room is bounded. The owner counts a line that finds no room here either. The count stands in front of the next
 // line that finds room, or behind the last one.
 //
-// Threads: none; the owner locks.
+// Threads: none; the owner locks. Nothing here takes memory, because a thread that gets none keeps the owner's lock for
+// ever.
 class LogOverflow {
 public:
     static constexpr std::uint64_t kNever = UINT64_MAX;
 
     struct Line {
+        Line(std::unique_ptr<SPW_CMessage> itsMessage, std::uint64_t itIsLateFrom100ns)
+            : message(std::move(itsMessage)), lateFrom100ns(itIsLateFrom100ns) {}
+
         std::unique_ptr<SPW_CMessage> message;
-        std::uint64_t lateFrom100ns = kNever;  // as SPW_CClock::now100ns() counts
-        std::uint32_t lostInFront = 0;         // lines that found no room here since the line in front
+        std::uint64_t lateFrom100ns;    // as SPW_CClock::now100ns() counts
+        std::uint32_t lostInFront = 0;  // lines that found no room here since the line in front
+        std::unique_ptr<Line> next;
     };
-    struct Content {
-        std::vector<Line> lines;
-        std::uint32_t lostBehind = 0;
+    // A queue of lines, and how many were lost behind the last one.
+    class Content {
+    public:
+        Content() = default;
+        Content(Content&& other);
+        Content& operator=(Content&& other) = delete;
+        ~Content();
 
         // Neither a line nor a count.
-        bool isEmpty() const { return lines.empty() && lostBehind == 0; }
+        bool isEmpty() const { return m_first == nullptr && m_lostBehind == 0; }
+        std::uint32_t lostBehind() const { return m_lostBehind; }
+        void countLost() { ++m_lostBehind; }
+        // What was lost behind the last line stands in front of this one.
+        void append(std::unique_ptr<Line> line);
+        // The first line, or null. It is no longer here.
+        std::unique_ptr<Line> takeFirst();
+
+    private:
+        std::unique_ptr<Line> m_first;
+        Line* m_last = nullptr;
+        std::uint32_t m_lostBehind = 0;
     };
 
     explicit LogOverflow(std::uint32_t mostBytes) : m_mostBytes(mostBytes) {}
 
     bool isEmpty() const { return m_content.isEmpty(); }
-    // Takes the message when there is room for it, and leaves it with the caller otherwise.
-    bool add(std::unique_ptr<SPW_CMessage>& message, std::uint64_t lateFrom100ns);
-    void countLost() { ++m_content.lostBehind; }
+    // Takes the line when there is room for it, and leaves it with the caller otherwise.
+    bool add(std::unique_ptr<Line>& line);
+    void countLost() { m_content.countLost(); }
     // Everything that is here; empty afterwards.
     Content take();
 
 private:
-    static std::uint32_t sizeOf(const SPW_CMessage& message);
+    static std::uint32_t sizeOf(const Line& line);
 
     const std::uint32_t m_mostBytes;
     std::uint32_t m_bytes = 0;

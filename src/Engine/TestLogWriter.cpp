@@ -171,17 +171,33 @@ bool TestLogWriter::addToQueue(Line& line) {
 }
 
 // A line joins the queue only when none waits in the overflow. Otherwise it would overtake those.
+bool TestLogWriter::joinQueue(Line& line) {
+    return m_overflow.isEmpty() && addToQueue(line);
+}
+
 bool TestLogWriter::take(Line& line, std::uint64_t lateFrom100ns) {
-    const SPW_CGuard guard(m_overflowLock);
-    if (m_isGivenUp) {
-        return false;
+    {
+        const SPW_CGuard guard(m_overflowLock);
+        if (m_isGivenUp) {
+            return false;
+        }
+        if (joinQueue(line)) {
+            return true;
+        }
     }
-    if (m_overflow.isEmpty() && addToQueue(line)) {
+    // Made without the lock: a thread that gets no memory keeps its locks for ever, and the writer could not write the
+    // program's last line.
+    std::unique_ptr<LogOverflow::Line> waiting(new LogOverflow::Line(std::move(line), lateFrom100ns));
+    const SPW_CGuard guard(m_overflowLock);
+    if (joinQueue(waiting->message)) {
         return true;
     }
-    const bool isTaken = m_overflow.add(line, lateFrom100ns);
-    m_linesTaken += isTaken ? 1 : 0;
-    return isTaken;
+    if (m_overflow.add(waiting)) {
+        ++m_linesTaken;
+        return true;
+    }
+    line = std::move(waiting->message);
+    return false;
 }
 
 SPW_Result TestLogWriter::lose() {
@@ -231,10 +247,10 @@ void TestLogWriter::step() {
     std::uintptr_t messages[1 + kMostBehind];
     (void)qGetMsg(messages[0], msToSleep());
     std::uint32_t behind = 0;
-    const LogOverflow::Content overflow = takeWaiting(messages + 1, behind);
+    LogOverflow::Content overflow = takeWaiting(messages + 1, behind);
     const bool isQuiet = messages[0] == kWakeUp && behind == 0 && overflow.isEmpty();
     write(messages, 1 + behind);
-    write(overflow);
+    write(std::move(overflow));
     // Before there is room: a medium may hold a flush up. Who has found room must not wait for a place any longer than
     // the taking of a message lasts, which is what comes next.
     if (isQuiet || (m_isFlushDue && msUntilFlush() == 0)) {
@@ -276,45 +292,49 @@ void TestLogWriter::write(const std::uintptr_t* messages, std::uint32_t count) {
             m_lines.append(m_line);
         }
     }
-    writeLines(m_lines);
-    m_linesWritten += lines;
+    writeLines(lines, 0);
 }
 
-void TestLogWriter::write(const LogOverflow::Content& content) {
-    if (content.isEmpty()) {
-        return;
-    }
-    SPW_CArray<SPW_CString> lines;
+// In parts of the queue's size: a block of all lines would take much memory at the worst time.
+void TestLogWriter::write(LogOverflow::Content content) {
     const std::uint64_t now = SPW_CClock::instance->now100ns();
-    std::uint32_t lost = content.lostBehind;
-    for (const LogOverflow::Line& line : content.lines) {
-        appendLoss(lines, line.lostInFront);
-        lost += line.lostInFront;
-        if (line.message->popString(m_line)) {
-            lines.append(now < line.lateFrom100ns ? m_line : TestLog::lostLine(m_line));
+    std::unique_ptr<LogOverflow::Line> line = content.takeFirst();
+    while (line != nullptr) {
+        m_lines.clear();
+        std::uint32_t lines = 0;
+        std::uint32_t lost = 0;
+        for (; line != nullptr && lines <= kMostBehind; line = content.takeFirst()) {
+            ++lines;
+            lost += line->lostInFront;
+            appendLoss(line->lostInFront);
+            if (line->message->popString(m_line)) {
+                m_lines.append(now < line->lateFrom100ns ? m_line : TestLog::lostLine(m_line));
+            }
         }
+        writeLines(lines, lost);
     }
-    appendLoss(lines, content.lostBehind);
-    writeLines(lines);
-    m_linesWritten += static_cast<std::uint32_t>(content.lines.size());
-    m_linesUntold -= lost;
+    m_lines.clear();
+    appendLoss(content.lostBehind());
+    writeLines(0, content.lostBehind());
 }
 
-void TestLogWriter::appendLoss(SPW_CArray<SPW_CString>& lines, std::uint32_t count) {
+void TestLogWriter::appendLoss(std::uint32_t count) {
     if (count != 0) {
-        lines.append(TestLog::lossLine(count));
+        m_lines.append(TestLog::lossLine(count));
     }
 }
 
-void TestLogWriter::writeLines(const SPW_CArray<SPW_CString>& lines) {
-    if (lines.numberOfElements() == 0) {
-        return;
+// Writes m_lines. They stand for so many lines that were handed over, and say how many others were lost.
+void TestLogWriter::writeLines(std::uint32_t taken, std::uint32_t lost) {
+    if (m_lines.numberOfElements() != 0) {
+        if (m_log.isOpen()) {
+            m_log.writeLines(m_lines, true);  // a line that cannot be written is lost; the log says so
+            noteWritten();
+        }
+        m_isPatienceOver = false;
     }
-    if (m_log.isOpen()) {
-        m_log.writeLines(lines, true);  // a line that cannot be written is lost; the log says so
-        noteWritten();
-    }
-    m_isPatienceOver = false;
+    m_linesWritten += taken;
+    m_linesUntold -= lost;
 }
 
 std::uint32_t TestLogWriter::msUntilFlush() const {

@@ -80,14 +80,15 @@ private:
     SPW_Result startThread();
     void askToStop();
     bool addToQueue(Line& line);
+    bool joinQueue(Line& line);
     bool take(Line& line, std::uint64_t lateFrom100ns);
     SPW_Result lose();
     std::uint32_t msToSleep() const;
     LogOverflow::Content takeWaiting(std::uintptr_t* messages, std::uint32_t& count);
     void write(const std::uintptr_t* messages, std::uint32_t count);
-    void write(const LogOverflow::Content& content);
-    void appendLoss(SPW_CArray<SPW_CString>& lines, std::uint32_t count);
-    void writeLines(const SPW_CArray<SPW_CString>& lines);
+    void write(LogOverflow::Content content);
+    void appendLoss(std::uint32_t count);
+    void writeLines(std::uint32_t taken, std::uint32_t lost);
     std::uint32_t msUntilFlush() const;
     void noteWritten();
     void flush();
@@ -109,7 +110,7 @@ private:
     // Guards the overflow, and the order of its lines and those in the queue.
     mutable SPW_CCriticalSection m_overflowLock;
     LogOverflow m_overflow{kOverflowBytes};
-    // The thread's own. The lines of the queue that it writes together, and one line; they keep their room.
+    // The thread's own. The lines that it writes together, and one line; they keep their room.
     SPW_CArray<SPW_CString> m_lines;
     SPW_CString m_line;
     bool m_isFlushDue = false;

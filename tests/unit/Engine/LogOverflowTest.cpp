@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -15,27 +16,24 @@ constexpr std::uint32_t kPlenty = 100000;
 
 class LogOverflowTest : public testing::Test {
 protected:
-    static std::unique_ptr<SPW_CMessage> messageOf(const std::string& text) {
-        std::unique_ptr<SPW_CMessage> message(new SPW_CMessage);
-        message->pushString(text.c_str());
-        return message;
-    }
     static bool add(LogOverflow& overflow, const std::string& text, std::uint64_t lateFrom = LogOverflow::kNever) {
-        std::unique_ptr<SPW_CMessage> message = messageOf(text);
-        const bool isTaken = overflow.add(message, lateFrom);
-        EXPECT_EQ(message == nullptr, isTaken);
+        auto message = std::make_unique<SPW_CMessage>();
+        message->pushString(text.c_str());
+        auto line = std::make_unique<LogOverflow::Line>(std::move(message), lateFrom);
+        const bool isTaken = overflow.add(line);
+        EXPECT_EQ(line == nullptr, isTaken);
         return isTaken;
     }
     // Each line as "lost in front, text", then what is lost behind the last one.
     static std::vector<std::string> take(LogOverflow& overflow) {
-        const LogOverflow::Content content = overflow.take();
+        LogOverflow::Content content = overflow.take();
         std::vector<std::string> texts;
-        for (const LogOverflow::Line& line : content.lines) {
+        while (const std::unique_ptr<LogOverflow::Line> line = content.takeFirst()) {
             SPW_CString text;
-            EXPECT_TRUE(line.message->popString(text));
-            texts.push_back(std::to_string(line.lostInFront) + ", " + text.toAnsi());
+            EXPECT_TRUE(line->message->popString(text));
+            texts.push_back(std::to_string(line->lostInFront) + ", " + text.toAnsi());
         }
-        texts.push_back(std::to_string(content.lostBehind));
+        texts.push_back(std::to_string(content.lostBehind()));
         return texts;
     }
 };
@@ -55,10 +53,10 @@ TEST_F(LogOverflowTest, ALineKeepsTheTimeFromWhichItIsLate) {
     LogOverflow overflow(kPlenty);
     EXPECT_TRUE(add(overflow, "a", 17));
     EXPECT_TRUE(add(overflow, "b"));
-    const LogOverflow::Content content = overflow.take();
-    ASSERT_EQ(content.lines.size(), 2u);
-    EXPECT_EQ(content.lines[0].lateFrom100ns, 17u);
-    EXPECT_EQ(content.lines[1].lateFrom100ns, LogOverflow::kNever);
+    LogOverflow::Content content = overflow.take();
+    EXPECT_EQ(content.takeFirst()->lateFrom100ns, 17u);
+    EXPECT_EQ(content.takeFirst()->lateFrom100ns, LogOverflow::kNever);
+    EXPECT_EQ(content.takeFirst(), nullptr);
 }
 
 TEST_F(LogOverflowTest, LostLinesAreCountedWhereTheyWouldStand) {
@@ -84,7 +82,7 @@ TEST_F(LogOverflowTest, ItsRoomIsBoundedAndComesBack) {
     EXPECT_GT(taken, 200);
     EXPECT_LT(taken, 1000);
     EXPECT_FALSE(add(overflow, std::string(1000, 'x')));
-    EXPECT_EQ(overflow.take().lines.size(), static_cast<std::size_t>(taken));
+    EXPECT_EQ(take(overflow).size(), static_cast<std::size_t>(taken) + 1);
     EXPECT_TRUE(add(overflow, "a"));
 }
 
@@ -92,6 +90,13 @@ TEST_F(LogOverflowTest, ALineThatIsLongerThanAllRoomIsRefused) {
     LogOverflow overflow(kPlenty);
     EXPECT_FALSE(add(overflow, std::string(kPlenty, 'x')));
     EXPECT_TRUE(overflow.isEmpty());
+}
+
+TEST_F(LogOverflowTest, ALongRowOfLinesThatNobodyTakesEndsWithoutHarm) {
+    LogOverflow overflow(UINT32_MAX);
+    for (int i = 0; i < 200000; ++i) {
+        ASSERT_TRUE(add(overflow, ""));
+    }
 }
 
 }  // namespace
