@@ -2,10 +2,17 @@
 
 #include <utility>
 
-LogOverflow::Content::Content(Content&& other)
-    : m_first(std::move(other.m_first)),
-      m_last(std::exchange(other.m_last, nullptr)),
-      m_lostBehind(std::exchange(other.m_lostBehind, 0)) {}
+LogOverflow::Content::Content(Content&& other) {
+    *this = std::move(other);
+}
+
+// What was here goes with the other one.
+LogOverflow::Content& LogOverflow::Content::operator=(Content&& other) {
+    std::swap(m_first, other.m_first);
+    std::swap(m_last, other.m_last);
+    std::swap(m_lostBehind, other.m_lostBehind);
+    return *this;
+}
 
 // One by one: each line would otherwise end the next one within its own end, and a long row of them would take too much
 // of the stack.
@@ -15,7 +22,7 @@ LogOverflow::Content::~Content() {
 }
 
 void LogOverflow::Content::append(std::unique_ptr<Line> line) {
-    line->lostInFront = std::exchange(m_lostBehind, 0);
+    line->lostInFront = takeLost();
     std::unique_ptr<Line>& place = m_first == nullptr ? m_first : m_last->next;
     place = std::move(line);
     m_last = place.get();
@@ -27,6 +34,10 @@ std::unique_ptr<LogOverflow::Line> LogOverflow::Content::takeFirst() {
         m_first = std::move(line->next);
     }
     return line;
+}
+
+std::uint32_t LogOverflow::Content::takeLost() {
+    return std::exchange(m_lostBehind, 0);
 }
 
 bool LogOverflow::add(std::unique_ptr<Line>& line) {

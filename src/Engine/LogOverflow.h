@@ -32,17 +32,18 @@ public:
     public:
         Content() = default;
         Content(Content&& other);
-        Content& operator=(Content&& other) = delete;
+        Content& operator=(Content&& other);
         ~Content();
 
         // Neither a line nor a count.
         bool isEmpty() const { return m_first == nullptr && m_lostBehind == 0; }
-        std::uint32_t lostBehind() const { return m_lostBehind; }
         void countLost() { ++m_lostBehind; }
         // What was lost behind the last line stands in front of this one.
         void append(std::unique_ptr<Line> line);
         // The first line, or null. It is no longer here.
         std::unique_ptr<Line> takeFirst();
+        // How many were lost behind the last line. They are no longer counted.
+        std::uint32_t takeLost();
 
     private:
         std::unique_ptr<Line> m_first;

@@ -10,8 +10,6 @@
 namespace {
 
 constexpr std::uint32_t kTurnMs = 1000;
-// Lines that are written together with the one that woke the writer.
-constexpr std::uint32_t kMostBehind = 99;
 constexpr std::uint64_t kMs = 10000;  // 100-ns units
 constexpr std::uint32_t kLongestUnflushedMs = 1000;
 // The queue counts as run empty after it has been empty for so long. Lines come in bursts. A flush for each would cost
@@ -227,6 +225,7 @@ void TestLogWriter::giveUp() {
 void TestLogWriter::memoryIsExhausted() {
     const SPW_CString line(u"FATAL ERROR: there is no memory left, the program ends");
     if (m_thread == currentId()) {
+        writeOneByOne();
         (void)m_log.writeLine(line, true);
         return;
     }
@@ -244,13 +243,10 @@ void TestLogWriter::memoryIsExhausted() {
 
 void TestLogWriter::step() {
     m_thread = currentId();
-    std::uintptr_t messages[1 + kMostBehind];
-    (void)qGetMsg(messages[0], msToSleep());
-    std::uint32_t behind = 0;
-    LogOverflow::Content overflow = takeWaiting(messages + 1, behind);
-    const bool isQuiet = messages[0] == kWakeUp && behind == 0 && overflow.isEmpty();
-    write(messages, 1 + behind);
-    write(std::move(overflow));
+    (void)qGetMsg(m_taken[0], msToSleep());
+    const std::uint32_t behind = takeWaiting();
+    const bool isQuiet = m_taken[0] == kWakeUp && behind == 0 && m_takenBehind.isEmpty();
+    writeTaken();
     // Before there is room: a medium may hold a flush up. Who has found room must not wait for a place any longer than
     // the taking of a message lasts, which is what comes next.
     if (isQuiet || (m_isFlushDue && msUntilFlush() == 0)) {
@@ -270,71 +266,88 @@ std::uint32_t TestLogWriter::msToSleep() const {
     return m_isFlushDue ? msUntilFlush() : kTurnMs;
 }
 
-// What waits in the queue, and then what has come after that into the overflow. A line that comes meanwhile is later
-// than both.
-LogOverflow::Content TestLogWriter::takeWaiting(std::uintptr_t* messages, std::uint32_t& count) {
+// Takes what waits in the queue, and then what has come after that into the overflow. A line that comes meanwhile is
+// later than both. Returns how many places of the queue are to be freed.
+std::uint32_t TestLogWriter::takeWaiting() {
     const SPW_CGuard guard(m_overflowLock);
-    count = qTakeWaiting(messages, kMostBehind);
-    return count < kMostBehind ? m_overflow.take() : LogOverflow::Content();
+    const std::uint32_t behind = qTakeWaiting(m_taken + 1, kMostBehind);
+    if (behind < kMostBehind) {
+        m_takenBehind = m_overflow.take();
+    }
+    m_takenNext = 0;
+    m_takenCount = 1 + behind;
+    return behind;
 }
 
 // The lines go out together. The bound holds nevertheless: no more than the first of them has given its place back.
-void TestLogWriter::write(const std::uintptr_t* messages, std::uint32_t count) {
-    m_lines.clear();
-    std::uint32_t lines = 0;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        if (messages[i] == kWakeUp) {
-            continue;
+//
+// No more of them than the queue holds: a block of all that waited would take much memory at the worst time.
+void TestLogWriter::writeTaken() {
+    bool isMore = true;
+    while (isMore) {
+        while (isMore && m_lines.numberOfElements() <= static_cast<int>(kMostBehind)) {
+            isMore = appendNext();
         }
-        ++lines;
-        const Line message(reinterpret_cast<SPW_CMessage*>(messages[i]));
-        if (message->popString(m_line)) {
-            m_lines.append(m_line);
+        if (m_lines.numberOfElements() != 0 && m_log.isOpen()) {
+            m_log.writeLines(m_lines, true);  // a line that cannot be written is lost; the log says so
+            noteWritten();
         }
+        linesAreThrough();
     }
-    writeLines(lines, 0);
 }
 
-// In parts of the queue's size: a block of all lines would take much memory at the worst time.
-void TestLogWriter::write(LogOverflow::Content content) {
-    const std::uint64_t now = SPW_CClock::instance->now100ns();
-    std::unique_ptr<LogOverflow::Line> line = content.takeFirst();
-    while (line != nullptr) {
-        m_lines.clear();
-        std::uint32_t lines = 0;
-        std::uint32_t lost = 0;
-        for (; line != nullptr && lines <= kMostBehind; line = content.takeFirst()) {
-            ++lines;
-            lost += line->lostInFront;
-            appendLoss(line->lostInFront);
-            if (line->message->popString(m_line)) {
-                m_lines.append(now < line->lateFrom100ns ? m_line : TestLog::lostLine(m_line));
-            }
+// For a thread that got no memory, and has only the reserve. What it was about to write together is still there.
+void TestLogWriter::writeOneByOne() {
+    do {
+        for (int i = 0; m_log.isOpen() && i < m_lines.numberOfElements(); ++i) {
+            (void)m_log.writeLine(m_lines[i], true);  // the result of a rotation, which never comes
         }
-        writeLines(lines, lost);
+        linesAreThrough();
+    } while (appendNext());
+}
+
+// Puts the oldest of what was taken into m_lines. False when nothing is left.
+bool TestLogWriter::appendNext() {
+    if (m_takenNext < m_takenCount) {
+        const std::uintptr_t message = m_taken[m_takenNext++];
+        if (message != kWakeUp) {
+            appendLine(*Line(reinterpret_cast<SPW_CMessage*>(message)), LogOverflow::kNever);
+        }
+        return true;
     }
-    m_lines.clear();
-    appendLoss(content.lostBehind());
-    writeLines(0, content.lostBehind());
+    const std::unique_ptr<LogOverflow::Line> line = m_takenBehind.takeFirst();
+    if (line != nullptr) {
+        appendLoss(line->lostInFront);
+        appendLine(*line->message, line->lateFrom100ns);
+        return true;
+    }
+    const std::uint32_t lost = m_takenBehind.takeLost();
+    appendLoss(lost);
+    return lost != 0;
+}
+
+void TestLogWriter::appendLine(SPW_CMessage& message, std::uint64_t lateFrom100ns) {
+    ++m_linesStoodFor;
+    if (message.popString(m_line)) {
+        const bool isLate = lateFrom100ns != LogOverflow::kNever && lateFrom100ns <= SPW_CClock::instance->now100ns();
+        m_lines.append(isLate ? TestLog::lostLine(m_line) : m_line);
+    }
 }
 
 void TestLogWriter::appendLoss(std::uint32_t count) {
+    m_lossesTold += count;
     if (count != 0) {
         m_lines.append(TestLog::lossLine(count));
     }
 }
 
-// Writes m_lines. They stand for so many lines that were handed over, and say how many others were lost.
-void TestLogWriter::writeLines(std::uint32_t taken, std::uint32_t lost) {
+void TestLogWriter::linesAreThrough() {
     if (m_lines.numberOfElements() != 0) {
-        if (m_log.isOpen()) {
-            m_log.writeLines(m_lines, true);  // a line that cannot be written is lost; the log says so
-            noteWritten();
-        }
         m_isPatienceOver = false;
     }
-    m_linesWritten += taken;
-    m_linesUntold -= lost;
+    m_lines.clear();
+    m_linesWritten += std::exchange(m_linesStoodFor, 0);
+    m_linesUntold -= std::exchange(m_lossesTold, 0);
 }
 
 std::uint32_t TestLogWriter::msUntilFlush() const {

@@ -46,8 +46,8 @@ public:
 
     void step() override;
     void finish() override;
-    // The program's last line. It is in the file when this returns, unless the thread could not write it within a
-    // second.
+    // The program's last line, behind those that the thread has taken. It is in the file when this returns, unless the
+    // thread could not write it within a second.
     void memoryIsExhausted() override;
 
     // 0, or the code with which the log file could not be opened or the thread not be started; lines then go nowhere,
@@ -76,6 +76,8 @@ public:
 
 private:
     typedef std::unique_ptr<SPW_CMessage> Line;
+    // Lines of the queue that are written together with the one that woke the writer.
+    static constexpr std::uint32_t kMostBehind = 99;
 
     SPW_Result startThread();
     void askToStop();
@@ -84,11 +86,13 @@ private:
     bool take(Line& line, std::uint64_t lateFrom100ns);
     SPW_Result lose();
     std::uint32_t msToSleep() const;
-    LogOverflow::Content takeWaiting(std::uintptr_t* messages, std::uint32_t& count);
-    void write(const std::uintptr_t* messages, std::uint32_t count);
-    void write(LogOverflow::Content content);
+    std::uint32_t takeWaiting();
+    void writeTaken();
+    void writeOneByOne();
+    bool appendNext();
+    void appendLine(SPW_CMessage& message, std::uint64_t lateFrom100ns);
     void appendLoss(std::uint32_t count);
-    void writeLines(std::uint32_t taken, std::uint32_t lost);
+    void linesAreThrough();
     std::uint32_t msUntilFlush() const;
     void noteWritten();
     void flush();
@@ -110,9 +114,18 @@ private:
     // Guards the overflow, and the order of its lines and those in the queue.
     mutable SPW_CCriticalSection m_overflowLock;
     LogOverflow m_overflow{kOverflowBytes};
-    // The thread's own. The lines that it writes together, and one line; they keep their room.
+    // The thread's own. What it has taken of the queue, and of the overflow behind that; from m_takenNext on it has yet
+    // to be dealt with.
+    std::uintptr_t m_taken[1 + kMostBehind] = {};
+    std::uint32_t m_takenNext = 0;
+    std::uint32_t m_takenCount = 0;
+    LogOverflow::Content m_takenBehind;
+    // The lines that it writes together, and one line; they keep their room. Then how many lines that were handed over
+    // they stand for, and how many lost ones they tell of.
     SPW_CArray<SPW_CString> m_lines;
     SPW_CString m_line;
+    std::uint32_t m_linesStoodFor = 0;
+    std::uint32_t m_lossesTold = 0;
     bool m_isFlushDue = false;
     std::uint64_t m_flushBy100ns = 0;
 };

@@ -33,7 +33,7 @@ protected:
             EXPECT_TRUE(line->message->popString(text));
             texts.push_back(std::to_string(line->lostInFront) + ", " + text.toAnsi());
         }
-        texts.push_back(std::to_string(content.lostBehind()));
+        texts.push_back(std::to_string(content.takeLost()));
         return texts;
     }
 };

@@ -5,15 +5,18 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "ClockForwarder.h"
 #include "OtherThreads.h"
 #include "Patience.h"
 #include "RecordingReporter.h"
+#include "ScopedInstance.h"
 #include "TemporaryFolder.h"
 
 namespace {
@@ -119,6 +122,58 @@ TEST_F(TestLogWriterTest, TheLastLineOfAProgramWithoutMemoryIsWrittenAtOnce) {
     EXPECT_THAT(
         m_folder.read("log.txt"),
         testing::ContainsRegex("line 1\r\n..:..:.. FATAL ERROR: there is no memory left, the program ends\r\n$"));
+}
+
+// A clock that ends the memory, when it is told to, in the thread that asks it for the local time next. The log's
+// writer asks when it puts lines together.
+class MemorylessClock : public ClockForwarder {
+public:
+    using ClockForwarder::ClockForwarder;
+    void endMemory() { m_isOver = true; }
+    SPW_CalendarTime toLocal(std::uint64_t wall100ns) override {
+        if (m_isOver.exchange(false)) {
+            SPW_CMemory::exhausted();
+        }
+        return ClockForwarder::toLocal(wall100ns);
+    }
+
+private:
+    std::atomic<bool> m_isOver{false};
+};
+
+class ExhaustedLogTest : public TestLogWriterTest {
+protected:
+    // Hands over that many lines, more than the queue holds, and has the writer find no memory for them. Ends the
+    // process, which shows the log on standard error.
+    void writeWithoutMemory(int count) {
+        static TemporaryFolder& folder = m_folder;
+        SPW_CMemory::watch([] {
+            std::string text = folder.read("log.txt");
+            text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+            std::fputs(text.c_str(), stderr);
+            std::fflush(stderr);
+        });
+        MemorylessClock clock(*SPW_CClock::instance);
+        const ScopedInstance<SPW_CClock> installed(clock);
+        open(2);
+        SPW_CMemory::setLog(m_writer.get());
+        block();
+        for (int i = 1; i <= count; ++i) {
+            EXPECT_EQ(m_writer->offer(lineNumber(i).c_str(), kNoLimit), 0u);
+        }
+        clock.endMemory();
+        m_writer->unlock();
+        close();
+    }
+};
+
+TEST_F(ExhaustedLogTest, TheLinesThatTheWriterHasTakenComeBeforeTheLastOne) {
+    std::string expected = "awake\n";
+    for (const std::string& line : lineNumbers(1, 150)) {
+        expected += "..:..:.. " + line + "\n";
+    }
+    EXPECT_EXIT(writeWithoutMemory(150), testing::ExitedWithCode(SPW_CMemory::kExhaustedCode),
+                expected + "..:..:.. FATAL ERROR: there is no memory left, the program ends\n");
 }
 
 TEST_F(TestLogWriterTest, WithoutMemoryAWriterThatCannotWriteHoldsUpNobodyForLong) {
