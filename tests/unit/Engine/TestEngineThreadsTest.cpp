@@ -419,6 +419,8 @@ TEST_F(TestEngineThreadsTest, WithoutAPatienceAProbesLineThatFindsRoomWithinItsP
 // While the log stands still.
 class StandstillTest : public TestEngineThreadsTest {
 protected:
+    // Neither the controller nor the end gives the log up, however busy the machine is.
+    StandstillTest() { m_registry.setSetting(u"log patience", u"3600000"); }
     // Starts a test without probes and stops its log.
     void startAndStopTheLog() {
         select(false, false, false, false);
@@ -459,7 +461,6 @@ TEST_F(StandstillTest, AProbesThreadNeverWaitsForTheLog) {
 }
 
 TEST_F(StandstillTest, ADiscoveryWithItsProbesWaitsForNothing) {
-    m_registry.setSetting(u"log patience", u"3600000");  // the controller's
     select(false, true, true, true);
     engine().start();
     stopTheLog();
@@ -483,7 +484,6 @@ TEST_F(StandstillTest, AProbesLineThatWaitsLongerThanItsPeriodIsQuoted) {
 }
 
 TEST_F(StandstillTest, TestsStopAndStartAndTheirLinesFollow) {
-    m_registry.setSetting(u"log patience", u"3600000");
     startAndStopTheLog();
     engine().stop();
     engine().start();
@@ -495,17 +495,15 @@ TEST_F(StandstillTest, TestsStopAndStartAndTheirLinesFollow) {
 }
 
 TEST_F(StandstillTest, WhatIsProducedIsWrittenOrCounted) {
-    m_registry.setSetting(u"log patience", u"20");
     startAndStopTheLog();
     constexpr int kProbes = 20000;
     for (int i = 0; i < kProbes; ++i) {
         engine().onDataSent(kUdpConnector, 5009, u"10.0.0.7", i, u"");
     }
-    engine().stop();
     const std::vector<std::string> log = endAndReadLogBehindFillers();
     const int lines = static_cast<int>(log.size()) - 1;  // the count is the last one
     EXPECT_GT(lines, 100);
-    EXPECT_EQ(lastOf(log), "LOG ERROR: " + std::to_string(kProbes + 1 - lines) + " lines lost");
+    EXPECT_EQ(lastOf(log), "LOG ERROR: " + std::to_string(kProbes - lines) + " lines lost");
 }
 
 TEST_F(TestEngineThreadsTest, AHundredLinesWaitForTheLogAndNotOneMore) {
