@@ -54,7 +54,9 @@ public:
         return *this;
     }
     // Sends it, waits for its end, and gives the number of replies.
-    std::uint32_t replies() {
+    std::uint32_t replies() { return reply().count; }
+    // The same, and gives what is known of the reply.
+    SPW_EchoReply reply() {
         SPW_EchoRequest request;
         request.address = m_address;
         request.data = m_data.data();
@@ -65,7 +67,8 @@ public:
         std::vector<char> buffer(reply.bufferSize);
         reply.buffer = buffer.data();
         m_icmp.echo(m_service, request, reply);
-        return reply.count;
+        reply.buffer = nullptr;
+        return reply;
     }
 
 private:

@@ -49,6 +49,21 @@ TYPED_TEST(IcmpContractTest, AnyNumberOfBytesIsAnswered) {
     }
 }
 
+TYPED_TEST(IcmpContractTest, AReplyTellsItsTimeWhichIsNoLongerThanTheEcho) {
+    for (int i = 0; i < 100; ++i) {
+        const auto before = Time::now();
+        const SPW_EchoReply reply = this->echo().reply();
+        const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Time::now() - before);
+        ASSERT_EQ(reply.count, 1u);
+        // Two clocks of the platform may count the same time as one microsecond more or less.
+        ASSERT_LE(reply.roundTripUs, static_cast<std::uint64_t>(elapsed.count() + 1));
+    }
+}
+
+TYPED_TEST(IcmpContractTest, AReplyTellsItsTimeToLive) {
+    EXPECT_GE(this->echo().reply().timeToLive, 32);
+}
+
 TYPED_TEST(IcmpContractTest, NoReplyIsATimeOutAfterThatTime) {
     const SPW_CIpAddress silent = this->m_implementation.silentAddress();
     const auto before = Time::now();

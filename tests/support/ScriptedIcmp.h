@@ -37,6 +37,12 @@ public:
         const std::lock_guard<std::mutex> guard(m_lock);
         m_answers[keyOf(address)] = answers;
     }
+    // Script: what every reply tells of its way.
+    void setReply(std::uint32_t roundTripUs, std::uint8_t timeToLive) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_roundTripUs = roundTripUs;
+        m_timeToLive = timeToLive;
+    }
     // Script: while on, every echo waits for its end inside the call.
     void setHeld(bool held) {
         const std::lock_guard<std::mutex> guard(m_lock);
@@ -88,6 +94,9 @@ public:
 
     void echo(SPW_Handle service, const SPW_EchoRequest& request, SPW_EchoReply& reply) override {
         reply.count = isAnswered(service, request, reply.bufferSize) ? 1 : 0;
+        const std::lock_guard<std::mutex> guard(m_lock);
+        reply.roundTripUs = m_roundTripUs;
+        reply.timeToLive = m_timeToLive;
     }
 
     SPW_Result lastError() override { return lastCode(); }
@@ -165,6 +174,8 @@ private:
     std::vector<SPW_Result> m_openFailures;
     std::vector<SPW_Result> m_echoFailures;
     std::map<std::uint32_t, bool> m_answers;
+    std::uint32_t m_roundTripUs = 0;
+    std::uint8_t m_timeToLive = 64;
     bool m_held = false;
     std::vector<Request> m_requests;
 };

@@ -26,6 +26,16 @@ struct SPW_EchoReply {
 
     // The echo's: the number of replies, 0 or 1.
     std::uint32_t count = 0;
+
+    // The two below are the echo's, too. Without a reply they mean nothing.
+    //
+    // Microseconds between the request's sending and the reply's arrival, measured with a clock that nobody sets; at
+    // most 2^32 - 1. Linux takes the arrival from the kernel, Windows from the return of the platform's call. On
+    // Windows a busy machine therefore makes the time longer. A handheld counts whole milliseconds.
+    std::uint32_t roundTripUs = 0;
+    // Time-to-live with which the reply arrived: what its sender gave it, less one for each router on its way. 0 when
+    // the platform does not tell.
+    std::uint8_t timeToLive = 0;
 };
 
 // The platform's ICMP echo service ("ping"), reached through `instance`. A service belongs to its caller, who opens,

@@ -219,6 +219,94 @@ TYPED_TEST(PlatformIcmpTest, TheRequestIsAsItsComposerMakesIt) {
     EXPECT_EQ(std::string(packet.begin() + 36, packet.end()), data.substr(8));
 }
 
+// ---- The time of an echo ----
+
+constexpr std::int64_t kSecondNs = 1000000000;
+constexpr std::uint32_t kSecondUs = 1000000;
+
+// Lets clocks jump between the arrival of a reply and its reading.
+class Jump {
+public:
+    // Nanoseconds, of CLOCK_MONOTONIC and of the wall clock.
+    Jump(std::int64_t monotonicNs, std::int64_t wallNs) {
+        // The first call is made before the request is sent; it throws away what is old. The second one waits until the
+        // reply has arrived.
+        m_calls.message = [this](void*, std::size_t) {
+            if (++m_receives == 2) {
+                std::this_thread::sleep_for(milliseconds(20));
+                m_hasJumped = true;
+            }
+            return 0;
+        };
+        m_calls.clockAheadNs = [this, monotonicNs, wallNs](clockid_t clock) -> std::int64_t {
+            if (!m_hasJumped) {
+                return 0;
+            }
+            return clock == CLOCK_REALTIME ? wallNs : monotonicNs;
+        };
+    }
+    void refuseStamps() {
+        m_calls.refusesOption = [](int level, int option) { return level == SOL_SOCKET && option == SO_TIMESTAMPNS; };
+    }
+
+private:
+    std::atomic<int> m_receives{0};
+    std::atomic<bool> m_hasJumped{false};
+    KernelCalls m_calls;
+};
+
+TYPED_TEST(PlatformIcmpTest, AReplyThatIsReadLateHasNotTakenLonger) {
+    const Jump jump(kSecondNs, kSecondNs);
+    const SPW_EchoReply reply = this->echo().reply();
+    ASSERT_EQ(reply.count, 1u);
+    EXPECT_LT(reply.roundTripUs, kSecondUs);
+}
+
+TYPED_TEST(PlatformIcmpTest, WithoutTheKernelsStampAReplyIsThereWhenItIsRead) {
+    Jump jump(kSecondNs, kSecondNs);
+    jump.refuseStamps();
+    // The raw socket is there only once, and this one has stamps.
+    this->icmp().close(this->m_service);
+    this->m_service = this->icmp().open();
+    const SPW_EchoReply reply = this->echo().reply();
+    ASSERT_EQ(reply.count, 1u);
+    EXPECT_GE(reply.roundTripUs, kSecondUs);
+}
+
+TYPED_TEST(PlatformIcmpTest, AWallClockThatIsSetDuringAnEchoDoesNotChangeItsTime) {
+    for (const std::int64_t wallNs : {-3600 * kSecondNs, -10 * kSecondNs, 10 * kSecondNs, 3600 * kSecondNs}) {
+        const auto before = Time::now();
+        SPW_EchoReply reply;
+        {
+            const Jump jump(0, wallNs);
+            reply = this->echo().reply();
+        }
+        const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Time::now() - before);
+        ASSERT_EQ(reply.count, 1u);
+        // The wait of 20 ms is in it: what cannot be told apart is not taken off.
+        EXPECT_GE(reply.roundTripUs, 20000u) << wallNs;
+        EXPECT_LE(reply.roundTripUs, static_cast<std::uint64_t>(elapsed.count())) << wallNs;
+    }
+}
+
+TYPED_TEST(PlatformIcmpTest, TheTimeIsThatOfTheWayNotOfTheMachine) {
+    this->m_implementation.silence();
+    Observer observer;
+    SPW_EchoReply reply;
+    std::thread echoing([&] { reply = this->echo().reply(); });
+    const std::vector<std::uint8_t> request = observer.nextRequest();
+    const auto seen = Time::now();
+    std::this_thread::sleep_for(milliseconds(30));
+    sendIcmp(withChecksum(replyTo(request)));
+    const auto answered = std::chrono::duration_cast<std::chrono::microseconds>(Time::now() - seen);
+    echoing.join();
+    ASSERT_EQ(reply.count, 1u);
+    EXPECT_GE(reply.roundTripUs, 30000u);
+    // The request was seen some time after it had been sent.
+    EXPECT_LT(reply.roundTripUs, static_cast<std::uint64_t>(answered.count()) + kPatienceMs * 1000u);
+    EXPECT_EQ(reply.timeToLive, 64) << "the kernel's own";
+}
+
 // ---- Many echoes through one socket ----
 
 // Two echoes to an address that is silent until the test replies. The first one receives for both. Then the second one

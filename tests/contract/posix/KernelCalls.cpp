@@ -38,7 +38,8 @@ int __real_connect(int descriptor, const sockaddr* address, socklen_t size);
 int __real_accept4(int descriptor, sockaddr* address, socklen_t* size, int flags);
 int __real_epoll_ctl(int watch, int operation, int descriptor, epoll_event* event);
 int __real_setsockopt(int descriptor, int level, int option, const void* value, socklen_t size);
-ssize_t __real_recvfrom(int descriptor, void* buffer, std::size_t size, int flags, sockaddr* source, socklen_t* length);
+ssize_t __real_recvmsg(int descriptor, msghdr* message, int flags);
+int __real_clock_gettime(clockid_t clock, timespec* time);
 
 int __wrap_connect(int descriptor, const sockaddr* address, socklen_t size) {
     run(&KernelCalls::beforeConnect);
@@ -73,11 +74,27 @@ int __wrap_epoll_ctl(int watch, int operation, int descriptor, epoll_event* even
     return __real_epoll_ctl(watch, operation, descriptor, event);
 }
 
-ssize_t __wrap_recvfrom(int descriptor, void* buffer, std::size_t size, int flags, sockaddr* source,
-                        socklen_t* length) {
+ssize_t __wrap_recvmsg(int descriptor, msghdr* header, int flags) {
     const auto* const message = find(&KernelCalls::message);
-    const ssize_t received = message == nullptr ? 0 : (*message)(buffer, size);
-    return received > 0 ? received : __real_recvfrom(descriptor, buffer, size, flags, source, length);
+    const bool isAsked = message != nullptr && (flags & MSG_ERRQUEUE) == 0;
+    const ssize_t received = isAsked ? (*message)(header->msg_iov->iov_base, header->msg_iov->iov_len) : 0;
+    if (received <= 0) {
+        return __real_recvmsg(descriptor, header, flags);
+    }
+    header->msg_controllen = 0;
+    return received;
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec* time) {
+    constexpr std::int64_t kNsPerSecond = 1000000000;
+    const int result = __real_clock_gettime(clock, time);
+    const auto* const ahead = find(&KernelCalls::clockAheadNs);
+    if (ahead != nullptr) {
+        const std::int64_t ns = time->tv_nsec + (*ahead)(clock);
+        time->tv_sec += ns / kNsPerSecond;
+        time->tv_nsec = ns % kNsPerSecond;
+    }
+    return result;
 }
 
 }  // extern "C"

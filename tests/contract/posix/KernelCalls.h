@@ -1,8 +1,10 @@
 #pragma once
 
 #include <sys/types.h>
+#include <time.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 
 // Steps in front of the kernel's calls. The linker sends the program's calls here (--wrap). Between two of them a test
@@ -24,6 +26,9 @@ public:
     std::function<bool(int level, int option)> refusesOption;
     // errno with which the kernel refuses to watch one more socket, or 0.
     std::function<int()> watchRefusal;
-    // Gives the message that recvfrom() receives and its size, or 0 to let it ask the kernel.
+    // Gives the message that recvmsg() receives and its size, or 0 to let it ask the kernel. Queues of errors are not
+    // asked for messages.
     std::function<ssize_t(void* buffer, std::size_t size)> message;
+    // Nanoseconds by which a clock is ahead of the kernel's.
+    std::function<std::int64_t(clockid_t clock)> clockAheadNs;
 };

@@ -152,6 +152,17 @@ TEST(IcmpRequestTest, EightBytesAreRoomForTheToken) {
 
 // ---- Replies ----
 
+TEST(IcmpReplyTest, TheIpHeaderTellsTheTimeToLive) {
+    Echo echo = anEcho();
+    Bytes packet = inIp(replyTo(compose(echo, "data and more")), kTarget, kOwn);
+    for (const int timeToLive : {0, 1, 57, 255}) {
+        packet[8] = static_cast<std::uint8_t>(timeToLive);
+        Answer answer;
+        EXPECT_TRUE(isAnswer(packet, echo, answer));
+        EXPECT_EQ(answer.timeToLive, timeToLive);
+    }
+}
+
 TEST(IcmpReplyTest, AnswersItsRequest) {
     for (const char* data : {"", "1", "--------", "-------- and more"}) {
         Echo echo = anEcho();

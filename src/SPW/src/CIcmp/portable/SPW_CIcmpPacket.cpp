@@ -21,6 +21,7 @@ constexpr int kSequenceAt = 6;
 constexpr int kSmallestIpHeader = 20;
 constexpr int kTotalLengthAt = 2;
 constexpr int kFragmentAt = 6;
+constexpr int kTimeToLiveAt = 8;
 constexpr int kProtocolAt = 9;
 constexpr int kIpSourceAt = 12;
 constexpr int kIpTargetAt = 16;
@@ -132,6 +133,7 @@ bool parsePacket(const std::uint8_t* bytes, int size, Answer& answer) {
     if (total < offset || total > size || checksum(bytes + offset, total - offset) != 0) {
         return false;
     }
+    answer.timeToLive = bytes[kTimeToLiveAt];
     return parseMessage(bytes + offset, total - offset, readAddress(bytes + kIpSourceAt), answer);
 }
 

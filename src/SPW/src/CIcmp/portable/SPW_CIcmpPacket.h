@@ -35,6 +35,8 @@ struct Answer {
     std::uint64_t token = 0;
     // An error message quotes as much of its request as its sender likes.
     bool hasToken = false;
+    // With which the message itself arrived. A message without its IP header leaves it as it is.
+    std::uint8_t timeToLive = 0;
 };
 
 // The internet checksum of the bytes: 0 when they contain their own right one.

@@ -10,6 +10,7 @@
 #include "SPW_CDeadlinePosix.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CIcmpPacket.h"
+#include "SPW_CRoundTripPosix.h"
 #include "SPW_Types.h"
 
 // One ICMP socket and the echoes that are under way through it. Any number of threads at once.
@@ -37,7 +38,8 @@ public:
     SPW_CIcmpChannel& operator=(const SPW_CIcmpChannel&) = delete;
 
     // Sends one request and waits for what becomes of it: 0 for a reply, else a code as SPW_CIcmp::echo() has them.
-    SPW_Result echo(Group& group, const SPW_EchoRequest& request);
+    // Tells in reply how the reply came; its buffer and its count are the caller's affair.
+    SPW_Result echo(Group& group, const SPW_EchoRequest& request, SPW_EchoReply& reply);
     // Of a raw channel: whether the kernel gives it messages at all. Messages that nobody waits for would fill its
     // queue. It hears from its opening on. No echo may be under way while it does not.
     void setHearing(bool hears);
@@ -45,12 +47,22 @@ public:
     void cancel(Group& group);
 
 private:
+    // An answer and its arrival.
+    struct Message {
+        SPW_CIcmpPacket::Answer answer;
+        SPW_CArrivalPosix arrival;
+    };
     // An echo under way; lives on the stack of its thread.
     struct Waiter {
         const Group* group = nullptr;
         SPW_CIcmpPacket::Echo echo;
+        // The thread's own: both clocks just before the request was sent.
+        SPW_CClockReadingPosix sending;
         bool isDone = false;
         SPW_Result code = 0;
+        // Of a reply.
+        SPW_CArrivalPosix arrival;
+        std::uint8_t timeToLive = 0;
         std::condition_variable wake;
     };
     enum Received { kNothing, kOther, kAnswer };
@@ -59,14 +71,14 @@ private:
 
     bool enter(Waiter& waiter);
     void leave(Waiter& waiter);
-    SPW_Result send(const Waiter& waiter, const std::uint8_t* packet, std::size_t size);
+    SPW_Result send(Waiter& waiter, const std::uint8_t* packet, std::size_t size);
     SPW_Result await(std::unique_lock<std::mutex>& lock, Waiter& waiter, const SPW_CDeadlinePosix& deadline);
-    void deliver(const SPW_CIcmpPacket::Answer& answer);
+    void deliver(const Message& message);
     void end(Waiter& waiter, SPW_Result code);
     void wakeReceiver();
     void discardPending();
     void waitForMessage(const SPW_CDeadlinePosix& deadline);
-    Received receiveNow(SPW_CIcmpPacket::Answer& answer);
+    Received receiveNow(Message& message);
     Received receiveError(SPW_CIcmpPacket::Answer& answer);
 
     const int m_descriptor;

@@ -74,12 +74,33 @@ SPW_Result codeOfQueuedError(const sock_extended_err& error) {
                                                 : codeOfSend(static_cast<int>(error.ee_errno));
 }
 
+int switchOn(int descriptor, int level, int option) {
+    const int on = 1;
+    return ::setsockopt(descriptor, level, option, &on, sizeof on);
+}
+
+// The kernel stamps what arrives while any socket of the device asks for stamps. It begins and ends that some time
+// after it is asked. The socket of one echo alone would ask too late for the stamp of its own reply. One socket that
+// receives nothing asks to the end of the process.
+void keepStamping() {
+    static std::atomic<bool> isAsked{false};
+    if (isAsked.exchange(true)) {
+        return;
+    }
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (descriptor == -1 || switchOn(descriptor, SOL_SOCKET, SO_TIMESTAMPNS) != 0) {
+        (void)::close(descriptor);
+        isAsked = false;
+    }
+}
+
+// Where an option is refused, the socket still works, if worse.
 int openDatagram() {
     const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_ICMP);
     if (descriptor != -1) {
         // Without this option the socket would not be told of "unreachable" messages.
-        const int on = 1;
-        (void)::setsockopt(descriptor, IPPROTO_IP, IP_RECVERR, &on, sizeof on);
+        (void)switchOn(descriptor, IPPROTO_IP, IP_RECVERR);
+        (void)switchOn(descriptor, IPPROTO_IP, IP_RECVTTL);
     }
     return descriptor;
 }
@@ -90,18 +111,67 @@ void refuseTypes(int descriptor, std::uint32_t types) {
     (void)::setsockopt(descriptor, SOL_RAW, ICMP_FILTER, &filter, sizeof filter);
 }
 
+// The same. The time-to-live stands in the IP header, which a raw socket delivers.
 int openRaw() {
     const int descriptor = ::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
     if (descriptor == -1) {
         return -1;
     }
-    // Where an option fails, the socket still works, if worse.
     refuseTypes(descriptor, ~kHeardTypes);
     if (::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, &kRawQueueBytes, sizeof kRawQueueBytes) != 0) {
         (void)::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &kRawQueueBytes, sizeof kRawQueueBytes);
     }
     return descriptor;
 }
+
+// One message with what the kernel tells beside it.
+class Datagram {
+public:
+    // The buffer is the caller's.
+    Datagram(void* buffer, std::size_t size) : m_piece{buffer, size} {
+        m_header.msg_name = &m_address;
+        m_header.msg_namelen = sizeof m_address;
+        m_header.msg_iov = &m_piece;
+        m_header.msg_iovlen = 1;
+        m_header.msg_control = m_control;
+        m_header.msg_controllen = sizeof m_control;
+    }
+    Datagram(const Datagram&) = delete;
+    Datagram& operator=(const Datagram&) = delete;
+
+    // The size of the message; -1, with errno saying why, when there is none. Does not wait.
+    ssize_t receive(int descriptor, int flags) { return ::recvmsg(descriptor, &m_header, flags | MSG_DONTWAIT); }
+
+    // The sender; of an entry in the queue of errors: whom the request was for.
+    SPW_CIpAddress address() const { return SPW_CSocketAddressPosix::toAddress(m_address.sin_addr); }
+    // 0 when the kernel did not tell.
+    std::uint8_t timeToLive() {
+        int value = 0;
+        return find(IPPROTO_IP, IP_TTL, value) ? static_cast<std::uint8_t>(value) : std::uint8_t{0};
+    }
+    // Wall clock of the arrival; 0 when the kernel did not tell.
+    std::int64_t stampNs() {
+        timespec stamp;
+        return find(SOL_SOCKET, SCM_TIMESTAMPNS, stamp) ? std::int64_t{stamp.tv_sec} * 1000000000 + stamp.tv_nsec : 0;
+    }
+    // False, with value unchanged, when the kernel did not tell.
+    template <typename Value>
+    bool find(int level, int type, Value& value) {
+        for (cmsghdr* entry = CMSG_FIRSTHDR(&m_header); entry != nullptr; entry = CMSG_NXTHDR(&m_header, entry)) {
+            if (entry->cmsg_level == level && entry->cmsg_type == type && entry->cmsg_len >= CMSG_LEN(sizeof value)) {
+                std::memcpy(&value, CMSG_DATA(entry), sizeof value);
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    sockaddr_in m_address{};
+    iovec m_piece;
+    alignas(cmsghdr) char m_control[512];
+    msghdr m_header{};
+};
 
 }  // namespace
 
@@ -110,6 +180,8 @@ std::unique_ptr<SPW_CIcmpChannel> SPW_CIcmpChannel::open(Kind kind) {
     if (descriptor == -1) {
         return nullptr;
     }
+    keepStamping();
+    (void)switchOn(descriptor, SOL_SOCKET, SO_TIMESTAMPNS);  // without stamps the time of the reading has to do
     const int alarm = kind == kRaw ? ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK) : -1;
     if (kind == kRaw && alarm == -1) {
         const int code = errno;
@@ -134,7 +206,7 @@ SPW_CIcmpChannel::~SPW_CIcmpChannel() {
     }
 }
 
-SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_EchoRequest& request) {
+SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_EchoRequest& request, SPW_EchoReply& reply) {
     const std::size_t size = kRequestHeader + request.dataSize;
     const std::unique_ptr<std::uint8_t[]> packet(new (std::nothrow) std::uint8_t[size]);
     if (packet == nullptr) {
@@ -163,6 +235,10 @@ SPW_Result SPW_CIcmpChannel::echo(Group& group, const SPW_EchoRequest& request) 
         code = await(lock, waiter, deadline);
     }
     leave(waiter);
+    if (code == kSysOk) {
+        reply.roundTripUs = SPW_CRoundTripPosix::microseconds(waiter.sending, waiter.arrival);
+        reply.timeToLive = waiter.timeToLive;
+    }
     return code;
 }
 
@@ -206,13 +282,14 @@ void SPW_CIcmpChannel::leave(Waiter& waiter) {
     }
 }
 
-SPW_Result SPW_CIcmpChannel::send(const Waiter& waiter, const std::uint8_t* packet, std::size_t size) {
+SPW_Result SPW_CIcmpChannel::send(Waiter& waiter, const std::uint8_t* packet, std::size_t size) {
     const sockaddr_in target = SPW_CSocketAddressPosix::toSockaddr(waiter.echo.target, 0);
     int error = 0;
     // A datagram socket tells of the failure of an earlier echo at the next call, whatever that is, and only once.
     for (int attempt = 0; attempt < 2; ++attempt) {
         ssize_t sent = -1;
         do {
+            waiter.sending = SPW_CClockReadingPosix::now();
             sent = ::sendto(m_descriptor, packet, size, MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&target),
                             sizeof target);
         } while (sent == -1 && errno == EINTR);
@@ -230,8 +307,8 @@ SPW_Result SPW_CIcmpChannel::await(std::unique_lock<std::mutex>& lock, Waiter& w
         if (m_receiver == nullptr) {
             m_receiver = &waiter;
             lock.unlock();
-            SPW_CIcmpPacket::Answer answer;
-            const Received received = receiveNow(answer);
+            Message message;
+            const Received received = receiveNow(message);
             const bool isLate = deadline.hasPassed();
             if (received == kNothing && !isLate) {
                 waitForMessage(deadline);
@@ -239,7 +316,7 @@ SPW_Result SPW_CIcmpChannel::await(std::unique_lock<std::mutex>& lock, Waiter& w
             lock.lock();
             m_receiver = nullptr;
             if (received == kAnswer) {
-                deliver(answer);
+                deliver(message);
             }
             // However many messages of others keep coming.
             if (isLate && !waiter.isDone) {
@@ -255,12 +332,18 @@ SPW_Result SPW_CIcmpChannel::await(std::unique_lock<std::mutex>& lock, Waiter& w
     return waiter.code;
 }
 
-void SPW_CIcmpChannel::deliver(const SPW_CIcmpPacket::Answer& answer) {
+void SPW_CIcmpChannel::deliver(const Message& message) {
+    const SPW_CIcmpPacket::Answer& answer = message.answer;
     const auto found = m_waiters.find(answer.sequence);
     if (found == m_waiters.end() || !SPW_CIcmpPacket::isAnswerTo(answer, found->second->echo)) {
         return;
     }
-    end(*found->second, answer.code);
+    Waiter& waiter = *found->second;
+    if (!waiter.isDone) {
+        waiter.arrival = message.arrival;
+        waiter.timeToLive = answer.timeToLive;
+    }
+    end(waiter, answer.code);
 }
 
 void SPW_CIcmpChannel::end(Waiter& waiter, SPW_Result code) {
@@ -289,7 +372,7 @@ void SPW_CIcmpChannel::wakeReceiver() {
 // Nobody has read the socket since the last echo ended; what has come meanwhile must not take the room of our reply.
 // What comes from now on is left, or under a flood the request would never be sent.
 void SPW_CIcmpChannel::discardPending() {
-    SPW_CIcmpPacket::Answer ignored;
+    Message ignored;
     for (int i = 0; i < kMostPending && receiveNow(ignored) != kNothing; ++i) {
     }
 }
@@ -305,52 +388,43 @@ void SPW_CIcmpChannel::waitForMessage(const SPW_CDeadlinePosix& deadline) {
 }
 
 // Reads one message if there is one.
-SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveNow(SPW_CIcmpPacket::Answer& answer) {
-    sockaddr_in source{};
-    socklen_t length = sizeof source;
-    const ssize_t size = ::recvfrom(m_descriptor, m_buffer.get(), m_kind == kRaw ? kRawBuffer : kDatagramBuffer,
-                                    MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&source), &length);
+SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveNow(Message& message) {
+    Datagram datagram(m_buffer.get(), m_kind == kRaw ? kRawBuffer : kDatagramBuffer);
+    const ssize_t size = datagram.receive(m_descriptor, 0);
     if (size == -1) {
         const bool isEmpty = errno == EAGAIN;
-        const Received queued = m_kind == kDatagram ? receiveError(answer) : kNothing;
+        const Received queued = m_kind == kDatagram ? receiveError(message.answer) : kNothing;
         return queued == kNothing && !isEmpty ? kOther : queued;
     }
     const int count = static_cast<int>(size);
+    SPW_CIcmpPacket::Answer& answer = message.answer;
+    answer.timeToLive = datagram.timeToLive();
     const bool isAnswer = m_kind == kRaw
                               ? SPW_CIcmpPacket::parsePacket(m_buffer.get(), count, answer)
-                              : SPW_CIcmpPacket::parseMessage(
-                                    m_buffer.get(), count, SPW_CSocketAddressPosix::toAddress(source.sin_addr), answer);
-    return isAnswer ? kAnswer : kOther;
+                              : SPW_CIcmpPacket::parseMessage(m_buffer.get(), count, datagram.address(), answer);
+    if (!isAnswer) {
+        return kOther;
+    }
+    message.arrival.stampNs = datagram.stampNs();
+    message.arrival.reading = SPW_CClockReadingPosix::now();
+    return kAnswer;
 }
 
 // Reads one entry of a datagram socket's queue of errors: the request as it was sent, the address that it was for, and
 // beside them what went wrong.
 SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveError(SPW_CIcmpPacket::Answer& answer) {
-    sockaddr_in target{};
-    iovec piece{m_buffer.get(), kDatagramBuffer};
-    alignas(cmsghdr) char control[512];
-    msghdr message{};
-    message.msg_name = &target;
-    message.msg_namelen = sizeof target;
-    message.msg_iov = &piece;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    const ssize_t size = ::recvmsg(m_descriptor, &message, MSG_ERRQUEUE | MSG_DONTWAIT);
+    Datagram datagram(m_buffer.get(), kDatagramBuffer);
+    const ssize_t size = datagram.receive(m_descriptor, MSG_ERRQUEUE);
     if (size == -1) {
         return kNothing;
     }
-    for (cmsghdr* entry = CMSG_FIRSTHDR(&message); entry != nullptr; entry = CMSG_NXTHDR(&message, entry)) {
-        if (entry->cmsg_level != IPPROTO_IP || entry->cmsg_type != IP_RECVERR) {
-            continue;
-        }
-        sock_extended_err error;
-        std::memcpy(&error, CMSG_DATA(entry), sizeof error);
-        answer.code = codeOfQueuedError(error);
-        answer.target = SPW_CSocketAddressPosix::toAddress(target.sin_addr);
-        const bool endsEcho = answer.code != kSysOk &&
-                              SPW_CIcmpPacket::parseQuotedRequest(m_buffer.get(), static_cast<int>(size), answer);
-        return endsEcho ? kAnswer : kOther;
+    sock_extended_err error;
+    if (!datagram.find(IPPROTO_IP, IP_RECVERR, error)) {
+        return kOther;
     }
-    return kOther;
+    answer.code = codeOfQueuedError(error);
+    answer.target = datagram.address();
+    const bool endsEcho =
+        answer.code != kSysOk && SPW_CIcmpPacket::parseQuotedRequest(m_buffer.get(), static_cast<int>(size), answer);
+    return endsEcho ? kAnswer : kOther;
 }

@@ -70,7 +70,9 @@ public:
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    SPW_Result echo(const SPW_EchoRequest& request) { return m_channel->echo(m_echoes, request); }
+    SPW_Result echo(const SPW_EchoRequest& request, SPW_EchoReply& reply) {
+        return m_channel->echo(m_echoes, request, reply);
+    }
     void cancel() { m_channel->cancel(m_echoes); }
 
 private:
@@ -116,7 +118,7 @@ public:
         } else if (reply.bufferSize < kSmallestIcmpReply) {
             code = kSysInsufficientBuffer;
         } else {
-            code = static_cast<Service*>(service)->echo(request);
+            code = static_cast<Service*>(service)->echo(request, reply);
         }
         reply.count = code == kSysOk ? 1 : 0;
         if (code != kSysOk) {

@@ -35,10 +35,34 @@ constexpr std::uint32_t kStateRoom = 2 * sizeof(void*);
 // The stack of the thread on which an echo waits.
 [[maybe_unused]] constexpr std::size_t kEchoStackBytes = 256 * 1024;
 
+constexpr std::int64_t kMsPerSecond = 1000;
+constexpr std::int64_t kUsPerSecond = 1000000;
+constexpr std::uint32_t kUsPerMs = 1000;
+
 std::uint32_t failWith(SPW_Result code) {
     lastCode.value.set(code);
     return 0;
 }
+
+// Counts of the system's finest clock, and how many of them make a second; 0 without a clock that is finer than the
+// platform's own record of an echo. A handheld has none.
+#ifdef UNDER_CE
+std::int64_t readCounter() {
+    return 0;
+}
+std::int64_t countsPerSecond() {
+    return 0;
+}
+#else
+std::int64_t readCounter() {
+    LARGE_INTEGER count = {};
+    return QueryPerformanceCounter(&count) ? count.QuadPart : 0;
+}
+std::int64_t countsPerSecond() {
+    LARGE_INTEGER count = {};
+    return QueryPerformanceFrequency(&count) ? count.QuadPart : 0;
+}
+#endif
 
 // A handle points at this. It lives until its owner has closed it and the last echo that was left has ended.
 struct Service {
@@ -59,6 +83,8 @@ struct Echo {
     // What the call gave.
     DWORD replies;
     DWORD code;
+    // How long it lasted, in counts of the system's finest clock.
+    std::int64_t counts;
     HANDLE thread;
     Echo* next;
 
@@ -90,20 +116,38 @@ struct Echo {
     }
     // Blocks until the platform has a reply or gives up.
     void run() {
+        const std::int64_t begin = readCounter();
         replies =
             call(service->native, address, data(), static_cast<WORD>(dataSize), nullptr, reply(), replySize, timeoutMs);
         code = GetLastError();
+        counts = readCounter() - begin;
     }
     bool hasEnded() const { return WaitForSingleObject(thread, 0) == WAIT_OBJECT_0; }
     // The number of replies as our callers know it. An answer that there will be no reply counts as a reply for the
     // platform. Newer systems give that answer to themselves when nobody on their own network has the address: every
     // peer that is switched off would seem alive.
-    std::uint32_t result() {
+    // Tells in `told` how a reply came.
+    std::uint32_t result(SPW_EchoReply& told) {
         if (replies == 0) {
             return failWith(code);
         }
-        const ULONG status = static_cast<const ICMP_ECHO_REPLY*>(static_cast<const void*>(reply()))->Status;
-        return status == IP_SUCCESS ? 1 : failWith(status);
+        const ICMP_ECHO_REPLY& record = *static_cast<const ICMP_ECHO_REPLY*>(static_cast<const void*>(reply()));
+        if (record.Status != IP_SUCCESS) {
+            return failWith(record.Status);
+        }
+        told.roundTripUs = roundTripUs(record.RoundTripTime);
+        told.timeToLive = record.Options.Ttl;
+        return 1;
+    }
+    // The platform counts whole milliseconds, or ticks of a clock that is coarser still.
+    std::uint32_t roundTripUs(std::uint32_t platformMs) const {
+        constexpr std::uint64_t kGreatest = 0xFFFFFFFFu;
+        const std::int64_t perSecond = countsPerSecond();
+        const std::uint64_t us = perSecond > kMsPerSecond && counts >= 0
+                                     ? static_cast<std::uint64_t>(counts / perSecond * kUsPerSecond +
+                                                                  counts % perSecond * kUsPerSecond / perSecond)
+                                     : platformMs * std::uint64_t{kUsPerMs};
+        return static_cast<std::uint32_t>(us < kGreatest ? us : kGreatest);
     }
 };
 
@@ -190,7 +234,7 @@ private:
 SPW_CImmortal<LeftEchoes> leftEchoes;
 
 // Ends when the platform's call ends, or leaves the call at a cancel.
-std::uint32_t await(Echo* echo) {
+std::uint32_t await(Echo* echo, SPW_EchoReply& reply) {
     if (beginElsewhere(echo)) {
         const HANDLE ends[] = {echo->thread, echo->service->cancelled};
         if (WaitForMultipleObjects(2, ends, FALSE, INFINITE) != WAIT_OBJECT_0) {
@@ -200,7 +244,7 @@ std::uint32_t await(Echo* echo) {
     } else {
         echo->run();
     }
-    const std::uint32_t result = echo->result();
+    const std::uint32_t result = echo->result(reply);
     echo->destroy();
     return result;
 }
@@ -250,7 +294,7 @@ public:
     // What the platform wants of room for a reply differs from what the caller's rule gives, and a caller who leaves
     // takes its buffers along. So the platform never sees them.
     void echo(SPW_Handle service, const SPW_EchoRequest& request, SPW_EchoReply& reply) override {
-        reply.count = countReplies(static_cast<Service*>(service), request, reply.bufferSize);
+        reply.count = countReplies(static_cast<Service*>(service), request, reply);
     }
 
     void lookAgain() override { SPW_CIpHelperW32::lookAgain(); }
@@ -258,11 +302,11 @@ public:
     SPW_Result lastError() override { return lastCode.value.get(); }
 
 private:
-    std::uint32_t countReplies(Service* service, const SPW_EchoRequest& request, std::uint32_t bufferSize) {
+    std::uint32_t countReplies(Service* service, const SPW_EchoRequest& request, SPW_EchoReply& reply) {
         if (service == nullptr) {
             return failWith(kSysInvalidHandle);
         }
-        if (bufferSize < kSmallestIcmpReply) {
+        if (reply.bufferSize < kSmallestIcmpReply) {
             return failWith(kSysInsufficientBuffer);
         }
         if (WaitForSingleObject(service->cancelled, 0) == WAIT_OBJECT_0) {
@@ -278,7 +322,7 @@ private:
         }
         echo->service = service;
         echo->call = sendEcho;
-        return await(echo);
+        return await(echo, reply);
     }
 };
 
