@@ -46,4 +46,14 @@ public:
                                 const SPW_CString& text) = 0;
     virtual void onDataSent(ProbeKind kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
                             const SPW_CString& text) = 0;
+
+    // What stands beside the three above. A sink that needs none of it overrides nothing.
+
+    // Of a pinger: how the reply came that the next onDataReceived() reports. address: the one of that report.
+    // roundTripUs: microseconds, as SPW_EchoReply has them. timeToLive: of the received reply, 0 when it is not known.
+    virtual void onReplyMeasured(const SPW_CString& address, std::uint32_t roundTripUs, std::uint8_t timeToLive) {
+        (void)address;
+        (void)roundTripUs;
+        (void)timeToLive;
+    }
 };

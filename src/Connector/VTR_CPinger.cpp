@@ -102,13 +102,15 @@ void VTR_CPinger::pingStep() {
     if (!m_schedule.isDue(m_state == 1)) {
         return;
     }
-    const SPW_Result result = ping();
+    SPW_EchoReply reply;
+    const SPW_Result result = ping(reply);
     if (result == kSysOperationAborted) {
         // Nobody knows whether the peer would have answered. The request counts as not sent.
         return;
     }
     m_sink->onDataSent(kPinger, 0, m_address, m_sequence, SPW_CString());
     if (result == 0) {
+        m_sink->onReplyMeasured(m_address, reply.roundTripUs, reply.timeToLive);
         m_sink->onDataReceived(kPinger, 0, m_address, m_sequence, SPW_CString());
     } else {
         const SPW_Result code = GetLastErrorCode();
@@ -117,7 +119,7 @@ void VTR_CPinger::pingStep() {
     m_sequence = nextSequence(m_sequence);
 }
 
-SPW_Result VTR_CPinger::ping() {
+SPW_Result VTR_CPinger::ping(SPW_EchoReply& reply) {
     const SocketLibrary library;
     SPW_CIpAddress target;
     if (!findTarget(target)) {
@@ -131,7 +133,7 @@ SPW_Result VTR_CPinger::ping() {
         return fail(probeFailureText(u"Could not create ICMP handle ", code), code);
     }
     publishService(service);
-    const SPW_Result result = echo(service, target);
+    const SPW_Result result = echo(service, target, reply);
     publishService(nullptr);
     SPW_CIcmp::instance->close(service);
     return result;
@@ -147,7 +149,7 @@ bool VTR_CPinger::findTarget(SPW_CIpAddress& target) const {
     return SPW_CIpAddress::parse(m_address, target);
 }
 
-SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target) {
+SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target, SPW_EchoReply& reply) {
     static const char16_t kShortOfMemory[] = u"running short of memory";
     // A negative size is one beyond all memory, as is one whose reply cannot be counted in 32 bits.
     const std::uint64_t dataSize = static_cast<std::uint32_t>(m_dataSize);
@@ -170,10 +172,10 @@ SPW_Result VTR_CPinger::echo(SPW_Handle service, const SPW_CIpAddress& target) {
     request.data = data.get();
     request.dataSize = static_cast<std::uint16_t>(dataSize);
     request.timeoutMs = periodMs > 0 ? static_cast<std::uint32_t>(periodMs) : 0;
-    SPW_EchoReply reply;
     reply.buffer = replyBuffer.get();
     reply.bufferSize = static_cast<std::uint32_t>(replySize);
     SPW_CIcmp::instance->echo(service, request, reply);
+    reply.buffer = nullptr;  // goes at the end of this call
     // Any reply counts, whatever its status says.
     if (reply.count != 0) {
         return 0;

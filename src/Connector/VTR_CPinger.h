@@ -10,12 +10,13 @@
 #include "ProbeSchedule.h"
 #include "ProbeWorker.h"
 #include "SPW_CCriticalSection.h"
+#include "SPW_CIcmp.h"
 #include "SPW_CIpAddress.h"
 #include "SPW_CString.h"
 #include "SPW_CThread.h"
 
-// Pings one peer once per period and reports every request as sent, every answered one as received as well. It
-// needs nothing on the peer's side.
+// Pings one peer once per period and reports every request as sent, every answered one as received as well. Just before
+// that it reports how the reply came. It needs nothing on the peer's side.
 //
 // One thread at a time constructs, starts, stops and destroys: the owner (see Probe). Reports are made on the pinger's
 // own thread. StopPinging() and the destructor end the ping in progress, which then counts neither as sent nor as lost,
@@ -73,13 +74,13 @@ private:
     typedef std::unique_ptr<void, FreeMemory> Buffer;
 
     // One request to the peer and its reply: 0, kProbeAddressMissing, kProbeFailed, or kSysOperationAborted when a stop
-    // has ended it.
-    SPW_Result ping();
+    // has ended it. Only with 0 does reply tell how the reply came.
+    SPW_Result ping(SPW_EchoReply& reply);
     // The service of the ping in progress, which a stop cancels; null when there is none.
     void publishService(SPW_Handle service);
     void cancelEcho();
     bool isStopping() const { return m_stopRequested || m_worker.isStopAsked(); }
-    SPW_Result echo(SPW_Handle service, const SPW_CIpAddress& target);
+    SPW_Result echo(SPW_Handle service, const SPW_CIpAddress& target, SPW_EchoReply& reply);
     bool findTarget(SPW_CIpAddress& target) const;
     SPW_Result fail(const SPW_CString& text, SPW_Result code);
 

@@ -53,6 +53,14 @@ MATCHER_P(IsError, code, "") {
     return arg.what == ProbeReport::kError && arg.code == static_cast<SPW_Result>(code);
 }
 
+// How a reply came.
+struct ReplyMeasurement {
+    std::size_t reportsBefore = 0;  // untaken ones
+    std::string address;
+    std::uint32_t roundTripUs = 0;
+    std::uint8_t timeToLive = 0;
+};
+
 // Keeps every report of the probe objects. A further kind of report gets a list of its own here: a test that names all
 // reports of this list is not about it.
 //
@@ -72,6 +80,11 @@ public:
         add({ProbeReport::kSent, kind, port, target.toAnsi(), sequence, 0, text.toAnsi()});
     }
 
+    void onReplyMeasured(const SPW_CString& address, std::uint32_t roundTripUs, std::uint8_t timeToLive) override {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_measurements.push_back({m_reports.size(), address.toAnsi(), roundTripUs, timeToLive});
+    }
+
     // The reports since the last call of this or take().
     std::vector<ProbeReport> takeReports() {
         const std::lock_guard<std::mutex> guard(m_mutex);
@@ -84,6 +97,11 @@ public:
             lines.push_back(report.line());
         }
         return lines;
+    }
+    // How replies came, since the last call of this.
+    std::vector<ReplyMeasurement> takeMeasurements() {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return std::exchange(m_measurements, {});
     }
     // Waits until at least that many reports stand there untaken. False when that does not happen.
     bool waitFor(std::size_t count) {
@@ -101,4 +119,5 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<ProbeReport> m_reports;
+    std::vector<ReplyMeasurement> m_measurements;
 };

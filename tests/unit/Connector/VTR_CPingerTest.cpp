@@ -17,6 +17,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 namespace {
 
@@ -57,6 +58,33 @@ TEST_F(PingerTest, AnsweredRequestIsReportedAsSentAndReceivedWithTheSameSequence
     pinger.pingStep();
     EXPECT_THAT(sink.take(), ElementsAre("sent 6 0 10.0.0.2 #0: ", "received 6 0 10.0.0.2 #0: ",
                                          "sent 6 0 10.0.0.2 #1: ", "received 6 0 10.0.0.2 #1: "));
+}
+
+TEST_F(PingerTest, HowTheReplyCameIsToldBetweenTheSentRequestAndTheReceivedReply) {
+    Driven pinger(&sink, u"10.0.0.2", 0, 32);
+    icmp.setReply(1234, 57);
+    pinger.pingStep();
+    icmp.setReply(0xFFFFFFFF, 0);
+    pinger.pingStep();
+    const std::vector<ReplyMeasurement> measurements = sink.takeMeasurements();
+    ASSERT_EQ(measurements.size(), 2u);
+    EXPECT_EQ(measurements[0].address, "10.0.0.2");
+    EXPECT_EQ(measurements[0].roundTripUs, 1234u);
+    EXPECT_EQ(measurements[0].timeToLive, 57u);
+    EXPECT_EQ(measurements[0].reportsBefore, 1u);
+    EXPECT_EQ(measurements[1].roundTripUs, 0xFFFFFFFFu);
+    EXPECT_EQ(measurements[1].timeToLive, 0u);
+    EXPECT_EQ(measurements[1].reportsBefore, 3u);
+}
+
+TEST_F(PingerTest, WithoutAReplyNothingIsToldOfIt) {
+    icmp.setReply(1234, 57);
+    icmp.failEcho(kIcmpHostUnreachable);
+    icmp.failOpen(kSysAccessDenied);
+    EXPECT_THAT(eventsOf(u"10.0.0.2", 32), SizeIs(2));
+    EXPECT_THAT(eventsOf(u"10.0.0.2", 32), SizeIs(2));
+    EXPECT_THAT(eventsOf(u"nobody", 32), SizeIs(2));
+    EXPECT_EQ(sink.takeMeasurements().size(), 0u);
 }
 
 TEST_F(PingerTest, RequestHasDataSizeReplyBufferAndPeriodAsTimeOut) {
