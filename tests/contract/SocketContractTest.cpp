@@ -272,6 +272,17 @@ TYPED_TEST(SocketContractTest, AConnectionCarriesBytesInOrderAndWithoutBounds) {
     EXPECT_EQ(this->receive(client), 4);
 }
 
+TYPED_TEST(SocketContractTest, ASocketWithoutAConnectionTellsNothingOfAnswers) {
+    const SPW_Socket closed = this->tcp();
+    ASSERT_EQ(this->s().close(closed), 0);
+    for (const SPW_Socket socket : {this->tcp(), this->listener(), this->udp(), closed, kInvalidSocket}) {
+        SPW_Unanswered unanswered;
+        unanswered.packets = 77;
+        EXPECT_FALSE(this->s().tellUnanswered(socket, unanswered));
+        EXPECT_EQ(unanswered.packets, 77u);
+    }
+}
+
 TYPED_TEST(SocketContractTest, ASocketWithoutAConnectionNeitherSendsNorReceives) {
     EXPECT_EQ(this->send(this->tcp(), "x"), -1);
     EXPECT_FAILS(this->receive(this->tcp()), kSockNotConnected);

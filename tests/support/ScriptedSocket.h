@@ -7,6 +7,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,6 +38,7 @@ public:
         kAccept,
         kConnect,
         kSend,
+        kTellUnanswered,
         kSendTo,
         kReceive,
         kReceiveFrom,
@@ -101,6 +103,11 @@ public:
     void addHost(const char16_t* name, std::vector<SPW_CIpAddress> addresses) {
         const Guard guard(m_lock);
         m_hosts.emplace_back(name, std::move(addresses));
+    }
+    // What every connection tells of its answers from now on. Until then none tells anything.
+    void setUnanswered(const SPW_Unanswered& unanswered) {
+        const Guard guard(m_lock);
+        m_unanswered = unanswered;
     }
     // Connections to this address wait for ever.
     void setSilent(const SPW_CIpAddress& address) {
@@ -353,6 +360,16 @@ public:
             end->resetCode = kSockReset;
         }
         return recordSent(*end, socket, end->peerAddress, end->peerPort, bytes, size);
+    }
+
+    bool tellUnanswered(SPW_Socket socket, SPW_Unanswered& unanswered) override {
+        const Guard guard(m_lock);
+        const End* end = findFor(kTellUnanswered, socket);
+        if (end == nullptr || end->peer == kInvalidSocket || !m_unanswered) {
+            return false;
+        }
+        unanswered = *m_unanswered;
+        return true;
     }
 
     int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
@@ -828,6 +845,7 @@ private:
     SPW_CString m_hostName = u"device";
     std::vector<SPW_CIpAddress> m_addresses{kLoopback, SPW_CIpAddress(10, 0, 0, 1)};
     std::vector<std::pair<SPW_CString, std::vector<SPW_CIpAddress>>> m_hosts;
+    std::optional<SPW_Unanswered> m_unanswered;
     std::vector<SPW_CIpAddress> m_silent;
     int m_startups = 0;
     SPW_Socket m_lastSocket = 0;

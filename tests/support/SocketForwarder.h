@@ -25,6 +25,9 @@ public:
     }
 
     int send(SPW_Socket socket, const void* bytes, int size) override { return m_target.send(socket, bytes, size); }
+    bool tellUnanswered(SPW_Socket socket, SPW_Unanswered& unanswered) override {
+        return m_target.tellUnanswered(socket, unanswered);
+    }
     int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
                int size) override {
         return m_target.sendTo(socket, address, port, bytes, size);

@@ -50,6 +50,16 @@ private:
 
 class SPW_CSocketWatch;
 
+// What a TCP connection knows of the far end's answers to what it has sent.
+struct SPW_Unanswered {
+    // Packets that have been sent and not been acknowledged.
+    std::uint32_t packets = 0;
+    // Repetitions in a row, each after a longer time-out, since the latest acknowledgement of something new.
+    std::uint32_t timeouts = 0;
+    // Milliseconds since the latest acknowledgement of whatever kind.
+    std::uint32_t sinceAnswerMs = 0;
+};
+
 // The platform's TCP/IP sockets, IPv4 only, reached through `instance`. All sockets are blocking.
 //
 // Results: every int result is -1 on failure; the code (SPW_CSysError.h) is then lastError() of the calling thread.
@@ -98,6 +108,13 @@ public:
     // Sends one datagram whole. An address of no device, such as SPW_CIpAddress::none(), fails.
     virtual int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
                        int size) = 0;
+    // Tells of a connection what the far end has left without an answer. False, with unanswered unchanged, where the
+    // platform does not tell (Windows), and for a socket that has no connection. Does not block.
+    virtual bool tellUnanswered(SPW_Socket socket, SPW_Unanswered& unanswered) {
+        (void)socket;
+        (void)unanswered;
+        return false;
+    }
     // Bytes received, at least 1 and at most size; 0 when the far end has closed the connection.
     virtual int receive(SPW_Socket socket, void* buffer, int size) = 0;
     // One datagram: its length, which may be 0, and its source in sender. What does not fit the buffer is lost without

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/resource.h>
@@ -330,6 +331,45 @@ TEST_F(SocketPosixTest, AConnectionThatLosesItsFarEndIsGivenUpAfterHalfAMinute) 
     EXPECT_EQ(option(server, IPPROTO_TCP, TCP_KEEPIDLE) +
                   option(server, IPPROTO_TCP, TCP_KEEPINTVL) * option(server, IPPROTO_TCP, TCP_KEEPCNT),
               30);
+}
+
+// From now on nothing that comes for the socket reaches it, and nobody is told.
+void makeDeaf(int descriptor) {
+    sock_filter takeNothing{BPF_RET | BPF_K, 0, 0, 0};
+    const sock_fprog filter{1, &takeNothing};
+    ASSERT_EQ(::setsockopt(descriptor, SOL_SOCKET, SO_ATTACH_FILTER, &filter, sizeof filter), 0);
+}
+
+void makeHearing(int descriptor) {
+    const int unused = 0;
+    ASSERT_EQ(::setsockopt(descriptor, SOL_SOCKET, SO_DETACH_FILTER, &unused, sizeof unused), 0);
+}
+
+TEST_F(SocketPosixTest, AConnectionTellsWhatItsFarEndHasLeftWithoutAnAnswer) {
+    const SPW_Socket listening = listener();
+    const SPW_Socket client = tcp();
+    SPW_Socket server = kInvalidSocket;
+    ASSERT_EQ(s().connect(client, kLoopback, portOf(listening)), 0);
+    const int descriptor = descriptorOf([&] { server = accept(listening); });
+    SPW_Unanswered unanswered;
+    const auto ask = [&] {
+        EXPECT_TRUE(s().tellUnanswered(client, unanswered));
+        return unanswered;
+    };
+    ASSERT_EQ(send(client, "answered"), 8);
+    ASSERT_TRUE(isReadable(server));
+    EXPECT_TRUE(soon([&] { return ask().packets == 0; }));
+    EXPECT_EQ(unanswered.timeouts, 0u);
+    makeDeaf(descriptor);
+    ASSERT_EQ(send(client, "lost"), 4);
+    EXPECT_TRUE(soon([&] { return ask().packets == 1 && unanswered.timeouts >= 2; }));
+    EXPECT_GE(unanswered.sinceAnswerMs, 200u) << "the kernel's shortest time-out";
+    makeHearing(descriptor);
+    EXPECT_TRUE(soon([&] { return ask().packets == 0; }));
+    EXPECT_EQ(unanswered.timeouts, 0u);
+    ASSERT_EQ(s().close(server), 0);
+    EXPECT_TRUE(soon([&] { return send(client, "to nobody") == -1; }));
+    EXPECT_FALSE(s().tellUnanswered(client, unanswered)) << "it has ended";
 }
 
 TEST_F(SocketPosixTest, WhereGroupsCannotBeToldApartOnlyASharedSocketCannotBeHad) {

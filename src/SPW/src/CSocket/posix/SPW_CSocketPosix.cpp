@@ -102,6 +102,11 @@ void limitSending(int descriptor) {
     (void)setOption(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, kLostAfterMs);
 }
 
+// Of a listening socket the kernel tells other things under the same names.
+bool isConnected(const tcp_info& info) {
+    return info.tcpi_state != TCP_CLOSE && info.tcpi_state != TCP_LISTEN && info.tcpi_state != TCP_SYN_SENT;
+}
+
 // For a connection on which this side only listens: it would never notice that the far end has gone. Where an option is
 // refused, the kernel's own limits hold.
 void askForFarEnd(int descriptor) {
@@ -511,6 +516,19 @@ public:
         const ssize_t sent = uninterrupted(
             [&] { return ::send(use.descriptor(), bytes, static_cast<std::size_t>(size), MSG_NOSIGNAL); });
         return resultOf(use, sent, kSockNotSocket);
+    }
+
+    bool tellUnanswered(SPW_Socket socket, SPW_Unanswered& unanswered) override {
+        const Use use(socket);
+        tcp_info info{};
+        socklen_t size = sizeof info;
+        if (!use || ::getsockopt(use.descriptor(), IPPROTO_TCP, TCP_INFO, &info, &size) != 0 || !isConnected(info)) {
+            return false;
+        }
+        unanswered.packets = info.tcpi_unacked;
+        unanswered.timeouts = info.tcpi_retransmits;
+        unanswered.sinceAnswerMs = info.tcpi_last_ack_recv;
+        return true;
     }
 
     int sendTo(SPW_Socket socket, const SPW_CIpAddress& address, std::uint16_t port, const void* bytes,
