@@ -14,7 +14,8 @@ ProbeConnector::ProbeConnector(ProbeKind kind, ProbeEventSink* sink, const SPW_C
       m_ttl(ttl),
       m_needsConnect(needsConnect),
       m_needsTtl(needsTtl),
-      m_schedule(periodMs, m_worker.wake()) {
+      m_schedule(periodMs, m_worker.wake()),
+      m_out(sink, kind, m_targetAddress, periodMs) {
     m_worker.begin(*this);
 }
 
@@ -76,6 +77,9 @@ void ProbeConnector::sendStep() {
         return;
     }
     if (m_socketNeeded) {
+        if (m_needsConnect) {
+            m_out.beginConnecting();
+        }
         openSocket();
     }
     if (!m_socketNeeded) {
@@ -91,14 +95,14 @@ void ProbeConnector::sendStep() {
 void ProbeConnector::openSocket() {
     const SPW_Socket socket = createSocket();
     if (socket == kInvalidSocket) {
-        report(u"createSocket failed ", SPW_CSocket::instance->lastError());
+        fail(u"createSocket failed ", SPW_CSocket::instance->lastError());
         return;
     }
     publishSocket(socket);
     if (SPW_CSocket::instance->bind(socket, 0) == -1) {
         const SPW_Result code = SPW_CSocket::instance->lastError();
         abandonSocket();
-        report(u"bind failed ", code);
+        fail(u"bind failed ", code);
         return;
     }
     m_socketNeeded = false;
@@ -128,19 +132,26 @@ void ProbeConnector::connectIfNeeded() {
         return;
     }
     if (connectSocket(m_socket, m_targetAddress, m_targetPort) < 0) {
-        report(u"connect failed ", SPW_CSocket::instance->lastError());
+        fail(u"connect failed ", SPW_CSocket::instance->lastError());
         abandonSocket();
         return;
     }
     m_connected = true;
+    m_out.open();
 }
 
 void ProbeConnector::sendOne() {
+    if (m_connected) {
+        m_out.look(m_socket, m_schedule.latest100ns());
+    }
     const ProbePacket::Bytes packet(ProbePacket::compose(m_sequence, m_name));
     if (sendProbe(m_socket, m_targetAddress, m_targetPort, packet.data(), packet.length()) == -1) {
-        report(u"send failed ", SPW_CSocket::instance->lastError());
+        fail(u"send failed ", SPW_CSocket::instance->lastError());
         abandonSocket();
         return;
+    }
+    if (!m_connected) {
+        m_out.open();
     }
     m_sink->onDataSent(m_kind, m_targetPort, m_targetAddress, m_sequence, m_name);
     m_sequence = nextSequence(m_sequence);
@@ -154,6 +165,11 @@ void ProbeConnector::abandonSocket() {
 
 void ProbeConnector::report(const char16_t* failure, SPW_Result code) {
     m_sink->onSocketError(m_kind, m_targetPort, m_targetAddress, code, probeFailureText(failure, code));
+}
+
+void ProbeConnector::fail(const char16_t* failure, SPW_Result code) {
+    report(failure, code);
+    m_out.fail(code);
 }
 
 SPW_Result ProbeConnector::setTtl(SPW_Socket, std::int32_t) {

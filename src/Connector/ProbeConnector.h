@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "OutWatch.h"
 #include "Probe.h"
 #include "ProbeEventSink.h"
 #include "ProbeSchedule.h"
@@ -16,7 +17,8 @@
 // A sender of probes to one address: the socket, the schedule, the sequence number and the sending step that TCP,
 // UDP and multicast connectors share.
 //
-// The object's own thread runs the step over and over while sending is switched on. It reports everything to the sink.
+// The object's own thread runs the step over and over while sending is switched on. It reports everything to the sink,
+// and beside that every change in how what it sends gets on.
 // After a socket failure it makes a new socket one period later, without limit. Only the owner stops a connector.
 //
 // One thread at a time constructs, starts, stops and destroys: the owner (see Probe). askToStop() closes the socket and
@@ -96,6 +98,8 @@ private:
     void publishSocket(SPW_Socket socket);
     void abandonSocket();
     void report(const char16_t* failure, SPW_Result code);
+    // The same for a failure after which nothing is sent.
+    void fail(const char16_t* failure, SPW_Result code);
 
     // Set at construction.
     const ProbeKind m_kind;
@@ -116,6 +120,7 @@ private:
 
     // The thread's.
     ProbeSchedule m_schedule;
+    OutWatch m_out;
     bool m_connected = false;
     bool m_socketNeeded = true;
 

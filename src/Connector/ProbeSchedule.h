@@ -22,6 +22,8 @@ public:
     bool isDue(bool running);
 
     std::int32_t periodMs() const { return m_periodMs; }
+    // When the latest probe was due, as SPW_CClock::now100ns() counts; 0 before the first one.
+    std::uint64_t latest100ns() const { return m_lastSendTime100ns; }
 
 private:
     std::int64_t due100ns() const;

@@ -61,6 +61,23 @@ struct ReplyMeasurement {
     std::uint8_t timeToLive = 0;
 };
 
+// How what a connector sends got on, as a line. Of a failure the code follows, of an unanswered connection the figures:
+//
+//     connecting | open | unanswered <packets> packets, <time-outs> time-outs, <age> ms | refused <code> ...
+inline std::string lineOf(const ProbeOut& out) {
+    static const char* const kStates[] = {"unknown", "connecting", "open",  "unanswered",
+                                          "refused", "timed out",  "failed"};
+    std::string line = kStates[out.state];
+    if (out.code != 0) {
+        line += " " + std::to_string(out.code);
+    }
+    if (out.packets != 0 || out.timeouts != 0 || out.ageMs != 0) {
+        line += " " + std::to_string(out.packets) + " packets, " + std::to_string(out.timeouts) + " time-outs, " +
+                std::to_string(out.ageMs) + " ms";
+    }
+    return line;
+}
+
 // Keeps every report of the probe objects. A further kind of report gets a list of its own here: a test that names all
 // reports of this list is not about it.
 //
@@ -85,6 +102,11 @@ public:
         m_measurements.push_back({m_reports.size(), address.toAnsi(), roundTripUs, timeToLive});
     }
 
+    void onOutState(ProbeKind kind, const SPW_CString& target, const ProbeOut& out) override {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_outStates.push_back(std::to_string(kind) + " " + target.toAnsi() + " " + lineOf(out));
+    }
+
     // The reports since the last call of this or take().
     std::vector<ProbeReport> takeReports() {
         const std::lock_guard<std::mutex> guard(m_mutex);
@@ -103,6 +125,11 @@ public:
         const std::lock_guard<std::mutex> guard(m_mutex);
         return std::exchange(m_measurements, {});
     }
+    // How connectors got on, since the last call of this: "<kind> <target> " and a line as lineOf() makes it.
+    std::vector<std::string> takeOutStates() {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return std::exchange(m_outStates, {});
+    }
     // Waits until at least that many reports stand there untaken. False when that does not happen.
     bool waitFor(std::size_t count) {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -120,4 +147,5 @@ private:
     std::condition_variable m_changed;
     std::vector<ProbeReport> m_reports;
     std::vector<ReplyMeasurement> m_measurements;
+    std::vector<std::string> m_outStates;
 };

@@ -102,6 +102,7 @@ TEST_F(MulticastConnectorTest, RefusedTimeToLiveIsReportedAndTheSocketJoinedAndU
     EXPECT_THAT(sockets.memberships(), ElementsAre(isMember(kWired)));
     EXPECT_THAT(sink.take(), ElementsAre("error 4 7550 228.227.226.225 10022: set ttl failed 10022",
                                          "sent 4 7550 228.227.226.225 #0: me", "sent 4 7550 228.227.226.225 #1: me"));
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("4 228.227.226.225 open")) << "it does not keep probes from leaving";
 }
 
 TEST_F(MulticastConnectorTest, RefusedTimeToLiveBearsItsOwnCodeThoughAJoinFailsAfterIt) {

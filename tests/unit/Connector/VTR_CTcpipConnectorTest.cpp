@@ -86,6 +86,48 @@ TEST_F(TcpipConnectorTest, PeerThatClosesIsConnectedAfreshAndGetsTheFailedProbeA
     EXPECT_EQ(receiveAtPeer(acceptAtPeer()), std::string("Vantiro Diagnostic|2|me\0", 24));
 }
 
+TEST_F(TcpipConnectorTest, HowItGetsOnIsToldWhenItChanges) {
+    sockets.failNext(ScriptedSocket::kOpenTcp, kSockNoBuffers);
+    sockets.failNext(ScriptedSocket::kBind, kSockAddressInUse);
+    sockets.failNext(ScriptedSocket::kConnect, kSockRefused, 3);
+    sockets.failNext(ScriptedSocket::kConnect, kSockTimedOut, 2);
+    connector.sendStep();
+    for (int i = 0; i < 6; ++i) {
+        stepOnePeriodLater();
+    }
+    EXPECT_THAT(sink.takeOutStates(),
+                ElementsAre("0 10.0.0.2 connecting", "0 10.0.0.2 failed 10055", "0 10.0.0.2 failed 10048",
+                            "0 10.0.0.2 refused 10061", "0 10.0.0.2 timed out 10060"));
+    for (int i = 0; i < 3; ++i) {
+        stepOnePeriodLater();
+    }
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("0 10.0.0.2 open"));
+    sockets.failNext(ScriptedSocket::kSend, kSockReset);
+    stepOnePeriodLater();
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("0 10.0.0.2 failed 10054"));
+    stepOnePeriodLater();
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("0 10.0.0.2 connecting", "0 10.0.0.2 open"));
+}
+
+TEST_F(TcpipConnectorTest, AConnectionThatIsBlockedInOneDirectionIsTold) {
+    connector.sendStep();
+    stepOnePeriodLater();
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("0 10.0.0.2 connecting", "0 10.0.0.2 open"));
+    // Just after that probe the block begins. The next probe finds nothing unanswered. The one behind it does.
+    sockets.setUnanswered({0, 0, 980});
+    stepOnePeriodLater();
+    sockets.setUnanswered({1, 1, 1980});
+    stepOnePeriodLater();
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("0 10.0.0.2 unanswered 1 packets, 1 time-outs, 1980 ms"));
+    sockets.setUnanswered({2, 3, 2980});
+    stepOnePeriodLater();
+    EXPECT_THAT(sink.takeOutStates(), IsEmpty()) << "it is known";
+    sockets.setUnanswered({1, 0, 2});
+    stepOnePeriodLater();
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("0 10.0.0.2 open"));
+    EXPECT_EQ(sockets.calls(ScriptedSocket::kTellUnanswered), 6) << "one for each probe";
+}
+
 TEST_F(TcpipConnectorTest, CreateAndBindFailuresAreReported) {
     sockets.failNext(ScriptedSocket::kOpenTcp, kSockNoBuffers);
     connector.sendStep();

@@ -44,6 +44,22 @@ TEST_F(UdpConnectorTest, ReportsSentWhetherOrNotAnybodyListens) {
     EXPECT_THAT(sink.take(), ElementsAre("sent 2 5009 10.0.0.2 #0: me", "sent 2 5009 10.0.0.2 #1: me"));
 }
 
+TEST_F(UdpConnectorTest, HowItGetsOnIsToldWhenItChanges) {
+    Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 0);
+    connector.sendStep();
+    connector.sendStep();
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("2 10.0.0.2 open"));
+    sockets.failNext(ScriptedSocket::kSendTo, kSockNetUnreachable, 2);
+    sockets.failNext(ScriptedSocket::kOpenUdp, kSockNoBuffers);
+    for (int step = 0; step < 3; ++step) {
+        connector.sendStep();
+    }
+    EXPECT_THAT(sink.takeOutStates(),
+                ElementsAre("2 10.0.0.2 failed 10051", "2 10.0.0.2 failed 10055", "2 10.0.0.2 failed 10051"));
+    connector.sendStep();
+    EXPECT_THAT(sink.takeOutStates(), ElementsAre("2 10.0.0.2 open"));
+}
+
 TEST_F(UdpConnectorTest, NeverConnects) {
     Driven connector(&sink, u"10.0.0.2", 5009u, u"me", 0);
     for (int step = 0; step < 5; ++step) {
