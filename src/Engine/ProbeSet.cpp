@@ -101,6 +101,12 @@ void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introductio
     }
 }
 
+static ListenerLimits limitsOf(const ProbePlan& plan) {
+    ListenerLimits limits;
+    limits.periodMs = static_cast<std::uint32_t>(std::max(plan.periodMs, 0));
+    return limits;
+}
+
 void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
     if (plan.multicast) {
         Probe* connector =
@@ -112,14 +118,17 @@ void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
         if (!why.isEmpty()) {
             m_owner.onProbeNotMade({u"VTR_CMulticastConnector", why, ProbeNotMade::kNoRow, kMulticast, true});
         }
-        addListener(new (std::nothrow) VTR_CMulticastListener(&m_sink, plan.multicastPort, plan.multicastGroup),
+        addListener(new (std::nothrow)
+                        VTR_CMulticastListener(&m_sink, plan.multicastPort, plan.multicastGroup, limitsOf(plan)),
                     kMulticastListener, u"VTR_CMulticastListener");
     }
     if (plan.udp) {
-        addListener(new (std::nothrow) VTR_CUdpListener(&m_sink, plan.port), kUdpListener, u"VTR_CUdpListener");
+        addListener(new (std::nothrow) VTR_CUdpListener(&m_sink, plan.port, limitsOf(plan)), kUdpListener,
+                    u"VTR_CUdpListener");
     }
     if (plan.tcp) {
-        addListener(new (std::nothrow) VTR_CTcpipListener(&m_sink, plan.port), kTcpipListener, u"VTR_CTcpipListener");
+        addListener(new (std::nothrow) VTR_CTcpipListener(&m_sink, plan.port, limitsOf(plan)), kTcpipListener,
+                    u"VTR_CTcpipListener");
     }
 }
 

@@ -1,18 +1,22 @@
 #include "ProbeListener.h"
 
+#include "SPW_CClock.h"
 #include "SPW_CReceivedText.h"
 #include "SPW_CSysError.h"
 
 static const int kListenBacklog = 5;
+static const std::uint64_t k100nsPerMs = 10000;
 
 ProbeListener::ProbeListener(ProbeEventSink* sink, ProbeKind kind, std::uint32_t port, bool needsListen,
-                             bool hasClients, bool reserved)
+                             bool hasClients, bool reserved, const ListenerLimits& limits)
     : m_sink(sink),
       m_kind(kind),
       m_port(port),
+      m_limits(limits),
       m_needsListen(needsListen),
       m_hasClients(hasClients),
-      m_reserved(reserved) {
+      m_reserved(reserved),
+      m_backOff(limits.failuresBeforePause) {
     m_worker.begin(*this);
 }
 
@@ -101,8 +105,22 @@ void ProbeListener::onThreadEnd() {
 }
 
 void ProbeListener::listenStep() {
-    if (isListening() && !m_stopRequested) {
-        receiveStep(m_socket);
+    if (!isListening() || m_stopRequested) {
+        return;
+    }
+    m_hasStepFailed = false;
+    receiveStep(m_socket);
+    if (m_hasStepFailed) {
+        pause(m_backOff.failed());
+    } else {
+        m_backOff.succeeded();
+    }
+}
+
+void ProbeListener::pause(std::uint32_t milliseconds) {
+    if (milliseconds > 0) {
+        SPW_CClock& clock = *SPW_CClock::instance;
+        clock.sleepTowards(clock.now100ns() + milliseconds * k100nsPerMs, milliseconds, m_worker.wake());
     }
 }
 

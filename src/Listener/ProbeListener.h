@@ -3,10 +3,12 @@
 #include <atomic>
 #include <cstdint>
 
+#include "ListenerLimits.h"
 #include "Probe.h"
 #include "ProbeEventSink.h"
 #include "ProbePacket.h"
 #include "ProbeWorker.h"
+#include "SPW_CBackOff.h"
 #include "SPW_CIpAddress.h"
 #include "SPW_CSocket.h"
 #include "SPW_CString.h"
@@ -21,6 +23,9 @@
 // One thread at a time constructs, starts, stops and destroys: the owner (see Probe). askToStop() closes the sockets,
 // which wakes the wait in progress. StopListening() and the destructor do the same and then wait for the end of the
 // step, which may be inside a call of the sink. A wait that a stop has woken reports nothing.
+//
+// A step that fails is repeated at once, and from the third failure in a row on after a pause that grows to a second. A
+// stop ends the pause.
 class ProbeListener : public SPW_CThread, public Probe {
 public:
     ~ProbeListener() override;
@@ -54,7 +59,7 @@ public:
 protected:
     // reserved: false for every listener that there is.
     ProbeListener(ProbeEventSink* sink, ProbeKind kind, std::uint32_t port, bool needsListen, bool hasClients,
-                  bool reserved);
+                  bool reserved, const ListenerLimits& limits);
 
     void listenStep();
     void onThreadEnd();
@@ -75,15 +80,23 @@ protected:
     bool isFromStop(SPW_Result code) const;
     // Hands a probe to the sink. chunk: count received bytes, with room for one more. sender: the text of the address,
     // or an SPW_CIpAddress, which becomes a text only for a probe.
+    // Returns false if the chunk is no probe.
     template <typename Sender>
-    void handleChunk(char* chunk, int count, const Sender& sender) {
+    bool handleChunk(char* chunk, int count, const Sender& sender) {
         ProbePacket::Received packet;
-        if (ProbePacket::parse(chunk, count, packet)) {
-            deliver(asText(sender), packet);
+        if (!ProbePacket::parse(chunk, count, packet)) {
+            return false;
         }
+        deliver(asText(sender), packet);
+        return true;
     }
     // Reports a failure with the words given.
     void report(const SPW_CString& address, SPW_Result code, const SPW_CString& message);
+    // Says that the present step has failed, reported or not. What has no other effect would be repeated as fast as the
+    // processor goes.
+    void noteStepFailure() { m_hasStepFailed = true; }
+    // A pause of the listener's thread, which a stop ends. 0: none.
+    void pause(std::uint32_t milliseconds);
 
     // 1 while listening. Written by the owner, read by the thread.
     std::atomic<std::uint8_t> m_state{0};
@@ -93,6 +106,7 @@ protected:
     ProbeEventSink* const m_sink;
     const ProbeKind m_kind;
     const std::uint32_t m_port;
+    const ListenerLimits m_limits;
 
 private:
     static SPW_CString asText(const SPW_CIpAddress& address) { return address.toText(); }
@@ -108,6 +122,10 @@ private:
     std::atomic<SPW_Socket> m_socket{kInvalidSocket};
     std::atomic<bool> m_stopRequested{false};
     ProbeWorker m_worker;
+
+    // The thread's.
+    SPW_CBackOff m_backOff;
+    bool m_hasStepFailed = false;
 
     // The owner's.
     SPW_CString m_lastErrorText;

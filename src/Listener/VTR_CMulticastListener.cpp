@@ -2,8 +2,9 @@
 
 #include "SPW_CSysError.h"
 
-VTR_CMulticastListener::VTR_CMulticastListener(ProbeEventSink* sink, std::uint32_t port, const SPW_CString& group)
-    : ProbeListener(sink, kMulticastListener, port, false, false, false),
+VTR_CMulticastListener::VTR_CMulticastListener(ProbeEventSink* sink, std::uint32_t port, const SPW_CString& group,
+                                               const ListenerLimits& limits)
+    : ProbeListener(sink, kMulticastListener, port, false, false, false, limits),
       m_interfaces(MulticastInterfaces::kListenerPlace),
       m_group(group) {}
 
@@ -32,8 +33,11 @@ void VTR_CMulticastListener::receiveStep(SPW_Socket socket) {
                             [this](SPW_Result code, const SPW_CString& message) { joinFailed(code, message); });
     } else if (ready == 1) {
         receive(socket);
+    } else {
+        // A socket that is ready in both sets counts twice and is left for the next step, deliberately. Nothing comes
+        // of such a step.
+        noteStepFailure();
     }
-    // A socket that is ready in both sets counts twice and is left for the next step, deliberately.
 }
 
 void VTR_CMulticastListener::receive(SPW_Socket socket) {
@@ -44,10 +48,11 @@ void VTR_CMulticastListener::receive(SPW_Socket socket) {
         reportUnlessStopped(u"recvfrom failed");
         return;
     }
-    handleChunk(chunk, count, sender);
+    (void)handleChunk(chunk, count, sender);  // what is no probe leaves no trace
 }
 
 void VTR_CMulticastListener::reportUnlessStopped(const char16_t* message) {
+    noteStepFailure();
     const SPW_Result code = SPW_CSocket::instance->lastError();
     // A stop wakes a wait with one of these.
     if (code != kSockInterrupted && code != kSockNotSocket) {

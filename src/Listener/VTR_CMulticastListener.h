@@ -13,7 +13,8 @@ public:
     static constexpr std::uint32_t kSilenceMs = 5000;
 
     // port: host order, low 16 bits. group: dotted quad.
-    VTR_CMulticastListener(ProbeEventSink* sink, std::uint32_t port, const SPW_CString& group);
+    VTR_CMulticastListener(ProbeEventSink* sink, std::uint32_t port, const SPW_CString& group,
+                           const ListenerLimits& limits = ListenerLimits());
     ~VTR_CMulticastListener() override;
 
 protected:

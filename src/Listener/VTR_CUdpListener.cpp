@@ -2,8 +2,8 @@
 
 #include "SPW_CSysError.h"
 
-VTR_CUdpListener::VTR_CUdpListener(ProbeEventSink* sink, std::uint32_t port)
-    : ProbeListener(sink, kUdpListener, port, false, false, false) {}
+VTR_CUdpListener::VTR_CUdpListener(ProbeEventSink* sink, std::uint32_t port, const ListenerLimits& limits)
+    : ProbeListener(sink, kUdpListener, port, false, false, false, limits) {}
 
 VTR_CUdpListener::~VTR_CUdpListener() {
     m_stopping = true;
@@ -22,9 +22,10 @@ void VTR_CUdpListener::receiveStep(SPW_Socket socket) {
         return;
     }
     if (count != -1) {
-        handleChunk(chunk, count, sender);
+        (void)handleChunk(chunk, count, sender);  // what is no probe leaves no trace
         return;
     }
+    noteStepFailure();
     const SPW_Result code = SPW_CSocket::instance->lastError();
     // A stop wakes the receive with the first.
     if (code != kSockInterrupted && !isFromStop(code)) {

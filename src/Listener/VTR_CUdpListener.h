@@ -6,7 +6,7 @@
 class VTR_CUdpListener : public ProbeListener {
 public:
     // port: host order, low 16 bits.
-    VTR_CUdpListener(ProbeEventSink* sink, std::uint32_t port);
+    VTR_CUdpListener(ProbeEventSink* sink, std::uint32_t port, const ListenerLimits& limits = ListenerLimits());
     ~VTR_CUdpListener() override;
 
 protected:

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdint>
 #include <future>
 #include <memory>
 #include <string>
@@ -21,6 +23,7 @@ namespace {
 
 class ScriptedSockets {
 public:
+    ScriptedSockets() { m_sockets.letTimePass(); }
     SPW_CSocket& sockets() { return m_sockets; }
 
 private:
@@ -155,6 +158,29 @@ TYPED_TEST(SocketWatchContractTest, AWaitEndsWhenSomethingArrives) {
     this->sendTo(socket, "x");
     ASSERT_EQ(ready.wait_for(kPatience), std::future_status::ready);
     EXPECT_EQ(ready.get(), Sockets{socket});
+}
+
+TYPED_TEST(SocketWatchContractTest, AWaitWithALimitEndsWithNothingReady) {
+    this->watchedUdp();
+    for (const std::uint32_t limitMs : {0u, 1u, 30u}) {
+        SPW_CSocketSet ready;
+        ready.add(0);
+        const auto before = std::chrono::steady_clock::now();
+        EXPECT_EQ(this->m_watch->wait(ready, limitMs), 0u);
+        EXPECT_EQ(ready.size(), 0);
+        EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(limitMs));
+    }
+}
+
+TYPED_TEST(SocketWatchContractTest, AWaitWithALimitEndsWithWhatIsReady) {
+    const SPW_Socket socket = this->watchedUdp();
+    for (const std::uint32_t limitMs : {0u, 600000u}) {
+        this->sendTo(socket, "x");
+        SPW_CSocketSet ready;
+        EXPECT_EQ(this->m_watch->wait(ready, limitMs), 0u);
+        EXPECT_TRUE(ready.contains(socket));
+        EXPECT_EQ(this->receiveFrom(socket), "x");
+    }
 }
 
 // ---- What is watched ----

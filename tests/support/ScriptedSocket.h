@@ -85,6 +85,11 @@ public:
         m_expiredSelects += times;
         m_changed.notify_all();
     }
+    // The time-out of the latest select that had to wait.
+    std::uint32_t latestSelectMs() {
+        const Guard guard(m_lock);
+        return m_latestSelectMs;
+    }
     // From now on the time-outs of selects pass by themselves too.
     void letTimePass() {
         const Guard guard(m_lock);
@@ -459,6 +464,7 @@ public:
             if (timeoutMs != kSPWForever && (timeoutMs == 0 || hasExpired(deadline))) {
                 return 0;
             }
+            m_latestSelectMs = timeoutMs;
             const Blocked blocked(*this, kSelect);
             if (timeoutMs == kSPWForever || !m_timePasses) {
                 m_changed.wait(lock);
@@ -841,6 +847,7 @@ private:
     std::array<int, kCalls> m_blocked{};
     std::map<std::uint32_t, SPW_Result> m_joinFailures;
     int m_expiredSelects = 0;
+    std::uint32_t m_latestSelectMs = 0;
     bool m_timePasses = false;
     SPW_CString m_hostName = u"device";
     std::vector<SPW_CIpAddress> m_addresses{kLoopback, SPW_CIpAddress(10, 0, 0, 1)};

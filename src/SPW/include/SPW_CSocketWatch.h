@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "SPW_CObject.h"
 #include "SPW_CSocket.h"
 
@@ -23,14 +25,16 @@ public:
     virtual bool add(SPW_Socket socket);
     // Takes a socket out; the others keep their order. False when it is not there.
     virtual bool remove(SPW_Socket socket);
-    // Waits without limit until there is something to receive or to accept on a socket, or an end or an error to be
-    // told by receive or accept. ready then holds those sockets, at least one, in the order of their adding. A socket
-    // stays ready until it has been dealt with.
+    // Waits up to timeoutMs (kSPWForever: without limit; 0: not at all) until there is something to receive or to
+    // accept on a socket, or an end or an error to be told by receive or accept. ready then holds those sockets, in the
+    // order of their adding; none when the time is up. A socket stays ready until it has been dealt with.
     //
     // 0, or a code, with ready empty: kSockInvalid when there is nothing to wait for, kSockNotSocket when one of the
     // sockets is closed. Closing one wakes a wait in progress. Every wait fails until the closed socket is removed.
     // While close() has not returned, its socket may still be told as ready: an end, which receive tells.
-    [[nodiscard]] virtual SPW_Result wait(SPW_CSocketSet& ready);
+    [[nodiscard]] virtual SPW_Result wait(SPW_CSocketSet& ready, std::uint32_t timeoutMs);
+    // Without limit: ready holds at least one.
+    [[nodiscard]] SPW_Result wait(SPW_CSocketSet& ready) { return wait(ready, kSPWForever); }
 
 protected:
     // Fills ready with the sockets that are marked as ready.

@@ -414,6 +414,64 @@ std::vector<std::uint8_t> foreignReply() {
     return reply;
 }
 
+TYPED_TEST(PlatformIcmpTest, AReceiveThatFailsForGoodIsTriedSeldomAndTheEchoEndsInTimeAndSaysWhy) {
+    std::atomic<int> receives{0};
+    std::atomic<bool> isBroken{true};
+    KernelCalls calls;
+    calls.message = [&](void*, std::size_t) -> ssize_t {
+        ++receives;
+        errno = ENOBUFS;
+        return isBroken ? -1 : 0;
+    };
+    const auto before = Time::now();
+    EXPECT_EQ(this->echo().withinMs(300).replies(), 0u);
+    EXPECT_EQ(this->icmp().lastError(), kSockNoBuffers);
+    EXPECT_GE(Time::now() - before, milliseconds(300));
+    // Three for what is pending, two at once, and one after each pause of 10, 20, 40 ... ms.
+    EXPECT_LT(receives, 20);
+    isBroken = false;
+    EXPECT_EQ(this->echo().replies(), 1u);
+}
+
+TYPED_TEST(PlatformIcmpTest, SeveralEchoesShareThePausesOfAReceiveThatFailsForGood) {
+    std::atomic<int> receives{0};
+    KernelCalls calls;
+    calls.message = [&](void*, std::size_t) -> ssize_t {
+        ++receives;
+        errno = ENOBUFS;
+        return -1;
+    };
+    std::vector<std::thread> echoing;
+    for (int i = 0; i < 8; ++i) {
+        echoing.emplace_back([this] {
+            EXPECT_EQ(this->echo().withinMs(300).replies(), 0u);
+            EXPECT_EQ(this->icmp().lastError(), kSockNoBuffers);
+        });
+    }
+    for (std::thread& thread : echoing) {
+        thread.join();
+    }
+    // Each looks once more when its time is up.
+    EXPECT_LT(receives, 40);
+}
+
+TYPED_TEST(PlatformIcmpTest, ACancelEndsAnEchoThatCannotReceive) {
+    KernelCalls calls;
+    calls.message = [&](void*, std::size_t) -> ssize_t {
+        errno = ENOBUFS;
+        return -1;
+    };
+    std::thread echoing([this] {
+        EXPECT_EQ(this->echo().withinMs(kSPWForever).replies(), 0u);
+        EXPECT_EQ(this->icmp().lastError(), kSysOperationAborted);
+    });
+    std::this_thread::sleep_for(milliseconds(100));
+    const auto before = Time::now();
+    this->icmp().cancel(this->m_service);
+    echoing.join();
+    EXPECT_LT(Time::now() - before, kPatience);
+}
+
 TYPED_TEST(PlatformIcmpTest, AFloodOfOtherRepliesPutsNoTimeOutOff) {
     this->m_implementation.silence();
     const std::vector<std::uint8_t> reply = foreignReply<TypeParam>();

@@ -78,10 +78,12 @@ ssize_t __wrap_recvmsg(int descriptor, msghdr* header, int flags) {
     const auto* const message = find(&KernelCalls::message);
     const bool isAsked = message != nullptr && (flags & MSG_ERRQUEUE) == 0;
     const ssize_t received = isAsked ? (*message)(header->msg_iov->iov_base, header->msg_iov->iov_len) : 0;
-    if (received <= 0) {
+    if (received == 0) {
         return __real_recvmsg(descriptor, header, flags);
     }
-    header->msg_controllen = 0;
+    if (received > 0) {
+        header->msg_controllen = 0;
+    }
     return received;
 }
 

@@ -26,8 +26,8 @@ public:
     std::function<bool(int level, int option)> refusesOption;
     // errno with which the kernel refuses to watch one more socket, or 0.
     std::function<int()> watchRefusal;
-    // Gives the message that recvmsg() receives and its size, or 0 to let it ask the kernel. Queues of errors are not
-    // asked for messages.
+    // Gives the message that recvmsg() receives and its size, 0 to let it ask the kernel, or -1 with errno. Queues of
+    // errors are not asked for messages.
     std::function<ssize_t(void* buffer, std::size_t size)> message;
     // Nanoseconds by which a clock is ahead of the kernel's.
     std::function<std::int64_t(clockid_t clock)> clockAheadNs;

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "ClockForwarder.h"
+#include "EndlessSleeps.h"
 #include "HeldUntilClose.h"
 #include "OtherThreads.h"
 #include "Patience.h"
@@ -199,30 +200,6 @@ private:
 };
 
 // --- The scenarios: an object, and the call in which it blocks.
-
-// The platform's clock, but that only a wake ends a sender's sleep.
-class EndlessSleeps : public ClockForwarder {
-public:
-    void sleepTowards(std::uint64_t, std::uint32_t, VTR_CEvent& wake) override {
-        {
-            const std::lock_guard<std::mutex> guard(m_mutex);
-            ++m_sleeps;
-            m_changed.notify_all();
-        }
-        EXPECT_EQ(wake.wait(kSPWForever), 0u);
-    }
-    // True when so many sleeps have begun.
-    bool waitForSleeps(int count) {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, kPatience, [&] { return m_sleeps >= count; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_sleeps = 0;
-    const ScopedInstance<SPW_CClock> m_installed{*this};
-};
 
 // What all scenarios stand on; the sockets are watched before anything else is made.
 struct Ground {

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "SPW_CBackOff.h"
 #include "SPW_CDeadlinePosix.h"
 #include "SPW_CIcmp.h"
 #include "SPW_CIcmpPacket.h"
@@ -19,6 +20,8 @@
 // reads the socket and hands each reply to its echo, whosever that is. When its own echo has ended it leaves, and
 // wakes another to receive on. So an answer costs the same wake-ups as with a thread that does nothing but receive, a
 // single echo costs none, and at the end of the process there is nothing to stop.
+//
+// Receiving that fails for good pauses, as listeners do. Echoes still end in time meanwhile.
 class SPW_CIcmpChannel {
 public:
     // A datagram socket: the kernel gives it the replies to its own requests alone, under an identifier of the
@@ -65,7 +68,7 @@ private:
         std::uint8_t timeToLive = 0;
         std::condition_variable wake;
     };
-    enum Received { kNothing, kOther, kAnswer };
+    enum Received { kNothing, kOther, kAnswer, kFailed };
 
     SPW_CIcmpChannel(int descriptor, int alarm, Kind kind);
 
@@ -77,7 +80,10 @@ private:
     void end(Waiter& waiter, SPW_Result code);
     void wakeReceiver();
     void discardPending();
-    void waitForMessage(const SPW_CDeadlinePosix& deadline);
+    bool waitForMessage(const SPW_CDeadlinePosix& deadline);
+    Received receiveUntil(const SPW_CDeadlinePosix& deadline, bool isLate, Message& message);
+    void noteReceived(Received received);
+    void waitForTurn(std::unique_lock<std::mutex>& lock, Waiter& waiter, const SPW_CDeadlinePosix& deadline);
     Received receiveNow(Message& message);
     Received receiveError(SPW_CIcmpPacket::Answer& answer);
 
@@ -88,9 +94,15 @@ private:
     const std::uint16_t m_identifier;
     // Touched by the receiver alone. While there is no receiver: by the holder of m_lock.
     const std::unique_ptr<std::uint8_t[]> m_buffer;
+    int m_receiveError = 0;  // errno of the latest failure to receive
 
     std::mutex m_lock;
     // Below: under m_lock.
     std::unordered_map<std::uint16_t, Waiter*> m_waiters;  // by sequence
     Waiter* m_receiver = nullptr;
+    // Of receiving, which may fail for good. Nobody receives before the time m_receiveDue.
+    SPW_CBackOff m_backOff;
+    SPW_CDeadlinePosix::Clock::time_point m_receiveDue;
+    // What an echo without a reply ends with: that its time is up, or why nothing can be received.
+    SPW_Result m_lateCode;
 };

@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -197,7 +198,8 @@ SPW_CIcmpChannel::SPW_CIcmpChannel(int descriptor, int alarm, Kind kind)
       m_alarm(alarm),
       m_kind(kind),
       m_identifier(static_cast<std::uint16_t>(processSalt() >> 48)),
-      m_buffer(new std::uint8_t[kind == kRaw ? kRawBuffer : kDatagramBuffer]) {}
+      m_buffer(new std::uint8_t[kind == kRaw ? kRawBuffer : kDatagramBuffer]),
+      m_lateCode(kIcmpTimedOut) {}
 
 SPW_CIcmpChannel::~SPW_CIcmpChannel() {
     (void)::close(m_descriptor);
@@ -304,32 +306,58 @@ SPW_Result SPW_CIcmpChannel::send(Waiter& waiter, const std::uint8_t* packet, st
 SPW_Result SPW_CIcmpChannel::await(std::unique_lock<std::mutex>& lock, Waiter& waiter,
                                    const SPW_CDeadlinePosix& deadline) {
     while (!waiter.isDone) {
-        if (m_receiver == nullptr) {
+        // Asked before the socket is: however many messages of others keep coming, the echo ends then.
+        const bool isLate = deadline.hasPassed();
+        const bool isPaused = m_backOff.failures() > 0 && SPW_CDeadlinePosix::Clock::now() < m_receiveDue;
+        if (m_receiver == nullptr && !isPaused) {
             m_receiver = &waiter;
             lock.unlock();
             Message message;
-            const Received received = receiveNow(message);
-            const bool isLate = deadline.hasPassed();
-            if (received == kNothing && !isLate) {
-                waitForMessage(deadline);
-            }
+            const Received received = receiveUntil(deadline, isLate, message);
             lock.lock();
             m_receiver = nullptr;
+            noteReceived(received);
             if (received == kAnswer) {
                 deliver(message);
             }
-            // However many messages of others keep coming.
-            if (isLate && !waiter.isDone) {
-                return kIcmpTimedOut;
-            }
-        } else if (deadline.isForever()) {
-            waiter.wake.wait(lock);
-        } else if (waiter.wake.wait_until(lock, deadline.end()) == std::cv_status::timeout && !waiter.isDone &&
-                   m_receiver != nullptr) {
-            return kIcmpTimedOut;
+        } else if (!isLate) {
+            waitForTurn(lock, waiter, deadline);
+        }
+        if (isLate && !waiter.isDone) {
+            return m_lateCode;
         }
     }
     return waiter.code;
+}
+
+// Reads one message. When there is none, waits for one, unless it is late.
+SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveUntil(const SPW_CDeadlinePosix& deadline, bool isLate,
+                                                          Message& message) {
+    const Received received = receiveNow(message);
+    return received == kNothing && !isLate && !waitForMessage(deadline) ? kFailed : received;
+}
+
+void SPW_CIcmpChannel::noteReceived(Received received) {
+    if (received != kFailed) {
+        m_backOff.succeeded();
+        m_lateCode = kIcmpTimedOut;
+        return;
+    }
+    m_lateCode = SPW_CSysErrorPosix::socketCode(m_receiveError);
+    m_receiveDue = SPW_CDeadlinePosix::Clock::now() + std::chrono::milliseconds(m_backOff.failed());
+}
+
+// Until another thread ends the echo or leaves the receiving to it, the pause of the receiving is over, or it is late.
+void SPW_CIcmpChannel::waitForTurn(std::unique_lock<std::mutex>& lock, Waiter& waiter,
+                                   const SPW_CDeadlinePosix& deadline) {
+    if (m_receiver == nullptr) {
+        const auto until = deadline.isForever() ? m_receiveDue : std::min(m_receiveDue, deadline.end());
+        (void)waiter.wake.wait_until(lock, until);
+    } else if (deadline.isForever()) {
+        waiter.wake.wait(lock);
+    } else {
+        (void)waiter.wake.wait_until(lock, deadline.end());
+    }
 }
 
 void SPW_CIcmpChannel::deliver(const Message& message) {
@@ -373,18 +401,27 @@ void SPW_CIcmpChannel::wakeReceiver() {
 // What comes from now on is left, or under a flood the request would never be sent.
 void SPW_CIcmpChannel::discardPending() {
     Message ignored;
-    for (int i = 0; i < kMostPending && receiveNow(ignored) != kNothing; ++i) {
+    int failures = 0;
+    for (int i = 0; i < kMostPending && failures < SPW_CBackOff::kUsualLimit; ++i) {
+        const Received received = receiveNow(ignored);
+        if (received == kNothing) {
+            return;
+        }
+        failures = received == kFailed ? failures + 1 : 0;
     }
 }
 
-void SPW_CIcmpChannel::waitForMessage(const SPW_CDeadlinePosix& deadline) {
+// False when there can be no wait.
+bool SPW_CIcmpChannel::waitForMessage(const SPW_CDeadlinePosix& deadline) {
     pollfd entries[] = {{m_descriptor, POLLIN, 0}, {m_alarm, POLLIN, 0}};
     timespec remaining;
-    (void)::ppoll(entries, 2, deadline.remaining(remaining), nullptr);
-    if (entries[1].revents != 0) {
-        eventfd_t unused = 0;
-        (void)::eventfd_read(m_alarm, &unused);
+    eventfd_t unused = 0;
+    if (::ppoll(entries, 2, deadline.remaining(remaining), nullptr) != -1 &&
+        (entries[1].revents == 0 || ::eventfd_read(m_alarm, &unused) == 0)) {
+        return true;
     }
+    m_receiveError = errno;
+    return errno == EINTR;
 }
 
 // Reads one message if there is one.
@@ -392,9 +429,10 @@ SPW_CIcmpChannel::Received SPW_CIcmpChannel::receiveNow(Message& message) {
     Datagram datagram(m_buffer.get(), m_kind == kRaw ? kRawBuffer : kDatagramBuffer);
     const ssize_t size = datagram.receive(m_descriptor, 0);
     if (size == -1) {
-        const bool isEmpty = errno == EAGAIN;
+        m_receiveError = errno;
+        const bool isEmpty = m_receiveError == EAGAIN || m_receiveError == EINTR;
         const Received queued = m_kind == kDatagram ? receiveError(message.answer) : kNothing;
-        return queued == kNothing && !isEmpty ? kOther : queued;
+        return queued == kNothing && !isEmpty ? kFailed : queued;
     }
     const int count = static_cast<int>(size);
     SPW_CIcmpPacket::Answer& answer = message.answer;

@@ -12,9 +12,9 @@ bool SPW_CSocketWatch::remove(SPW_Socket socket) {
     return m_watched.remove(socket);
 }
 
-SPW_Result SPW_CSocketWatch::wait(SPW_CSocketSet& ready) {
+SPW_Result SPW_CSocketWatch::wait(SPW_CSocketSet& ready, std::uint32_t timeoutMs) {
     ready = SPW_CSocketSet();
-    if (m_sockets.select(&m_watched, nullptr, kSPWForever) == -1) {
+    if (m_sockets.select(&m_watched, nullptr, timeoutMs) == -1) {
         return m_sockets.lastError();
     }
     collectReady(ready);

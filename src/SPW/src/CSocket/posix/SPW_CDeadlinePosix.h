@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <ctime>
+#include <limits>
 
 #include "SPW_Types.h"
 
@@ -29,6 +31,16 @@ public:
         storage.tv_sec = ns / 1000000000;
         storage.tv_nsec = ns % 1000000000;
         return &storage;
+    }
+
+    // For epoll_wait(): what is left in whole milliseconds, none of them too few; -1 for ever.
+    int remainingMs() const {
+        timespec left;
+        if (remaining(left) == nullptr) {
+            return -1;
+        }
+        const std::int64_t ms = left.tv_sec * std::int64_t{1000} + (left.tv_nsec + 999999) / 1000000;
+        return static_cast<int>(std::min<std::int64_t>(ms, std::numeric_limits<int>::max()));
     }
 
 private:

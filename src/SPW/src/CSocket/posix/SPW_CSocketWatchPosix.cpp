@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <mutex>
 
+#include "SPW_CDeadlinePosix.h"
 #include "SPW_CSysError.h"
 #include "SPW_CSysErrorPosix.h"
 
@@ -26,10 +27,10 @@ void closeDescriptor(int& descriptor) {
     }
 }
 
-int waitUninterrupted(int kernelWatch, epoll_event* events, int size) {
+int waitUninterrupted(int kernelWatch, epoll_event* events, int size, const SPW_CDeadlinePosix& deadline) {
     int count = 0;
     do {
-        count = ::epoll_wait(kernelWatch, events, size, -1);
+        count = ::epoll_wait(kernelWatch, events, size, deadline.remainingMs());
     } while (count == -1 && errno == EINTR);
     return count;
 }
@@ -107,23 +108,27 @@ bool SPW_CSocketWatchPosix::remove(SPW_Socket socket) {
     return true;
 }
 
-SPW_Result SPW_CSocketWatchPosix::wait(SPW_CSocketSet& ready) {
+SPW_Result SPW_CSocketWatchPosix::wait(SPW_CSocketSet& ready, std::uint32_t timeoutMs) {
     if (m_kernelWatch == -1) {
-        return SPW_CSocketWatch::wait(ready);
+        return SPW_CSocketWatch::wait(ready, timeoutMs);
     }
     ready = SPW_CSocketSet();
     if (m_watched.size() == 0) {
         return kSockInvalid;
     }
+    const SPW_CDeadlinePosix deadline(timeoutMs);
     // A socket that was closed and removed while another thread still uses its descriptor may be told once more.
     while (ready.size() == 0) {
         epoll_event events[SPW_CSocketSet::kMaximum + 1];
-        const int count = waitUninterrupted(m_kernelWatch, events, SPW_CSocketSet::kMaximum + 1);
+        const int count = waitUninterrupted(m_kernelWatch, events, SPW_CSocketSet::kMaximum + 1, deadline);
         if (m_hasClosed) {
             return kSockNotSocket;
         }
         if (count == -1) {
             return SPW_CSysErrorPosix::socketCode(errno);
+        }
+        if (count == 0) {
+            return 0;
         }
         m_watched.clearReady();
         for (int i = 0; i < count; ++i) {

@@ -17,7 +17,8 @@ public:
 
     bool add(SPW_Socket socket) override;
     bool remove(SPW_Socket socket) override;
-    SPW_Result wait(SPW_CSocketSet& ready) override;
+    using SPW_CSocketWatch::wait;
+    SPW_Result wait(SPW_CSocketSet& ready, std::uint32_t timeoutMs) override;
 
     // Tells all watches that this handle is closed; called after its descriptor has been let go. Any thread.
     static void noteClosed(SPW_Socket socket);
@@ -26,7 +27,6 @@ private:
     void openKernelWatch();
     void closeKernelWatch();
     bool attach(int descriptor, SPW_Socket socket);
-    void attachSlot(SPW_CSocketTable::Slot& slot, SPW_Socket socket);
     void takeClosed(SPW_Socket socket);
     void forgetClosed(SPW_Socket socket);
 
