@@ -101,12 +101,6 @@ void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introductio
     }
 }
 
-static ListenerLimits limitsOf(const ProbePlan& plan) {
-    ListenerLimits limits;
-    limits.periodMs = static_cast<std::uint32_t>(std::max(plan.periodMs, 0));
-    return limits;
-}
-
 void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
     if (plan.multicast) {
         Probe* connector =
@@ -119,15 +113,15 @@ void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
             m_owner.onProbeNotMade({u"VTR_CMulticastConnector", why, ProbeNotMade::kNoRow, kMulticast, true});
         }
         addListener(new (std::nothrow)
-                        VTR_CMulticastListener(&m_sink, plan.multicastPort, plan.multicastGroup, limitsOf(plan)),
+                        VTR_CMulticastListener(&m_sink, plan.multicastPort, plan.multicastGroup, plan.listenerLimits),
                     kMulticastListener, u"VTR_CMulticastListener");
     }
     if (plan.udp) {
-        addListener(new (std::nothrow) VTR_CUdpListener(&m_sink, plan.port, limitsOf(plan)), kUdpListener,
+        addListener(new (std::nothrow) VTR_CUdpListener(&m_sink, plan.port, plan.listenerLimits), kUdpListener,
                     u"VTR_CUdpListener");
     }
     if (plan.tcp) {
-        addListener(new (std::nothrow) VTR_CTcpipListener(&m_sink, plan.port, limitsOf(plan)), kTcpipListener,
+        addListener(new (std::nothrow) VTR_CTcpipListener(&m_sink, plan.port, plan.listenerLimits), kTcpipListener,
                     u"VTR_CTcpipListener");
     }
 }

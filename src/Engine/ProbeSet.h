@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "ListenerLimits.h"
 #include "PeerRowValues.h"
 #include "Probe.h"
 #include "ProbeEventSink.h"
@@ -23,6 +24,7 @@ struct ProbePlan {
     std::uint32_t multicastPort = 0;
     std::int32_t multicastTtl = 0;
     bool allowFlooding = false;  // multicast probes without a pause are meant
+    ListenerLimits listenerLimits;
 };
 
 // The peer whose probes are to be made.

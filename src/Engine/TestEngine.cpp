@@ -160,6 +160,7 @@ void TestEngine::stopAllProbes() {
 }
 
 void TestEngine::concludeTest() {
+    tellCountedErrors();
     logReport();
     m_running = false;
     logLine(SPW_CString(u" ---- Test ") + static_cast<int>(m_testNumber) + u" complete ---");
@@ -240,6 +241,12 @@ void TestEngine::logLine(const SPW_CString& line) {
         m_log.logOfControl(showableText(line));
     } else {
         logProbeLine(line, TestLog::kNoLimit);
+    }
+}
+
+void TestEngine::logLines(const SPW_CArray<SPW_CString>& lines) {
+    for (int i = 0; i < lines.numberOfElements(); ++i) {
+        logLine(lines[i]);
     }
 }
 
@@ -349,6 +356,9 @@ ProbePlan TestEngine::probePlan() const {
     plan.multicastPort = static_cast<std::uint32_t>(m_settings.multicastPort);
     plan.multicastTtl = m_settings.multicastTtl;
     plan.allowFlooding = m_settings.allowFlooding;
+    plan.listenerLimits.failuresBeforePause = m_settings.failuresBeforePause;
+    plan.listenerLimits.silenceMs = ListenerLimits::silenceOfSeconds(m_settings.tcpSilenceSeconds);
+    plan.listenerLimits.periodMs = static_cast<std::uint32_t>(std::max(plan.periodMs, 0));
     return plan;
 }
 
@@ -418,6 +428,7 @@ void TestEngine::forgetTest() {
     m_waiting.clear();
     m_givenUp.clear();
     m_onceOnly.clear();
+    m_errorLines.clear();
     m_startProblems.clear();
 }
 
@@ -460,18 +471,30 @@ int TestEngine::passSeconds(std::uint64_t now100ns) {
 // All that depends on time passing. Not under the control lock: the thread that holds it may be waiting for this call
 // to end.
 void TestEngine::onSecond(std::uint64_t now100ns) {
+    SPW_CArray<SPW_CString> countedErrors;
     int unannounced = 0;
     {
         const SPW_CGuard guard(m_lock);
         m_ownThisSecond.clear();
+        m_errorLines.takeDue(now100ns, countedErrors);
         unannounced = passSeconds(now100ns);
     }
+    logLines(countedErrors);
     logUnannounced(unannounced);
     refreshNetworks();
     if (m_probes.enter()) {
         tendDiscovered();
         m_probes.leave();
     }
+}
+
+void TestEngine::tellCountedErrors() {
+    SPW_CArray<SPW_CString> countedErrors;
+    {
+        const SPW_CGuard guard(m_lock);
+        m_errorLines.takeAll(countedErrors);
+    }
+    logLines(countedErrors);
 }
 
 void TestEngine::addProblem(const StartProblem& problem) {

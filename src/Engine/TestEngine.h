@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "DiscoveryPace.h"
+#include "ErrorLines.h"
 #include "LocalIdentity.h"
 #include "LocalNetworks.h"
 #include "PeerTable.h"
@@ -139,10 +140,13 @@ private:
     void showNotMade(std::int32_t row, Protocol protocol);
     void stopAllProbes();
     void concludeTest();
+    bool admitError(ProbeKind kind, const SPW_CString& address, SPW_CString& line);
+    void tellCountedErrors();
     void forgetTest();
     void addProblem(const StartProblem& problem);
 
     void logLine(const SPW_CString& line);
+    void logLines(const SPW_CArray<SPW_CString>& lines);
     void logProbeLine(const SPW_CString& line, std::int32_t lateAfterMs);
     bool probeLogging(bool& withData, std::int32_t& periodMs) const;
 
@@ -194,6 +198,7 @@ private:
     SPW_CString m_announcement;
     PeerTable m_peers;
     OnceOnlyErrors m_onceOnly;
+    ErrorLines m_errorLines;
     SPW_CArray<StartProblem> m_startProblems;  // of the latest start
     // Addresses that the platform has called this device's own within the present second, though the latest start did
     // not find them. Empty without a ticker.

@@ -4,6 +4,7 @@
 #include "TestEngine.h"
 
 #include "ForeignText.h"
+#include "SPW_CClock.h"
 
 namespace {
 
@@ -31,13 +32,20 @@ bool protocolOf(ProbeKind kind, int& protocol) {
 
 void TestEngine::onSocketError(ProbeKind kind, std::uint32_t, const SPW_CString& address, SPW_Result,
                                const SPW_CString& message) {
-    {
-        const SPW_CGuard guard(m_lock);
-        if (isGivenUp(kind, address) || !m_onceOnly.admit(kind, address)) {
-            return;
-        }
+    SPW_CString line = TestLog::socketErrorLine(kind, address, message);
+    if (admitError(kind, address, line)) {
+        logProbeLine(line, TestLog::kNoLimit);
     }
-    logProbeLine(TestLog::socketErrorLine(kind, address, message), TestLog::kNoLimit);
+}
+
+bool TestEngine::admitError(ProbeKind kind, const SPW_CString& address, SPW_CString& line) {
+    const std::uint64_t now = SPW_CClock::instance->now100ns();
+    const SPW_CGuard guard(m_lock);
+    if (isGivenUp(kind, address)) {
+        return false;
+    }
+    return m_onceOnly.covers(kind) ? m_onceOnly.admit(kind, address)
+                                   : m_errorLines.admit(line, m_settings.failuresBeforePause, now);
 }
 
 void TestEngine::onDataSent(ProbeKind kind, std::uint32_t, const SPW_CString& target, std::int32_t sequence,

@@ -112,6 +112,8 @@ private:
 // Threads: none; the owner locks.
 class OnceOnlyErrors {
 public:
+    // Whether the errors of that probe kind are logged once.
+    bool covers(ProbeKind kind) { return listOf(kind) != nullptr; }
     // Whether an error of that probe kind at that address is to be logged; remembers it.
     bool admit(ProbeKind kind, const SPW_CString& address);
     // A probe of that kind has reached the address: its next error is news again.

@@ -45,6 +45,8 @@ struct Settings {
     std::int32_t logPatienceMs = 2000;
     std::int32_t mostDiscoveredPeers = 1024;
     std::int32_t restAfterSilentSeconds = 600;
+    std::int32_t failuresBeforePause = 3;
+    std::int32_t tcpSilenceSeconds = 10;
 
     // Milliseconds between probes. The product is limited to 32 bits (24 days): one that wrapped around to a negative
     // or a small number would be a flood.
@@ -162,4 +164,6 @@ inline constexpr OptionalSetting kOptionalSettings[] = {
     OptionalSetting::ofNumber(u"log patience", &Settings::logPatienceMs),
     OptionalSetting::ofNumber(u"most discovered peers", &Settings::mostDiscoveredPeers),
     OptionalSetting::ofNumber(u"rest after silent seconds", &Settings::restAfterSilentSeconds),
+    OptionalSetting::ofNumber(u"failures before a pause", &Settings::failuresBeforePause),
+    OptionalSetting::ofNumber(u"seconds of tcp silence", &Settings::tcpSilenceSeconds),
 };
