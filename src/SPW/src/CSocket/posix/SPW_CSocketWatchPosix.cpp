@@ -2,7 +2,6 @@
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <mutex>
@@ -10,6 +9,7 @@
 #include "SPW_CDeadlinePosix.h"
 #include "SPW_CSysError.h"
 #include "SPW_CSysErrorPosix.h"
+#include "SPW_CUninterruptedPosix.h"
 
 namespace {
 
@@ -19,21 +19,6 @@ using Guard = std::lock_guard<std::mutex>;
 // listeners: a list is enough.
 std::mutex lockOfAll;
 SPW_CSocketWatchPosix* firstOfAll = nullptr;
-
-void closeDescriptor(int& descriptor) {
-    if (descriptor != -1) {
-        (void)::close(descriptor);
-        descriptor = -1;
-    }
-}
-
-int waitUninterrupted(int kernelWatch, epoll_event* events, int size, const SPW_CDeadlinePosix& deadline) {
-    int count = 0;
-    do {
-        count = ::epoll_wait(kernelWatch, events, size, deadline.remainingMs());
-    } while (count == -1 && errno == EINTR);
-    return count;
-}
 
 }  // namespace
 
@@ -56,23 +41,23 @@ SPW_CSocketWatchPosix::~SPW_CSocketWatchPosix() {
 }
 
 void SPW_CSocketWatchPosix::openKernelWatch() {
-    m_kernelWatch = ::epoll_create1(EPOLL_CLOEXEC);
-    m_wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (m_kernelWatch == -1 || m_wake == -1 || !attach(m_wake, kInvalidSocket)) {
+    m_kernelWatch.reset(::epoll_create1(EPOLL_CLOEXEC));
+    m_wake.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!m_kernelWatch.isOpen() || !m_wake.isOpen() || !attach(m_wake.number(), kInvalidSocket)) {
         closeKernelWatch();
     }
 }
 
 void SPW_CSocketWatchPosix::closeKernelWatch() {
-    closeDescriptor(m_kernelWatch);
-    closeDescriptor(m_wake);
+    (void)m_kernelWatch.close();
+    (void)m_wake.close();
 }
 
 bool SPW_CSocketWatchPosix::attach(int descriptor, SPW_Socket socket) {
     epoll_event event{};
     event.events = EPOLLIN;  // ends and errors are told unasked
     event.data.u64 = socket;
-    return ::epoll_ctl(m_kernelWatch, EPOLL_CTL_ADD, descriptor, &event) == 0;
+    return ::epoll_ctl(m_kernelWatch.number(), EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
 bool SPW_CSocketWatchPosix::add(SPW_Socket socket) {
@@ -85,7 +70,7 @@ bool SPW_CSocketWatchPosix::add(SPW_Socket socket) {
         takeClosed(socket);
         return true;
     }
-    if (m_kernelWatch != -1 && !attach(slot->descriptor, socket)) {
+    if (m_kernelWatch.isOpen() && !attach(slot->descriptor, socket)) {
         closeKernelWatch();
     }
     m_table.release(slot);
@@ -100,8 +85,8 @@ bool SPW_CSocketWatchPosix::remove(SPW_Socket socket) {
     forgetClosed(socket);
     SPW_CSocketTable::Slot* const slot = m_table.acquire(socket);
     if (slot != nullptr) {
-        if (m_kernelWatch != -1) {
-            (void)::epoll_ctl(m_kernelWatch, EPOLL_CTL_DEL, slot->descriptor, nullptr);  // it is there
+        if (m_kernelWatch.isOpen()) {
+            (void)::epoll_ctl(m_kernelWatch.number(), EPOLL_CTL_DEL, slot->descriptor, nullptr);  // it is there
         }
         m_table.release(slot);
     }
@@ -109,7 +94,7 @@ bool SPW_CSocketWatchPosix::remove(SPW_Socket socket) {
 }
 
 SPW_Result SPW_CSocketWatchPosix::wait(SPW_CSocketSet& ready, std::uint32_t timeoutMs) {
-    if (m_kernelWatch == -1) {
+    if (!m_kernelWatch.isOpen()) {
         return SPW_CSocketWatch::wait(ready, timeoutMs);
     }
     ready = SPW_CSocketSet();
@@ -120,7 +105,9 @@ SPW_Result SPW_CSocketWatchPosix::wait(SPW_CSocketSet& ready, std::uint32_t time
     // A socket that was closed and removed while another thread still uses its descriptor may be told once more.
     while (ready.size() == 0) {
         epoll_event events[SPW_CSocketSet::kMaximum + 1];
-        const int count = waitUninterrupted(m_kernelWatch, events, SPW_CSocketSet::kMaximum + 1, deadline);
+        const int count = uninterrupted([&] {
+            return ::epoll_wait(m_kernelWatch.number(), events, SPW_CSocketSet::kMaximum + 1, deadline.remainingMs());
+        });
         if (m_hasClosed) {
             return kSockNotSocket;
         }
@@ -151,9 +138,9 @@ void SPW_CSocketWatchPosix::noteClosed(SPW_Socket socket) {
 void SPW_CSocketWatchPosix::takeClosed(SPW_Socket socket) {
     m_closed.add(socket);
     m_hasClosed = true;
-    if (m_wake != -1) {
+    if (m_wake.isOpen()) {
         // Refused only when it has been written to endlessly. Then it is readable already.
-        (void)::eventfd_write(m_wake, 1);
+        (void)::eventfd_write(m_wake.number(), 1);
     }
 }
 
@@ -163,7 +150,7 @@ void SPW_CSocketWatchPosix::forgetClosed(SPW_Socket socket) {
     }
     m_hasClosed = false;
     eventfd_t writes = 0;
-    if (m_wake != -1) {
-        (void)::eventfd_read(m_wake, &writes);  // takeClosed() has written to it
+    if (m_wake.isOpen()) {
+        (void)::eventfd_read(m_wake.number(), &writes);  // takeClosed() has written to it
     }
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "../../CFile/posix/SPW_CDescriptorPosix.h"
 #include "SPW_CSocketTable.h"
 #include "SPW_CSocketWatch.h"
 
@@ -33,8 +34,8 @@ private:
     SPW_CSocketTable& m_table;
     // Which sockets m_watched holds, and the next two, are changed by the watch's own thread under the lock of all
     // watches. noteClosed() reads them under it. wait() changes only the marks of m_watched, without the lock.
-    int m_kernelWatch = -1;  // -1: it selects
-    int m_wake = -1;         // readable while one of the sockets is closed
+    SPW_CDescriptorPosix m_kernelWatch;  // without one it selects
+    SPW_CDescriptorPosix m_wake;         // readable while one of the sockets is closed
     // Changed under the lock of all watches: by noteClosed(), which any thread may call, and by the watch's own thread.
     SPW_CSocketSet m_closed;
     std::atomic<bool> m_hasClosed{false};  // whether m_closed holds any; wait() reads it without the lock
