@@ -2,10 +2,8 @@
 
 #include <cstdint>
 
+#include "Protocol.h"
 #include "SPW_CString.h"
-
-// Protocol numbers of row updates.
-enum Protocol : int { kMulticast = 0, kUdp = 1, kTcpip = 2, kPing = 3, kProtocols = 4 };
 
 // What one protocol of one peer has counted so far.
 struct ProtocolCounts {

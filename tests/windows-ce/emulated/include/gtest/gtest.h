@@ -149,6 +149,10 @@ struct Result {
     explicit operator bool() const { return holds; }
 };
 
+inline bool areNear(std::int64_t left, std::int64_t right, std::int64_t error) {
+    return left - right <= error && right - left <= error;
+}
+
 template <typename A, typename B, typename Relation>
 Result compare(const A& left, const B& right, const char* text, Relation relation) {
     if (relation(left, right)) {
@@ -259,6 +263,9 @@ struct ExitedWithCode {
 #define EXPECT_LE(left, right) GTEST_COMPARE_(left, right, <=, )
 #define EXPECT_GT(left, right) GTEST_COMPARE_(left, right, >, )
 #define EXPECT_GE(left, right) GTEST_COMPARE_(left, right, >=, )
+// Integers alone.
+#define EXPECT_NEAR(left, right, error) \
+    GTEST_CHECK_(::testing::internal::isTrue(::testing::internal::areNear(left, right, error), #left), )
 #define EXPECT_STREQ(left, right) GTEST_CHECK_(::testing::internal::compareTexts(left, right, #left), )
 #define ASSERT_TRUE(value) GTEST_CHECK_(::testing::internal::isTrue(static_cast<bool>(value), #value), return)
 #define ASSERT_FALSE(value) GTEST_CHECK_(::testing::internal::isTrue(!(value), "not " #value), return)
