@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "PeerInsightValues.h"
 #include "Protocol.h"
 #include "SPW_CString.h"
 
@@ -25,6 +26,8 @@ struct PeerRowValues {
     int quality = 0;                    // percent of the expected probes that arrived, over all protocols together
     ProtocolCounts counts[kProtocols];  // by protocol number
     bool isNotMade[kProtocols] = {};    // by protocol number: the probes of this kind could not be made; none are sent
+    // What the counts do not say, in short; TestEngine::insight() has all of it. It changes with time alone, too.
+    PeerSummary summary;
 
     // "address (name)", or the bare address of a peer without a name.
     SPW_CString label() const;

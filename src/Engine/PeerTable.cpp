@@ -41,6 +41,7 @@ void PeerRow::reset() {
     for (SequenceCounter& counter : m_counters) {
         counter.reset();
     }
+    m_insight.reset();
 }
 
 // 0 before the first probe.
@@ -66,6 +67,7 @@ PeerRowValues PeerRow::values() const {
         values.counts[protocol] = {counter.received(), counter.total(), counter.lost()};
         values.isNotMade[protocol] = m_isNotMade[protocol];
     }
+    values.summary = m_insight.summary();
     return values;
 }
 
@@ -94,6 +96,10 @@ PeerRow* PeerTable::find(const SPW_CString& address) {
 PeerRow* PeerTable::numbered(std::int32_t number) {
     const int index = firstFrom(number);
     return index < size() && m_rows[index]->number() == number ? m_rows[index] : nullptr;
+}
+
+const PeerRow* PeerTable::numbered(std::int32_t number) const {
+    return const_cast<PeerTable*>(this)->numbered(number);
 }
 
 PeerRow* PeerTable::following(std::int32_t number) {

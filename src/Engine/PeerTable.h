@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "PeerInsight.h"
 #include "PeerRowValues.h"
 #include "SPW_CArray.h"
 #include "SPW_CString.h"
@@ -44,8 +45,13 @@ public:
     // made.
     std::int32_t passSecond() { return ++m_silentSeconds; }
     void setNotMade(int protocol) { m_isNotMade[protocol] = true; }
+    // What the counts cannot say; fed by the table's owner.
+    PeerInsight& insight() { return m_insight; }
+    const PeerInsight& insight() const { return m_insight; }
+    bool isNotMade(int protocol) const { return m_isNotMade[protocol]; }
     // For probes that are to be made anew.
     void forgetNotMade();
+    // Sets counts and figures to zero.
     void reset();
     // The one place where the record of a row is filled.
     PeerRowValues values() const;
@@ -62,6 +68,7 @@ private:
     const bool m_hasName;
     SequenceCounter m_counters[kProtocols];
     bool m_isNotMade[kProtocols] = {};
+    PeerInsight m_insight;
     State m_state;
     bool m_hasAnswered = false;
     std::int32_t m_silentSeconds = 0;
@@ -88,6 +95,7 @@ public:
     PeerRow* find(const SPW_CString& address);
     // Null when the row is gone.
     PeerRow* numbered(std::int32_t number);
+    const PeerRow* numbered(std::int32_t number) const;
     // The row with the lowest number above this one, or null. Walks the table while rows come and go; begins with 0.
     PeerRow* following(std::int32_t number);
     // Adds a row labelled "address (name)". Returns its number.

@@ -86,7 +86,7 @@ void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introductio
         // the arrays, and a start that fails writes one.
         (void)probe->startProbe();
     }
-    const int index = append(texts.probes, probe, peer.row);
+    const int index = append(texts.probes, {probe, peer.row, texts.protocol});
     const SPW_CString what = SPW_CString(texts.className) + u" to " + peer.address;
     const bool isAnnounced = peer.manner != ProbedPeer::kUnannounced;
     if (isAnnounced) {
@@ -106,7 +106,7 @@ void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
         Probe* connector =
             new (std::nothrow) VTR_CMulticastConnector(&m_sink, plan.multicastGroup, plan.multicastPort,
                                                        plan.announcement, multicastPeriodMs(plan), plan.multicastTtl);
-        (void)append(m_connectors, connector);
+        (void)append(m_connectors, {connector, ProbeNotMade::kNoRow, kMulticast});
         m_owner.onProbeLine(u"Created VTR_CMulticastConnector");
         const SPW_CString why = whyNotMade(connector);
         if (!why.isEmpty()) {
@@ -114,31 +114,31 @@ void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
         }
         addListener(new (std::nothrow)
                         VTR_CMulticastListener(&m_sink, plan.multicastPort, plan.multicastGroup, plan.listenerLimits),
-                    kMulticastListener, u"VTR_CMulticastListener");
+                    kMulticastListener, kMulticast, u"VTR_CMulticastListener");
     }
     if (plan.udp) {
-        addListener(new (std::nothrow) VTR_CUdpListener(&m_sink, plan.port, plan.listenerLimits), kUdpListener,
+        addListener(new (std::nothrow) VTR_CUdpListener(&m_sink, plan.port, plan.listenerLimits), kUdpListener, kUdp,
                     u"VTR_CUdpListener");
     }
     if (plan.tcp) {
         addListener(new (std::nothrow) VTR_CTcpipListener(&m_sink, plan.port, plan.listenerLimits), kTcpipListener,
-                    u"VTR_CTcpipListener");
+                    kTcpip, u"VTR_CTcpipListener");
     }
 }
 
 // A listener without a thread says why when it is started. One that is not there cannot.
-void ProbeSet::addListener(Probe* listener, ProbeKind kind, const char16_t* className) {
+void ProbeSet::addListener(Probe* listener, ProbeKind kind, Protocol protocol, const char16_t* className) {
     if (listener == nullptr) {
-        m_owner.onListenerNotStarted(SPW_CString(probeKindName(kind)) + u" : " + whyNotMade(listener));
+        m_owner.onListenerNotStarted(protocol, SPW_CString(probeKindName(kind)) + u" : " + whyNotMade(listener));
     }
-    (void)append(m_listeners, listener);
+    (void)append(m_listeners, {listener, ProbeNotMade::kNoRow, protocol});
     m_owner.onProbeLine(SPW_CString(u"Created ") + className);
 }
 
 // Answers the probe's index.
-int ProbeSet::append(Probes& probes, Probe* probe, std::int32_t row) {
+int ProbeSet::append(Probes& probes, const Member& member) {
     const SPW_CGuard guard(m_lock);
-    probes.append({probe, row});
+    probes.append(member);
     return probes.numberOfElements() - 1;
 }
 
@@ -207,7 +207,7 @@ void ProbeSet::startListening() {
         Probe* const listener = m_listeners[i].probe;
         if (listener != nullptr && listener->startProbe() != 0) {
             const SPW_CString text = listener->failureText();
-            m_owner.onListenerNotStarted(text);
+            m_owner.onListenerNotStarted(m_listeners[i].protocol, text);
             m_owner.onProbeLine(SPW_CString(u"StartListening failed returned ") + text);
         }
     }

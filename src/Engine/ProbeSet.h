@@ -103,8 +103,8 @@ public:
         // A line for the test log, in its place in the prescribed order.
         virtual void onProbeLine(const SPW_CString& line) = 0;
         virtual void onProbeNotMade(const ProbeNotMade& probe) = 0;
-        // errorText: the listener's, or why there is none.
-        virtual void onListenerNotStarted(const SPW_CString& errorText) = 0;
+        // protocol: what cannot be heard. errorText: the listener's, or why there is none.
+        virtual void onListenerNotStarted(Protocol protocol, const SPW_CString& errorText) = 0;
     };
 
     // sink: gets the reports of all probes. Both must outlive the set.
@@ -151,16 +151,17 @@ private:
     struct Member {
         Probe* probe = nullptr;  // null where it could not be made
         std::int32_t row = ProbeNotMade::kNoRow;
+        Protocol protocol = kMulticast;
     };
     typedef SPW_CArray<Member> Probes;
     struct Introduction;
 
     void introduce(Probe* probe, const ProbedPeer& peer, const Introduction& texts);
-    int append(Probes& probes, Probe* probe, std::int32_t row = ProbeNotMade::kNoRow);
+    int append(Probes& probes, const Member& member);
     static void askAllToStop(const Probes& probes);
     static void askAllToEnd(const Probes& probes);
     static void moveOut(Probes& probes, const SPW_CArray<std::int32_t>& rows, Probes& out);
-    void addListener(Probe* listener, ProbeKind kind, const char16_t* className);
+    void addListener(Probe* listener, ProbeKind kind, Protocol protocol, const char16_t* className);
     void startAll(const Probes& probes, const char16_t* failure, int& started);
     void stopAll(const Probes& probes, const char16_t* failure);
     SPW_CString connectorText(int index) const;

@@ -46,6 +46,10 @@
 // the probes that need the room: there are never more threads than rows allow. A row whose probes are being made, or
 // wait for that, does not go.
 //
+// (h) Beside its counts a row has a record of what they cannot say (RowInsights). It is fed where the counting happens,
+// under the engine lock, and judged by onSecond(), row by row with the same two locks: whoever is told of a row's state
+// is told in the order of the counting, too. The record is watched from the start of the listeners to the stop.
+//
 // The order of the locks is: control, sink, engine, ProbeSet.
 
 namespace {
@@ -131,6 +135,7 @@ void TestEngine::start() {
     resetStatistics();
     m_probes.startSending();
     m_running = true;
+    beginWatching();
     m_probes.open();
     m_probes.startListening();
 }
@@ -153,6 +158,7 @@ void TestEngine::completeTest() {
 
 // Leaves the ProbeSet closed.
 void TestEngine::stopAllProbes() {
+    endWatching();
     stopTicking();
     m_probes.stopListening();
     m_probes.close();
@@ -373,7 +379,9 @@ void TestEngine::createProbes(const PeerRecord& peer) {
     probed.isTestRunning = m_running;
     {
         const SPW_CGuard guard(m_lock);
+        const bool isKnown = m_peers.find(peer.address) != nullptr;
         probed.row = m_peers.addNamed(peer.address, peer.name);
+        expectNamed(*m_peers.numbered(probed.row), peer, isKnown);
     }
     m_probes.makePeerProbes(probed, probePlan());
 }
@@ -387,7 +395,10 @@ void TestEngine::onProbeNotMade(const ProbeNotMade& probe) {
     noteFirstNotMade();
     if (probe.row != ProbeNotMade::kNoRow) {
         showNotMade(probe.row, probe.protocol);
+        return;
     }
+    const SPW_CGuard guard(m_lock);
+    m_insights.notMade(nullptr, probe.protocol);
 }
 
 void TestEngine::noteFirstNotMade() {
@@ -408,13 +419,16 @@ void TestEngine::showNotMade(std::int32_t row, Protocol protocol) {
         const SPW_CGuard guard(m_lock);
         PeerRow* const found = m_peers.numbered(row);  // it stays while its probes are being made
         found->setNotMade(protocol);
+        m_insights.notMade(found, protocol);
         values = found->values();
     }
     m_sink->probesNotMade(values, protocol);
 }
 
-void TestEngine::onListenerNotStarted(const SPW_CString& errorText) {
+void TestEngine::onListenerNotStarted(Protocol protocol, const SPW_CString& errorText) {
     addProblem(StartProblem::ofListener(errorText));
+    const SPW_CGuard guard(m_lock);
+    m_insights.cannotHear(m_peers, protocol);
 }
 
 // Leaves the ProbeSet closed.
@@ -424,6 +438,7 @@ void TestEngine::forgetTest() {
     m_running = false;
     m_probes.destroyAll();
     const SPW_CGuard guard(m_lock);
+    m_insights.forget();
     m_peers.clear();
     m_waiting.clear();
     m_givenUp.clear();
@@ -471,6 +486,7 @@ int TestEngine::passSeconds(std::uint64_t now100ns) {
 // All that depends on time passing. Not under the control lock: the thread that holds it may be waiting for this call
 // to end.
 void TestEngine::onSecond(std::uint64_t now100ns) {
+    judgeRows(now100ns);
     SPW_CArray<SPW_CString> countedErrors;
     int unannounced = 0;
     {

@@ -11,6 +11,7 @@
 #include "PeerTable.h"
 #include "ProbeEventSink.h"
 #include "ProbeSet.h"
+#include "RowInsights.h"
 #include "SPW_CArray.h"
 #include "SPW_CCriticalSection.h"
 #include "SPW_CString.h"
@@ -79,6 +80,13 @@ public:
     // The values of all rows, in order of addition. rows is emptied first.
     void snapshot(SPW_CArray<PeerRowValues>& rows) const;
 
+    // All that is known of the row beyond its counts. False when there is no row of that number any more.
+    [[nodiscard]] bool insight(std::int32_t row, PeerInsightValues& values) const;
+    // Copies what has happened to the peers of the latest test, in the order of noticing: the events with numbers above
+    // `after`, as far as they are among the latest 1000. Returns the number to ask with the next time; 0 asks for all.
+    // events is emptied first. A start forgets the events of the test before; their numbers do not come again.
+    std::uint32_t eventsAfter(std::uint32_t after, SPW_CArray<InsightEvent>& events) const;
+
     // The test log's path, as the settings gave it when the log was opened.
     SPW_CString logFilePath() const { return m_log.path(); }
     // What the user must be told: of the log, and of the latest start. problems is emptied first; none: all is well.
@@ -98,6 +106,8 @@ public:
                         const SPW_CString& text) override;
     void onDataSent(ProbeKind kind, std::uint32_t port, const SPW_CString& target, std::int32_t sequence,
                     const SPW_CString& text) override;
+    void onReplyMeasured(const SPW_CString& address, std::uint32_t roundTripUs, std::uint8_t timeToLive) override;
+    void onOutState(ProbeKind kind, const SPW_CString& target, const ProbeOut& out) override;
 
 private:
     // What a discovery needs to make its probes; copies, which need no engine lock.
@@ -135,12 +145,12 @@ private:
     void onSecond(std::uint64_t now100ns) override;
     void onProbeLine(const SPW_CString& line) override { logLine(line); }
     void onProbeNotMade(const ProbeNotMade& probe) override;
-    void onListenerNotStarted(const SPW_CString& errorText) override;
+    void onListenerNotStarted(Protocol protocol, const SPW_CString& errorText) override;
     void noteFirstNotMade();
     void showNotMade(std::int32_t row, Protocol protocol);
     void stopAllProbes();
     void concludeTest();
-    bool admitError(ProbeKind kind, const SPW_CString& address, SPW_CString& line);
+    bool admitError(ProbeKind kind, const SPW_CString& address, SPW_Result code, SPW_CString& line);
     void tellCountedErrors();
     void forgetTest();
     void addProblem(const StartProblem& problem);
@@ -151,8 +161,16 @@ private:
     bool probeLogging(bool& withData, std::int32_t& periodMs) const;
 
     enum Counting { kNotCounted, kCounted, kCountedAtRest };
-    Counting count(const SPW_CString& address, int protocol, std::int32_t sequence);
+    Counting count(const SPW_CString& address, int protocol, std::int32_t sequence, std::uint64_t now100ns);
     bool isGivenUp(ProbeKind kind, const SPW_CString& address) const;
+
+    // TestEngineInsight.cpp
+    RowInsights::Kinds selectedKinds() const;
+    void expectNamed(PeerRow& row, const PeerRecord& peer, bool isKnown);
+    void beginWatching();
+    void endWatching();
+    void judgeRows(std::uint64_t now100ns);
+    bool judgeRowAfter(std::int32_t& number, std::uint64_t now100ns);
 
     // TestEngineDiscovery.cpp
     enum Judgement { kStranger, kUnwanted, kKnown };
@@ -197,6 +215,7 @@ private:
     LocalIdentity m_identity;
     SPW_CString m_announcement;
     PeerTable m_peers;
+    RowInsights m_insights;
     OnceOnlyErrors m_onceOnly;
     ErrorLines m_errorLines;
     SPW_CArray<StartProblem> m_startProblems;  // of the latest start

@@ -145,6 +145,9 @@ TestEngine::Judgement TestEngine::beginDiscovery(const SPW_CString& address, con
     discovery.peer.manner = manner == DiscoveryPace::kLater ? ProbedPeer::kUnannounced : ProbedPeer::kDiscovered;
     discovery.peer.isTestRunning = m_running;
     discovery.peer.row = m_peers.addDiscovered(address, name);
+    PeerRow& row = *m_peers.numbered(discovery.peer.row);
+    m_insights.expect(row, selectedKinds(), m_settings.periodMs());
+    m_insights.tell(row, InsightEvent::kDiscovered);
     discovery.plan = probePlan();
     return kStranger;
 }
@@ -158,6 +161,7 @@ void TestEngine::makeRoom(Discovery& discovery) {
     PeerRow* const row = m_peers.dispensable();
     discovery.givenUp.append(row->number());
     discovery.givenUpRow = row->values();
+    m_insights.tell(*row, InsightEvent::kGivenUp);
     discovery.givenUpAddress = row->address();
     (void)m_givenUp.add(discovery.givenUpAddress);
     for (const ProbeKind kind : {kTcpipConnector, kUdpConnector, kPinger}) {
@@ -178,7 +182,9 @@ void TestEngine::tellGivenUp(const Discovery& discovery) {
 
 void TestEngine::completeDiscovery(std::int32_t row) {
     const SPW_CGuard guard(m_lock);
-    m_peers.numbered(row)->setState(PeerRow::kProbed);
+    PeerRow* const complete = m_peers.numbered(row);
+    complete->setState(PeerRow::kProbed);
+    m_insights.beginPings(*complete);
 }
 
 // A peer that rests is heard. If many are heard at once some have to wait: their next probes bring them here again.
@@ -190,6 +196,9 @@ void TestEngine::takeUp(const SPW_CString& address) {
     }
     m_pace.admit();
     row->setState(PeerRow::kIncomplete);
+    if (row->isNotMade(kPing)) {
+        m_insights.expect(*row, RowInsights::kindOf(kPing), m_settings.periodMs());
+    }
     row->forgetNotMade();
     m_waiting.append({row->number(), ProbedPeer::kUnannounced, true, SPW_CString()});
 }

@@ -1,6 +1,7 @@
 // What the engine does when its probes report, on the probes' threads: logging and counting. Discovery is in
 // TestEngineDiscovery.cpp. How these live with the rest is told at the top of TestEngine.cpp.
 
+#include "SPW_CClock.h"
 #include "TestEngine.h"
 
 #include "ForeignText.h"
@@ -30,17 +31,22 @@ bool protocolOf(ProbeKind kind, int& protocol) {
 
 }  // namespace
 
-void TestEngine::onSocketError(ProbeKind kind, std::uint32_t, const SPW_CString& address, SPW_Result,
+void TestEngine::onSocketError(ProbeKind kind, std::uint32_t, const SPW_CString& address, SPW_Result code,
                                const SPW_CString& message) {
     SPW_CString line = TestLog::socketErrorLine(kind, address, message);
-    if (admitError(kind, address, line)) {
+    if (admitError(kind, address, code, line)) {
         logProbeLine(line, TestLog::kNoLimit);
     }
 }
 
-bool TestEngine::admitError(ProbeKind kind, const SPW_CString& address, SPW_CString& line) {
+// Also counts a ping that could not be made. Returns whether the line is to be written.
+bool TestEngine::admitError(ProbeKind kind, const SPW_CString& address, SPW_Result code, SPW_CString& line) {
     const std::uint64_t now = SPW_CClock::instance->now100ns();
     const SPW_CGuard guard(m_lock);
+    PeerRow* const pinged = kind == kPinger ? m_peers.find(address) : nullptr;
+    if (pinged != nullptr) {
+        m_insights.pingFailed(*pinged, code);
+    }
     if (isGivenUp(kind, address)) {
         return false;
     }
@@ -63,6 +69,7 @@ void TestEngine::onDataSent(ProbeKind kind, std::uint32_t, const SPW_CString& ta
 
 void TestEngine::onDataReceived(ProbeKind kind, std::uint32_t, const SPW_CString& sender, std::int32_t sequence,
                                 const SPW_CString& text) {
+    const std::uint64_t now100ns = SPW_CClock::instance->now100ns();
     int protocol = 0;
     if (!protocolOf(kind, protocol)) {
         return;
@@ -79,13 +86,13 @@ void TestEngine::onDataReceived(ProbeKind kind, std::uint32_t, const SPW_CString
     if (m_destroying) {
         return;
     }
-    const Counting counting = count(sender, protocol, sequence);
+    const Counting counting = count(sender, protocol, sequence, now100ns);
     if (counting == kCountedAtRest) {
         takeUp(sender);
     } else if (counting == kNotCounted && discover(sender, text)) {
         // Another listener has made the row meanwhile. If a start has forgotten the row since, nothing is counted. The
         // sender's next probe finds the new test.
-        (void)count(sender, protocol, sequence);
+        (void)count(sender, protocol, sequence, now100ns);
     }
 }
 
@@ -113,7 +120,8 @@ void TestEngine::logProbeLine(const SPW_CString& line, std::int32_t lateAfterMs)
 }
 
 // Not counted is what no row has the address of.
-TestEngine::Counting TestEngine::count(const SPW_CString& address, int protocol, std::int32_t sequence) {
+TestEngine::Counting TestEngine::count(const SPW_CString& address, int protocol, std::int32_t sequence,
+                                       std::uint64_t now100ns) {
     const SPW_CGuard order(m_sinkLock);
     PeerRowValues row;
     bool isAtRest = false;
@@ -124,6 +132,7 @@ TestEngine::Counting TestEngine::count(const SPW_CString& address, int protocol,
             return kNotCounted;
         }
         found->record(protocol, sequence);
+        m_insights.heard(*found, protocol, sequence, now100ns);
         row = found->values();
         isAtRest = found->state() == PeerRow::kResting;
     }

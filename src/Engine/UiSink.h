@@ -38,6 +38,9 @@ public:
         (void)row;
         (void)protocol;
     }
+    // The row's state, row.summary.state, has changed, as the engine has found in its look at all rows once a second.
+    // What has happened in detail is in TestEngine::eventsAfter(), which already has it.
+    virtual void rowStateChanged(const PeerRowValues& row) { (void)row; }
     // The row is gone: it had to make room for another discovered peer. Nothing is told of it any more, and its number
     // does not come again. row: as it was last. A start forgets all rows without this call.
     virtual void rowGivenUp(const PeerRowValues& row) { (void)row; }

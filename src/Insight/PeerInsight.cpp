@@ -67,16 +67,11 @@ void PeerInsight::onRoundTrip(std::uint32_t time100ns, int timeToLive) {
 
 // An attempt that has just begun says less than how the one before it ended.
 void PeerInsight::onOut(int protocol, const OutValues& out, const Stamp& now) {
-    const OutValues before = m_out[protocol];
-    const bool hadFailed = before.state >= SendState::kUnanswered;
-    if (out.state == SendState::kConnecting && hadFailed) {
+    OutValues& kept = m_out[protocol];
+    if (out.state == SendState::kConnecting && kept.state >= SendState::kUnanswered) {
         return;
     }
-    OutValues& kept = m_out[protocol];
-    kept = out;
-    kept.since = out.state == before.state ? before.since : out.since;
-    kept.lastError = out.lastError != 0 ? out.lastError : before.lastError;
-    kept.lastErrorWall100ns = out.lastError != 0 ? now.wall100ns : before.lastErrorWall100ns;
+    kept.follow(out, now);
     if (protocol != kTcpip) {
         return;
     }

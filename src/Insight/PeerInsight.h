@@ -55,8 +55,8 @@ public:
     void onHeard(int protocol, std::int32_t number, const Moment& moment);
     // How long a ping's reply took, and its time-to-live, 0 if unknown. Comes beside the onHeard() of the reply.
     void onRoundTrip(std::uint32_t time100ns, int timeToLive);
-    // How this device's own sending goes now. out.since is when it began, lastError the code of a failure or 0, and
-    // lastErrorWall100ns is not looked at. The same state again keeps its since.
+    // How this device's own sending goes now. out.since: when that began. out.lastError: the code of a failure, else 0.
+    // out.lastErrorWall100ns is not looked at.
     void onOut(int protocol, const OutValues& out, const Stamp& now);
 
     // ---- Once a second
@@ -69,6 +69,7 @@ public:
     // Sets the figures to zero; states, outages, restarts and times of last hearing stay.
     void reset();
     PeerState state() const { return m_state; }
+    SendState sendState(int protocol) const { return m_out[protocol].state; }
     PeerSummary summary() const;
     // now: the present, or since when the record stands still.
     PeerInsightValues values(const Stamp& now) const;

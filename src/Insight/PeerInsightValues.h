@@ -50,6 +50,9 @@ struct OutValues {
     // was noticed; else 0.
     std::uint16_t unansweredPackets = 0;
     std::uint16_t repetitions = 0;
+
+    // Becomes `next`, which has begun now. A state that goes on keeps its beginning, and so does the latest error.
+    void follow(const OutValues& next, const Stamp& now);
 };
 
 // What was heard of one kind. The counts are this record's own: prescribed counts take a repeat for one more probe.

@@ -63,7 +63,7 @@ public:
         m_lines.push_back(text);
     }
     void onProbeNotMade(const ProbeNotMade& probe) override { onProbeLine(probe.what + u" not made: " + probe.why); }
-    void onListenerNotStarted(const SPW_CString& errorText) override {
+    void onListenerNotStarted(Protocol, const SPW_CString& errorText) override {
         onProbeLine(SPW_CString(u"told: ") + errorText);
     }
 
