@@ -12,6 +12,7 @@ CALLS = {
     "ppoll": errno.ENOMEM,
     "recv": errno.ENOBUFS,
     "recvfrom": errno.ENOBUFS,
+    "recvmsg": errno.ENOBUFS,
     "send": errno.ENOBUFS,
     "sendto": errno.EPERM,
     "socket": errno.EMFILE,

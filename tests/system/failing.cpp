@@ -69,6 +69,7 @@ FAILING(ssize_t, recvfrom, recvfrom,
 FAILING(ssize_t, recvfrom, __recvfrom_chk,
         (int socket, void* bytes, size_t count, size_t room, int flags, sockaddr* address, socklen_t* size),
         (socket, bytes, count, room, flags, address, size))
+FAILING(ssize_t, recvmsg, recvmsg, (int socket, msghdr* message, int flags), (socket, message, flags))
 FAILING(ssize_t, send, send, (int socket, const void* bytes, size_t count, int flags), (socket, bytes, count, flags))
 FAILING(ssize_t, sendto, sendto,
         (int socket, const void* bytes, size_t count, int flags, const sockaddr* address, socklen_t size),

@@ -81,9 +81,7 @@ ssize_t __wrap_recvmsg(int descriptor, msghdr* header, int flags) {
     if (received == 0) {
         return __real_recvmsg(descriptor, header, flags);
     }
-    if (received > 0) {
-        header->msg_controllen = 0;
-    }
+    header->msg_controllen = 0;
     return received;
 }
 
