@@ -55,6 +55,7 @@ class TroubleshootingTest(lab.SystemTest):
         "Settings of another user": "test_settings_of_another_user",
         "The log is in use": "test_log_in_use",
         "The disk is full": "test_full_disk",
+        "The disk hangs": "test_disk_that_hangs",
         "Threads are refused": "test_threads_refused",
         "A mistake in the settings": "test_mistake_in_settings",
         "A unit that nobody knows": "test_unknown_unit",
@@ -243,18 +244,39 @@ class TroubleshootingTest(lab.SystemTest):
         self.expect_what_is_shown(program)
         self.assertTrue(first.is_running())
 
-    def test_full_disk(self):
-        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", "/mnt"], check=True)
+    def log_on_a_small_disk(self):
+        """Has the log of the device written to /mnt/log.txt, with a line for each probe."""
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=2m", "tmpfs", "/mnt"], check=True)
         self.addCleanup(lambda: subprocess.run(["umount", "--lazy", "/mnt"], check=True))
-        with open("/mnt/filler", "wb") as file:
-            file.write(bytes(48 << 10))
         os.symlink("/mnt/log.txt", self.device.log_path)
         self.device.configure("udp", period=5, peers={"peer": self.peer.address}, log_events="yes",
                               log_filename="/mnt/log.txt")
+
+    def test_full_disk(self):
+        self.log_on_a_small_disk()
+        with open("/mnt/filler", "wb") as file:
+            file.write(bytes((2 << 20) - (16 << 10)))
         program = self.device.measure()
         lab.eventually(lambda: "The disk is full" in program.errors(), 60, lambda: str(program))
         time.sleep(0.5)  # more than one line is to be lost
         os.remove("/mnt/filler")
+        self.expect_what_is_shown(program)
+
+    def test_disk_that_hangs(self):
+        self.log_on_a_small_disk()
+        log = lab.StallingLog(self.device)
+        log.environment["STALL_FILE"] = "/mnt/log.txt"
+        program = self.device.measure(through=log.through())
+        with traffic.UdpEnd(self.peer, traffic.PORT) as receiver:
+            for is_the_last in (False, True):
+                receiver.receive_many(20, 20)
+                log.hold()
+                # More lines than find room.
+                receiver.receive_many(2000, 60)
+                if not is_the_last:
+                    log.release()
+                    self.device.wait_for_log_line("LOG ERROR: [0-9]+ lines lost$", within=20)
+        program.stop()
         self.expect_what_is_shown(program)
 
     def test_threads_refused(self):
