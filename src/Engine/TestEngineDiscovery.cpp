@@ -88,7 +88,9 @@ TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) 
     if (m_peers.find(address) != nullptr) {
         return kKnown;
     }
-    if (m_probes.isClosed() || !m_settings.includeAnyoneInReach || m_ownThisSecond.contains(address)) {
+    // The pace ends with the ticker, and the listeners of a test that stops hear on for a while.
+    const bool isStopping = m_running && m_isTickerEnding;
+    if (isStopping || m_probes.isClosed() || !m_settings.includeAnyoneInReach || m_ownThisSecond.contains(address)) {
         return kUnwanted;
     }
     if (m_identity.hasAddress(address) || !m_pace.mayAdmit() || m_givenUp.contains(address) || !hasRoom()) {

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <thread>
+#include <utility>
 
 #include "EngineFixture.h"
 #include "Patience.h"
@@ -74,6 +76,22 @@ private:
     int m_count = 0;  // of calls that are inside
 };
 
+// Does something, once, in the middle of the next close of a socket.
+class SocketsThatAct : public SocketForwarder {
+public:
+    void actOnClose(std::function<void()> act) { m_act = std::move(act); }
+    int close(SPW_Socket socket) override {
+        const std::function<void()> act = std::exchange(m_act, nullptr);
+        if (act) {
+            act();
+        }
+        return SocketForwarder::close(socket);
+    }
+
+private:
+    std::function<void()> m_act;
+};
+
 class DiscoveryLimitsTest : public EngineFixture {
 protected:
     DiscoveryLimitsTest() {
@@ -99,6 +117,18 @@ protected:
     static std::string label(int sender) { return addressOf(sender).toAnsi(); }
     static SPW_CIpAddress ipAddressOf(int sender) {
         return {10, 1, static_cast<std::uint8_t>(sender / 250), static_cast<std::uint8_t>(sender % 250 + 1)};
+    }
+    // Passes so many seconds at once and waits until the engine's thread for time has noticed. The engine asks for its
+    // networks then if only neighbours are discovered.
+    void passNoticedSeconds(unsigned seconds) {
+        const int before = m_network.adapterScript.fillings;
+        m_clock.advanceMs(seconds * 1000);
+        ASSERT_TRUE(soon([&] { return m_network.adapterScript.fillings > before; }));
+    }
+    void discoverOnlyNeighbours() {
+        m_registry.setSetting(u"discover only neighbours", u"yes");
+        m_network.adapterList.emplace_back();
+        m_network.adapterList.back().addresses = {{"10.1.0.250", "255.255.0.0"}};
     }
     // The probes to that peer that have left so far.
     int probesTo(int sender) { return static_cast<int>(announcementsTo(ipAddressOf(sender)).size()); }
@@ -186,9 +216,7 @@ TEST_F(DiscoveryLimitsTest, AGivenUpPeersNumberDoesNotComeAgainAndItIsDiscovered
 // The second peer makes room while the ticker waits for the end of the first one's probe.
 TEST_F(DiscoveryLimitsTest, AGivenUpPeersLastWordsAreNotLoggedHoweverLongItsProbeTakesToEnd) {
     limit(u"most discovered peers", 2);
-    m_registry.setSetting(u"discover only neighbours", u"yes");  // shows that a second has passed
-    m_network.adapterList.emplace_back();
-    m_network.adapterList.back().addresses = {{"10.1.0.250", "255.255.0.0"}};
+    discoverOnlyNeighbours();
     HeldDatagrams sockets;
     const ScopedInstance<SPW_CSocket> installed(sockets);
     startTest();
@@ -197,9 +225,7 @@ TEST_F(DiscoveryLimitsTest, AGivenUpPeersLastWordsAreNotLoggedHoweverLongItsProb
     hearAll(1, 2);
     ASSERT_TRUE(sockets.waitForHeld(2));
     hear(3);
-    const int before = m_network.adapterScript.fillings;
-    m_clock.advanceMs(1000);
-    ASSERT_TRUE(soon([&] { return m_network.adapterScript.fillings > before; }));
+    passNoticedSeconds(1);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     hear(4);
     sockets.letGo(ipAddressOf(1));
@@ -244,24 +270,37 @@ TEST_F(DiscoveryLimitsTest, AFloodIsAdmittedAsABurstAndThenSoManyASecond) {
     EXPECT_THAT(labels(), SizeIs(Lt(21U + 5U * m_seconds)));
 }
 
-// Without probes, since a thousand threads that look at a scripted clock take their time. The engine asks for its
-// networks once a second while only neighbours are discovered, and so shows that the second has passed.
+// Without probes, since a thousand threads that look at a scripted clock take their time.
 TEST_F(DiscoveryLimitsTest, AThousandDevicesThatAppearWithinAMinuteAreAllFound) {
     select(false, false, false, false);
-    m_registry.setSetting(u"discover only neighbours", u"yes");
-    m_network.adapterList.emplace_back();
-    m_network.adapterList.back().addresses = {{"10.1.0.250", "255.255.0.0"}};
+    discoverOnlyNeighbours();
     startTest();
     for (int sender = 0; sender < 1020; ++sender) {
         hear(sender);
         if (sender % 17 == 16) {
-            const int before = m_network.adapterScript.fillings;
-            m_clock.advanceMs(1000);
-            ASSERT_TRUE(soon([&] { return m_network.adapterScript.fillings > before; }));
+            passNoticedSeconds(1);
         }
     }
     EXPECT_THAT(labels(), SizeIs(1020));
     EXPECT_THAT(m_limitsUi.takeGivenUp(), IsEmpty());
+}
+
+// The pace ends with the ticker, and the listeners hear on until they are stopped.
+TEST_F(DiscoveryLimitsTest, NobodyIsAdmittedAnyMoreWhileATestStops) {
+    limit(u"discoveries a second", 1000);
+    limit(u"discovery burst", 1000);
+    SocketsThatAct sockets;
+    const ScopedInstance<SPW_CSocket> installed(sockets);
+    startTest();
+    hear(1);
+    sockets.actOnClose([&] {
+        hearAll(2, 50);
+        hear(1, 2);
+    });
+    engine().stop();
+    EXPECT_THAT(labels(), ElementsAre(label(1)));
+    EXPECT_EQ(row(0).counts[kUdp].total, 1) << "known ones are counted to the end";
+    EXPECT_THAT(discoveryLines(), SizeIs(1));
 }
 
 TEST_F(DiscoveryLimitsTest, ADeviceThatWasLeftOutIsFoundByALaterProbe) {
