@@ -33,6 +33,12 @@ void PeerRow::record(int protocol, std::int32_t sequence) {
     m_silentSeconds = 0;
 }
 
+// A call may be late. A row that was heard since the last one may have been heard just now.
+std::int64_t PeerRow::passSeconds(std::int64_t seconds) {
+    m_silentSeconds += m_silentSeconds == 0 ? std::min<std::int64_t>(seconds, 1) : seconds;
+    return m_silentSeconds;
+}
+
 void PeerRow::forgetNotMade() {
     std::fill(std::begin(m_isNotMade), std::end(m_isNotMade), false);
 }
@@ -138,10 +144,10 @@ void PeerTable::remove(std::int32_t number) {
     fillSlots(m_slots.numberOfElements());
 }
 
-void PeerTable::passSecond(std::int64_t seconds, Numbers& rested) {
+void PeerTable::passSeconds(std::int64_t seconds, std::int64_t secondsToRest, Numbers& rested) {
     for (int i = 0; i < size(); ++i) {
         PeerRow& row = *m_rows[i];
-        if (row.state() == PeerRow::kProbed && row.passSecond() >= seconds && seconds > 0) {
+        if (row.state() == PeerRow::kProbed && row.passSeconds(seconds) >= secondsToRest && secondsToRest > 0) {
             row.setState(PeerRow::kResting);
             rested.append(row.number());
         }

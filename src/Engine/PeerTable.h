@@ -41,9 +41,9 @@ public:
     void record(int protocol, std::int32_t sequence);
     // Tells whether anything has been counted since the row was made. A reset does not make it forgotten.
     bool hasAnswered() const { return m_hasAnswered; }
-    // Tells that a second has passed. Returns how many have passed since something was counted, or since the row was
-    // made.
-    std::int32_t passSecond() { return ++m_silentSeconds; }
+    // Tells that so many seconds have passed since the last call. Returns how many have passed since something was
+    // counted, or since the row was made: at most one of those before the first call after that.
+    std::int64_t passSeconds(std::int64_t seconds);
     void setNotMade(int protocol) { m_isNotMade[protocol] = true; }
     // What the counts cannot say; fed by the table's owner.
     PeerInsight& insight() { return m_insight; }
@@ -71,7 +71,7 @@ private:
     PeerInsight m_insight;
     State m_state;
     bool m_hasAnswered = false;
-    std::int32_t m_silentSeconds = 0;
+    std::int64_t m_silentSeconds = 0;
 };
 
 // The statistics rows in order of addition, found by address at the price of one hash, since every received
@@ -110,9 +110,9 @@ public:
     PeerRow* dispensable();
     // Deletes that row. Its number does not come again.
     void remove(std::int32_t number);
-    // Tells all probed rows that a second has passed. Those that have been silent for so many seconds rest from here
-    // on; their numbers are appended, rising. seconds: 0 or less puts none to rest.
-    void passSecond(std::int64_t seconds, Numbers& rested);
+    // Tells all probed rows that so many seconds have passed since the last call. Those that have been silent for
+    // secondsToRest rest from here on; their numbers are appended, rising. secondsToRest: 0 or less puts none to rest.
+    void passSeconds(std::int64_t seconds, std::int64_t secondsToRest, Numbers& rested);
     // Deletes all rows. Their numbers do not come again.
     void clear();
 

@@ -476,11 +476,11 @@ void TestEngine::stopTicking() {
     logUnannounced(unannounced);
 }
 
-// A call may be late, and then more than a second has passed. Under the engine lock.
-int TestEngine::passSeconds(std::uint64_t now100ns) {
+// Since the last call. The ticker may be late, and then it is more than one. Under the engine lock.
+std::int64_t TestEngine::secondsPassed(std::uint64_t now100ns) {
     const std::uint64_t seconds = (now100ns - m_lastSecond100ns + kSecond100ns / 2) / kSecond100ns;
     m_lastSecond100ns = now100ns;
-    return m_pace.passSeconds(static_cast<std::int64_t>(seconds));
+    return static_cast<std::int64_t>(seconds);
 }
 
 // All that depends on time passing. Not under the control lock: the thread that holds it may be waiting for this call
@@ -488,18 +488,20 @@ int TestEngine::passSeconds(std::uint64_t now100ns) {
 void TestEngine::onSecond(std::uint64_t now100ns) {
     judgeRows(now100ns);
     SPW_CArray<SPW_CString> countedErrors;
+    std::int64_t seconds = 0;
     int unannounced = 0;
     {
         const SPW_CGuard guard(m_lock);
         m_ownThisSecond.clear();
         m_errorLines.takeDue(now100ns, countedErrors);
-        unannounced = passSeconds(now100ns);
+        seconds = secondsPassed(now100ns);
+        unannounced = m_pace.passSeconds(seconds);
     }
     logLines(countedErrors);
     logUnannounced(unannounced);
     refreshNetworks();
     if (m_probes.enter()) {
-        tendDiscovered();
+        tendDiscovered(seconds);
         m_probes.leave();
     }
 }

@@ -140,7 +140,7 @@ private:
 
     void createProbes(const PeerRecord& peer);
     void startTicking();
-    int passSeconds(std::uint64_t now100ns);
+    std::int64_t secondsPassed(std::uint64_t now100ns);
     void stopTicking();
     void onSecond(std::uint64_t now100ns) override;
     void onProbeLine(const SPW_CString& line) override { logLine(line); }
@@ -187,9 +187,9 @@ private:
     void refreshNetworks();
     void logDiscovery(const SPW_CString& address, const SPW_CString& name);
     void logUnannounced(int discoveries);
-    void tendDiscovered();
+    void tendDiscovered(std::int64_t seconds);
     std::int64_t secondsToRest() const;
-    void putSilentToRest();
+    void putSilentToRest(std::int64_t seconds);
     SPW_CArray<Waiting> takeWaiting();
     void forgetGivenUp(const SPW_CArray<Waiting>& waiting);
     void makeWaitingProbes(const SPW_CArray<Waiting>& waiting);
@@ -224,7 +224,7 @@ private:
     AddressSet m_ownThisSecond;
     bool m_isTicking = false;
     DiscoveryPace m_pace;
-    std::uint64_t m_lastSecond100ns = 0;  // when m_pace was told last
+    std::uint64_t m_lastSecond100ns = 0;  // when secondsPassed() was asked last
     LocalNetworks m_networks;             // kept up to date while only neighbours are discovered
     SPW_CArray<Waiting> m_waiting;
     AddressSet m_givenUp;  // rows that had to make room and whose probes may still be ending

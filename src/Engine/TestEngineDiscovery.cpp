@@ -228,19 +228,19 @@ void TestEngine::refreshNetworks() {
 
 // As a guest of the ProbeSet. A row waits only after the probes whose room it needs were retired. What is taken first
 // thus has room when the retired ones are destroyed. A row that comes meanwhile waits for the next second.
-void TestEngine::tendDiscovered() {
-    putSilentToRest();
+void TestEngine::tendDiscovered(std::int64_t seconds) {
+    putSilentToRest(seconds);
     const SPW_CArray<Waiting> waiting = takeWaiting();
     m_probes.destroyRetired();
     forgetGivenUp(waiting);
     makeWaitingProbes(waiting);
 }
 
-void TestEngine::putSilentToRest() {
+void TestEngine::putSilentToRest(std::int64_t seconds) {
     PeerTable::Numbers rested;
     {
         const SPW_CGuard guard(m_lock);
-        m_peers.passSecond(secondsToRest(), rested);
+        m_peers.passSeconds(seconds, secondsToRest(), rested);
     }
     if (rested.numberOfElements() > 0) {
         m_probes.retire(rested);

@@ -408,6 +408,17 @@ TEST_F(DiscoveryLimitsTest, PeersThatRestAreTakenUpAtThePaceOfDiscoveries) {
     });
 }
 
+TEST_F(DiscoveryLimitsTest, SecondsThatTheTickerWasHeldUpAreSilentOnesToo) {
+    limit(u"rest after silent seconds", 10);
+    discoverOnlyNeighbours();
+    startTest();
+    hear(1);
+    waitForSockets(2);
+    passNoticedSeconds(1);
+    passNoticedSeconds(9);
+    waitForSockets(1);
+}
+
 TEST_F(DiscoveryLimitsTest, APeerThatIsHeardDoesNotRest) {
     limit(u"rest after silent seconds", 4);
     startTest();

@@ -190,25 +190,45 @@ TEST_F(DispensableRowTest, WhereAllHaveAnsweredItIsTheOldestThatRests) {
 TEST_F(DispensableRowTest, DiscoveredRowsRestAfterSoManySilentSecondsAndNoOthers) {
     PeerTable::Numbers rested;
     for (int second = 0; second < 9; ++second) {
-        m_table.passSecond(10, rested);
+        m_table.passSeconds(1, 10, rested);
     }
     EXPECT_EQ(rested.numberOfElements(), 0);
     m_table.numbered(3)->record(kUdp, 1);
-    m_table.passSecond(10, rested);
+    m_table.passSeconds(1, 10, rested);
     ASSERT_EQ(rested.numberOfElements(), 2);
     EXPECT_EQ(rested[0], 2);
     EXPECT_EQ(rested[1], 4);
     EXPECT_EQ(m_table.numbered(2)->state(), PeerRow::kResting);
     EXPECT_EQ(m_table.numbered(3)->state(), PeerRow::kProbed);
     EXPECT_EQ(m_table.numbered(1)->state(), PeerRow::kKept);
-    m_table.passSecond(10, rested);
+    m_table.passSeconds(1, 10, rested);
     EXPECT_EQ(rested.numberOfElements(), 2) << "each is told once";
+}
+
+TEST_F(DispensableRowTest, SecondsThatPassTogetherAreAsManyAsOneByOne) {
+    PeerTable::Numbers rested;
+    m_table.passSeconds(1, 10, rested);
+    m_table.passSeconds(8, 10, rested);
+    EXPECT_EQ(rested.numberOfElements(), 0);
+    m_table.passSeconds(3, 10, rested);
+    EXPECT_EQ(rested.numberOfElements(), 3);
+}
+
+TEST_F(DispensableRowTest, ARowThatWasHeardDoesNotRestHoweverManySecondsPassTogether) {
+    PeerTable::Numbers rested;
+    m_table.passSeconds(5, 10, rested);
+    m_table.numbered(3)->record(kUdp, 1);
+    m_table.passSeconds(100, 10, rested);
+    EXPECT_EQ(rested.numberOfElements(), 2);
+    EXPECT_EQ(m_table.numbered(3)->state(), PeerRow::kProbed);
+    m_table.passSeconds(9, 10, rested);
+    EXPECT_EQ(m_table.numbered(3)->state(), PeerRow::kResting);
 }
 
 TEST_F(DispensableRowTest, ForNoSecondsNoRowRests) {
     PeerTable::Numbers rested;
     for (int second = 0; second < 1000; ++second) {
-        m_table.passSecond(0, rested);
+        m_table.passSeconds(1, 0, rested);
     }
     EXPECT_EQ(rested.numberOfElements(), 0);
 }
