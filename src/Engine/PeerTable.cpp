@@ -19,18 +19,37 @@ int totalPlusLost(const ProtocolCounts& counts) {
 
 }  // namespace
 
-PeerRow::PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName, State state)
+PeerRow::PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName, State state,
+                 int* dispensable)
     : m_number(number),
       m_address(address),
       m_shownAddress(showableText(address)),
       m_name(showableText(name)),
       m_hasName(hasName),
-      m_state(state) {}
+      m_state(state),
+      m_dispensable(dispensable) {
+    count(1);
+}
+
+void PeerRow::setState(State state) {
+    count(-1);
+    m_state = state;
+    count(1);
+}
 
 void PeerRow::record(int protocol, std::int32_t sequence) {
     m_counters[protocol].record(sequence);
+    count(-1);
     m_hasAnswered = true;
+    count(1);
     m_silentSeconds = 0;
+}
+
+// -1 before a change, 1 after it.
+void PeerRow::count(int difference) {
+    if (m_dispensable != nullptr && isDispensable()) {
+        *m_dispensable += difference;
+    }
 }
 
 // A call may be late. A row that was heard since the last one may have been heard just now.
@@ -126,10 +145,10 @@ PeerRow* PeerTable::dispensable() {
     PeerRow* resting = nullptr;
     for (int i = 0; i < size(); ++i) {
         PeerRow* const row = m_rows[i];
-        if (row->state() == PeerRow::kProbed && !row->hasAnswered()) {
+        if (row->isDispensable() && row->state() != PeerRow::kResting) {
             return row;
         }
-        if (resting == nullptr && row->state() == PeerRow::kResting) {
+        if (row->isDispensable() && resting == nullptr) {
             resting = row;
         }
     }
@@ -168,7 +187,7 @@ std::int32_t PeerTable::add(const SPW_CString& address, const SPW_CString& name,
         grow();
     }
     const std::int32_t number = m_nextNumber++;
-    m_rows.append(new PeerRow(number, address, name, hasName, state));
+    m_rows.append(new PeerRow(number, address, name, hasName, state, &m_dispensables));
     std::int32_t& entry = m_slots[slotOf(address)];
     if (entry == 0) {
         entry = size();

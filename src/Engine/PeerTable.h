@@ -28,19 +28,24 @@ public:
         kResting,     // nothing has come from it for long, and its probes have ended
     };
 
-    // number: see PeerRowValues. hasName: whether the label bears the name, even an empty one.
-    PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName,
-            State state = kKept);
+    // number: see PeerRowValues. hasName: whether the label bears the name, even an empty one. dispensable: the table's
+    // count of dispensable rows, which this row keeps right as long as it lives, or null.
+    PeerRow(std::int32_t number, const SPW_CString& address, const SPW_CString& name, bool hasName, State state = kKept,
+            int* dispensable = nullptr);
+    ~PeerRow() { count(-1); }
+    PeerRow(const PeerRow&) = delete;
+    PeerRow& operator=(const PeerRow&) = delete;
 
     // The address exactly as it was given: what a sender is known by.
     const SPW_CString& address() const { return m_address; }
     std::int32_t number() const { return m_number; }
     State state() const { return m_state; }
     // Not of a kept row.
-    void setState(State state) { m_state = state; }
+    void setState(State state);
+    // Tells whether the row may be given up for a new one: it has its probes and has never answered anything, or it
+    // rests.
+    bool isDispensable() const { return m_state == kResting || (m_state == kProbed && !m_hasAnswered); }
     void record(int protocol, std::int32_t sequence);
-    // Tells whether anything has been counted since the row was made. A reset does not make it forgotten.
-    bool hasAnswered() const { return m_hasAnswered; }
     // Tells that so many seconds have passed since the last call. Returns how many have passed since something was
     // counted, or since the row was made: at most one of those before the first call after that.
     std::int64_t passSeconds(std::int64_t seconds);
@@ -59,6 +64,7 @@ public:
     SPW_CString reportLine() const;
 
 private:
+    void count(int difference);
     int quality() const;
 
     const std::int32_t m_number;
@@ -71,6 +77,7 @@ private:
     PeerInsight m_insight;
     State m_state;
     bool m_hasAnswered = false;
+    int* const m_dispensable;
     std::int64_t m_silentSeconds = 0;
 };
 
@@ -105,8 +112,10 @@ public:
     std::int32_t addDiscovered(const SPW_CString& address, const SPW_CString& name);
     // How many rows are those of discovered peers.
     int discovered() const { return m_discovered; }
+    // How many rows are dispensable.
+    int dispensables() const { return m_dispensables; }
     // The row to give up for a new one where there is no room: the oldest probed one that has never answered anything,
-    // or else the oldest that rests. Null when there is neither.
+    // or else the oldest that rests. Null when there is neither. Looks at all rows.
     PeerRow* dispensable();
     // Deletes that row. Its number does not come again.
     void remove(std::int32_t number);
@@ -126,6 +135,7 @@ private:
     SPW_CArray<PeerRow*> m_rows;  // by rising numbers
     std::int32_t m_nextNumber = 1;
     int m_discovered = 0;
+    int m_dispensables = 0;
     // Open addressing over the rows' addresses: row index + 1, or 0 for a free slot. The number of slots is a power
     // of two and at least twice the number of rows.
     SPW_CArray<std::int32_t> m_slots;

@@ -180,7 +180,7 @@ private:
     bool isOwnAddressNow(const SPW_CString& address);
     bool hasAddressNow(const SPW_CString& address) const;
     Judgement beginDiscovery(const SPW_CString& address, const SPW_CString& name, Discovery& discovery);
-    bool hasRoom();
+    bool hasRoom() const;
     void makeRoom(Discovery& discovery);
     void tellGivenUp(const Discovery& discovery);
     void takeUp(const SPW_CString& address);

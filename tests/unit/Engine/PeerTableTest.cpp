@@ -187,6 +187,31 @@ TEST_F(DispensableRowTest, WhereAllHaveAnsweredItIsTheOldestThatRests) {
     EXPECT_EQ(m_table.dispensable(), m_table.numbered(3));
 }
 
+TEST_F(DispensableRowTest, TheirNumberIsKnownWithoutASearchWhateverHappensToARow) {
+    EXPECT_EQ(m_table.dispensables(), 3);
+    m_table.addDiscovered(u"10.0.0.6", u"");
+    EXPECT_EQ(m_table.dispensables(), 3) << "its probes are being made";
+    m_table.numbered(2)->record(kUdp, 1);
+    m_table.numbered(2)->record(kUdp, 2);
+    m_table.numbered(1)->record(kUdp, 1);
+    EXPECT_EQ(m_table.dispensables(), 2) << "one has answered";
+    PeerTable::Numbers rested;
+    m_table.passSeconds(1, 1, rested);
+    EXPECT_EQ(m_table.dispensables(), 3) << "all three rest";
+    m_table.numbered(3)->record(kUdp, 1);
+    EXPECT_EQ(m_table.dispensables(), 3) << "heard, and not yet taken up";
+    m_table.numbered(3)->setState(PeerRow::kIncomplete);
+    EXPECT_EQ(m_table.dispensables(), 2);
+    m_table.numbered(3)->setState(PeerRow::kProbed);
+    EXPECT_EQ(m_table.dispensables(), 2) << "it has answered";
+    m_table.remove(4);
+    EXPECT_EQ(m_table.dispensables(), 1);
+    m_table.remove(3);
+    EXPECT_EQ(m_table.dispensables(), 1);
+    m_table.clear();
+    EXPECT_EQ(m_table.dispensables(), 0);
+}
+
 TEST_F(DispensableRowTest, DiscoveredRowsRestAfterSoManySilentSecondsAndNoOthers) {
     PeerTable::Numbers rested;
     for (int second = 0; second < 9; ++second) {
