@@ -17,8 +17,9 @@ struct ProtocolCounts {
 // else does. Front ends hold it as it is and make texts and columns of it where they draw or print. All texts are safe
 // to show.
 struct PeerRowValues {
-    // The row's key. An engine numbers its rows from 1 in the order in which they are made and gives no number twice,
-    // in no test. Two rows may bear the same address, the same name and hence the same label.
+    // The row's key. An engine numbers its rows from 1 in the order in which they are made. No number comes twice in a
+    // test, nor in a later one before there have been a thousand million rows. Two rows may bear the same address, the
+    // same name and hence the same label.
     std::int32_t number = 0;
     SPW_CString address;
     SPW_CString name;

@@ -10,6 +10,9 @@
 namespace {
 
 constexpr int kFirstSlots = 64;
+constexpr std::int32_t kLastNumber = std::numeric_limits<std::int32_t>::max();
+// A test that begins below this one has as many numbers again.
+constexpr std::int32_t kLastFirstNumber = kLastNumber / 2;
 
 // The report's second figure of a pair is deliberately not the total that the list shows, but total plus lost.
 int totalPlusLost(const ProtocolCounts& counts) {
@@ -141,6 +144,10 @@ std::int32_t PeerTable::addDiscovered(const SPW_CString& address, const SPW_CStr
     return add(address, name, !name.isEmpty(), PeerRow::kIncomplete);
 }
 
+bool PeerTable::hasNumberForDiscovered() const {
+    return m_nextNumber <= kLastNumber - kKeptNumbers;
+}
+
 PeerRow* PeerTable::dispensable() {
     PeerRow* resting = nullptr;
     for (int i = 0; i < size(); ++i) {
@@ -180,6 +187,7 @@ void PeerTable::clear() {
     m_rows.clear();
     m_slots.clear();
     m_discovered = 0;
+    m_nextNumber = m_nextNumber > kLastFirstNumber ? 1 : m_nextNumber;
 }
 
 std::int32_t PeerTable::add(const SPW_CString& address, const SPW_CString& name, bool hasName, PeerRow::State state) {

@@ -90,7 +90,11 @@ class PeerTable {
 public:
     typedef SPW_CArray<std::int32_t> Numbers;
 
-    PeerTable() = default;
+    // Numbers of a test that rows of named and added peers alone may take.
+    static constexpr std::int32_t kKeptNumbers = 1 << 20;
+
+    // firstNumber: that of the first row; for tests, which come to the end of the numbers sooner.
+    explicit PeerTable(std::int32_t firstNumber = 1) : m_nextNumber(firstNumber) {}
     ~PeerTable() { clear(); }
     PeerTable(const PeerTable&) = delete;
     PeerTable& operator=(const PeerTable&) = delete;
@@ -110,6 +114,9 @@ public:
     // Adds the row of a discovered peer: labelled like a named one, or with the bare address if name is empty. Returns
     // its number. The row is incomplete.
     std::int32_t addDiscovered(const SPW_CString& address, const SPW_CString& name);
+    // False when a test has used up the numbers for discovered peers. A flood of a hundred devices a second takes eight
+    // months for that.
+    bool hasNumberForDiscovered() const;
     // How many rows are those of discovered peers.
     int discovered() const { return m_discovered; }
     // How many rows are dispensable.
@@ -117,12 +124,13 @@ public:
     // The row to give up for a new one where there is no room: the oldest probed one that has never answered anything,
     // or else the oldest that rests. Null when there is neither. Looks at all rows.
     PeerRow* dispensable();
-    // Deletes that row. Its number does not come again.
+    // Deletes that row. Its number does not come again before clear().
     void remove(std::int32_t number);
     // Tells all probed rows that so many seconds have passed since the last call. Those that have been silent for
     // secondsToRest rest from here on; their numbers are appended, rising. secondsToRest: 0 or less puts none to rest.
     void passSeconds(std::int64_t seconds, std::int64_t secondsToRest, Numbers& rested);
-    // Deletes all rows. Their numbers do not come again.
+    // Deletes all rows. Their numbers do not come again, unless a thousand million are used up: then the first is 1
+    // again.
     void clear();
 
 private:
@@ -133,7 +141,7 @@ private:
     void fillSlots(int slots);
 
     SPW_CArray<PeerRow*> m_rows;  // by rising numbers
-    std::int32_t m_nextNumber = 1;
+    std::int32_t m_nextNumber;
     int m_discovered = 0;
     int m_dispensables = 0;
     // Open addressing over the rows' addresses: row index + 1, or 0 for a free slot. The number of slots is a power

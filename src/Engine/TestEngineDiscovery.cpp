@@ -102,7 +102,8 @@ TestEngine::Judgement TestEngine::lockedJudgeSender(const SPW_CString& address) 
 // Asked for each packet of a stranger: it must not look at all rows.
 bool TestEngine::hasRoom() const {
     const std::int32_t most = m_settings.mostDiscoveredPeers;
-    return most <= 0 || m_peers.discovered() < most || (m_isTicking && m_peers.dispensables() > 0);
+    const bool hasRow = most <= 0 || m_peers.discovered() < most || (m_isTicking && m_peers.dispensables() > 0);
+    return hasRow && m_peers.hasNumberForDiscovered();
 }
 
 // The engine knows the addresses of the latest start. A device may get its address, or another one, after it. Then it

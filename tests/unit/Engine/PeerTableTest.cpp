@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
+
 #include "StringPrinting.h"
 
 namespace {
@@ -143,6 +146,28 @@ TEST(PeerTableTest, AWalkByNumbersMeetsEveryRowThoughOthersGo) {
     table.remove(3);
     EXPECT_EQ(table.following(2), table.numbered(4));
     EXPECT_EQ(table.following(4), nullptr);
+}
+
+TEST(PeerTableTest, TheLastMillionNumbersOfATestAreForNamedAndAddedPeers) {
+    constexpr std::int32_t kLast = std::numeric_limits<std::int32_t>::max() - PeerTable::kKeptNumbers;
+    PeerTable table(kLast);
+    EXPECT_TRUE(table.hasNumberForDiscovered());
+    EXPECT_EQ(table.addDiscovered(u"10.0.0.7", u""), kLast);
+    EXPECT_FALSE(table.hasNumberForDiscovered());
+    EXPECT_EQ(table.addNamed(u"10.0.0.8", u"added"), kLast + 1);
+    table.remove(kLast);
+    EXPECT_FALSE(table.hasNumberForDiscovered()) << "its number does not come again";
+}
+
+TEST(PeerTableTest, ATestThatFindsHalfOfTheNumbersUsedUpBeginsWithOneAgain) {
+    constexpr std::int32_t kHalf = std::numeric_limits<std::int32_t>::max() / 2;
+    PeerTable table(kHalf - 1);
+    table.addNamed(u"10.0.0.7", u"a");
+    table.clear();
+    EXPECT_EQ(table.addNamed(u"10.0.0.7", u"a"), kHalf);
+    table.clear();
+    EXPECT_EQ(table.addNamed(u"10.0.0.7", u"a"), 1);
+    EXPECT_EQ(table.find(u"10.0.0.7"), table.numbered(1));
 }
 
 // Three discovered peers between two others, each with its probes.
