@@ -249,7 +249,7 @@ class TroubleshootingTest(lab.SystemTest):
         subprocess.run(["mount", "-t", "tmpfs", "-o", "size=2m", "tmpfs", "/mnt"], check=True)
         self.addCleanup(lambda: subprocess.run(["umount", "--lazy", "/mnt"], check=True))
         os.symlink("/mnt/log.txt", self.device.log_path)
-        self.device.configure("udp", period=5, peers={"peer": self.peer.address}, log_events="yes",
+        self.device.configure("udp", "multicast", period=5, peers={"peer": self.peer.address}, log_events="yes",
                               log_filename="/mnt/log.txt")
 
     def test_full_disk(self):
