@@ -86,7 +86,7 @@ void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introductio
         // the arrays, and a start that fails writes one.
         (void)probe->startProbe();
     }
-    const int index = append(texts.probes, {probe, peer.row, texts.protocol});
+    append(texts.probes, {probe, peer.row, texts.protocol});
     const SPW_CString what = SPW_CString(texts.className) + u" to " + peer.address;
     const bool isAnnounced = peer.manner != ProbedPeer::kUnannounced;
     if (isAnnounced) {
@@ -97,7 +97,7 @@ void ProbeSet::introduce(Probe* probe, const ProbedPeer& peer, const Introductio
         m_owner.onProbeNotMade({what, why, peer.row, texts.protocol, isAnnounced});
     }
     if (isStarted && peer.manner == ProbedPeer::kAdded && probe->startProbe() != 0) {
-        m_owner.onProbeLine(SPW_CString(texts.startFailure) + connectorText(index));
+        m_owner.onProbeLine(SPW_CString(texts.startFailure) + connectorText(texts.probes, probe));
     }
 }
 
@@ -106,7 +106,7 @@ void ProbeSet::makeGroupProbes(const ProbePlan& plan) {
         Probe* connector =
             new (std::nothrow) VTR_CMulticastConnector(&m_sink, plan.multicastGroup, plan.multicastPort,
                                                        plan.announcement, multicastPeriodMs(plan), plan.multicastTtl);
-        (void)append(m_connectors, {connector, ProbeNotMade::kNoRow, kMulticast});
+        append(m_connectors, {connector, ProbeNotMade::kNoRow, kMulticast});
         m_owner.onProbeLine(u"Created VTR_CMulticastConnector");
         const SPW_CString why = whyNotMade(connector);
         if (!why.isEmpty()) {
@@ -131,15 +131,13 @@ void ProbeSet::addListener(Probe* listener, ProbeKind kind, Protocol protocol, c
     if (listener == nullptr) {
         m_owner.onListenerNotStarted(protocol, SPW_CString(probeKindName(kind)) + u" : " + whyNotMade(listener));
     }
-    (void)append(m_listeners, {listener, ProbeNotMade::kNoRow, protocol});
+    append(m_listeners, {listener, ProbeNotMade::kNoRow, protocol});
     m_owner.onProbeLine(SPW_CString(u"Created ") + className);
 }
 
-// Answers the probe's index.
-int ProbeSet::append(Probes& probes, const Member& member) {
+void ProbeSet::append(Probes& probes, const Member& member) {
     const SPW_CGuard guard(m_lock);
     probes.append(member);
-    return probes.numberOfElements() - 1;
 }
 
 // ---- Starting and stopping
@@ -154,7 +152,7 @@ void ProbeSet::startAll(const Probes& probes, const char16_t* failure, int& star
     for (int i = 0; i < probes.numberOfElements(); ++i) {
         spreadStarts(started++);
         if (probes[i].probe != nullptr && probes[i].probe->startProbe() != 0) {
-            m_owner.onProbeLine(SPW_CString(failure) + connectorText(i));
+            m_owner.onProbeLine(SPW_CString(failure) + connectorText(probes, probes[i].probe));
         }
     }
 }
@@ -170,7 +168,7 @@ void ProbeSet::stopSending() {
 void ProbeSet::stopAll(const Probes& probes, const char16_t* failure) {
     for (int i = 0; i < probes.numberOfElements(); ++i) {
         if (probes[i].probe != nullptr && probes[i].probe->stopProbe() != 0) {
-            m_owner.onProbeLine(SPW_CString(failure) + connectorText(i));
+            m_owner.onProbeLine(SPW_CString(failure) + connectorText(probes, probes[i].probe));
         }
     }
 }
@@ -194,9 +192,14 @@ void ProbeSet::askAllToEnd(const Probes& probes) {
 }
 
 // The text that is logged for a pinger is deliberately that of the connector at the pinger's index, where there is one.
-// Readers of logs know it so.
-SPW_CString ProbeSet::connectorText(int index) const {
+// Readers of logs know it so. The index is looked up here, because it falls when a guest retires the probes of earlier
+// peers.
+SPW_CString ProbeSet::connectorText(const Probes& probes, const Probe* probe) const {
     const SPW_CGuard guard(m_lock);
+    int index = 0;
+    while (index < probes.numberOfElements() && probes[index].probe != probe) {
+        ++index;
+    }
     Probe* const connector = index < m_connectors.numberOfElements() ? m_connectors[index].probe : nullptr;
     return connector == nullptr ? SPW_CString() : connector->failureText();
 }

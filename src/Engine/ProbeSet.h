@@ -157,14 +157,14 @@ private:
     struct Introduction;
 
     void introduce(Probe* probe, const ProbedPeer& peer, const Introduction& texts);
-    int append(Probes& probes, const Member& member);
+    void append(Probes& probes, const Member& member);
     static void askAllToStop(const Probes& probes);
     static void askAllToEnd(const Probes& probes);
     static void moveOut(Probes& probes, const SPW_CArray<std::int32_t>& rows, Probes& out);
     void addListener(Probe* listener, ProbeKind kind, Protocol protocol, const char16_t* className);
     void startAll(const Probes& probes, const char16_t* failure, int& started);
     void stopAll(const Probes& probes, const char16_t* failure);
-    SPW_CString connectorText(int index) const;
+    SPW_CString connectorText(const Probes& probes, const Probe* probe) const;
     void destroy(Probes& probes);
     bool hasGuests() const;
 
