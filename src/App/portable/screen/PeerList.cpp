@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "InsightText.h"
+#include "RowState.h"
 #include "SPW_CIpAddress.h"
 
 namespace {
@@ -25,14 +27,25 @@ int compareLabels(const SPW_CString& left, const SPW_CString& right) {
     return left.compare(right);
 }
 
-bool isBefore(const PeerRowValues& left, const PeerRowValues& right, int column) {
-    if (column == kLabelColumn) {
-        return compareLabels(left.label(), right.label()) < 0;
+// The time that the column shows. Peers that have answered no ping come last.
+std::int64_t roundTripOrNone(const PeerSummary& summary) {
+    return summary.roundTrips == 0 ? -1 : std::int64_t{summary.lastRoundTrip100ns};
+}
+
+bool isBefore(const PeerRowValues& left, const PeerRowValues& right, int key) {
+    switch (key) {
+        case kLabelColumn:
+            return compareLabels(left.label(), right.label()) < 0;
+        case kQualityColumn:
+            return left.quality < right.quality;
+        case kRoundTripColumn:
+            return roundTripOrNone(left.summary) > roundTripOrNone(right.summary);
+        case PeerList::kByState:
+            return severity(left.summary.state) > severity(right.summary.state);
+        default:
+            break;
     }
-    if (column == kQualityColumn) {
-        return left.quality < right.quality;
-    }
-    const int protocol = protocolOfColumn(column);
+    const int protocol = protocolOfColumn(key);
     const ProtocolCounts& a = left.counts[protocol];
     const ProtocolCounts& b = right.counts[protocol];
     return a.lost != b.lost ? a.lost > b.lost : a.received < b.received;
@@ -67,11 +80,11 @@ bool PeerList::apply(const RowChange& change) {
 }
 
 void PeerList::addRow() {
-    const int place = size();
+    const int place = sizeUnfiltered();
     m_rows.push_back(std::make_unique<Row>());
-    m_order.insert(m_order.begin() + std::min(place, 1), place);
-    if (m_selectedPlace < 0) {
-        m_selectedPlace = place;
+    if (!m_isFiltered) {
+        m_order.insert(m_order.begin() + std::min(place, 1), place);
+        chooseIfNone();
     }
 }
 
@@ -80,7 +93,7 @@ void PeerList::remove(int place) {
     const bool isChosen = place == m_selectedPlace;
     m_places.remove(at(place).values.number);
     m_rows.erase(m_rows.begin() + place);
-    m_order.erase(std::find(m_order.begin(), m_order.end(), place));
+    m_order.erase(std::remove(m_order.begin(), m_order.end(), place), m_order.end());
     for (int& shown : m_order) {
         shown -= shown > place ? 1 : 0;
     }
@@ -100,8 +113,22 @@ void PeerList::clear() {
 }
 
 SPW_CString PeerList::cell(int index, int column) const {
+    if (column == kRoundTripColumn) {
+        const PeerSummary& summary = values(index).summary;
+        return summary.roundTrips == 0 ? SPW_CString()
+                                       : roundTripText(summary.lastRoundTrip100ns) + u" (" +
+                                             roundTripText(summary.roundTripJitter100ns) + u")";
+    }
     const bool isBlank = column >= kMulticastColumn && !row(index).isTold[protocolOfColumn(column)];
     return isBlank ? SPW_CString() : cellText(values(index), column);
+}
+
+SPW_CString PeerList::stateText(int index) const {
+    return rowStateText(values(index).summary, m_now100ns);
+}
+
+SPW_CString PeerList::stateAge(int index) const {
+    return rowStateAge(values(index).summary, m_now100ns);
 }
 
 void PeerList::closePeriod(int expected) {
@@ -120,8 +147,18 @@ void PeerList::skipPeriod() {
     }
 }
 
-void PeerList::sortBy(int column) {
-    m_sortColumn = column;
+void PeerList::sortBy(int key) {
+    m_sortKey = key;
+    m_isOrderDue = true;
+    sort();
+}
+
+// A chosen row that is well goes; it has not become so under the user's eyes.
+void PeerList::filter(bool isOn) {
+    m_isFiltered = isOn;
+    if (isOn && m_selectedPlace >= 0 && isWell(at(m_selectedPlace).values)) {
+        m_selectedPlace = -1;
+    }
     m_isOrderDue = true;
     sort();
 }
@@ -132,18 +169,32 @@ void PeerList::sort() {
     }
     m_isOrderDue = false;
     putInOrderOfDialog();
-    if (m_sortColumn != kUnsorted) {
+    if (m_sortKey != kUnsorted) {
         std::stable_sort(m_order.begin(), m_order.end(), [this](int left, int right) {
-            return isBefore(at(left).values, at(right).values, m_sortColumn);
+            return isBefore(at(left).values, at(right).values, m_sortKey);
         });
     }
+    chooseIfNone();
+}
+
+bool PeerList::isShown(int place) const {
+    return !m_isFiltered || place == m_selectedPlace || !isWell(at(place).values);
 }
 
 // The row that came first is on top. Each further one comes in just below it.
 void PeerList::putInOrderOfDialog() {
     m_order.clear();
-    for (int i = 0; i < size(); ++i) {
-        m_order.push_back(i == 0 ? 0 : size() - i);
+    for (int i = 0; i < sizeUnfiltered(); ++i) {
+        const int place = i == 0 ? 0 : sizeUnfiltered() - i;
+        if (isShown(place)) {
+            m_order.push_back(place);
+        }
+    }
+}
+
+void PeerList::chooseIfNone() {
+    if (m_selectedPlace < 0) {
+        select(0);
     }
 }
 
@@ -155,6 +206,7 @@ int PeerList::selected() const {
 void PeerList::select(int index) {
     if (size() > 0) {
         m_selectedPlace = place(std::clamp(index, 0, size() - 1));
+        m_isOrderDue = m_isOrderDue || m_isFiltered;
     }
 }
 

@@ -1,20 +1,32 @@
 #include "PeerListView.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 #include "DisplayWidth.h"
+#include "RowState.h"
 
 namespace {
 
 constexpr int kProtocolColumns = kPeerColumns - kMulticastColumn;
 
+// "Quality (%)" is "Quality" and "(%)".
+void splitHeader(int column, SPW_CString& upper, SPW_CString& lower) {
+    if (column != kRoundTripColumn) {
+        splitPeerColumnHeader(column, upper, lower);
+        return;
+    }
+    upper = u"Rtt";
+    lower = u"(jitter)";
+}
+
 int headerWidth(int column, int lines) {
     if (lines == 1) {
-        return displayWidth(peerColumnHeader(column));
+        return displayWidth(screenColumnHeader(column));
     }
     SPW_CString upper;
     SPW_CString lower;
-    splitPeerColumnHeader(column, upper, lower);
+    splitHeader(column, upper, lower);
     return std::max(displayWidth(upper), displayWidth(lower));
 }
 
@@ -26,27 +38,42 @@ int widestCell(const PeerList& list, int column) {
     return widest;
 }
 
-Style styleOfQuality(int quality) {
-    return quality >= 100 ? Look::kPlain : quality > 0 ? Look::kWarning : Look::kFailure;
+// How wide label, state and quality of a row are, with a blank between them.
+int widthWithState(const PeerList& list, int row, const SPW_CString& state) {
+    return displayWidth(list.cell(row, kLabelColumn)) + 1 + displayWidth(state) + 1 +
+           displayWidth(list.cell(row, kQualityColumn));
+}
+
+int widestWithState(const PeerList& list) {
+    int widest = 0;
+    for (int row = 0; row < list.size(); ++row) {
+        const SPW_CString state = list.stateText(row);
+        widest = std::max(widest, state.isEmpty() ? 0 : widthWithState(list, row, state));
+    }
+    return widest;
 }
 
 }  // namespace
 
+SPW_CString screenColumnHeader(int column) {
+    return column == kRoundTripColumn ? u"Rtt (jitter)" : peerColumnHeader(column);
+}
+
 ListLayout::ListLayout(const PeerList& list, int width, int firstProtocol) {
-    int contents[kPeerColumns];
-    for (int column = 0; column < kPeerColumns; ++column) {
+    int contents[kScreenColumns];
+    for (int column = 0; column < kScreenColumns; ++column) {
         contents[column] = widestCell(list, column);
     }
+    hasRoundTrips = width >= kLeastWidthForRoundTrips && contents[kRoundTripColumn] > 0;
 
     int room = 0;  // for the label
     for (headerLines = 1;; ++headerLines) {
         gap = headerLines == 1 ? 2 : 1;
         room = width - kMarkWidth;
-        for (int column = 1; column < kPeerColumns; ++column) {
+        for (int column = 0; column < kScreenColumns; ++column) {
             widths[column] = std::max(headerWidth(column, headerLines), contents[column]);
-            room -= gap + widths[column];
+            room -= column == kLabelColumn || !isShown(column) ? 0 : gap + widths[column];
         }
-        widths[kLabelColumn] = std::max(headerWidth(kLabelColumn, headerLines), contents[kLabelColumn]);
         if (headerLines == 2 || room >= widths[kLabelColumn]) {
             break;
         }
@@ -59,7 +86,8 @@ ListLayout::ListLayout(const PeerList& list, int width, int firstProtocol) {
     while (room < kLeastLabelWidth && endProtocolColumn > firstProtocolColumn + 1) {
         dropColumn(--endProtocolColumn);
     }
-    widths[kLabelColumn] = std::clamp(room, 1, std::max(widths[kLabelColumn], 1));
+    const int wanted = std::max(widths[kLabelColumn], widestWithState(list) - gap - widths[kQualityColumn]);
+    widths[kLabelColumn] = std::clamp(room, 1, std::max(wanted, 1));
 }
 
 void PeerListView::draw(Canvas& canvas, const Area& area) {
@@ -84,19 +112,19 @@ int PeerListView::rowAt(int x, int y) const {
 void PeerListView::drawHeader(Canvas& canvas, const ListLayout& layout) {
     canvas.fill({m_area.x, m_area.y, m_area.width, layout.headerLines}, Look::kHeader);
     int x = m_area.x + ListLayout::kMarkWidth;
-    for (int column = 0; column < kPeerColumns; ++column) {
+    for (int column = 0; column < kScreenColumns; ++column) {
         if (!layout.isShown(column)) {
             continue;
         }
-        const Style style(Look::kHeader, column == m_list.sortColumn());
+        const Style style(Look::kHeader, column == m_list.sortKey());
         const Canvas::Alignment alignment = column == kLabelColumn ? Canvas::kLeft : Canvas::kRight;
         const int width = layout.widths[column];
         if (layout.headerLines == 1) {
-            canvas.putFitted(x, m_area.y, width, peerColumnHeader(column), style, alignment);
+            canvas.putFitted(x, m_area.y, width, screenColumnHeader(column), style, alignment);
         } else {
             SPW_CString upper;
             SPW_CString lower;
-            splitPeerColumnHeader(column, upper, lower);
+            splitHeader(column, upper, lower);
             canvas.putFitted(x, m_area.y, width, upper, style, alignment);
             canvas.putFitted(x, m_area.y + 1, width, lower, style, alignment);
         }
@@ -113,14 +141,12 @@ void PeerListView::drawHeader(Canvas& canvas, const ListLayout& layout) {
 }
 
 void PeerListView::drawRow(Canvas& canvas, const ListLayout& layout, int row, int y) {
-    const int quality = m_list.values(row).quality;
-    Style style = styleOfQuality(quality);
-    style.isReversed = row == m_list.selected();
+    const PeerRowValues& values = m_list.values(row);
+    const Style style(rowLook(values), row == m_list.selected());
     canvas.fill({m_area.x, y, m_area.width, 1}, style);
-    const bool isWhole = notMadeText(m_list.values(row).isNotMade).isEmpty();
-    canvas.put(m_area.x, y, SPW_CString(isWhole ? qualityMark(quality) : kNotMadeMark), style);
+    canvas.put(m_area.x, y, SPW_CString(rowMark(values)), style);
     int x = m_area.x + ListLayout::kMarkWidth;
-    for (int column = 0; column < kPeerColumns; ++column) {
+    for (int column = 0; column < kScreenColumns; ++column) {
         if (!layout.isShown(column)) {
             continue;
         }
@@ -128,8 +154,17 @@ void PeerListView::drawRow(Canvas& canvas, const ListLayout& layout, int row, in
                          column == kLabelColumn ? Canvas::kLeft : Canvas::kRight);
         x += layout.widths[column] + layout.gap;
     }
+    drawState(canvas, layout, row, y, style);
 }
 
-char16_t qualityMark(int quality) {
-    return quality >= 100 ? u' ' : quality > 0 ? u'!' : u'X';
+// A label is never cut for a state.
+void PeerListView::drawState(Canvas& canvas, const ListLayout& layout, int row, int y, Style style) {
+    const int room = layout.widths[kLabelColumn] + layout.gap + layout.widths[kQualityColumn];
+    for (const SPW_CString& state : {m_list.stateText(row), m_list.stateAge(row)}) {
+        if (!state.isEmpty() && widthWithState(m_list, row, state) <= room) {
+            const int end = room - displayWidth(m_list.cell(row, kQualityColumn)) - 1;
+            canvas.put(m_area.x + ListLayout::kMarkWidth + end - displayWidth(state), y, state, style);
+            return;
+        }
+    }
 }

@@ -8,11 +8,15 @@
 //
 // Headers stand on one line if there is room, else on two, cut before their unit. If even that is too wide, columns of
 // protocols are left out at the right. The arrow keys bring them in.
+//
+// The column of round-trip times is shown from 100 columns on, if there are any. The state of a peer that is not well
+// stands between its label and its quality, for which the label's column gets room that is left over.
 struct ListLayout {
     // The mark at the beginning of a line, and a blank.
     static constexpr int kMarkWidth = 2;
     // A label never gets less than this before columns are left out. It is enough for every address.
     static constexpr int kLeastLabelWidth = 15;
+    static constexpr int kLeastWidthForRoundTrips = 100;
 
     // firstProtocol: how many columns of protocols are left out at the left.
     ListLayout(const PeerList& list, int width, int firstProtocol);
@@ -22,9 +26,13 @@ struct ListLayout {
     // The columns of protocols that are shown: from firstProtocolColumn to endProtocolColumn - 1.
     int firstProtocolColumn = kMulticastColumn;
     int endProtocolColumn = kPeerColumns;
-    int widths[kPeerColumns] = {};
+    bool hasRoundTrips = false;
+    int widths[kScreenColumns] = {};
 
     bool isShown(int column) const {
+        if (column == kRoundTripColumn) {
+            return hasRoundTrips;
+        }
         return column < kMulticastColumn || (column >= firstProtocolColumn && column < endProtocolColumn);
     }
     bool hasMoreLeft() const { return firstProtocolColumn > kMulticastColumn; }
@@ -49,6 +57,7 @@ public:
 private:
     void drawHeader(Canvas& canvas, const ListLayout& layout);
     void drawRow(Canvas& canvas, const ListLayout& layout, int row, int y);
+    void drawState(Canvas& canvas, const ListLayout& layout, int row, int y, Style style);
 
     PeerList& m_list;
     int m_firstProtocol = 0;
@@ -58,7 +67,5 @@ private:
     int m_firstRow = 0;
 };
 
-// Marks a row whose probes could not all be made. Its figures do not tell what its quality would be.
-constexpr char16_t kNotMadeMark = u'?';
-// Marks a row's quality without colour: a blank at 100, "!" below 100, "X" at 0.
-char16_t qualityMark(int quality);
+// The header of a column of the screen. column: 0 to kScreenColumns - 1.
+SPW_CString screenColumnHeader(int column);

@@ -6,9 +6,17 @@ void RowBoard::rowChanged(const PeerRowValues& row, int protocol) {
     bool isNews = false;
     {
         const SPW_CGuard guard(m_lock);
-        RowChange& change = waitingChange(row.number);
-        change.row = row;
-        change.isTold[protocol] = true;
+        waitingChange(row).isTold[protocol] = true;
+        isNews = noteChange();
+    }
+    tellListener(isNews);
+}
+
+void RowBoard::rowStateChanged(const PeerRowValues& row) {
+    bool isNews = false;
+    {
+        const SPW_CGuard guard(m_lock);
+        (void)waitingChange(row);
         isNews = noteChange();
     }
     tellListener(isNews);
@@ -18,9 +26,7 @@ void RowBoard::rowGivenUp(const PeerRowValues& row) {
     bool isNews = false;
     {
         const SPW_CGuard guard(m_lock);
-        RowChange& change = waitingChange(row.number);
-        change.row = row;
-        change.isGone = true;
+        waitingChange(row).isGone = true;
         isNews = noteChange();
     }
     tellListener(isNews);
@@ -45,14 +51,16 @@ RowBoard::News RowBoard::take() {
     return std::exchange(m_news, News());
 }
 
-// A new one where none waits.
-RowChange& RowBoard::waitingChange(std::int32_t number) {
-    int place = m_places.find(number);
+// The row as it is now, in a new change where none waits.
+RowChange& RowBoard::waitingChange(const PeerRowValues& row) {
+    int place = m_places.find(row.number);
     if (place == RowPlaces::kNone) {
-        place = m_places.add(number);
+        place = m_places.add(row.number);
         m_news.changes.emplace_back();
     }
-    return m_news.changes[static_cast<std::size_t>(place)];
+    RowChange& change = m_news.changes[static_cast<std::size_t>(place)];
+    change.row = row;
+    return change;
 }
 
 // True for the first change since the latest take().

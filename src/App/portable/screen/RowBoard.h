@@ -28,6 +28,7 @@ public:
     void rowChanged(const PeerRowValues& row, int protocol) override;
     // Marks the protocol as told: the row then shows "0/0" for it instead of a blank.
     void probesNotMade(const PeerRowValues& row, int protocol) override { rowChanged(row, protocol); }
+    void rowStateChanged(const PeerRowValues& row) override;
     void rowGivenUp(const PeerRowValues& row) override;
     // Forgets all rows, because a new test begins.
     void clear();
@@ -41,7 +42,7 @@ public:
     News take();
 
 private:
-    RowChange& waitingChange(std::int32_t number);
+    RowChange& waitingChange(const PeerRowValues& row);
     bool noteChange();
     void tellListener(bool isNews);
 

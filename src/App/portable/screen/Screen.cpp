@@ -13,6 +13,7 @@ constexpr int kTitleLine = 0;
 constexpr int kButtonLine = 1;
 constexpr int kListLine = 2;
 constexpr std::int64_t kSecondMs = 1000;
+constexpr std::uint64_t k100nsPerMs = 10000;
 // The shortest column of a strip chart. Shorter periods share a column.
 constexpr std::int64_t kLeastColumnMs = 1000;
 constexpr int kWheelRows = 3;
@@ -88,6 +89,7 @@ void Screen::tick(std::int64_t nowMs) {
     if (m_status.state != StatusLine::kRunning) {
         return;
     }
+    m_list.setNow(static_cast<std::uint64_t>(nowMs) * k100nsPerMs);
     m_status.elapsedSeconds = static_cast<std::uint32_t>((nowMs - m_startedMs) / kSecondMs);
     closePeriods(nowMs);
     if (m_durationMs != kEndless && nowMs - m_startedMs >= m_durationMs) {
@@ -207,7 +209,10 @@ void Screen::handleText(char32_t character) {
             m_list.select(m_list.selected() - 1);
             break;
         case U'o':
-            sortByNextColumn();
+            sortByNextKey();
+            break;
+        case U'f':
+            toggleFilter();
             break;
         case U'?':
         case U'h':
@@ -228,10 +233,23 @@ void Screen::handleClick(int x, int y) {
     }
 }
 
-void Screen::sortByNextColumn() {
-    const int column = m_list.sortColumn() + 1;
-    m_list.sortBy(column < kPeerColumns ? column : PeerList::kUnsorted);
-    tell(column < kPeerColumns ? SPW_CString(u"sorted by ") + peerColumnHeader(column) : SPW_CString(u"not sorted"));
+void Screen::sortByNextKey() {
+    const int next = m_list.sortKey() + 1;
+    if (next < kScreenColumns) {
+        m_list.sortBy(next);
+        tell(u"sorted by " + screenColumnHeader(next));
+    } else if (next == PeerList::kByState) {
+        m_list.sortBy(PeerList::kByState);
+        tell(u"sorted by state");
+    } else {
+        m_list.sortBy(PeerList::kUnsorted);
+        tell(u"not sorted");
+    }
+}
+
+void Screen::toggleFilter() {
+    m_list.filter(!m_list.isFiltered());
+    tell(m_list.isFiltered() ? u"only peers that are not well" : u"all peers");
 }
 
 bool Screen::isUsable(int button) const {
@@ -306,6 +324,7 @@ void Screen::draw(Canvas& canvas) {
     m_view.draw(canvas, area);
     drawHint(canvas, area);
     drawButtons(canvas);
+    m_status.filter = filterText();
     canvas.putFitted(0, canvas.height() - 1, canvas.width(), m_status.text(canvas.width()), Look::kStatus);
     // A new test has begun, and the box's row is gone.
     if (m_boxKind == kDetail && m_list.size() == 0) {
@@ -337,11 +356,23 @@ void Screen::drawButtons(Canvas& canvas) {
     }
 }
 
+// "not well 3/300", while nothing else is shown.
+SPW_CString Screen::filterText() const {
+    SPW_CString text;
+    if (m_list.isFiltered()) {
+        text.format(u"not well %d/%d", m_list.size(), m_list.sizeUnfiltered());
+    }
+    return text;
+}
+
 void Screen::drawHint(Canvas& canvas, const Area& area) {
     if (m_list.size() > 0) {
         return;
     }
     const bool isStopped = m_status.state == StatusLine::kStopped;
-    const SPW_CString hint = isStopped ? u"s starts a test, ? explains the keys" : u"no peer heard so far";
+    SPW_CString hint = isStopped ? u"s starts a test, ? explains the keys" : u"no peer heard so far";
+    if (m_list.sizeUnfiltered() > 0) {
+        hint = u"all peers are well, f shows them";
+    }
     canvas.putFitted(area.x, area.y + area.height / 2, area.width, hint, Look::kDimmed, Canvas::kCentre);
 }

@@ -20,7 +20,7 @@
 // each key and click does, and what is shown of the program's news. From 40 columns by 10 lines upwards everything can
 // be reached. On smaller screens the edges are cut.
 //
-// Times are milliseconds of any clock that does not run backwards. Threads: one.
+// Times are milliseconds of the clock of Stamp::monotonic100ns. Threads: one.
 class Screen {
 public:
     static constexpr std::int64_t kEndless = -1;
@@ -86,10 +86,12 @@ private:
     void handleText(char32_t character);
     void handleClick(int x, int y);
     void answerFirstMessage();
-    void sortByNextColumn();
+    void sortByNextKey();
+    void toggleFilter();
     void closePeriods(std::int64_t nowMs);
 
     void drawButtons(Canvas& canvas);
+    SPW_CString filterText() const;
     void drawHint(Canvas& canvas, const Area& area);
 
     ScreenCommands& m_commands;

@@ -36,6 +36,7 @@ SPW_CString StatusLine::text(int width) const {
         beginning += SPW_CString(kGap) + u"test " + testNumber;
         beginning += SPW_CString(kGap) + elapsedText(elapsedSeconds);
     }
+    beginning = joined(beginning, filter);
     for (const SPW_CString& log : {logFile, fileName(logFile)}) {
         const SPW_CString whole =
             joined(log.isEmpty() ? beginning : joined(beginning, SPW_CString(u"log ") + log), event);

@@ -12,6 +12,7 @@ struct StatusLine {
     std::int32_t testNumber = 0;       // of the test that runs or ran last; 0 before the first
     std::uint32_t elapsedSeconds = 0;  // of that test
     SPW_CString logFile;               // empty when nothing is logged
+    SPW_CString filter;                // what the list is restricted to; empty when it shows all rows
     SPW_CString event;                 // what happened last
 
     // Returns a text of at most `width` columns if that is possible. If it is too long, first the log file loses its

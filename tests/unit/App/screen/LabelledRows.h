@@ -22,6 +22,22 @@ public:
         row.isNotMade[protocol] = true;
         return toldOf(row, protocol);
     }
+    // The row's state since that time, told by itself.
+    RowChange inState(const SPW_CString& label, PeerState state, std::uint64_t sinceMs) {
+        PeerRowValues& row = rowOf(label);
+        row.summary.state = state;
+        row.summary.since.monotonic100ns = sinceMs * 10000;
+        RowChange change;
+        change.row = row;
+        return change;
+    }
+    RowChange answered(const SPW_CString& label, std::uint32_t roundTripUs, std::uint32_t jitterUs) {
+        PeerSummary& summary = rowOf(label).summary;
+        summary.roundTrips = 1;
+        summary.lastRoundTrip100ns = roundTripUs * 10;
+        summary.roundTripJitter100ns = jitterUs * 10;
+        return change(label, 100, kPing);
+    }
     RowChange gone(const SPW_CString& label) {
         RowChange change;
         change.row = rowOf(label);

@@ -9,6 +9,7 @@
 #include "LabelledRows.h"
 #include "PeerColumns.h"
 #include "PeerListView.h"
+#include "RowState.h"
 #include "StringPrinting.h"
 
 namespace {
@@ -29,6 +30,9 @@ protected:
     }
     std::string chosen() {
         return m_list.selected() < 0 ? "none" : m_list.cell(m_list.selected(), kLabelColumn).toAnsi();
+    }
+    void enter(const char16_t* label, PeerState state, std::uint64_t sinceMs = 0) {
+        m_list.apply(m_rows.inState(label, state, sinceMs));
     }
     LabelledRows m_rows;
     PeerList m_list;
@@ -100,6 +104,83 @@ TEST_F(PeerListTest, FiguresAreSortedByTheWorstFirst) {
     EXPECT_EQ(labels(), (Texts{"good", "bad", "poor"}));
     m_list.sortBy(PeerList::kUnsorted);
     EXPECT_EQ(labels(), (Texts{"good", "poor", "bad"}));
+}
+
+TEST_F(PeerListTest, StatesAreSortedByTheWorstFirst) {
+    update(u"none");
+    enter(u"well", PeerState::kReachable);
+    enter(u"poor", PeerState::kDegraded);
+    enter(u"awaited", PeerState::kWaiting);
+    enter(u"gone", PeerState::kSilent);
+    enter(u"half", PeerState::kPartial);
+    m_list.sortBy(PeerList::kByState);
+    EXPECT_EQ(labels(), (Texts{"gone", "half", "poor", "awaited", "well", "none"}));
+}
+
+TEST_F(PeerListTest, RoundTripTimesAreSortedByTheLongestFirstAndNoneLast) {
+    m_list.apply(m_rows.answered(u"near", 300, 40));
+    update(u"mute");
+    m_list.apply(m_rows.answered(u"far", 80000, 1300));
+    m_list.sortBy(kRoundTripColumn);
+    EXPECT_EQ(labels(), (Texts{"far", "near", "mute"}));
+    EXPECT_EQ(m_list.cell(0, kRoundTripColumn), u"80 ms (1.3 ms)");
+    EXPECT_EQ(m_list.cell(1, kRoundTripColumn), u"0.30 ms (0.04 ms)");
+    EXPECT_EQ(m_list.cell(2, kRoundTripColumn), u"");
+}
+
+TEST_F(PeerListTest, AStateThatNeedsToBeLookedAtIsSaidWithItsAge) {
+    enter(u"gone", PeerState::kSilent, 2000);
+    m_list.setNow(20 * 10000000ULL);
+    EXPECT_EQ(m_list.stateText(0), u"silent 0:18");
+    enter(u"gone", PeerState::kReachable, 2000);
+    EXPECT_EQ(m_list.stateText(0), u"");
+    enter(u"gone", PeerState::kPartial, 21000);
+    EXPECT_EQ(m_list.stateText(0), u"partial 0:00") << "it was found before the screen looked at its clock";
+}
+
+TEST_F(PeerListTest, FilteredItHasOnlyWhatIsNotWell) {
+    for (const char16_t* label : {u"a", u"b", u"c", u"d"}) {
+        update(label);
+    }
+    enter(u"c", PeerState::kSilent);
+    update(u"d", 50);
+    m_list.filter(true);
+    EXPECT_EQ(labels(), (Texts{"d", "c"}));
+    EXPECT_EQ(chosen(), "d") << "the one chosen before is well";
+    EXPECT_EQ(m_list.sizeUnfiltered(), 4);
+    enter(u"b", PeerState::kDegraded);
+    EXPECT_EQ(labels(), (Texts{"d", "c", "b"}));
+    m_list.filter(false);
+    EXPECT_EQ(labels(), (Texts{"a", "d", "c", "b"}));
+    EXPECT_EQ(chosen(), "d");
+}
+
+TEST_F(PeerListTest, AChosenRowThatGetsWellStaysUntilAnotherIsChosen) {
+    for (const char16_t* label : {u"a", u"b"}) {
+        update(label);
+        enter(label, PeerState::kSilent);
+    }
+    m_list.filter(true);
+    enter(u"a", PeerState::kReachable);
+    EXPECT_EQ(labels(), (Texts{"a", "b"}));
+    EXPECT_EQ(chosen(), "a");
+    m_list.select(1);
+    EXPECT_EQ(labels(), (Texts{"b"}));
+    EXPECT_EQ(chosen(), "b");
+}
+
+TEST_F(PeerListTest, AFilterThatLeavesNothingIsNoHarm) {
+    update(u"a");
+    m_list.filter(true);
+    EXPECT_EQ(labels(), Texts{});
+    EXPECT_EQ(chosen(), "none");
+    update(u"b", 0);
+    EXPECT_EQ(labels(), (Texts{"b"}));
+    EXPECT_EQ(chosen(), "b");
+    m_list.apply(m_rows.gone(u"a"));
+    EXPECT_EQ(labels(), (Texts{"b"}));
+    m_list.apply(m_rows.gone(u"b"));
+    EXPECT_EQ(chosen(), "none");
 }
 
 TEST_F(PeerListTest, TheChosenRowIsKeptWhileOthersComeInAndChangePlaces) {
@@ -236,7 +317,7 @@ protected:
     ListLayout layout(int width, int firstProtocol = 0) { return {m_list, width, firstProtocol}; }
     int widthOf(const ListLayout& layout) {
         int width = ListLayout::kMarkWidth - layout.gap;
-        for (int column = 0; column < kPeerColumns; ++column) {
+        for (int column = 0; column < kScreenColumns; ++column) {
             width += layout.isShown(column) ? layout.gap + layout.widths[column] : 0;
         }
         return width;
@@ -284,13 +365,71 @@ TEST_F(ListLayoutTest, FromFortyColumnsUpwardsALabelHasRoomForEveryAddressAndNot
     }
 }
 
+TEST_F(ListLayoutTest, FromAHundredColumnsUpwardsThereAreRoundTripTimesIfThereAreAny) {
+    update(u"192.168.100.100 (123456789012345)", 100, kUdp, 1234567, 1234567);
+    EXPECT_FALSE(layout(100).isShown(kRoundTripColumn));
+    m_list.apply(m_rows.answered(u"10.0.0.2", 300, 40));
+    EXPECT_FALSE(layout(99).isShown(kRoundTripColumn));
+    for (int width = 100; width < 200; ++width) {
+        const ListLayout fitted = layout(width);
+        EXPECT_TRUE(fitted.isShown(kRoundTripColumn)) << width;
+        EXPECT_FALSE(fitted.hasMoreRight()) << width;
+        EXPECT_LE(widthOf(fitted), width) << width;
+    }
+}
+
+TEST_F(ListLayoutTest, AStateStandsBesideTheQualityWhereTheLabelLeavesRoom) {
+    update(u"10.0.0.2");
+    enter(u"10.0.0.2", PeerState::kSilent);
+    Canvas canvas(80, 4, kAsciiGlyphs);
+    PeerListView view(m_list);
+    view.draw(canvas, {0, 0, 80, 4});
+    EXPECT_EQ(canvas.line(2).left(28), u"X 10.0.0.2 silent 0:00 100  ");
+    EXPECT_TRUE(canvas.cell(0, 2).style.look == Look::kFailure);
+    update(u"10.77.0.2 (pocket2)");
+    enter(u"10.77.0.2 (pocket2)", PeerState::kSilent);
+    view.draw(canvas, {0, 0, 80, 4});
+    EXPECT_EQ(canvas.line(3).left(32), u"X 10.77.0.2 (pocket2) 0:00 100  ");
+    update(u"192.168.77.2 (pocket22)", 100);
+    enter(u"10.77.0.2 (pocket2)", PeerState::kSilent, 0);
+    m_list.setNow(3600 * 10000000ULL);
+    view.draw(canvas, {0, 0, 80, 4});
+    EXPECT_EQ(canvas.line(3).left(32), u"  192.168.77.2 (pocke~     100  ");
+}
+
 TEST_F(ListLayoutTest, NoWidthIsTooSmallToBeDrawn) {
     update(u"a");
+    enter(u"a", PeerState::kSilent);
     for (int width = 0; width < 40; ++width) {
         Canvas canvas(width, 3, kAsciiGlyphs);
         PeerListView view(m_list);
         view.draw(canvas, {0, 0, width, 3});
     }
+}
+
+TEST_F(ListLayoutTest, ARowIsMarkedByTheWorseOneOfStateAndQuality) {
+    const auto markOf = [this](PeerState state, int quality) {
+        PeerRowValues row = m_rows.change(u"a", quality).row;
+        row.summary.state = state;
+        return rowMark(row);
+    };
+    EXPECT_EQ(markOf(PeerState::kReachable, 100), u' ');
+    EXPECT_EQ(markOf(PeerState::kNone, 100), u' ');
+    EXPECT_EQ(markOf(PeerState::kReachable, 99), u'!');
+    EXPECT_EQ(markOf(PeerState::kDegraded, 100), u'!');
+    EXPECT_EQ(markOf(PeerState::kPartial, 100), u'!');
+    EXPECT_EQ(markOf(PeerState::kSilent, 100), u'X');
+    EXPECT_EQ(markOf(PeerState::kWaiting, 0), u'X');
+    EXPECT_EQ(markOf(PeerState::kPartial, 0), u'X');
+}
+
+TEST_F(ListLayoutTest, OnlySilenceOutweighsThatProbesAreNotSent) {
+    PeerRowValues row = m_rows.notMade(u"a", kPing).row;
+    row.quality = 100;
+    EXPECT_EQ(rowMark(row), u'?');
+    row.summary.state = PeerState::kSilent;
+    EXPECT_EQ(rowMark(row), u'X');
+    EXPECT_TRUE(rowLook(row) == Look::kFailure);
 }
 
 TEST_F(ListLayoutTest, MarksTellQualityWithoutColour) {

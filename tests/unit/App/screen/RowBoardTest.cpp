@@ -43,6 +43,15 @@ TEST_F(RowBoardTest, ARowThatChangesOftenIsTakenOnceAsItIsThen) {
     EXPECT_TRUE(m_board.take().changes.empty());
 }
 
+TEST_F(RowBoardTest, AStateThatChangesBringsItsRowAndNoCounts) {
+    m_board.rowStateChanged(m_rows.inState(u"a", PeerState::kSilent, 0).row);
+    const RowBoard::News news = m_board.take();
+    ASSERT_EQ(news.changes.size(), 1U);
+    EXPECT_EQ(news.changes[0].row.summary.state, PeerState::kSilent);
+    EXPECT_THAT(news.changes[0].isTold, ElementsAre(false, false, false, false));
+    EXPECT_EQ(m_calls, 1);
+}
+
 TEST_F(RowBoardTest, RowsComeInTheOrderInWhichTheyChangedFirst) {
     for (const char16_t* label : {u"c", u"a", u"b", u"a", u"c"}) {
         tell(m_rows.change(label, 100, kUdp, 1, 1));

@@ -29,6 +29,11 @@ protected:
         news.changes.push_back(m_rows.change(label, quality, kUdp, received, total));
         m_screen.apply(news);
     }
+    void state(const char16_t* label, PeerState state, std::uint64_t sinceMs) {
+        RowBoard::News news;
+        news.changes.push_back(m_rows.inState(label, state, sinceMs));
+        m_screen.apply(news);
+    }
     void type(const char* text) {
         for (; *text != '\0'; ++text) {
             m_screen.handle(Input::ofText(static_cast<unsigned char>(*text)));
@@ -221,7 +226,7 @@ TEST_F(ScreenTest, TheChosenRowMovesWithTheKeys) {
     EXPECT_TRUE(isShown("4-22 of 60"));
 }
 
-TEST_F(ScreenTest, OSortsByEachColumnAndAtLastByNone) {
+TEST_F(ScreenTest, OSortsByEachColumnThenByStateAndAtLastByNone) {
     run();
     count(u"10.0.0.2", 100);
     count(u"10.0.0.1", 50);
@@ -229,10 +234,44 @@ TEST_F(ScreenTest, OSortsByEachColumnAndAtLastByNone) {
         type("o");
         EXPECT_TRUE(isShown(std::string("sorted by ") + SPW_CString(peerColumnHeader(column)).toAnsi()));
     }
-    type("o");
-    EXPECT_TRUE(isShown("not sorted"));
+    for (const char* sorting : {"sorted by Rtt (jitter)", "sorted by state", "not sorted"}) {
+        type("o");
+        EXPECT_TRUE(isShown(sorting));
+    }
     type("o");
     EXPECT_EQ(shown()[4].substr(0, 10), "! 10.0.0.1");
+}
+
+TEST_F(ScreenTest, FShowsOnlyPeersThatAreNotWellAndSaysSo) {
+    run();
+    count(u"10.0.0.2", 100);
+    count(u"10.0.0.3", 100);
+    state(u"10.0.0.3", PeerState::kSilent, 0);
+    type("f");
+    EXPECT_EQ(shown()[4].substr(0, 10), "X 10.0.0.3");
+    EXPECT_EQ(shown()[5], "");
+    EXPECT_TRUE(isShown("running  test 1  0:00:00  not well 1/2  log")) << status();
+    state(u"10.0.0.2", PeerState::kSilent, 0);
+    EXPECT_TRUE(isShown("not well 2/2"));
+    type("f");
+    EXPECT_FALSE(isShown("not well"));
+    state(u"10.0.0.2", PeerState::kReachable, 0);
+    state(u"10.0.0.3", PeerState::kReachable, 0);
+    type("f");
+    EXPECT_TRUE(isShown("all peers are well, f shows them"));
+}
+
+TEST_F(ScreenTest, ASilentPeerIsRedAtOnceAndItsRowSaysForHowLong) {
+    run();
+    count(u"10.0.0.2 (b)", 100, 5, 5);
+    state(u"10.0.0.2 (b)", PeerState::kSilent, 1000);
+    m_screen.tick(19500);
+    EXPECT_EQ(shown()[4].substr(0, 32), "X 10.0.0.2 (b) silent 0:18 100  ");
+    EXPECT_TRUE(m_canvas.cell(0, 4).style == Style(Look::kFailure, true));
+    type("t");
+    m_screen.testStopped();
+    m_screen.tick(60000);
+    EXPECT_TRUE(isShown("silent 0:18")) << "the stop froze it";
 }
 
 TEST_F(ScreenTest, ControlLAsksForEverythingAfreshOnce) {
