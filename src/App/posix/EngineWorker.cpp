@@ -58,6 +58,14 @@ void EngineWorker::knownAddresses(SPW_CArray<SPW_CString>& addresses) const {
     m_engine->knownAddresses(addresses);
 }
 
+bool EngineWorker::insight(std::int32_t row, PeerInsightValues& values) const {
+    return m_engine->insight(row, values);
+}
+
+std::uint32_t EngineWorker::eventsAfter(std::uint32_t after, SPW_CArray<InsightEvent>& events) const {
+    return m_engine->eventsAfter(after, events);
+}
+
 void EngineWorker::askForInfo() {
     ask([this] {
         const SPW_CString text = m_engine->localInfo();

@@ -38,6 +38,8 @@ public:
     void logReport() override;
     void addPeer(const PeerRecord& peer) override;
     void knownAddresses(SPW_CArray<SPW_CString>& addresses) const override;
+    [[nodiscard]] bool insight(std::int32_t row, PeerInsightValues& values) const override;
+    std::uint32_t eventsAfter(std::uint32_t after, SPW_CArray<InsightEvent>& events) const override;
     void askForInfo() override;
     void answerMessage(int message, SPW_CMessageBox::Answer answer) override;
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr std::int32_t kMost = 0xFE;  // 0xFF marks an unknown period
+constexpr std::int32_t kMost = 0xFE;  // 0xFF marks an unknown column
 
 }  // namespace
 
@@ -41,11 +41,16 @@ void History::closePeriod(std::int32_t expected) {
 }
 
 void History::skipPeriod() {
-    append({0xFF, 0xFF});
+    append(kUnknownColumn);
 }
 
-int History::level(int age, int full) const {
-    const Column& column = fromEnd(age);
+int History::size(int zoom) const {
+    return zoom == 0 ? periods() : m_rings[zoom].size() + (periods() > 0 ? 1 : 0);
+}
+
+int History::level(int age, int full, int zoom) const {
+    const bool isBeingFilled = zoom > 0 && age == 0;
+    const Column column = isBeingFilled ? gathered(zoom).column() : m_rings[zoom].fromEnd(zoom == 0 ? age : age - 1);
     if (column.isUnknown()) {
         return kUnknown;
     }
@@ -58,11 +63,16 @@ int History::level(int age, int full) const {
     return std::clamp(full * column.received / (column.received + column.lost), 1, full - 1);
 }
 
+int History::periodsSince(int age, int zoom) const {
+    const int newest = zoom == 0 ? 1 : static_cast<int>(gathered(zoom).periods);
+    return newest + age * kPeriods[zoom];
+}
+
 void History::returnLateOne(std::int32_t& received, std::int32_t lost, std::int32_t expected) {
-    if (m_columns.empty() || !fromEnd(0).isSilent()) {
+    if (periods() == 0 || !fromEnd(0).isSilent()) {
         return;
     }
-    const bool isAlone = size() < 2 || !fromEnd(1).isSilent();
+    const bool isAlone = periods() < 2 || !fromEnd(1).isSilent();
     if (received > expected) {
         fromEnd(0).received = 1;
         --received;
@@ -72,26 +82,82 @@ void History::returnLateOne(std::int32_t& received, std::int32_t lost, std::int3
 }
 
 void History::enterLosses(std::int32_t& lost, std::int32_t expected) {
-    for (int age = 0; age < size() && lost > 0 && fromEnd(age).isSilent(); ++age) {
+    for (int age = 0; age < periods() && lost > 0 && fromEnd(age).isSilent(); ++age) {
         const std::int32_t share = std::min({lost, expected, kMost});
         fromEnd(age).lost = static_cast<std::uint8_t>(share);
         lost -= share;
     }
 }
 
+// The column before this one is final now, but for losses in a silence, which is a silence all the same.
 void History::append(Column column) {
-    if (size() < kColumns) {
+    if (periods() > 0) {
+        gather(fromEnd(0));
+    }
+    m_rings[0].append(column);
+}
+
+void History::gather(Column column) {
+    Gathering more = Gathering::of(column);
+    for (int zoom = 1; zoom < kZooms; ++zoom) {
+        Gathering& gathering = m_gatherings[zoom];
+        gathering.add(more);
+        if (gathering.periods < static_cast<std::uint32_t>(kPeriods[zoom])) {
+            return;
+        }
+        m_rings[zoom].append(gathering.column());
+        more = gathering;
+        gathering = Gathering();
+    }
+}
+
+// What has not become a column of that zoom yet: the last period, and what waits in finer zooms.
+History::Gathering History::gathered(int zoom) const {
+    Gathering all = Gathering::of(fromEnd(0));
+    for (int finer = 1; finer <= zoom; ++finer) {
+        all.add(m_gatherings[finer]);
+    }
+    return all;
+}
+
+void History::Ring::append(Column column) {
+    if (size() < m_room) {
         m_columns.push_back(column);
         return;
     }
     m_columns[static_cast<std::size_t>(m_oldest)] = column;
-    m_oldest = (m_oldest + 1) % kColumns;
+    m_oldest = (m_oldest + 1) % m_room;
 }
 
-History::Column& History::fromEnd(int age) {
-    return m_columns[static_cast<std::size_t>((m_oldest + size() - 1 - age) % size())];
+History::Gathering History::Gathering::of(Column column) {
+    Gathering gathering;
+    gathering.periods = 1;
+    if (column.isUnknown()) {
+        return gathering;
+    }
+    gathering.known = 1;
+    if (column.received > 0) {
+        const std::int32_t share = kMost * column.received / (column.received + column.lost);
+        gathering.share = static_cast<std::uint32_t>(std::max(share, 1));
+    }
+    return gathering;
 }
 
-const History::Column& History::fromEnd(int age) const {
-    return m_columns[static_cast<std::size_t>((m_oldest + size() - 1 - age) % size())];
+void History::Gathering::add(const Gathering& other) {
+    share += other.share;
+    known += other.known;
+    periods += other.periods;
+}
+
+// Neither all nor nothing is said of what is only nearly so.
+History::Column History::Gathering::column() const {
+    if (known == 0) {
+        return kUnknownColumn;
+    }
+    const std::uint32_t all = kMost;
+    std::uint32_t mean = share / known;
+    if (share > 0 && share < known * all) {
+        mean = std::clamp(mean, std::uint32_t{1}, all - 1);
+    }
+    return {static_cast<std::uint8_t>(mean), static_cast<std::uint8_t>(all - mean)};
 }

@@ -39,6 +39,7 @@ public:
     // How late it is, for what lasts. now100ns: of the clock of Stamp::monotonic100ns; after a stop the time of the
     // stop.
     void setNow(std::uint64_t now100ns) { m_now100ns = now100ns; }
+    std::uint64_t now() const { return m_now100ns; }
 
     // The rows that are shown, and all that there are.
     int size() const { return static_cast<int>(m_order.size()); }

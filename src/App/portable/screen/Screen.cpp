@@ -5,7 +5,9 @@
 #include "AddPeerBox.h"
 #include "DetailBox.h"
 #include "DisplayWidth.h"
+#include "EventBox.h"
 #include "HelpText.h"
+#include "SPW_CClock.h"
 
 namespace {
 
@@ -40,9 +42,9 @@ void Screen::testStarted(const SPW_CString& title, std::int32_t testNumber, std:
     m_status.elapsedSeconds = 0;
     m_startedMs = m_nowMs;
     const std::int64_t period = std::max<std::int64_t>(periodMs, 1);
-    m_columnMs = std::max(period, kLeastColumnMs);
-    m_probesPerColumn = static_cast<int>(m_columnMs / period);
-    m_nextColumnMs = m_nowMs + m_columnMs;
+    m_chart = {std::max(period, kLeastColumnMs), 0, m_chart.zoom};
+    m_probesPerColumn = static_cast<int>(m_chart.periodMs / period);
+    m_nextColumnMs = m_nowMs + m_chart.periodMs;
     SPW_CString event;
     event.format(u"test %d started", testNumber);
     tell(event);
@@ -103,12 +105,14 @@ void Screen::closePeriods(std::int64_t nowMs) {
     if (nowMs < m_nextColumnMs) {
         return;
     }
-    const std::int64_t unwatched = (nowMs - m_nextColumnMs) / m_columnMs;
-    for (std::int64_t i = 0; i < std::min<std::int64_t>(unwatched, History::kColumns); ++i) {
+    const std::int64_t unwatched = (nowMs - m_nextColumnMs) / m_chart.periodMs;
+    for (std::int64_t i = 0; i < std::min<std::int64_t>(unwatched, History::kMostPeriods); ++i) {
         m_list.skipPeriod();
     }
     m_list.closePeriod(m_probesPerColumn);
-    m_nextColumnMs += (unwatched + 1) * m_columnMs;
+    m_nextColumnMs += (unwatched + 1) * m_chart.periodMs;
+    const std::int64_t sinceEndMs = nowMs - (m_nextColumnMs - m_chart.periodMs);
+    m_chart.endWall100ns = SPW_CClock::instance->wall100ns() - static_cast<std::uint64_t>(sinceEndMs) * k100nsPerMs;
 }
 
 std::int64_t Screen::msUntilTick(std::int64_t nowMs) const {
@@ -211,6 +215,9 @@ void Screen::handleText(char32_t character) {
         case U'o':
             sortByNextKey();
             break;
+        case U'e':
+            openEvents();
+            break;
         case U'f':
             toggleFilter();
             break;
@@ -312,7 +319,13 @@ void Screen::open(BoxKind kind, std::unique_ptr<ScreenBox> box) {
 
 void Screen::openDetail() {
     if (m_list.size() > 0) {
-        open(kDetail, std::make_unique<DetailBox>(m_list, m_columnMs));
+        open(kDetail, std::make_unique<DetailBox>(m_list, m_commands, m_chart));
+    }
+}
+
+void Screen::openEvents() {
+    if (m_isReady) {
+        open(kEvents, std::make_unique<EventBox>(m_commands));
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include "ButtonBar.h"
 #include "Canvas.h"
+#include "ChartTimes.h"
 #include "Input.h"
 #include "PeerList.h"
 #include "PeerListView.h"
@@ -76,12 +77,13 @@ private:
         int number;
         std::unique_ptr<QuestionBox> box;
     };
-    enum BoxKind { kNoBox, kAddPeer, kInfo, kHelp, kDetail };
+    enum BoxKind { kNoBox, kAddPeer, kInfo, kHelp, kDetail, kEvents };
 
     bool isUsable(int button) const;
     void startTest();
     void open(BoxKind kind, std::unique_ptr<ScreenBox> box);
     void openDetail();
+    void openEvents();
     void handleKey(Input::Key key);
     void handleText(char32_t character);
     void handleClick(int x, int y);
@@ -111,7 +113,7 @@ private:
     bool m_isRedrawWanted = false;
     std::int64_t m_nowMs = 0;
     std::int64_t m_startedMs = 0;
-    std::int64_t m_columnMs = 1000;  // of the histories
+    ChartView m_chart;  // of the histories
     int m_probesPerColumn = 1;
     std::int64_t m_nextColumnMs = 0;
 };

@@ -14,9 +14,13 @@ constexpr int kMargins = 4;
 }  // namespace
 
 void TextBox::setText(const SPW_CString& text) {
+    updateText(text);
+    m_first = 0;
+}
+
+void TextBox::updateText(const SPW_CString& text) {
     m_text = text;
     m_wrappedWidth = -1;
-    m_first = 0;
 }
 
 void TextBox::draw(Canvas& canvas) {

@@ -11,6 +11,14 @@ public:
 
     // Another text, from its beginning.
     void setText(const SPW_CString& text);
+    // A newer text of the same kind; what is in sight stays where it is.
+    void updateText(const SPW_CString& text);
+    // Puts the end in sight.
+    void scrollToEnd() { m_first = 1 << 20; }
+    // Whether the latest drawing has shown the end.
+    bool isAtEnd() const { return m_first + m_room >= static_cast<int>(m_lines.size()); }
+    // What the text's frame says at its top.
+    void setTitle(const SPW_CString& title) { m_title = title; }
     void draw(Canvas& canvas) override;
     bool handle(const Input& input) override;
 

@@ -5,10 +5,12 @@
 
 #include "AddPeerBox.h"
 #include "DetailBox.h"
+#include "EventBox.h"
 #include "LabelledRows.h"
 #include "PeerColumns.h"
 #include "QuestionBox.h"
 #include "RecordingCommands.h"
+#include "ScriptedClock.h"
 #include "StringPrinting.h"
 #include "TextBox.h"
 #include "TextLines.h"
@@ -312,6 +314,65 @@ TEST(WrapTextTest, NoWidthIsTooSmall) {
     EXPECT_TRUE(wrapText(u"", 10).empty());
 }
 
+// --- What has happened
+
+class EventBoxTest : public BoxTest {
+protected:
+    void happens(int count) {
+        for (int i = 0; i < count; ++i) {
+            InsightEvent event;
+            event.number = ++m_number;
+            event.type = InsightEvent::kRestarted;
+            event.at.wall100ns = ScriptedClock::kStart + m_number * std::uint64_t{10000000};
+            (u"10.0.0." + SPW_CString(static_cast<int>(m_number))).copyTo(event.address, InsightEvent::kAddressRoom);
+            m_commands.events.push_back(event);
+        }
+    }
+    ScriptedClock m_clock;
+    std::uint32_t m_number = 0;
+    RecordingCommands m_commands;
+    EventBox m_box{m_commands};
+};
+
+TEST_F(EventBoxTest, WithoutEventsItSaysSo) {
+    EXPECT_TRUE(isShown(m_box, "Nothing has happened yet."));
+}
+
+TEST_F(EventBoxTest, EachEventHasItsClockTime) {
+    happens(1);
+    EXPECT_TRUE(isShown(m_box, "14:07:10  10.0.0.1: its program was restarted"));
+}
+
+TEST_F(EventBoxTest, TheNewestIsInSightUntilTheUserScrollsBack) {
+    happens(40);
+    EXPECT_TRUE(isShown(m_box, "10.0.0.40:"));
+    happens(1);
+    EXPECT_TRUE(isShown(m_box, "10.0.0.41:"));
+    EXPECT_TRUE(isShown(m_box, "20-41 of 41"));
+    press(m_box, {Input::kUp});
+    happens(1);
+    EXPECT_TRUE(isShown(m_box, "19-40 of 42"));
+    press(m_box, {Input::kEnd});
+    EXPECT_TRUE(isShown(m_box, "10.0.0.42:"));
+    EXPECT_FALSE(press(m_box, {Input::kEscape}));
+}
+
+TEST_F(EventBoxTest, ItKeepsAThousand) {
+    happens(1100);
+    EXPECT_TRUE(isShown(m_box, "979-1000 of 1000"));
+    press(m_box, {Input::kHome});
+    EXPECT_TRUE(isShown(m_box, "10.0.0.101:"));
+}
+
+TEST_F(EventBoxTest, NoScreenIsTooSmall) {
+    happens(3);
+    for (int width = 0; width < 50; width += 7) {
+        for (int height = 0; height < 20; ++height) {
+            (void)shown(m_box, width, height);
+        }
+    }
+}
+
 // --- One row
 
 class DetailBoxTest : public BoxTest {
@@ -323,9 +384,17 @@ protected:
     void count(const char16_t* label, int protocol, int received, int total, int quality) {
         m_list.apply(m_rows.change(label, quality, protocol, received, total));
     }
+    PeerInsightValues& insight(const char16_t* label) { return m_commands.insights[m_rows.rowOf(label).number]; }
+    static Stamp at(int second) {
+        const std::uint64_t past = static_cast<std::uint64_t>(second) * 10000000;
+        return {past, ScriptedClock::kStart + past};
+    }
+    ScriptedClock m_clock;  // its local time is 14:07:09 at the beginning
+    RecordingCommands m_commands;
     LabelledRows m_rows;
     PeerList m_list;
-    DetailBox m_box{m_list, 1000};
+    ChartView m_view;
+    DetailBox m_box{m_list, m_commands, m_view};
 };
 
 TEST_F(DetailBoxTest, EachProtocolHasItsFigures) {
@@ -355,6 +424,105 @@ TEST_F(DetailBoxTest, UpAndDownChooseAnotherRow) {
     type(m_box, "k");
     EXPECT_TRUE(isShown(m_box, "10.0.0.1 (a)"));
     EXPECT_FALSE(press(m_box, {Input::kEnter}));
+}
+
+TEST_F(DetailBoxTest, StatesSaySinceWhenInEachDirection) {
+    PeerInsightValues& values = insight(u"10.0.0.1 (a)");
+    values.summary.state = PeerState::kPartial;
+    values.summary.since = at(20);
+    values.kinds[kUdp].state = KindState::kSilent;
+    values.kinds[kUdp].since = at(20);
+    values.kinds[kUdp].out.state = SendState::kOpen;
+    values.kinds[kTcpip].state = KindState::kOk;
+    values.kinds[kTcpip].since = at(0);
+    values.kinds[kTcpip].out.state = SendState::kRefused;
+    values.kinds[kTcpip].out.since = at(1);
+    values.kinds[kTcpip].out.lastError = 10061;
+    m_list.setNow(at(38).monotonic100ns);
+    const Texts lines = shown(m_box);
+    EXPECT_EQ(lines[1].substr(0, 58), "| Quality (%): 75   partial since 14:07:29, for 0:18      ");
+    EXPECT_EQ(lines[3].substr(44), "  in               out             |");
+    EXPECT_EQ(lines[6].substr(44), "  ok 14:07:09      refused 10061   |");
+    EXPECT_EQ(lines[8].substr(44), "  silent 14:07:29  sent            |");
+    const Texts wide = shown(m_box, 120);
+    EXPECT_TRUE(isShown(m_box, "ok 14:07:09      refused since 14:07:10 (error 10061)", 120));
+}
+
+TEST_F(DetailBoxTest, AStopFreezesAges) {
+    PeerInsightValues& values = insight(u"10.0.0.1 (a)");
+    values.summary.state = PeerState::kSilent;
+    values.summary.since = at(20);
+    values.isFrozen = true;
+    values.frozen = at(30);
+    m_list.setNow(at(99).monotonic100ns);
+    EXPECT_TRUE(isShown(m_box, "silent since 14:07:29, for 0:10"));
+}
+
+TEST_F(DetailBoxTest, TimesAndTheLatestOutagesStandBelowAsFarAsThereIsRoom) {
+    PeerInsightValues& values = insight(u"10.0.0.1 (a)");
+    values.roundTrip.count = 9;
+    values.roundTrip.last100ns = 3100;
+    values.roundTrip.mean100ns = 3000;
+    values.roundTrip.minimum100ns = 2100;
+    values.roundTrip.maximum100ns = 12500;
+    values.roundTrip.percentile95th100ns = 4000;
+    values.roundTrip.jitter100ns = 400;
+    values.outages = 32;
+    values.outagesInAll = 32;
+    for (int i = 0; i < values.outages; ++i) {
+        OutageValues& outage = values.outage[i];
+        outage.beganWall100ns = at(i * 60).wall100ns;
+        outage.endedWall100ns = at(i * 60 + 18).wall100ns;
+        outage.span100ns = 18 * 10000000;
+        outage.isOver = i < 31;
+        outage.kinds = 1 << kUdp | 1 << kPing;
+        outage.missed = outage.isOver ? 36 : 0;
+    }
+    const Texts lines = shown(m_box);
+    ASSERT_EQ(lines.size(), 24U);
+    const std::string times = "rtt 0.31 ms, mean 0.30 ms, 0.21 ms to 1.3 ms, 95 % below 0.40 ms, jitter";
+    EXPECT_EQ(lines[14].substr(2, times.size()), times);
+    EXPECT_EQ(lines[15].substr(2, 42), "silence 14:38:09 - now       0:18  Udp, Pi");
+    EXPECT_EQ(lines[16].substr(2, 62), "silence 14:37:09 - 14:37:27  0:18  Udp, Ping, 36 probes missed");
+    press(m_box, {Input::kTab});
+    EXPECT_TRUE(isShown(m_box, "Round-trip times of 9 pings: last 0.31 ms"));
+    press(m_box, {Input::kEnd});
+    EXPECT_TRUE(isShown(m_box, "14:07:09 - 14:07:27  0:18  Udp, Ping, 36 probes missed")) << "the oldest";
+    press(m_box, {Input::kTab});
+    EXPECT_TRUE(isShown(m_box, "received"));
+}
+
+TEST_F(DetailBoxTest, AConclusionIsMarkedAsOne) {
+    insight(u"10.0.0.1 (a)").isLossOnTheWayOut = true;
+    EXPECT_TRUE(isShown(m_box, "conclusion: loss is on the way out"));
+}
+
+TEST_F(DetailBoxTest, TheChartHasClockTimesBelow) {
+    for (int i = 0; i < 60; ++i) {
+        count(u"10.0.0.1 (a)", kUdp, 4 + i, 5 + i, 80);
+        m_list.closePeriod(1);
+    }
+    m_view.endWall100ns = at(60).wall100ns;
+    // The last column began at 14:08:08, those of 14:08:00 and 14:07:50 stand 8 and 18 columns further left.
+    const std::string times = shown(m_box)[12];
+    EXPECT_EQ(times.substr(times.size() - 21), "14:07:50  14:08:00  |");
+}
+
+TEST_F(DetailBoxTest, MinusShowsALongerTimeAndPlusAShorterOne) {
+    for (int i = 0; i < 700; ++i) {
+        count(u"10.0.0.1 (a)", kUdp, 4 + i, 5 + i, 80);
+        m_list.closePeriod(1);
+    }
+    for (const char* column : {"10 s", "1 min", "5 min", "30 min", "30 min"}) {
+        type(m_box, "-");
+        EXPECT_TRUE(isShown(m_box, std::string("a column is ") + column + ","));
+    }
+    type(m_box, "+++");
+    m_view.endWall100ns = at(700).wall100ns;
+    EXPECT_TRUE(isShown(m_box, "a column is 10 s,"));
+    EXPECT_TRUE(isShown(m_box, "  14:12       14:14       14:16    "));
+    type(m_box, "++");
+    EXPECT_TRUE(isShown(m_box, "a column is 1 s,"));
 }
 
 TEST_F(DetailBoxTest, ASmallScreenHasALineAProtocol) {

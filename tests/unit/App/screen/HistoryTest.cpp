@@ -135,4 +135,78 @@ TEST_F(HistoryTest, ItForgetsTheOldestAndNeverGrowsBeyondItsLimit) {
     EXPECT_EQ(m_history.level(History::kColumns - 1, 8), 8);
 }
 
+// --- Coarser columns
+
+TEST_F(HistoryTest, ACoarseColumnHasTheShareOfItsPeriods) {
+    for (int i = 1; i <= 10; ++i) {
+        period(i, i);
+    }
+    for (int i = 1; i <= 5; ++i) {
+        period(10, 10);
+    }
+    for (int i = 1; i <= 6; ++i) {
+        period(10 + i, 15 + i);
+    }
+    EXPECT_EQ(m_history.size(1), 3);
+    EXPECT_EQ(m_history.level(2, 8, 1), 8);
+    EXPECT_EQ(m_history.level(1, 8, 1), 4);
+    EXPECT_EQ(m_history.level(0, 8, 1), 8) << "it is being filled";
+    EXPECT_EQ(m_history.periodsSince(0, 1), 1);
+    EXPECT_EQ(m_history.periodsSince(2, 1), 21);
+}
+
+TEST_F(HistoryTest, ASilenceIsSeenAtOnceInEveryZoom) {
+    period(1, 1);
+    period(1, 1);
+    for (int zoom = 0; zoom < History::kZooms; ++zoom) {
+        EXPECT_LT(m_history.level(0, 8, zoom), 8) << zoom;
+    }
+}
+
+TEST_F(HistoryTest, OneLossInAllOfAColumnIsNotRoundedAway) {
+    int sent = 0;
+    const auto play = [&](int periods, int lost) {
+        for (int i = 0; i < periods; ++i) {
+            ++sent;
+            period(sent - lost, sent);
+        }
+    };
+    play(900, 0);
+    play(901, 1);
+    EXPECT_EQ(m_history.level(1, 8, 4), 7);
+    EXPECT_EQ(m_history.periodsSince(1, 4), 1801);
+}
+
+TEST_F(HistoryTest, WhatNobodyWatchedCountsForNothingInACoarseColumn) {
+    period(1, 1);
+    for (int i = 0; i < 9; ++i) {
+        m_history.skipPeriod();
+    }
+    for (int i = 0; i < 11; ++i) {
+        m_history.skipPeriod();
+    }
+    EXPECT_EQ(m_history.level(2, 8, 1), 8);
+    EXPECT_EQ(m_history.level(1, 8, 1), History::kUnknown);
+}
+
+TEST_F(HistoryTest, ALateProbeIsPutBackIntoItsCoarseColumnToo) {
+    for (int i = 1; i <= 9; ++i) {
+        period(i, i);
+    }
+    period(9, 9);
+    period(11, 11);
+    EXPECT_EQ(m_history.level(1, 8, 1), 8);
+}
+
+TEST_F(HistoryTest, ADayIsKeptInColumnsThatAreBounded) {
+    for (int i = 1; i <= 2 * History::kMostPeriods; ++i) {
+        period(i, i);
+    }
+    for (int zoom = 1; zoom < History::kZooms; ++zoom) {
+        EXPECT_EQ(m_history.size(zoom), History::kRoom[zoom] + 1) << zoom;
+    }
+    EXPECT_EQ(History::kMostPeriods, 24 * 3600);
+    EXPECT_EQ(m_history.level(History::kRoom[4], 8, 4), 8);
+}
+
 }  // namespace

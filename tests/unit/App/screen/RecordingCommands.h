@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,24 @@ public:
             addresses.append(address);
         }
     }
+    bool insight(std::int32_t row, PeerInsightValues& values) const override {
+        const auto found = insights.find(row);
+        if (found == insights.end()) {
+            return false;
+        }
+        values = found->second;
+        return true;
+    }
+    std::uint32_t eventsAfter(std::uint32_t after, SPW_CArray<InsightEvent>& found) const override {
+        found.clear();
+        for (const InsightEvent& event : events) {
+            if (event.number > after) {
+                found.append(event);
+                after = event.number;
+            }
+        }
+        return after;
+    }
     void askForInfo() override { asked.emplace_back("info"); }
     void answerMessage(int message, SPW_CMessageBox::Answer answer) override {
         asked.push_back("answer " + std::to_string(message) + " " + std::to_string(answer));
@@ -28,4 +47,6 @@ public:
 
     std::vector<std::string> asked;
     std::vector<const char16_t*> known;
+    std::map<std::int32_t, PeerInsightValues> insights;  // by row
+    std::vector<InsightEvent> events;
 };

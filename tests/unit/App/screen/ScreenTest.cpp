@@ -282,6 +282,16 @@ TEST_F(ScreenTest, ControlLAsksForEverythingAfreshOnce) {
 
 // --- Boxes
 
+TEST_F(ScreenTest, EListsWhatHasHappened) {
+    type("e");
+    EXPECT_FALSE(isShown("Events")) << "there is no engine yet";
+    run();
+    type("e");
+    EXPECT_TRUE(isShown("Nothing has happened yet."));
+    press(Input::kEscape);
+    EXPECT_FALSE(isShown("Events"));
+}
+
 TEST_F(ScreenTest, ABoxGetsAllKeysUntilItIsClosed) {
     ready();
     type("?");
