@@ -69,10 +69,53 @@ class GroupScreenTest(screen.ScreenTest):
         peer.plug()
         window.wait_until(lambda lines: any(re.search("···+▄*█", line) for line in lines), "the end of the silence")
         window.keys("Escape")
-        mark, *cells = window.wait_for_row("10.77.0.2 (door)", lambda cells: cells[0] != "100")
-        self.assertEqual(mark, "!")
+        _, *cells = window.wait_for_row("10.77.0.2 (door)", lambda cells: cells[0] != "100")
         self.assertEqual(cells[1:4], ["0/0"] * 3)
+        # A first reply ends no silence yet.
+        window.wait_until(lambda lines: any(line.startswith("! 10.77.0.2 (door)") for line in lines), "back, with losses")
         self.assertIn("\x1b[33m", next(line for line in window.lines(attributes=True) if "(door)" in line))
+
+    def test_a_peer_whose_cable_is_pulled_is_red_at_once_and_all_is_told_of_it(self):
+        peers = self.lab.devices_named("pocket2", "pocket3")
+        self.device.configure("udp", "ping", period=200, peers={"door": peers[0].address, "gate": peers[1].address})
+        for peer in peers:
+            peer.configure("udp", period=200)
+        programs = [peer.measure() for peer in peers]
+        window = self.open(width=96)
+        window.start_test()
+        for label in ("10.77.0.2 (door)", "10.77.0.3 (gate)"):
+            window.wait_for_row(label, lambda cells: received(cells[3]) >= 10 and received(cells[4]) >= 10)
+        peers[0].unplug()
+        row = "X 10.77.0.2 (door) silent "
+        line = window.wait_until(lambda lines: next((line for line in lines if line.startswith(row)), None), "silence")
+        self.assertRegex(line, row.replace("(", r"\(").replace(")", r"\)") + r"0:0[3-9] \d+ +0/0 ")
+        self.assertRegex(next(line for line in window.lines(attributes=True) if "(door)" in line), r"\x1b\[[0-9;]*31m")
+        window.keys("f")
+        window.wait_for(" not well 1/2")
+        window.wait_without("(gate)")
+        window.keys("f")
+        window.wait_for("(gate)")
+        window.keys(*"ooooooo", "o")
+        window.wait_for("sorted by state")
+        self.assertIn("(door)", window.lines()[4])
+        window.keys("Home", "Enter")
+        window.wait_for("silent since ", "rtt ", "silence ")
+        window.keys("-")
+        window.wait_for("a column is 10 s")
+        window.keys("+", "Tab")
+        window.wait_for("Ping in: silent since ", "Round-trip times of ", "Esc closes")
+        window.keys("Escape", "e")
+        window.wait_until(lambda lines: any(re.search(
+            r"\d\d:\d\d:\d\d  10\.77\.0\.2 \(door\) is silent, after 0:\d\d reachable", line) for line in lines), "the event")
+        peers[0].plug()
+        window.wait_until(lambda lines: any(re.search(
+            r"10\.77\.0\.2 \(door\) is reachable, after 0:\d\d silent", line) for line in lines), "the end of the silence")
+        self.assertFalse(any("(gate) is silent" in line for line in window.lines()))
+        window.keys("Escape")
+        window.wait_without("silent")
+        window.keys("q")
+        self.assertEqual(window.wait(), 0)
+        self.assertEqual([program.stop() for program in programs], [0, 0])
 
     def test_three_hundred_rows_are_scrolled_and_sorted_while_they_are_updated(self):
         # The program's own network answers for all of them.
@@ -245,7 +288,7 @@ class KeysTest(screen.ScreenTest):
         window.start_test()
         window.wait_for("127.0.0.1 (self)")
         for header in ("IP-Address (name)", "Quality (%)", "Mcast (Recv/Total)", "Tcpip (Recv/Total)",
-                       "Udp (Recv/Total)", "Ping (Ack/Sent)"):
+                       "Udp (Recv/Total)", "Ping (Ack/Sent)", "Rtt (jitter)", "state"):
             window.keys("o")
             window.wait_for(f"sorted by {header}")
         window.keys("o")

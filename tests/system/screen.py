@@ -5,6 +5,7 @@ with the test's process, and the program with its terminal.
 """
 
 import os
+import re
 import signal
 import socket
 import subprocess
@@ -12,6 +13,7 @@ import subprocess
 import lab
 
 RELEASE = 3  # of any button of the mouse
+STATE = re.compile(r"^ *((silent|partial|degraded) )?\d+(:\d\d)+(?= )")
 
 
 class Screen:
@@ -130,11 +132,14 @@ class Screen:
                                f"without {texts!r}")
 
     def wait_for_row(self, label, condition=lambda cells: True):
-        """The mark and the other cells of a row, once all of them are filled and meet the condition."""
+        """The mark and the other cells of a row, once all of them are filled and meet the condition.
+
+        A peer's state, which may stand behind its label, is no cell.
+        """
         def look(lines):
             for line in lines:
                 mark, rest = line[:2], line[2:]
-                cells = rest[len(label):].split()
+                cells = STATE.sub("", rest[len(label):], count=1).split()
                 if rest.startswith(label) and len(cells) == 5 and condition(cells):
                     return (mark.strip(), *cells)
             return None

@@ -144,9 +144,9 @@ SPW_CString roundTripLine(const RoundTripValues& values) {
     if (values.count == 0) {
         return SPW_CString();
     }
-    return u"rtt " + roundTripText(values.last100ns) + u", mean " + roundTripText(values.mean100ns) + u", " +
-           roundTripText(values.minimum100ns) + u" to " + roundTripText(values.maximum100ns) + u", 95 % below " +
-           roundTripText(values.percentile95th100ns) + u", jitter " + roundTripText(values.jitter100ns);
+    return u"rtt " + roundTripText(values.last100ns) + u", jitter " + roundTripText(values.jitter100ns) + u", mean " +
+           roundTripText(values.mean100ns) + u", " + roundTripText(values.minimum100ns) + u" to " +
+           roundTripText(values.maximum100ns) + u", p95 " + roundTripText(values.percentile95th100ns);
 }
 
 SPW_CString outageLine(const OutageValues& outage) {

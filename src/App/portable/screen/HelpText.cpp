@@ -7,17 +7,19 @@ SPW_CString helpText() {
            u"l  write a report line per peer to the log\n"
            u"a  add a peer by its address\n"
            u"i  show this device's configuration\n"
+           u"e  list what has happened\n"
            u"q  quit; so does Ctrl-C\n"
            u"\n"
            u"up, down, k, j, PgUp, PgDn, Home, End  choose a row\n"
-           u"Enter  all about the chosen row\n"
+           u"Enter  all about the chosen row: Tab for more, - for a longer time, +\n"
            u"left, right  columns that find no room\n"
-           u"o  sort by the next column, at last by none\n"
+           u"o  sort by the next column, by state, at last by none\n"
+           u"f  show only peers that are not well, or all\n"
            u"Ctrl-L  draw the screen afresh\n"
            u"Ctrl-Z  suspend the program, and its probes\n"
            u"\n"
            u"The mouse presses buttons, opens rows and scrolls.\n"
-           u"!  less than everything arrives\n"
+           u"!  less than everything arrives, or has arrived\n"
            u"?  not all kinds of probe could be sent\n"
-           u"X  nothing arrives\n";
+           u"X  silent now, or nothing has arrived; 0:18 says for how long\n";
 }

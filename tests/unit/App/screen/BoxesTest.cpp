@@ -480,7 +480,7 @@ TEST_F(DetailBoxTest, TimesAndTheLatestOutagesStandBelowAsFarAsThereIsRoom) {
     }
     const Texts lines = shown(m_box);
     ASSERT_EQ(lines.size(), 24U);
-    const std::string times = "rtt 0.31 ms, mean 0.30 ms, 0.21 ms to 1.3 ms, 95 % below 0.40 ms, jitter";
+    const std::string times = "rtt 0.31 ms, jitter 0.04 ms, mean 0.30 ms, 0.21 ms to 1.3 ms, p95 0.40 ms";
     EXPECT_EQ(lines[14].substr(2, times.size()), times);
     EXPECT_EQ(lines[15].substr(2, 42), "silence 14:38:09 - now       0:18  Udp, Pi");
     EXPECT_EQ(lines[16].substr(2, 62), "silence 14:37:09 - 14:37:27  0:18  Udp, Ping, 36 probes missed");
