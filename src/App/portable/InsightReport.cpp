@@ -151,7 +151,7 @@ SPW_CString roundTripLine(const RoundTripValues& values) {
 
 SPW_CString outageLine(const OutageValues& outage) {
     SPW_CString text = clockText(outage.beganWall100ns) + u" - " +
-                       (outage.isOver ? clockText(outage.endedWall100ns) : SPW_CString(u"now     ")) + u"  " +
+                       (outage.isOver ? clockText(outage.endedWall100ns) : SPW_CString(u"        ")) + u"  " +
                        spanText(outage.span100ns) + u"  " + kindNames(outage.kinds);
     if (outage.missed > 0) {
         text += u", " + counted(outage.missed, u"probe", u"probes") + u" missed";

@@ -18,7 +18,7 @@ SPW_CString outText(int protocol, const OutValues& out);
 SPW_CString outWord(int protocol, const OutValues& out);
 // "rtt 0.31 ms, jitter 0.04 ms, mean 0.30 ms, 0.21 ms to 1.3 ms, p95 0.40 ms"; empty while no ping was answered.
 SPW_CString roundTripLine(const RoundTripValues& values);
-// "12:03:20 - 12:03:38  0:18  Udp, Ping, 36 probes missed"; one that lasts has no end.
+// "12:03:20 - 12:03:38  0:18  Udp, Ping, 36 probes missed"; one that lasts has blanks for its end.
 SPW_CString outageLine(const OutageValues& outage);
 // "2 routers between"; empty where that is not known.
 SPW_CString hopsText(int hops);

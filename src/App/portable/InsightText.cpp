@@ -39,12 +39,14 @@ SPW_CString peerChangeText(const InsightEvent& event) {
     return SPW_CString(u" is ") + stateWord(event.peerAfter) + afterText(stateWord(event.peerBefore), event.span100ns);
 }
 
+// The event comes only when the way out is held up, and when that is over.
 SPW_CString outChangeText(const InsightEvent& event) {
-    SPW_CString text = u": sending by " + protocolName(event.protocol) + u" is " + stateWord(event.outAfter);
-    if (event.code != 0) {
-        text += u" (error " + wholeNumber(event.code) + u")";
+    const SPW_CString sending = u": sending by " + protocolName(event.protocol);
+    if (event.outAfter == SendState::kOpen) {
+        return sending + u" works again";
     }
-    return text;
+    const SPW_CString text = sending + u" is " + stateWord(event.outAfter);
+    return event.code == 0 ? text : text + u" (error " + wholeNumber(event.code) + u")";
 }
 
 SPW_CString hopsText(int hops) {

@@ -72,7 +72,7 @@ TEST_F(InsightReportTest, AnOutageThatLastsHasNoEnd) {
     outage.beganWall100ns = at(0).wall100ns;
     outage.span100ns = 18 * kSecond;
     outage.kinds = 1 << kPing;
-    EXPECT_EQ(outageLine(outage), u"14:07:09 - now       0:18  Ping");
+    EXPECT_EQ(outageLine(outage), u"14:07:09 -           0:18  Ping");
     outage.isOver = true;
     outage.endedWall100ns = at(18).wall100ns;
     outage.missed = 1;

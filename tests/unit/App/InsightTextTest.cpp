@@ -100,6 +100,8 @@ TEST(InsightTextTest, AllElseThatHappensHasItsSentence) {
     event.outAfter = SendState::kRefused;
     event.code = 10061;
     EXPECT_EQ(eventSentence(event), u"10.0.0.7: sending by Tcpip is refused (error 10061)");
+    event.outAfter = SendState::kOpen;
+    EXPECT_EQ(eventSentence(event), u"10.0.0.7: sending by Tcpip works again");
     EXPECT_EQ(eventSentence(eventOf(InsightEvent::kRestarted)), u"10.0.0.7: its program was restarted");
     EXPECT_EQ(eventSentence(eventOf(InsightEvent::kDiscovered)), u"10.0.0.7 was discovered");
     EXPECT_EQ(eventSentence(eventOf(InsightEvent::kGivenUp)), u"10.0.0.7 was given up, to make room for another");

@@ -181,6 +181,10 @@ void DetailBox::drawInShort(Canvas& canvas, const Area& room, int row, const Pee
         drawChart(canvas, {x, y, room.x + room.width - x, 1}, m_list.history(row, protocol));
         ++y;
     }
+    if (y < bottom - 3) {
+        const int x = room.x + kNameWidth + figuresWidth + 1;
+        drawChartTimes(canvas, {x, y, room.x + room.width - x, 1}, m_view, m_list.history(row, kProtocolOrder[0]));
+    }
     if (y < bottom) {
         const SPW_CString state = m_list.stateText(row);
         canvas.putFitted(room.x, bottom - 1, room.width, qualityLine(m_list.cell(row, kQualityColumn), state),

@@ -61,10 +61,11 @@ SPW_CString screenColumnHeader(int column) {
 
 ListLayout::ListLayout(const PeerList& list, int width, int firstProtocol) {
     int contents[kScreenColumns];
-    for (int column = 0; column < kScreenColumns; ++column) {
+    for (int column = 0; column < kPeerColumns; ++column) {
         contents[column] = widestCell(list, column);
     }
-    hasRoundTrips = width >= kLeastWidthForRoundTrips && contents[kRoundTripColumn] > 0;
+    contents[kRoundTripColumn] = width >= kLeastWidthForRoundTrips ? widestCell(list, kRoundTripColumn) : 0;
+    hasRoundTrips = contents[kRoundTripColumn] > 0;
 
     int room = 0;  // for the label
     for (headerLines = 1;; ++headerLines) {

@@ -482,7 +482,7 @@ TEST_F(DetailBoxTest, TimesAndTheLatestOutagesStandBelowAsFarAsThereIsRoom) {
     ASSERT_EQ(lines.size(), 24U);
     const std::string times = "rtt 0.31 ms, jitter 0.04 ms, mean 0.30 ms, 0.21 ms to 1.3 ms, p95 0.40 ms";
     EXPECT_EQ(lines[14].substr(2, times.size()), times);
-    EXPECT_EQ(lines[15].substr(2, 42), "silence 14:38:09 - now       0:18  Udp, Pi");
+    EXPECT_EQ(lines[15].substr(2, 42), "silence 14:38:09 -           0:18  Udp, Pi");
     EXPECT_EQ(lines[16].substr(2, 62), "silence 14:37:09 - 14:37:27  0:18  Udp, Ping, 36 probes missed");
     press(m_box, {Input::kTab});
     EXPECT_TRUE(isShown(m_box, "Round-trip times of 9 pings: last 0.31 ms"));
