@@ -12,12 +12,16 @@ _linkometry() {
     # Options may have two dashes, and are compared without regard to case.
     previous=${previous,,}
     case ${previous/#--/-} in
-        -getinfo)
+        -getinfo | -events)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             return
             ;;
-        -format) words="table json" ;;
+        -onchange)
+            mapfile -t COMPREPLY < <(compgen -c -- "$current")
+            return
+            ;;
+        -format) words="table json csv events" ;;
         -peer)
             mapfile -t COMPREPLY < <(compgen -A hostname -- "$current")
             return
@@ -26,8 +30,11 @@ _linkometry() {
             mapfile -t COMPREPLY < <(compgen -u -- "$current")
             return
             ;;
-        -duration | -interval | -minquality | -reportwnd) return ;;
-        *) words="-headless -duration -peer -interval -format -minquality -user -getinfo -reportwnd -help -version $short" ;;
+        -duration | -interval | -minquality | -maxsilence | -alertafter | -reportwnd) return ;;
+        *)
+            words="-headless -duration -peer -interval -format -minquality -allowsilent -maxsilence -events -onchange"
+            words+=" -alertafter -user -getinfo -reportwnd -help -version $short"
+            ;;
     esac
     case $current in
         --*)

@@ -227,6 +227,13 @@ SPW_CString TestEngine::title() const {
     return m_identity.title();
 }
 
+void TestEngine::observer(SPW_CString& address, SPW_CString& name) const {
+    const SPW_CGuard guard(m_lock);
+    const SPW_CArray<SPW_CString>& addresses = m_identity.localAddresses;
+    address = addresses.numberOfElements() == 0 ? SPW_CString() : showableText(addresses[0]);
+    name = showableText(m_identity.displayName);
+}
+
 SPW_CString TestEngine::localInfo() const {
     DeviceIdentity device;
     {

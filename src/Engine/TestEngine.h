@@ -60,6 +60,8 @@ public:
     void addPeer(const PeerRecord& peer);
     // "10.0.0.5  (pocket1)": this device's addresses and name, for the caption; safe to show.
     SPW_CString title() const;
+    // The same in parts: the first of the addresses, empty if there is none, and the name.
+    void observer(SPW_CString& address, SPW_CString& name) const;
     // What this device is and how its network is configured, for a window or a file: lines that end with CR LF. Name,
     // owner and addresses are those of the latest start (before the first, those found when the engine was built), the
     // rest is asked for now, which takes as long as the platform takes. Safe to show.

@@ -80,7 +80,7 @@ class FreshRootTest(unittest.TestCase):
     def test_1_files_are_where_others_look_for_them(self):
         for path in ("/usr/bin/linkometry", "/usr/lib/systemd/system/linkometry.service",
                      "/usr/share/bash-completion/completions/linkometry", "/usr/share/zsh/vendor-completions/_linkometry",
-                     "/usr/share/fish/vendor_completions.d/linkometry.fish"):
+                     "/usr/share/fish/vendor_completions.d/linkometry.fish", "/usr/share/linkometry/event.schema.json"):
             self.assertIn(path, self.installed())
         # A minimal root may leave out documents as it installs, but the package has them.
         contents = must("dpkg-deb", "-c", package)

@@ -114,16 +114,18 @@ class CompletionTest(TemporaryTest):
         self.assertEqual(self.bash("--min"), {"--minquality"})
 
     def test_bash_offers_what_an_option_takes(self):
-        self.assertEqual(self.bash("-format", ""), {"table", "json"})
+        self.assertEqual(self.bash("-format", ""), {"table", "json", "csv", "events"})
         self.assertEqual(self.bash("-FORMAT", "j"), {"json"})
         # As bash splits --format=j.
         self.assertEqual(self.bash("--format", "=", "j"), {"json"})
-        self.assertEqual(self.bash("--format", "="), {"table", "json"})
+        self.assertEqual(self.bash("--format", "="), {"table", "json", "csv", "events"})
         self.assertEqual(self.bash("-duration", "-"), set())
         for name in ("report.txt", "other"):
             with open(os.path.join(self.folder, name), "w", encoding="ascii"):
                 pass
         self.assertEqual(self.bash("-getinfo", "r"), {"report.txt"})
+        self.assertEqual(self.bash("-events", "o"), {"other"})
+        self.assertIn("bash", self.bash("-onchange", "bas"))
 
     def test_zsh_offers_the_options_that_help_lists_and_no_others(self):
         # What zsh's own function is told; any shell can call one of that name.
@@ -161,7 +163,7 @@ class CompletionTest(TemporaryTest):
         self.assertEqual({option.replace("--", "-") for option in offered("linkometry -")},
                          listed_options() | short_options())
         self.assertEqual(offered("linkometry --form"), {"--format"})
-        self.assertEqual(offered("linkometry -format "), {"table", "json"})
+        self.assertEqual(offered("linkometry -format "), {"table", "json", "csv", "events"})
 
 
 class ServiceTest(TemporaryTest):
@@ -262,7 +264,8 @@ class InstallationTest(TemporaryTest):
             "bin/linkometry", "lib/systemd/system/linkometry.service", "share/man/man1/linkometry.1.gz",
             "share/bash-completion/completions/linkometry", "share/fish/vendor_completions.d/linkometry.fish",
             "share/zsh/site-functions/_linkometry", "share/doc/linkometry/examples/HKEY_CURRENT_USER.reg",
-            "share/doc/linkometry/examples/linkometry.logrotate"})
+            "share/doc/linkometry/examples/linkometry.logrotate", "share/linkometry/snapshot.schema.json",
+            "share/linkometry/event.schema.json"})
         self.assertEqual(run(os.path.join(self.folder, "bin/linkometry"), "-version").stdout,
                          f"linkometry Version {version}\n")
         with gzip.open(os.path.join(self.folder, "share/man/man1/linkometry.1.gz"), "rt", encoding="utf-8") as page:

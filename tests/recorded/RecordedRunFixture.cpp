@@ -168,9 +168,14 @@ void RecordedRunFixture::recordEchoes(std::size_t atLeast) {
     m_record.addSorted(std::move(lines));
 }
 
-void RecordedRunFixture::recordRows(bool isFinal) {
-    SPW_CArray<PeerRowValues> rows;
-    m_engine->snapshot(rows);
+void RecordedRunFixture::recordRows(bool isFinal, bool withInsight) {
+    Snapshot snapshot = m_snapshots.take(*m_engine, {m_engine->testNumber(), 75, isFinal});
+    SPW_CArray<PeerRowValues>& rows = snapshot.rows;
+    for (int i = 0; i < rows.numberOfElements() && !withInsight; ++i) {
+        rows[i].summary = PeerSummary();
+        snapshot.insights[static_cast<std::size_t>(i)] = PeerInsightValues();
+        snapshot.intervals[static_cast<std::size_t>(i)] = IntervalValues();
+    }
     TableHeading heading;
     heading.localTime = u"14:07:09";
     heading.testNumber = m_engine->testNumber();
@@ -180,9 +185,9 @@ void RecordedRunFixture::recordRows(bool isFinal) {
     m_record.add(formatTable(heading, rows).toAnsi());
     m_record.section("table of 60 columns");
     m_record.add(formatTable(heading, rows, 60).toAnsi());
-    m_record.add(formatVerdict(rows, 1).toAnsi());
+    m_record.add(formatVerdict(rows, Demands()).toAnsi());
     m_record.section("JSON");
-    m_record.add(formatJson(m_clock.wall100ns(), m_engine->testNumber(), isFinal, rows));
+    m_record.add(formatJson(snapshot));
 }
 
 void RecordedRunFixture::recordTexts() {

@@ -17,6 +17,7 @@
 #include "ScriptedNetworkInfo.h"
 #include "ScriptedSocket.h"
 #include "ScriptedSystemInfo.h"
+#include "Snapshot.h"
 #include "StillClock.h"
 #include "TemporaryFolder.h"
 #include "TemporaryRegistry.h"
@@ -67,8 +68,9 @@ protected:
     void recordSortedUpdates(std::size_t atLeast);
     void recordPackets();
     void recordEchoes(std::size_t atLeast);
-    // The rows as they are now, in both printed forms.
-    void recordRows(bool isFinal);
+    // The rows as they are now, in both printed forms. withInsight: also what is recorded of a peer beside its counts.
+    // Where threads of the engine's own feed that record, chance decides which of them comes first in a period.
+    void recordRows(bool isFinal, bool withInsight = true);
     void recordTexts();
     // Ends the engine.
     std::string endAndReadLog();
@@ -93,6 +95,7 @@ private:
     // Paths are this machine's and this run's.
     std::string withoutPaths(std::string text) const;
 
+    SnapshotTaker m_snapshots;
     std::size_t m_packetsRecorded = 0;
     std::size_t m_echoesRecorded = 0;
     int m_probesLogged = 0;

@@ -186,7 +186,7 @@ TEST_F(RecordedRunTest, TrafficOfTwoTestsIsAsRecorded) {
     recordUpdates(1);
     expectLoggedProbes(11);
     expectLoggedErrors(1);
-    recordRows(false);
+    recordRows(false, false);
 
     passPeriod({kPrinter, kStranger}, 2);
     expectLoggedProbes(10);
@@ -199,7 +199,7 @@ TEST_F(RecordedRunTest, TrafficOfTwoTestsIsAsRecorded) {
     expectLoggedProbes(10);
     recordPackets();
     m_engine->stop();
-    recordRows(true);
+    recordRows(true, false);
 
     // The second test's probes bear the name; the settings are read anew.
     passTime();
@@ -221,7 +221,7 @@ TEST_F(RecordedRunTest, TrafficOfTwoTestsIsAsRecorded) {
     recordEchoes(1);
     recordPackets();
     m_engine->stop();
-    recordRows(true);
+    recordRows(true, false);
 
     m_record.section("log");
     m_record.add(withSortedProbeLines(endAndReadLog()));

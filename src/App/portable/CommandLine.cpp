@@ -108,15 +108,49 @@ SPW_CString takeInterval(CommandLine& line, const SPW_CString& argument, Command
     return error.isEmpty() && line.intervalMs == 0 ? SPW_CString(u"the interval must be longer than 0 seconds") : error;
 }
 
-SPW_CString takeFormat(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
-    if (argument.compareNoCase(u"table") == 0) {
-        line.format = CommandLine::kTable;
-    } else if (argument.compareNoCase(u"json") == 0) {
-        line.format = CommandLine::kJson;
-    } else {
-        return quoted(argument) + u" is neither table nor json";
+struct NamedFormat {
+    const char16_t* name;
+    CommandLine::Format format;
+    bool isUnixOnly;
+};
+
+SPW_CString takeFormat(CommandLine& line, const SPW_CString& argument, CommandLine::Style style) {
+    static constexpr NamedFormat kFormats[] = {
+        {u"table", CommandLine::kTable, false},
+        {u"json", CommandLine::kJson, false},
+        {u"csv", CommandLine::kCsv, true},
+        {u"events", CommandLine::kEvents, true},
+    };
+    const bool isUnix = style == CommandLine::kUnixStyle;
+    for (const NamedFormat& each : kFormats) {
+        if (argument.compareNoCase(each.name) == 0 && (isUnix || !each.isUnixOnly)) {
+            line.format = each.format;
+            return SPW_CString();
+        }
     }
-    return SPW_CString();
+    return quoted(argument) + (isUnix ? u" is none of table, json, csv and events" : u" is neither table nor json");
+}
+
+SPW_CString takeMaximumSilence(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
+    line.hasMaximumSilence = true;
+    return takeSeconds(argument, line.maximumSilenceMs);
+}
+
+SPW_CString takeAlertAfter(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
+    return takeSeconds(argument, line.alertAfterMs);
+}
+
+SPW_CString takeText(const SPW_CString& argument, SPW_CString& text) {
+    text = argument;
+    return argument.isEmpty() ? SPW_CString(u"the name is empty") : SPW_CString();
+}
+
+SPW_CString takeEventFile(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
+    return takeText(argument, line.eventFile);
+}
+
+SPW_CString takeChangeProgram(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
+    return takeText(argument, line.changeProgram);
 }
 
 SPW_CString takeMinimumQuality(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
@@ -177,8 +211,7 @@ SPW_CString takePeer(CommandLine& line, const SPW_CString& argument, CommandLine
 }
 
 SPW_CString takeUser(CommandLine& line, const SPW_CString& argument, CommandLine::Style) {
-    line.user = argument;
-    return argument.isEmpty() ? SPW_CString(u"the name is empty") : SPW_CString();
+    return takeText(argument, line.user);
 }
 
 struct Option {
@@ -186,6 +219,7 @@ struct Option {
     // One of the two is set. An option with neither belongs to the report, which is looked for first.
     bool CommandLine::*flag;
     SPW_CString (*take)(CommandLine& line, const SPW_CString& argument, CommandLine::Style style);
+    bool isUnixOnly = false;
 
     bool isOfReport() const { return flag == nullptr && take == nullptr; }
 };
@@ -197,6 +231,11 @@ constexpr Option kOptions[] = {
     {u"-interval", nullptr, takeInterval},
     {u"-format", nullptr, takeFormat},
     {u"-minquality", nullptr, takeMinimumQuality},
+    {u"-allowsilent", &CommandLine::allowSilent, nullptr, true},
+    {u"-maxsilence", nullptr, takeMaximumSilence, true},
+    {u"-events", nullptr, takeEventFile, true},
+    {u"-onchange", nullptr, takeChangeProgram, true},
+    {u"-alertafter", nullptr, takeAlertAfter, true},
     {u"-user", nullptr, takeUser},
     {kGetInfo, nullptr, nullptr},
     {kReportWindow, nullptr, nullptr},
@@ -204,9 +243,10 @@ constexpr Option kOptions[] = {
     {u"-version", &CommandLine::version, nullptr},
 };
 
-const Option* findOption(const SPW_CString& name) {
+const Option* findOption(const SPW_CString& name, CommandLine::Style style) {
     for (const Option& known : kOptions) {
-        if (name.compareNoCase(known.name) == 0) {
+        const bool exists = style == CommandLine::kUnixStyle || !known.isUnixOnly;
+        if (exists && name.compareNoCase(known.name) == 0) {
             return &known;
         }
     }
@@ -296,7 +336,7 @@ typedef SPW_CArray<SPW_CString> Tokens;
 // Returns how many tokens the report's option at index takes. Returns 0 if there is none or its argument is missing.
 int reportLength(const Tokens& tokens, int index, CommandLine::Style style) {
     const Word word = wordOf(tokens[index], style);
-    const Option* option = findOption(word.name);
+    const Option* option = findOption(word.name, style);
     if (option == nullptr || !option->isOfReport()) {
         return 0;
     }
@@ -356,7 +396,7 @@ int scanToken(const Tokens& tokens, int index, CommandLine::Style style, Command
     }
     const SPW_CString& token = tokens[index];
     const Word word = wordOf(token, style);
-    const Option* option = findOption(word.name);
+    const Option* option = findOption(word.name, style);
     const bool isUnix = style == CommandLine::kUnixStyle;
     if (option != nullptr && option->isOfReport()) {
         used = 1;
@@ -422,8 +462,14 @@ SPW_CString usageText() {
            u"  -duration SECONDS     end the test after that time\n"
            u"  -peer ADDRESS[=NAME]  probe that device too, as with the address alone; may be repeated\n"
            u"  -interval SECONDS     print all rows that often\n"
-           u"  -format table|json    how rows are printed (default table)\n"
+           u"  -format FORMAT        how rows are printed: table (default), json or csv; or events, as they happen\n"
            u"  -minquality PERCENT   the lowest quality that counts as reachable (default 1)\n"
+           u"  -allowsilent          let the quality alone decide; else a device that is silent at the end is not "
+           u"reached\n"
+           u"  -maxsilence SECONDS   the longest time that a device may be silent and count as reached\n"
+           u"  -events FILE          append every change of a device's state to that file, as JSON\n"
+           u"  -onchange PROGRAM     run that program at every such change\n"
+           u"  -alertafter SECONDS   with -onchange: only when the change has lasted that long\n"
            u"  -user NAME            become that user before anything is opened (Linux, started as root)\n"
            u"  -getinfo FILE         write this device's configuration report to a file, silently, and end\n"
            u"  -reportwnd HANDLE     with -getinfo: the window to be told, in hexadecimal (Windows)\n"
@@ -432,7 +478,8 @@ SPW_CString usageText() {
            u"\n"
            u"On a terminal it shows a screen, whose keys are explained there by ?. Without one, a headless test is "
            u"run.\n"
-           u"Exit status of a headless test: 0 every device reached, 1 some device not reached, 2 no device found,\n"
+           u"Exit status of a headless test: 0 every device reached, 1 some device not reached or silent, 2 no device "
+           u"found,\n"
            u"3 command line not usable, 4 test could not run, 254 no memory left; 1 also when output was lost. With\n"
            u"-getinfo: 0 written, 1 not written.\n"
            u"A second SIGINT or SIGTERM ends the program at once. SIGQUIT prints all rows, SIGUSR1 also writes them "

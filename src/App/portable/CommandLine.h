@@ -14,14 +14,20 @@ void splitCommandLine(const SPW_CString& commandLine, SPW_CArray<SPW_CString>& t
 // What the command line asks for. Options are compared without regard to case. Of a repeated option the last one
 // counts, except that every -peer adds a peer.
 struct CommandLine {
-    enum Format { kTable, kJson };
+    enum Format {
+        kTable,
+        kJson,
+        kCsv,
+        kEvents,  // one line per event, and a table when somebody asks for one
+    };
     // What users of the platform expect of a command line.
     enum Style {
         // Words that mean nothing are ignored, because a program's shortcut may bear words that other programs want. An
         // option is written in one way.
         kWindowsStyle,
         // Words that mean nothing are mistakes. Options may have two dashes, and "=" before their argument. -h and -V
-        // are short for -help and -version. Words without a dash are peers. A peer may be a host's name.
+        // are short for -help and -version. Words without a dash are peers. A peer may be a host's name. The options
+        // about events and silence exist in this style alone.
         kUnixStyle,
     };
 
@@ -44,6 +50,17 @@ struct CommandLine {
     SPW_CArray<PeerRecord> peers;
     Format format = kTable;
     int minimumQuality = 1;  // percent
+    // -allowsilent: the counts alone decide whether a peer is reachable.
+    bool allowSilent = false;
+    // -maxsilence, in milliseconds: how long a peer may be silent at a time.
+    std::int64_t maximumSilenceMs = 0;
+    bool hasMaximumSilence = false;
+    // -events FILE: where events are appended; empty for nowhere.
+    SPW_CString eventFile;
+    // -onchange PROGRAM: what is run for each event; empty for none.
+    SPW_CString changeProgram;
+    // -alertafter, in milliseconds: how long a change must last before that program is run.
+    std::int64_t alertAfterMs = 0;
     // -user NAME: who the program is to become before it opens anything; empty for no change. Windows has no such
     // change: there the option does nothing.
     SPW_CString user;

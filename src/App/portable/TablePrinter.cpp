@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "DisplayWidth.h"
+#include "InsightText.h"
 #include "PeerColumns.h"
 
 namespace {
@@ -15,6 +16,13 @@ constexpr int kWidestLabel = 60;
 constexpr int kNarrowestLabel = 16;
 constexpr int kUsefulLabel = 22;
 
+// The columns of the peer list, and what the record beside the counts says.
+enum TableColumn : int {
+    kStateColumn = kPeerColumns,
+    kRoundTripColumn,
+    kTableColumns,
+};
+
 // One line's texts. They are not on the stack, because a handheld's stack is small.
 class Cells {
 public:
@@ -22,40 +30,64 @@ public:
     const SPW_CString& operator[](int column) const { return m_texts[static_cast<std::size_t>(column)]; }
 
 private:
-    std::vector<SPW_CString> m_texts = std::vector<SPW_CString>(kPeerColumns);
+    std::vector<SPW_CString> m_texts = std::vector<SPW_CString>(kTableColumns);
 };
-typedef int Widths[kPeerColumns];
+typedef int Widths[kTableColumns];
 
-// How headers and gaps are laid out, the widest form first.
+// How headers and gaps are laid out, and how many of the columns there are; the widest form first.
 struct Form {
     enum Headers { kWhole, kOnTwoLines, kFirstWord };
     Headers headers;
     int gap;  // columns between two columns
+    int columns;
 };
-constexpr Form kForms[] = {{Form::kWhole, 2}, {Form::kOnTwoLines, 2}, {Form::kOnTwoLines, 1}, {Form::kFirstWord, 1}};
+constexpr Form kForms[] = {
+    {Form::kWhole, 2, kTableColumns},        {Form::kOnTwoLines, 2, kTableColumns},
+    {Form::kOnTwoLines, 1, kTableColumns},   {Form::kFirstWord, 1, kTableColumns},
+    {Form::kFirstWord, 1, kRoundTripColumn}, {Form::kFirstWord, 1, kStateColumn},
+};
+
+// "-" stands where there is nothing to tell.
+SPW_CString textOrDash(const SPW_CString& text) {
+    return text.isEmpty() ? SPW_CString(u"-") : text;
+}
 
 void fillCells(const PeerRowValues& row, Cells& cells) {
     for (int column = 0; column < kPeerColumns; ++column) {
         cells[column] = cellText(row, column);
     }
+    const PeerSummary& summary = row.summary;
+    cells[kStateColumn] = textOrDash(stateWord(summary.state));
+    cells[kRoundTripColumn] =
+        textOrDash(summary.roundTrips == 0 ? SPW_CString() : roundTripText(summary.meanRoundTrip100ns));
+}
+
+SPW_CString headerOf(int column) {
+    switch (column) {
+        case kStateColumn:
+            return u"State";
+        case kRoundTripColumn:
+            return u"Rtt (mean)";
+        default:
+            return peerColumnHeader(column);
+    }
 }
 
 // `lower` stays empty where the headers have one line.
 void fillHeaders(Form::Headers headers, Cells& upper, Cells& lower) {
-    for (int column = 0; column < kPeerColumns; ++column) {
-        upper[column] = peerColumnHeader(column);
+    for (int column = 0; column < kTableColumns; ++column) {
+        const SPW_CString header = headerOf(column);
+        const int blank = headers == Form::kWhole ? -1 : header.find(u' ');
+        upper[column] = blank < 0 ? header : header.left(blank);
         lower[column].clear();
-        if (headers != Form::kWhole) {
-            splitPeerColumnHeader(column, upper[column], lower[column]);
-        }
-        if (headers == Form::kFirstWord) {
-            lower[column].clear();
+        if (blank >= 0 && headers == Form::kOnTwoLines) {
+            lower[column] = header.mid(blank + 1, header.length());
         }
     }
 }
 
 void widen(Widths& widths, const Cells& cells) {
-    for (int column = 0; column < kPeerColumns; ++column) {
+    for (int column = 0; column < kTableColumns; ++column) {
         widths[column] = std::max(widths[column], displayWidth(cells[column]));
     }
 }
@@ -81,7 +113,7 @@ public:
     // narrower form is better.
     bool fit(int width) {
         int room = width;
-        for (int column = kLabelColumn + 1; column < kPeerColumns; ++column) {
+        for (int column = kLabelColumn + 1; column < m_form.columns; ++column) {
             room -= m_form.gap + m_widths[column];
         }
         const int needed = m_widths[kLabelColumn];
@@ -110,7 +142,7 @@ private:
         const SPW_CString label = cutToWidth(cells[kLabelColumn], m_widths[kLabelColumn]);
         table += label;
         appendBlanks(table, m_widths[kLabelColumn] - displayWidth(label));
-        for (int column = kLabelColumn + 1; column < kPeerColumns; ++column) {
+        for (int column = kLabelColumn + 1; column < m_form.columns; ++column) {
             appendBlanks(table, m_form.gap + m_widths[column] - displayWidth(cells[column]));
             table += cells[column];
         }
@@ -151,6 +183,19 @@ void appendNotMade(SPW_CString& table, const SPW_CArray<PeerRowValues>& rows) {
     }
 }
 
+int countOf(const SPW_CArray<PeerRowValues>& rows, PeerState state) {
+    int count = 0;
+    for (int i = 0; i < rows.numberOfElements(); ++i) {
+        count += rows[i].summary.state == state ? 1 : 0;
+    }
+    return count;
+}
+
+// Nothing is said of none.
+SPW_CString countText(int count, const char16_t* word) {
+    return count == 0 ? SPW_CString() : SPW_CString(u", ") + count + u' ' + word;
+}
+
 }  // namespace
 
 SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowValues>& rows, int width) {
@@ -169,23 +214,25 @@ SPW_CString formatTable(const TableHeading& heading, const SPW_CArray<PeerRowVal
     return table;
 }
 
-int countReachable(const SPW_CArray<PeerRowValues>& rows, int minimumQuality) {
+int countReachable(const SPW_CArray<PeerRowValues>& rows, const Demands& demands) {
     int reachable = 0;
     for (int i = 0; i < rows.numberOfElements(); ++i) {
-        if (rows[i].quality >= minimumQuality) {
+        const bool isSilent = rows[i].summary.state == PeerState::kSilent;
+        if (rows[i].quality >= demands.minimumQuality && (demands.allowsSilent || !isSilent)) {
             ++reachable;
         }
     }
     return reachable;
 }
 
-SPW_CString formatVerdict(const SPW_CArray<PeerRowValues>& rows, int minimumQuality) {
+SPW_CString formatVerdict(const SPW_CArray<PeerRowValues>& rows, const Demands& demands, int tooSilent) {
     SPW_CString verdict;
     const int peers = rows.numberOfElements();
     if (peers == 0) {
         return u"no peer was found";
     }
-    verdict.format(u"%d of %d %s reachable (quality at least %d %%)", countReachable(rows, minimumQuality), peers,
-                   peers == 1 ? u"peer" : u"peers", minimumQuality);
-    return verdict;
+    verdict.format(u"%d of %d %s reachable (quality at least %d %%)", countReachable(rows, demands), peers,
+                   peers == 1 ? u"peer" : u"peers", demands.minimumQuality);
+    return verdict + countText(countOf(rows, PeerState::kDegraded) + countOf(rows, PeerState::kPartial), u"degraded") +
+           countText(countOf(rows, PeerState::kSilent), u"silent") + countText(tooSilent, u"silent for too long");
 }

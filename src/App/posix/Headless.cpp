@@ -13,7 +13,6 @@
 #include "Rights.h"
 #include "SPW_CError.h"
 #include "SnapshotText.h"
-#include "TablePrinter.h"
 
 namespace {
 
@@ -30,7 +29,12 @@ SPW_CString wholePath(const SPW_CString& path) {
 }  // namespace
 
 Headless::Headless(const CommandLine& options, Signals& signals, StandardOutput& output, Wakeup& wakeup)
-    : m_options(options), m_signals(signals), m_output(output), m_wakeup(wakeup), m_endWatch(signals) {}
+    : m_options(options),
+      m_signals(signals),
+      m_output(output),
+      m_wakeup(wakeup),
+      m_endWatch(signals),
+      m_events(options, output, wakeup) {}
 
 int Headless::run() {
     if (!prepareTest()) {
@@ -48,13 +52,15 @@ int Headless::run() {
 int Headless::endTest() {
     m_signals.endBegins();
     m_engine->stopProbing();
+    lookAtEvents();
     if (m_canRun) {
         printSnapshot(true);
         (void)m_output.waitUntilWritten(kOutputPatienceMs);
     }
     m_engine->completeTest();
     const bool isOutputDone = waitForOutput();
-    return end(verdict(), isOutputDone);
+    const bool areEventsDone = m_events.finish(kOutputPatienceMs);
+    return end(verdict(), isOutputDone && areEventsDone);
 }
 
 int Headless::end(int status, bool isOutputDone) {
@@ -68,6 +74,12 @@ int Headless::end(int status, bool isOutputDone) {
 
 // False when there can be no test.
 bool Headless::prepareTest() {
+    SPW_CString refused;
+    if (!m_events.open(refused)) {
+        complain(refused);
+        return false;
+    }
+    m_output.print(headerText(m_options));
     m_endWatch.startBegins();
     m_engine.emplace(&m_sink, true);
     m_endWatch.lookAtLogOf(*m_engine);
@@ -101,6 +113,8 @@ bool Headless::startTest() {
     m_testNumber = m_engine->testNumber();
     m_testStartedMs = elapsedMs();
     m_engine->start();
+    m_snapshotTaker.clear();
+    m_events.testBegins();
     m_canRun = tellProblems();
     m_endWatch.startEnds();
     return m_canRun;
@@ -129,6 +143,7 @@ void Headless::obeyRequests() {
             obey(number);
         }
         lookAtOutput();
+        lookAtEvents();
         if (m_options.hasDuration && elapsedMs() >= m_options.durationMs) {
             return;
         }
@@ -160,10 +175,12 @@ void Headless::obey(int signalNumber) {
             return;
         case SIGUSR2:
             m_engine->resetStatistics();
+            m_snapshotTaker.clear();
             return;
         case SIGHUP:
             if (!m_signals.isStop(SIGHUP)) {
                 m_engine->stop();
+                lookAtEvents();     // the start forgets them
                 (void)startTest();  // the loop looks at m_canRun
                 return;
             }
@@ -174,6 +191,10 @@ void Headless::obey(int signalNumber) {
     m_stopping = true;
 }
 
+void Headless::lookAtEvents() {
+    m_events.look(*m_engine, m_testNumber);
+}
+
 void Headless::printDueSnapshot() {
     if (m_isSnapshotDue && !m_stopping && !m_output.isBusy()) {
         printSnapshot(false);
@@ -182,9 +203,10 @@ void Headless::printDueSnapshot() {
 
 void Headless::printSnapshot(bool isFinal) {
     m_isSnapshotDue = false;
-    m_engine->snapshot(m_rows);
     const auto elapsedSeconds = static_cast<std::uint32_t>((elapsedMs() - m_testStartedMs + 500) / 1000);
-    m_output.print(snapshotText(m_options, {m_testNumber, elapsedSeconds, isFinal}, m_rows));
+    m_snapshot = m_snapshotTaker.take(*m_engine, {m_testNumber, elapsedSeconds, isFinal});
+    m_snapshot.tooSilent = m_events.countTooSilent(m_snapshot.rows);
+    m_output.print(snapshotText(m_options, m_snapshot));
 }
 
 // A reader that leaves, as `head` does, has what it wanted. Any other failure loses a result that somebody waits for.
@@ -227,6 +249,9 @@ std::uint32_t Headless::msUntilNextDuty() const {
     if (m_options.hasInterval) {
         due = std::min(due, m_nextSnapshotMs);
     }
+    if (!m_events.isIdle()) {
+        due = std::min(due, elapsedMs() + EventDesk::kLookMs);
+    }
     // One is added because a wait that ends within the last millisecond would find nothing due.
     return static_cast<std::uint32_t>(std::max<std::int64_t>(due - elapsedMs(), 0)) + 1;
 }
@@ -235,12 +260,12 @@ int Headless::verdict() const {
     if (!m_canRun) {
         return kTestFailed;
     }
-    if (m_isOutputLost) {
+    if (m_isOutputLost || m_events.hasLost() || m_snapshot.tooSilent > 0) {
         return kSomeUnreachable;
     }
-    const int peers = m_rows.numberOfElements();
+    const int peers = m_snapshot.rows.numberOfElements();
     if (peers == 0) {
         return kNoPeer;
     }
-    return countReachable(m_rows, m_options.minimumQuality) == peers ? kAllReachable : kSomeUnreachable;
+    return countReachable(m_snapshot.rows, demandsOf(m_options)) == peers ? kAllReachable : kSomeUnreachable;
 }

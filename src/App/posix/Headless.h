@@ -5,10 +5,11 @@
 
 #include "CommandLine.h"
 #include "EndWatch.h"
+#include "EventDesk.h"
 #include "ExitStatus.h"
-#include "SPW_CArray.h"
 #include "Signals.h"
 #include "SilentSink.h"
+#include "Snapshot.h"
 #include "StandardOutput.h"
 #include "TestEngine.h"
 #include "Wakeup.h"
@@ -38,6 +39,7 @@ private:
     void obey(int signalNumber);
     int endTest();
     int end(int status, bool isOutputDone);
+    void lookAtEvents();
     void printDueSnapshot();
     void printSnapshot(bool isFinal);
     void lookAtOutput();
@@ -53,7 +55,9 @@ private:
     EndWatch m_endWatch;
     SilentSink m_sink;
     std::optional<TestEngine> m_engine;
-    SPW_CArray<PeerRowValues> m_rows;  // as of the latest snapshot
+    EventDesk m_events;
+    SnapshotTaker m_snapshotTaker;
+    Snapshot m_snapshot;  // the latest
     std::int64_t m_startedMs = 0;
     std::int64_t m_nextSnapshotMs = 0;  // since the start
     std::int64_t m_testStartedMs = 0;   // since the program's start

@@ -17,6 +17,10 @@ bool canShowScreen(const CommandLine& options) {
     if (options.headless || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) {
         return false;
     }
+    if (!options.eventFile.isEmpty() || !options.changeProgram.isEmpty()) {
+        complain(u"-events and -onchange go without a screen, as with -headless");
+        return false;
+    }
     const SPW_CString unfitness = Terminal::unfitness();
     if (unfitness.isEmpty()) {
         return true;
@@ -176,9 +180,8 @@ bool ScreenProgram::printLastTable() {
     if (m_worker.lastTest() == 0) {
         return true;
     }
-    SPW_CArray<PeerRowValues> rows;
-    m_worker.engine().snapshot(rows);
-    m_output.print(snapshotText(m_options, {m_worker.lastTest(), m_screen.status().elapsedSeconds, true}, rows));
+    const SnapshotOf last = {m_worker.lastTest(), m_screen.status().elapsedSeconds, true};
+    m_output.print(headerText(m_options) + snapshotText(m_options, SnapshotTaker().take(m_worker.engine(), last)));
     while (!m_output.waitUntilWritten(kPatienceMs)) {
         if (m_signals.isStopRequested()) {
             return false;

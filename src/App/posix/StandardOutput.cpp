@@ -1,12 +1,11 @@
 #include "StandardOutput.h"
 
-#include <unistd.h>
-
 #include <chrono>
 
 #include "Console.h"
 
-StandardOutput::StandardOutput(Wakeup& wakeup) : m_wakeup(wakeup), m_thread([this] { work(); }) {}
+StandardOutput::StandardOutput(Wakeup& wakeup, int descriptor)
+    : m_wakeup(wakeup), m_descriptor(descriptor), m_thread([this] { work(); }) {}
 
 StandardOutput::~StandardOutput() {
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -56,7 +55,7 @@ void StandardOutput::work() {
         text.swap(m_text);
         m_isWriting = true;
         guard.unlock();
-        const int failure = writeAll(STDOUT_FILENO, text, [this](std::size_t bytes) { count(bytes); });
+        const int failure = writeAll(m_descriptor, text, [this](std::size_t bytes) { count(bytes); });
         guard.lock();
         m_isWriting = false;
         if (failure != 0) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -8,14 +10,15 @@
 #include "HelperThread.h"
 #include "Wakeup.h"
 
-// The program's standard output. A thread of its own writes it, and a reader that stalls therefore holds up only this
-// thread.
+// The program's standard output, or a file that is written in the same way. A thread of its own writes it, and a reader
+// that stalls therefore holds up only this thread.
 //
 // Threads: the one that made the object. isBusy() and failure() may be called on any thread.
 class StandardOutput {
 public:
-    // wakeup: woken when a text is written or lost. It must outlive the object.
-    explicit StandardOutput(Wakeup& wakeup);
+    // wakeup: woken when a text is written or lost. descriptor: what is written to; it stays the caller's. Both must
+    // outlive the object.
+    explicit StandardOutput(Wakeup& wakeup, int descriptor = STDOUT_FILENO);
     // No text may be on its way, because the thread could wait for the reader for ever.
     ~StandardOutput();
     StandardOutput(const StandardOutput&) = delete;
@@ -37,6 +40,7 @@ private:
     void count(std::size_t bytes);
 
     Wakeup& m_wakeup;
+    const int m_descriptor;
     mutable std::mutex m_lock;  // guards all below but the thread
     std::condition_variable m_changed;
     std::string m_text;        // what the thread has not begun with

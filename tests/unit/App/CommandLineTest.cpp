@@ -223,6 +223,43 @@ TEST(ArgumentScanTest, FormatIsTableOrJson) {
     EXPECT_EQ(scan({u"-format", u"xml"}).error, SPW_CString(u"-format: \"xml\" is neither table nor json"));
 }
 
+TEST(UnixArgumentScanTest, FormatIsTableJsonCsvOrEvents) {
+    EXPECT_EQ(scanUnix({u"-format", u"csv"}).format, CommandLine::kCsv);
+    EXPECT_EQ(scanUnix({u"-format", u"Events"}).format, CommandLine::kEvents);
+    EXPECT_EQ(scanUnix({u"-format", u"xml"}).error,
+              SPW_CString(u"-format: \"xml\" is none of table, json, csv and events"));
+    EXPECT_EQ(scan({u"-format", u"csv"}).error, SPW_CString(u"-format: \"csv\" is neither table nor json"));
+}
+
+TEST(UnixArgumentScanTest, ASilenceMayBeAllowedWhollyOrForAWhile) {
+    EXPECT_TRUE(scanUnix({u"-allowsilent"}).allowSilent);
+    EXPECT_FALSE(scanUnix({u"-headless"}).allowSilent || scanUnix({u"-headless"}).hasMaximumSilence);
+    const CommandLine line = scanUnix({u"-maxsilence", u"0"});
+    EXPECT_TRUE(line.hasMaximumSilence);
+    EXPECT_EQ(line.maximumSilenceMs, 0);
+    EXPECT_EQ(scanUnix({u"--maxsilence=2.5"}).maximumSilenceMs, 2500);
+    EXPECT_EQ(scanUnix({u"-maxsilence", u"x"}).error, SPW_CString(u"-maxsilence: \"x\" is not a number of seconds"));
+}
+
+TEST(UnixArgumentScanTest, EventsGoToAFileAndToAProgram) {
+    const CommandLine line = scanUnix({u"-events", u"a file", u"-onchange", u"./told", u"-alertafter", u"30"});
+    EXPECT_TRUE(line.isUsable());
+    EXPECT_EQ(line.eventFile, SPW_CString(u"a file"));
+    EXPECT_EQ(line.changeProgram, SPW_CString(u"./told"));
+    EXPECT_EQ(line.alertAfterMs, 30000);
+    EXPECT_EQ(scanUnix({u"-events="}).error, SPW_CString(u"-events: the name is empty"));
+    EXPECT_EQ(scanUnix({u"-onchange"}).error, SPW_CString(u"-onchange: the argument is missing"));
+}
+
+TEST(ArgumentScanTest, OnWindowsTheOptionsAboutEventsAndSilenceAreIgnored) {
+    const CommandLine line = scan({u"-events", u"file", u"-onchange", u"program", u"-alertafter", u"x", u"-maxsilence",
+                                   u"y", u"-allowsilent", u"-headless"});
+    EXPECT_TRUE(line.isUsable());
+    EXPECT_TRUE(line.headless);
+    EXPECT_TRUE(line.eventFile.isEmpty() && line.changeProgram.isEmpty());
+    EXPECT_FALSE(line.allowSilent || line.hasMaximumSilence);
+}
+
 TEST(ArgumentScanTest, MinimumQualityIsAWholePercentage) {
     EXPECT_EQ(scan({u"-minquality", u"0"}).minimumQuality, 0);
     EXPECT_EQ(scan({u"-minquality", u"100"}).minimumQuality, 100);

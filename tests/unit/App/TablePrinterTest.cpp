@@ -48,11 +48,11 @@ TEST(TablePrinterTest, ColumnsAreAsWideAsTheirLongestCell) {
     EXPECT_STREQ(
         "09:05:03  test 2, running after 17 s\n"
         "IP-Address (name)     Quality (%)     Mcast (Recv/Total)     Tcpip (Recv/Total)       Udp (Recv/Total)"
-        "        Ping (Ack/Sent)\n"
+        "        Ping (Ack/Sent)  State  Rtt (mean)\n"
         "10.0.0.1 (a)                   60                    3/5                    3/5                    3/5"
-        "                    3/5\n"
+        "                    3/5      -           -\n"
         "10.0.0.200 (printer)          100  1234567890/1234567890  1234567890/1234567890  1234567890/1234567890"
-        "  1234567890/1234567890\n",
+        "  1234567890/1234567890      -           -\n",
         formatTable(heading(false), rows).toAnsi());
 }
 
@@ -79,7 +79,7 @@ TEST(TablePrinterTest, ALongNameIsCutSoThatItPadsNobodyElsesRow) {
     const std::vector<std::u16string> lines = linesOf(formatTable(heading(false), rows));
     EXPECT_EQ(lines[2].substr(0, 65), std::u16string(u"10.0.0.1 (") + std::u16string(49, u'x') + u"\u2026     ");
     for (std::size_t i = 1; i < lines.size(); ++i) {
-        EXPECT_EQ(lines[i].size(), 148u);
+        EXPECT_EQ(lines[i].size(), 167u);
     }
 }
 
@@ -87,23 +87,41 @@ TEST(TablePrinterTest, ATableThatFitsTheTerminalIsAsWideAsItNeedsToBe) {
     SPW_CArray<PeerRowValues> rows;
     rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
     const SPW_CString whole = formatTable(heading(false), rows);
-    EXPECT_EQ(linesOf(whole)[1].size(), 105u);
-    EXPECT_EQ(formatTable(heading(false), rows, 105), whole);
-    EXPECT_NE(formatTable(heading(false), rows, 104), whole);
+    EXPECT_EQ(linesOf(whole)[1].size(), 124u);
+    EXPECT_EQ(formatTable(heading(false), rows, 124), whole);
+    EXPECT_NE(formatTable(heading(false), rows, 123), whole);
 }
 
-TEST(TablePrinterTest, OnEightyColumnsTheHeadersHaveTwoLines) {
+TEST(TablePrinterTest, WhereHeadersOnOneLineFindNoRoomTheyHaveTwo) {
     SPW_CArray<PeerRowValues> rows;
     rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
     rows.append(row(u"10.0.0.200 (device-b)", 100, 3599, 3600));
     rows.append(row(u"10.0.0.201 (the printer in the hall)", 100, 3599, 3600));
+    rows[1].summary.state = PeerState::kDegraded;
+    EXPECT_EQ(
+        formatTable(heading(false), rows, 100),
+        SPW_CString(
+            u"09:05:03  test 2, running after 17 s\n"
+            u"IP-Address                 Quality        Mcast        Tcpip          Udp       Ping    State    Rtt\n"
+            u"(name)                         (%) (Recv/Total) (Recv/Total) (Recv/Total) (Ack/Sent)          (mean)\n"
+            u"10.0.0.1 (a)                    60          3/5          3/5          3/5        3/5        -      -\n"
+            u"10.0.0.200 (device-b)          100    3599/3600    3599/3600    3599/3600  3599/3600 degraded      -\n"
+            u"10.0.0.201 (the printer i\u2026     100    3599/3600    3599/3600    3599/3600  3599/3600        -      "
+            u"-\n"));
+}
+
+TEST(TablePrinterTest, OnEightyColumnsTheHeadersHaveOneWord) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(row(u"10.0.0.1 (a)", 60, 3, 5));
+    rows.append(row(u"10.0.0.201 (the printer in the hall)", 100, 99, 100));
+    rows[0].summary.state = PeerState::kReachable;
+    rows[0].summary.roundTrips = 1;
+    rows[0].summary.meanRoundTrip100ns = 3100;
     EXPECT_EQ(formatTable(heading(false), rows, 80),
               SPW_CString(u"09:05:03  test 2, running after 17 s\n"
-                          u"IP-Address             Quality        Mcast        Tcpip          Udp       Ping\n"
-                          u"(name)                     (%) (Recv/Total) (Recv/Total) (Recv/Total) (Ack/Sent)\n"
-                          u"10.0.0.1 (a)                60          3/5          3/5          3/5        3/5\n"
-                          u"10.0.0.200 (device-b)      100    3599/3600    3599/3600    3599/3600  3599/3600\n"
-                          u"10.0.0.201 (the print\u2026     100    3599/3600    3599/3600    3599/3600  3599/3600\n"));
+                          u"IP-Address                 Quality  Mcast  Tcpip    Udp   Ping     State     Rtt\n"
+                          u"10.0.0.1 (a)                    60    3/5    3/5    3/5    3/5 reachable 0.31 ms\n"
+                          u"10.0.0.201 (the printer i\u2026     100 99/100 99/100 99/100 99/100         -       -\n"));
 }
 
 TEST(TablePrinterTest, OnNarrowTerminalsTheHeadersHaveOneWordAndTheAddressIsWhole) {
@@ -154,15 +172,70 @@ TEST(TablePrinterTest, AnEmptyTableSaysSo) {
     EXPECT_NE(std::string::npos, table.find("\n(no peer heard so far)\n"));
 }
 
+PeerRowValues rowIn(PeerState state, int quality) {
+    PeerRowValues values = row(u"x", quality, 1, 1);
+    values.summary.state = state;
+    return values;
+}
+
+Demands atLeast(int minimumQuality, bool allowsSilent = false) {
+    Demands demands;
+    demands.minimumQuality = minimumQuality;
+    demands.allowsSilent = allowsSilent;
+    return demands;
+}
+
 TEST(TablePrinterTest, TheVerdictCountsThePeersWithEnoughQuality) {
     SPW_CArray<PeerRowValues> rows;
-    EXPECT_STREQ("no peer was found", formatVerdict(rows, 1).toAnsi());
+    EXPECT_STREQ("no peer was found", formatVerdict(rows, atLeast(1)).toAnsi());
     rows.append(row(u"a", 50, 1, 2));
-    EXPECT_STREQ("1 of 1 peer reachable (quality at least 50 %)", formatVerdict(rows, 50).toAnsi());
+    EXPECT_STREQ("1 of 1 peer reachable (quality at least 50 %)", formatVerdict(rows, atLeast(50)).toAnsi());
     rows.append(row(u"b", 49, 1, 2));
-    EXPECT_STREQ("1 of 2 peers reachable (quality at least 50 %)", formatVerdict(rows, 50).toAnsi());
-    EXPECT_EQ(2, countReachable(rows, 0));
-    EXPECT_EQ(0, countReachable(rows, 51));
+    EXPECT_STREQ("1 of 2 peers reachable (quality at least 50 %)", formatVerdict(rows, atLeast(50)).toAnsi());
+    EXPECT_EQ(2, countReachable(rows, atLeast(0)));
+    EXPECT_EQ(0, countReachable(rows, atLeast(51)));
+}
+
+TEST(TablePrinterTest, APeerThatIsSilentIsNotReachableWhateverItsQualityUnlessThatIsAllowed) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(rowIn(PeerState::kReachable, 100));
+    rows.append(rowIn(PeerState::kSilent, 100));
+    EXPECT_EQ(1, countReachable(rows, atLeast(95)));
+    EXPECT_EQ(2, countReachable(rows, atLeast(95, true)));
+    EXPECT_EQ(formatVerdict(rows, atLeast(95)), u"1 of 2 peers reachable (quality at least 95 %), 1 silent");
+    EXPECT_EQ(formatVerdict(rows, atLeast(95, true)), u"2 of 2 peers reachable (quality at least 95 %), 1 silent");
+}
+
+TEST(TablePrinterTest, TheVerdictNamesWhatIsNotWell) {
+    SPW_CArray<PeerRowValues> rows;
+    for (const PeerState state :
+         {PeerState::kWaiting, PeerState::kReachable, PeerState::kDegraded, PeerState::kPartial, PeerState::kSilent}) {
+        rows.append(rowIn(state, 100));
+    }
+    EXPECT_EQ(formatVerdict(rows, atLeast(1)), u"4 of 5 peers reachable (quality at least 1 %), 2 degraded, 1 silent");
+    EXPECT_EQ(formatVerdict(rows, atLeast(1), 3),
+              u"4 of 5 peers reachable (quality at least 1 %), 2 degraded, 1 silent, 3 silent for too long");
+}
+
+TEST(TablePrinterTest, StateAndMeanRoundTripTimeStandBehindTheCounts) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(rowIn(PeerState::kSilent, 100));
+    rows[0].summary.roundTrips = 2;
+    rows[0].summary.lastRoundTrip100ns = 99;
+    rows[0].summary.meanRoundTrip100ns = 13000;
+    const std::vector<std::u16string> lines = linesOf(formatTable(heading(false), rows));
+    EXPECT_EQ(lines[1].substr(lines[1].size() - 37), u"  Ping (Ack/Sent)   State  Rtt (mean)");
+    EXPECT_EQ(lines[2].substr(lines[2].size() - 25), u"  1/1  silent      1.3 ms");
+}
+
+TEST(TablePrinterTest, OnNarrowTerminalsTheRoundTripTimeGoesFirstAndTheStateLast) {
+    SPW_CArray<PeerRowValues> rows;
+    rows.append(rowIn(PeerState::kReachable, 100));
+    rows[0].address = u"255.255.255.255 (device-b)";
+    const auto headers = [&rows](int width) { return linesOf(formatTable(heading(false), rows, width))[1]; };
+    EXPECT_EQ(headers(70), u"IP-Address                 Quality Mcast Tcpip Udp Ping     State Rtt");
+    EXPECT_EQ(headers(62), u"IP-Address              Quality Mcast Tcpip Udp Ping     State");
+    EXPECT_EQ(headers(50), u"IP-Address            Quality Mcast Tcpip Udp Ping");
 }
 
 TEST(TablePrinterTest, BelowTheTableStandsWhatCouldNotBeSentToWhom) {
