@@ -6,7 +6,8 @@
 
 namespace {
 
-// Above it, squares are divided. One more square of what is left below 2^60 cannot overflow the sum.
+// A distance is below 2^30 and its square below 2^60. One more of them cannot overflow a sum below 2^62.
+constexpr std::int64_t kMostDistance = std::int64_t{1} << 30;
 constexpr std::uint64_t kMostSquares = std::uint64_t{1} << 62;
 
 }  // namespace
@@ -29,15 +30,21 @@ void RoundTripTimes::add(std::uint32_t time100ns) {
 
 // The scale grows when the squares would leave 64 bits: times that are far apart do not need the unit.
 void RoundTripTimes::addToDeviation(std::int64_t distance) {
-    const std::int64_t divisor = std::int64_t{1} << m_scale;
-    const std::int64_t scaled = distance / divisor;
+    while (std::max(distance, -distance) >> m_scale >= kMostDistance) {
+        growScale();
+    }
+    const std::int64_t scaled = distance / (std::int64_t{1} << m_scale);
     m_distances += scaled;
     m_squares += static_cast<std::uint64_t>(scaled * scaled);
-    while (m_squares >= kMostSquares) {
-        ++m_scale;
-        m_distances /= 2;
-        m_squares /= 4;
+    if (m_squares >= kMostSquares) {
+        growScale();
     }
+}
+
+void RoundTripTimes::growScale() {
+    ++m_scale;
+    m_distances /= 2;
+    m_squares /= 4;
 }
 
 // With q = sum / n, rounded, and r the rest, the sum of (d - q)^2 is the sum of d^2 less n q^2 less 2 q r. All of it is

@@ -32,6 +32,7 @@ private:
     std::uint32_t percentile(std::uint32_t percent) const;
     std::uint32_t deviation() const;
     void addToDeviation(std::int64_t distance);
+    void growScale();
 
     std::uint32_t m_count = 0;
     std::uint32_t m_last = 0;
