@@ -14,6 +14,7 @@ import lab
 
 RELEASE = 3  # of any button of the mouse
 STATE = re.compile(r"^ *((silent|partial|degraded) )?\d+(:\d\d)+(?= )")
+ROUND_TRIPS = re.compile(r" [0-9.]+ m?s \([0-9.]+ m?s\)$")
 
 
 class Screen:
@@ -134,12 +135,12 @@ class Screen:
     def wait_for_row(self, label, condition=lambda cells: True):
         """The mark and the other cells of a row, once all of them are filled and meet the condition.
 
-        A peer's state, which may stand behind its label, is no cell.
+        A peer's state, which may stand behind its label, is no cell, nor are the round-trip times of a wide screen.
         """
         def look(lines):
             for line in lines:
                 mark, rest = line[:2], line[2:]
-                cells = STATE.sub("", rest[len(label):], count=1).split()
+                cells = ROUND_TRIPS.sub("", STATE.sub("", rest[len(label):], count=1)).split()
                 if rest.startswith(label) and len(cells) == 5 and condition(cells):
                     return (mark.strip(), *cells)
             return None
