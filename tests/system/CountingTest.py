@@ -77,7 +77,7 @@ class CountingTest(lab.SystemTest):
         self.send_and_see(sender, [(1, (1, 1)), (2, (2, 2)), (5, (3, 5))])
         self.assertEqual(self.program.stop(), 0)
         row = self.program.final_rows()[self.peer.address]
-        self.assertEqual(row[protocol], {"received": 3, "total": 5, "lost": 2})
+        self.assertEqual(lab.counts(row, protocol), {"received": 3, "total": 5, "lost": 2})
         self.assertEqual((row["quality"], row["label"]), (60, "10.77.0.2 (peer)"))
         # In the report the second figure is the total and the losses, for every protocol.
         report = self.device.wait_for_log_line("S Name: 10.77.0.2 ")

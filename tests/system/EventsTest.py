@@ -76,6 +76,9 @@ class EventsTest(lab.SystemTest):
         self.wait_for_event(device, event="peer_changed", old="silent")
         return out, back
 
+    def silences(self, device):
+        return sum(event["event"] == "peer_changed" and event["new"] == "silent" for event in self.events(device))
+
     def check_outage(self, events, out, back):
         began = next(event for event in events if event.get("new") == "silent" and event["event"] == "peer_changed")
         ended = next(event for event in events if event["event"] == "outage_ended")
@@ -85,17 +88,19 @@ class EventsTest(lab.SystemTest):
         self.assertGreater(seconds(ended["time"]), back)
         self.assertAlmostEqual(ended["seconds"], seconds(ended["time"]) - out, delta=2 * PERIOD + 0.5)
         self.assertEqual(ended["kinds"], ["udp", "ping"])
-        # Both kinds have missed a probe a period, and their numbers tell.
-        self.assertAlmostEqual(ended["missed"], 2 * ended["seconds"] / PERIOD, delta=10)
+        # Both kinds have missed a probe a period, as their numbers tell. A busy machine sends fewer.
+        self.assertIn(ended["missed"], range(4, round(2 * ended["seconds"] / PERIOD) + 5))
 
     def test_a_pulled_cable_is_told_in_every_format(self):
         rows, texts, table = (self.watcher("hall", "-format", "json", "-interval", "0.5", "-events", "events"),
-                              self.watcher("attic", "-format", "events"),
-                              self.watcher("cellar", "-format", "csv", "-interval", "0.5"))
+                              self.watcher("attic", "-format", "events", "-events", "events"),
+                              self.watcher("cellar", "-format", "csv", "-interval", "0.5", "-events", "events"))
         in_json, in_words, in_csv = self.start(rows, texts, table)
         out, back = self.pull_cable_for(rows[0], 6)
         in_json.wait_for_row(self.watched.address, lambda row: row["state"] == "reachable" and row["outage_count"] == 1
                              and row["outages"][0]["ended"])
+        for device, _ in (texts, table):
+            self.wait_for_event(device, event="peer_changed", old="silent")
         self.assertEqual([program.stop() for program in (in_json, in_words, in_csv)], [0, 0, 0])
         self.check_json(in_json, rows[0], out, back)
         self.check_words(in_words)
@@ -152,18 +157,19 @@ class EventsTest(lab.SystemTest):
         self.assertEqual(records[-1]["outage_count"], "1")
 
     def test_a_silence_decides_about_the_exit_status(self):
-        strict, lenient, patient = (self.watcher("hall", "-events", "events"), self.watcher("attic", "-allowsilent"),
-                                    self.watcher("cellar", "-maxsilence", "1"))
+        strict, lenient, patient = (self.watcher("hall", "-events", "events"), self.watcher("attic", "-allowsilent", "-events", "events"),
+                                    self.watcher("cellar", "-maxsilence", "1", "-events", "events"))
         first, second, third = self.start(strict, lenient, patient)
         self.pull_cable_for(strict[0], 4)
-        # All is well again; only the one that asks for it remembers.
-        lab.eventually(lambda: self.events(strict[0])[-1].get("new") == "reachable", 20, "reachable again")
+        # It is heard again; only the one that asks for it remembers.
+        self.wait_for_event(patient[0], event="peer_changed", old="silent")
         self.assertEqual(third.stop(), 1)
         self.assertIn("1 of 1 peer reachable (quality at least 1 %)", third.output())
         self.assertIn(", 1 silent for too long\n", third.output())
         self.watched.unplug()
-        lab.eventually(lambda: sum(event.get("new") == "silent" and event["event"] == "peer_changed"
-                                   for event in self.events(strict[0])) == 2, 20, "silent again")
+        for device, _ in (strict, lenient):
+            lab.eventually(lambda device=device: self.silences(device) == 2, 20,
+                           lambda device=device: self.events(device), every=0.1)
         self.assertEqual(first.stop(), 1)
         self.assertIn("\n0 of 1 peer reachable (quality at least 1 %), 1 silent\n", first.output())
         self.assertEqual(second.stop(), 0)

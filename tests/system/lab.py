@@ -129,6 +129,11 @@ def give_to_nobody(*paths):
         os.chown(path, NOBODY.pw_uid, NOBODY.pw_gid)
 
 
+def counts(row, protocol):
+    """What the peer list counts of that protocol, of a row of JSON."""
+    return {name: row[protocol][name] for name in ("received", "total", "lost")}
+
+
 def without_leak_search():
     """For Device.start: a sanitizer's search for leaks traces the program, which nobody may who has become another user."""
     return ("env", "ASAN_OPTIONS=" + os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0")
