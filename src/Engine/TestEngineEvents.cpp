@@ -50,8 +50,11 @@ bool TestEngine::admitError(ProbeKind kind, const SPW_CString& address, SPW_Resu
     if (isGivenUp(kind, address)) {
         return false;
     }
-    return m_onceOnly.covers(kind) ? m_onceOnly.admit(kind, address)
-                                   : m_errorLines.admit(line, m_settings.failuresBeforePause, now);
+    if (m_onceOnly.covers(kind)) {
+        return m_onceOnly.admit(kind, address);
+    }
+    // A connector fails once a period, which is what its user has chosen. A listener may fail as fast as it can.
+    return kind == kMulticastConnector || m_errorLines.admit(line, m_settings.failuresBeforePause, now);
 }
 
 void TestEngine::onDataSent(ProbeKind kind, std::uint32_t, const SPW_CString& target, std::int32_t sequence,

@@ -273,7 +273,7 @@ class FullDiskTest(lab.SystemTest):
 
     def test_program_whose_log_is_full_says_so_and_goes_on_measuring(self):
         with traffic.UdpEnd(self.peer, traffic.PORT) as receiver, traffic.UdpEnd(self.peer) as sender:
-            program = self.device.measure()
+            program = self.device.measure("-allowsilent")
             lab.eventually(lambda: re.search(self.TOLD, program.errors()), 60, lambda: str(program))
             self.assertEqual(re.findall(self.TOLD, program.errors()), [self.log])
             receiver.receive_for(0.5)

@@ -79,7 +79,7 @@ class ServiceTest(lab.SystemTest):
         self.device.configure("ping", "udp", "tcpip", peers={"workshop": self.peer.address})
         before = self.device.read_hive()
         program = self.start()
-        self.wait_for_result(program, r"10\.77\.0\.2 \(workshop\) .* [1-9]\d*/[1-9]\d*\n")
+        self.wait_for_result(program, r"10\.77\.0\.2 \(workshop\) .* [1-9]\d*/[1-9]\d* ")
         self.assertEqual(program.stop(), 0)
         self.assertEqual(os.listdir(self.device.registry_folder), [os.path.basename(self.device.hive_path)])
         self.assertEqual(self.device.read_hive(), before)
@@ -91,7 +91,7 @@ class ServiceTest(lab.SystemTest):
         program = self.start(filtered=True)
         with open(f"/proc/{program.process.pid}/status", encoding="ascii") as file:
             self.assertRegex(file.read(), r"(?m)^Seccomp:\s+2$", "the program itself is under the filter")
-        all_heard = r"10\.77\.0\.2 \(workshop\) +100 *%?" + r" +[1-9]\d*/[1-9]\d*" * 4 + r"\n"
+        all_heard = r"10\.77\.0\.2 \(workshop\) +100 *%?" + r" +[1-9]\d*/[1-9]\d*" * 4 + " "
         self.wait_for_result(program, all_heard)
         program.signal(signal.SIGHUP)
         self.wait_for_result(program, r"test 2, (?s:.*)" + all_heard)
