@@ -1,17 +1,9 @@
 #include <gmock/gmock.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "EndlessSleeps.h"
-#include "RecordingSink.h"
 #include "SPW_CSysError.h"
-#include "ScopedInstance.h"
-#include "ScriptedClock.h"
-#include "ScriptedSocket.h"
+#include "TcpListenerFixture.h"
 #include "VTR_CMulticastListener.h"
-#include "VTR_CTcpipListener.h"
 #include "VTR_CUdpListener.h"
 
 // What a listener does when a call fails again and again.
@@ -23,12 +15,7 @@ using testing::SizeIs;
 
 namespace {
 
-constexpr std::uint16_t kPort = 5009;
 const SPW_CIpAddress kPeer(10, 0, 0, 2);
-
-std::string probe(int sequence) {
-    return "Vantiro Diagnostic|" + std::to_string(sequence) + "|n" + std::string(1, '\0');
-}
 
 struct Kind {
     const char* name;
@@ -154,29 +141,14 @@ TEST_P(UdpBackOffTest, ASuccessEndsThePauses) {
 
 namespace {
 
-class AcceptBackOffTest : public testing::Test {
+class AcceptBackOffTest : public TcpListenerFixture {
 protected:
-    void start(const ListenerLimits& limits = ListenerLimits()) {
-        listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort, limits);
-        ASSERT_EQ(listener->StartListening(), 0u);
-        ASSERT_TRUE(sockets.waitUntilBlocked(ScriptedSocket::kSelect));
-    }
+    // Nobody waits for the accept, which may fail.
     SPW_Socket connect() {
         const SPW_Socket client = sockets.connectFrom(kPeer, kPort);
-        const std::string bytes = probe(1);
-        EXPECT_GT(sockets.send(client, bytes.data(), static_cast<int>(bytes.size())), 0);
+        send(client, probe(1));
         return client;
     }
-    std::vector<std::string> waitForEvents(std::size_t count) {
-        EXPECT_TRUE(sink.waitFor(count));
-        return sink.take();
-    }
-
-    ScriptedClock clock;
-    ScriptedSocket sockets;
-    ScopedInstance<SPW_CSocket> installed{sockets};
-    RecordingSink sink;
-    std::unique_ptr<VTR_CTcpipListener> listener;
 };
 
 }  // namespace

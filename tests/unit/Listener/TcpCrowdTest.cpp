@@ -1,16 +1,9 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "RecordingSink.h"
 #include "SPW_CSysError.h"
-#include "ScopedInstance.h"
-#include "ScriptedClock.h"
-#include "ScriptedSocket.h"
-#include "VTR_CTcpipListener.h"
+#include "TcpListenerFixture.h"
 
 // What a TCP listener does with connections that say nothing, and when more come than it watches.
 
@@ -21,33 +14,11 @@ using testing::Not;
 
 namespace {
 
-constexpr std::uint16_t kPort = 5009;
 const SPW_CIpAddress kHonest(10, 0, 0, 2);
 
-std::string probe(int sequence) {
-    return "Vantiro Diagnostic|" + std::to_string(sequence) + "|n" + std::string(1, '\0');
-}
-
-class TcpCrowdTest : public testing::Test {
+class TcpCrowdTest : public TcpListenerFixture {
 protected:
-    void SetUp() override { start(ListenerLimits()); }
-    void start(const ListenerLimits& limits) {
-        listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort, limits);
-        ASSERT_EQ(listener->StartListening(), 0u);
-        ASSERT_TRUE(sockets.waitUntilBlocked(ScriptedSocket::kSelect));
-    }
-    template <typename Action>
-    void settle(Action action) {
-        const int selects = sockets.calls(ScriptedSocket::kSelect);
-        action();
-        ASSERT_TRUE(sockets.waitForCalls(ScriptedSocket::kSelect, selects + 1));
-        ASSERT_TRUE(sockets.waitUntilBlocked(ScriptedSocket::kSelect));
-    }
-    SPW_Socket connect(const SPW_CIpAddress& from) {
-        SPW_Socket client = kInvalidSocket;
-        settle([&] { client = sockets.connectFrom(from, kPort); });
-        return client;
-    }
+    void SetUp() override { start(); }
     // Connections from addresses of their own.
     std::vector<SPW_Socket> connectMany(int count) {
         std::vector<SPW_Socket> clients;
@@ -56,9 +27,6 @@ protected:
                 connect(SPW_CIpAddress(10, 1, static_cast<std::uint8_t>(i / 250), static_cast<std::uint8_t>(i % 250))));
         }
         return clients;
-    }
-    void send(SPW_Socket client, const std::string& bytes) {
-        ASSERT_EQ(sockets.send(client, bytes.data(), static_cast<int>(bytes.size())), static_cast<int>(bytes.size()));
     }
     void departAfterProbe(SPW_Socket client) {
         settle([&] { send(client, probe(1)); });
@@ -76,10 +44,6 @@ protected:
     }
     // Whether the listener's present wait has a limit.
     bool looksStill() { return sockets.latestSelectMs() != kSPWForever; }
-    std::vector<std::string> waitForEvents(std::size_t count) {
-        EXPECT_TRUE(sink.waitFor(count));
-        return sink.take();
-    }
     bool isClosed(SPW_Socket client) {
         SPW_CSocketSet set;
         set.add(client);
@@ -92,12 +56,6 @@ protected:
         }
         return closed;
     }
-
-    ScriptedClock clock;
-    ScriptedSocket sockets;
-    ScopedInstance<SPW_CSocket> installed{sockets};
-    RecordingSink sink;
-    std::unique_ptr<VTR_CTcpipListener> listener;
 };
 
 const std::string kUnwatched = "connection is not watched while 63 older ones last (said only once)";

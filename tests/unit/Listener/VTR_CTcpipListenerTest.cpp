@@ -3,26 +3,17 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <memory>
 
 #include "HeldUntilClose.h"
-#include "RecordingSink.h"
-#include "ScopedInstance.h"
-#include "ScriptedClock.h"
-#include "ScriptedSocket.h"
+#include "TcpListenerFixture.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
-constexpr std::uint16_t kPort = 5009;
 const SPW_CIpAddress kPeer(10, 0, 0, 2);
 const SPW_CIpAddress kOther(10, 0, 0, 3);
-
-std::string probe(int sequence) {
-    return "Vantiro Diagnostic|" + std::to_string(sequence) + "|n" + std::string(1, '\0');
-}
 
 // A listener whose steps the test runs itself.
 class Driven : public VTR_CTcpipListener {
@@ -43,39 +34,9 @@ public:
     }
 };
 
-class TcpipListenerTest : public testing::Test {
+class TcpipListenerTest : public TcpListenerFixture {
 protected:
     void SetUp() override { start(); }
-    void start() {
-        ASSERT_EQ(listener->StartListening(), 0u);
-        ASSERT_TRUE(sockets.waitUntilBlocked(ScriptedSocket::kSelect));
-    }
-    // Runs something that wakes the listener, and waits until it waits again.
-    template <typename Action>
-    void settle(Action action) {
-        const int selects = sockets.calls(ScriptedSocket::kSelect);
-        action();
-        ASSERT_TRUE(sockets.waitForCalls(ScriptedSocket::kSelect, selects + 1));
-        ASSERT_TRUE(sockets.waitUntilBlocked(ScriptedSocket::kSelect));
-    }
-    SPW_Socket connect(const SPW_CIpAddress& from) {
-        SPW_Socket client = kInvalidSocket;
-        settle([&] { client = sockets.connectFrom(from, kPort); });
-        return client;
-    }
-    void send(SPW_Socket client, const std::string& bytes) {
-        ASSERT_EQ(sockets.send(client, bytes.data(), static_cast<int>(bytes.size())), static_cast<int>(bytes.size()));
-    }
-    std::vector<std::string> waitForEvents(std::size_t count) {
-        EXPECT_TRUE(sink.waitFor(count));
-        return sink.take();
-    }
-
-    ScriptedClock clock;
-    ScriptedSocket sockets;
-    ScopedInstance<SPW_CSocket> installed{sockets};
-    RecordingSink sink;
-    std::unique_ptr<VTR_CTcpipListener> listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
 };
 
 }  // namespace
@@ -196,7 +157,6 @@ TEST_F(TcpipListenerTest, OnlyTheLatestThousandOfThoseAreKeptOpen) {
     listener.reset();
     Notes notes(sockets);
     const ScopedInstance<SPW_CSocket> noted(notes);
-    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
     start();
     for (int i = 0; i < 1000; ++i) {
         const SPW_Socket client = connect(kPeer);
@@ -289,7 +249,6 @@ TEST_F(TcpipListenerTest, QueuesFiveConnectionsAndWaitsWithoutALimit) {
     listener.reset();
     Notes notes(sockets);
     const ScopedInstance<SPW_CSocket> noted(notes);
-    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
     start();
     EXPECT_EQ(notes.backlog, 5);
     EXPECT_FALSE(notes.hasExceptions);
@@ -370,7 +329,7 @@ TEST_F(TcpipListenerTest, StopClosesEveryConnectionAndTheRestartBeginsWithout) {
     EXPECT_EQ(sockets.openSockets(), 0);
     char byte;
     EXPECT_EQ(sockets.receive(client, &byte, 1), 0);
-    start();
+    restart();
     send(connect(kPeer), probe(1));
     EXPECT_THAT(waitForEvents(1), ElementsAre("received 1 5009 10.0.0.2 #1: n"));
 }
@@ -387,7 +346,6 @@ TEST_F(TcpipListenerTest, ConnectionAcceptedDuringAStopIsClosed) {
     listener.reset();
     AcceptsDuringStop slow(sockets);
     const ScopedInstance<SPW_CSocket> slowed(slow);
-    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
     start();
     sockets.connectFrom(kPeer, kPort);
     slow.waitUntilHeld();
@@ -400,7 +358,6 @@ TEST_F(TcpipListenerTest, ConnectionAcceptedDuringTheDestructionIsClosed) {
     listener.reset();
     AcceptsDuringStop slow(sockets);
     const ScopedInstance<SPW_CSocket> slowed(slow);
-    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
     start();
     sockets.connectFrom(kPeer, kPort);
     slow.waitUntilHeld();
@@ -424,7 +381,6 @@ TEST_F(TcpipListenerTest, WhateverTheDestructionMakesOfTheWaitIsSilent) {
     listener.reset();
     EndsOddly odd(sockets);
     const ScopedInstance<SPW_CSocket> installedOdd(odd);
-    listener = std::make_unique<VTR_CTcpipListener>(&sink, kPort);
     start();
     listener.reset();
     EXPECT_TRUE(odd.hasFailed);
