@@ -2,12 +2,12 @@
 
 #include <utility>
 
-LogOverflow::Content::Content(Content&& other) {
+LogOverflow::Content::Content(Content&& other) noexcept {
     *this = std::move(other);
 }
 
 // What was here goes with the other one.
-LogOverflow::Content& LogOverflow::Content::operator=(Content&& other) {
+LogOverflow::Content& LogOverflow::Content::operator=(Content&& other) noexcept {
     std::swap(m_first, other.m_first);
     std::swap(m_last, other.m_last);
     std::swap(m_lostBehind, other.m_lostBehind);

@@ -31,8 +31,8 @@ public:
     class Content {
     public:
         Content() = default;
-        Content(Content&& other);
-        Content& operator=(Content&& other);
+        Content(Content&& other) noexcept;
+        Content& operator=(Content&& other) noexcept;
         ~Content();
 
         // Neither a line nor a count.
