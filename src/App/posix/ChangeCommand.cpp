@@ -72,6 +72,7 @@ public:
     // Returns 0 or the error number.
     int spawn(std::string program, std::vector<std::string> variables, pid_t& process) const {
         std::vector<char*> environment;
+        environment.reserve(variables.size() + 1);
         for (std::string& variable : variables) {
             environment.push_back(variable.data());
         }

@@ -44,7 +44,8 @@ Json kindKeys(std::uint8_t kinds) {
 
 Json secondsOf(std::uint64_t span100ns) {
     constexpr std::uint64_t kMillisecond100ns = 10000;
-    return static_cast<double>(span100ns / kMillisecond100ns) / 1000;
+    const std::uint64_t milliseconds = span100ns / kMillisecond100ns;
+    return static_cast<double>(milliseconds) / 1000;
 }
 
 Json deviceObject(const SPW_CString& address, const SPW_CString& name) {
