@@ -50,6 +50,12 @@ public:
         m_changed.notify_all();
     }
 
+    // Script: as on a handheld, an echo that waits does not hear of a cancel.
+    void ignoreCancels() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_ignoresCancels = true;
+    }
+
     // Record: every request that was sent, failed ones (failEcho) not.
     std::vector<Request> requests() {
         const std::lock_guard<std::mutex> guard(m_lock);
@@ -119,7 +125,7 @@ private:
             const auto found = m_answers.find(keyOf(request.address));
             answered = found == m_answers.end() || found->second;
             const bool endless = !answered && request.timeoutMs == kSPWForever;
-            m_changed.wait(lock, [&] { return (!m_held && !endless) || isCancelled(service); });
+            m_changed.wait(lock, [&] { return (!m_held && !endless) || (isCancelled(service) && !m_ignoresCancels); });
             if (isCancelled(service)) {
                 lastCode() = kSysOperationAborted;
                 return false;
@@ -177,5 +183,6 @@ private:
     std::uint32_t m_roundTripUs = 0;
     std::uint8_t m_timeToLive = 64;
     bool m_held = false;
+    bool m_ignoresCancels = false;
     std::vector<Request> m_requests;
 };

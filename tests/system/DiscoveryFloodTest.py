@@ -65,7 +65,8 @@ class DiscoveryFloodTest(lab.SystemTest):
         self.assertIn(peer.address, self.rows())
         received = self.program.row(peer.address)["tcpip"]["received"]
         self.program.wait_for_row(peer.address, lambda row: row["tcpip"]["received"] > received + 5)
-        self.assertEqual(self.program.row(peer.address)["tcpip"]["lost"], 0)
+        # Two probes that a slow program reads as one piece count as one.
+        self.assertLessEqual(self.program.row(peer.address)["tcpip"]["lost"], 3 if lab.program_is_sanitized() else 0)
 
         began = time.monotonic()
         self.program.signal(signal.SIGTERM)

@@ -62,25 +62,44 @@ void appendKind(SPW_CString& text, int protocol, const KindValues& kind) {
     const SPW_CString in = inText(kind);
     const SPW_CString out = outText(protocol, kind.out);
     if (!in.isEmpty()) {
-        text += protocolName(protocol) + u" in: " + in + u", last heard " + clockText(kind.lastHeard.wall100ns) +
-                inFigures(protocol, kind) + u'\n';
+        text += protocolName(protocol);
+        text += u" in: ";
+        text += in;
+        text += u", last heard ";
+        text += clockText(kind.lastHeard.wall100ns);
+        text += inFigures(protocol, kind);
+        text += u'\n';
     }
     if (!out.isEmpty()) {
-        text += protocolName(protocol) + u" out: " + out + outFigures(kind.out) + u'\n';
+        text += protocolName(protocol);
+        text += u" out: ";
+        text += out;
+        text += outFigures(kind.out);
+        text += u'\n';
     }
+}
+
+void appendTime(SPW_CString& text, const char16_t* before, std::uint32_t time100ns) {
+    text += before;
+    text += roundTripText(time100ns);
 }
 
 void appendRoundTrips(SPW_CString& text, const RoundTripValues& times) {
     if (times.count == 0) {
         return;
     }
-    text += u"\nRound-trip times of " + counted(times.count, u"ping", u"pings") + u": last " +
-            roundTripText(times.last100ns) + u"\n  least " + roundTripText(times.minimum100ns) + u", mean " +
-            roundTripText(times.mean100ns) + u", most " + roundTripText(times.maximum100ns) + u", standard deviation " +
-            roundTripText(times.deviation100ns) + u"\n  50 % below " + roundTripText(times.median100ns) +
-            u", 95 % below " + roundTripText(times.percentile95th100ns) + u", 99 % below " +
-            roundTripText(times.percentile99th100ns) + u"\n  jitter " + roundTripText(times.jitter100ns) +
-            u", the smoothed difference of successive times (RFC 3550)\n";
+    text += u"\nRound-trip times of ";
+    text += counted(times.count, u"ping", u"pings");
+    appendTime(text, u": last ", times.last100ns);
+    appendTime(text, u"\n  least ", times.minimum100ns);
+    appendTime(text, u", mean ", times.mean100ns);
+    appendTime(text, u", most ", times.maximum100ns);
+    appendTime(text, u", standard deviation ", times.deviation100ns);
+    appendTime(text, u"\n  50 % below ", times.median100ns);
+    appendTime(text, u", 95 % below ", times.percentile95th100ns);
+    appendTime(text, u", 99 % below ", times.percentile99th100ns);
+    appendTime(text, u"\n  jitter ", times.jitter100ns);
+    text += u", the smoothed difference of successive times (RFC 3550)\n";
 }
 
 void appendOutages(SPW_CString& text, const PeerInsightValues& values) {
@@ -144,9 +163,14 @@ SPW_CString roundTripLine(const RoundTripValues& values) {
     if (values.count == 0) {
         return SPW_CString();
     }
-    return u"rtt " + roundTripText(values.last100ns) + u", jitter " + roundTripText(values.jitter100ns) + u", mean " +
-           roundTripText(values.mean100ns) + u", " + roundTripText(values.minimum100ns) + u" to " +
-           roundTripText(values.maximum100ns) + u", p95 " + roundTripText(values.percentile95th100ns);
+    SPW_CString text;
+    appendTime(text, u"rtt ", values.last100ns);
+    appendTime(text, u", jitter ", values.jitter100ns);
+    appendTime(text, u", mean ", values.mean100ns);
+    appendTime(text, u", ", values.minimum100ns);
+    appendTime(text, u" to ", values.maximum100ns);
+    appendTime(text, u", p95 ", values.percentile95th100ns);
+    return text;
 }
 
 SPW_CString outageLine(const OutageValues& outage) {
