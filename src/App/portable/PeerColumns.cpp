@@ -8,11 +8,10 @@ const char16_t* peerColumnHeader(int column) {
     return kHeaders[column];
 }
 
-void splitPeerColumnHeader(int column, SPW_CString& upper, SPW_CString& lower) {
-    const SPW_CString header(peerColumnHeader(column));
+void splitHeader(const SPW_CString& header, SPW_CString& upper, SPW_CString& lower) {
     const int blank = header.find(u' ');
-    upper = header.left(blank);
-    lower = header.mid(blank + 1, header.length());
+    upper = blank < 0 ? header : header.left(blank);
+    lower = blank < 0 ? SPW_CString() : header.mid(blank + 1, header.length());
 }
 
 PeerColumn columnOfProtocol(int protocol) {

@@ -21,8 +21,8 @@ constexpr Protocol kProtocolOrder[kProtocols] = {kMulticast, kTcpip, kUdp, kPing
 
 // column: 0 to kPeerColumns - 1.
 const char16_t* peerColumnHeader(int column);
-// The header on two lines, for narrow screens: "Quality (%)" is "Quality" and "(%)".
-void splitPeerColumnHeader(int column, SPW_CString& upper, SPW_CString& lower);
+// A header on two lines, for narrow screens: "Quality (%)" is "Quality" and "(%)". A single word has no lower line.
+void splitHeader(const SPW_CString& header, SPW_CString& upper, SPW_CString& lower);
 
 // protocol: 0 to kProtocols - 1.
 PeerColumn columnOfProtocol(int protocol);

@@ -76,12 +76,13 @@ SPW_CString headerOf(int column) {
 // `lower` stays empty where the headers have one line.
 void fillHeaders(Form::Headers headers, Cells& upper, Cells& lower) {
     for (int column = 0; column < kTableColumns; ++column) {
-        const SPW_CString header = headerOf(column);
-        const int blank = headers == Form::kWhole ? -1 : header.find(u' ');
-        upper[column] = blank < 0 ? header : header.left(blank);
+        upper[column] = headerOf(column);
         lower[column].clear();
-        if (blank >= 0 && headers == Form::kOnTwoLines) {
-            lower[column] = header.mid(blank + 1, header.length());
+        if (headers != Form::kWhole) {
+            splitHeader(headerOf(column), upper[column], lower[column]);
+        }
+        if (headers == Form::kFirstWord) {
+            lower[column].clear();
         }
     }
 }

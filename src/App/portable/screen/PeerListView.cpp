@@ -10,23 +10,13 @@ namespace {
 
 constexpr int kProtocolColumns = kPeerColumns - kMulticastColumn;
 
-// "Quality (%)" is "Quality" and "(%)".
-void splitHeader(int column, SPW_CString& upper, SPW_CString& lower) {
-    if (column != kRoundTripColumn) {
-        splitPeerColumnHeader(column, upper, lower);
-        return;
-    }
-    upper = u"Rtt";
-    lower = u"(jitter)";
-}
-
 int headerWidth(int column, int lines) {
     if (lines == 1) {
         return displayWidth(screenColumnHeader(column));
     }
     SPW_CString upper;
     SPW_CString lower;
-    splitHeader(column, upper, lower);
+    splitHeader(screenColumnHeader(column), upper, lower);
     return std::max(displayWidth(upper), displayWidth(lower));
 }
 
@@ -125,7 +115,7 @@ void PeerListView::drawHeader(Canvas& canvas, const ListLayout& layout) {
         } else {
             SPW_CString upper;
             SPW_CString lower;
-            splitHeader(column, upper, lower);
+            splitHeader(screenColumnHeader(column), upper, lower);
             canvas.putFitted(x, m_area.y, width, upper, style, alignment);
             canvas.putFitted(x, m_area.y + 1, width, lower, style, alignment);
         }
