@@ -41,6 +41,20 @@ protected:
                                                    capacity);
         ASSERT_EQ(m_writer->openResult(), 0u);
     }
+    // The writer is blocked, and the call finds no room. It returns true once the writer goes on. Closes the log.
+    template <typename Call>
+    void expectToWaitForRoom(Call call) {
+        std::atomic<bool> taken{false};
+        std::thread caller([&] {
+            EXPECT_TRUE(call());
+            taken = true;
+        });
+        awaitOthersAsleep();
+        EXPECT_FALSE(taken);
+        m_writer->unlock();
+        caller.join();
+        close();
+    }
     // Keeps the writer from taking lines until m_writer->unlock().
     void block() {
         // Ends the writer's wait for lines, which would last a second.
@@ -203,16 +217,7 @@ TEST_F(TestLogWriterTest, LineWithoutLimitWaitsUntilTheWriterHasTakenOne) {
     block();
     EXPECT_EQ(log(1, 0), 0u);
     EXPECT_EQ(log(2, 0), 0u);
-    std::atomic<bool> taken{false};
-    std::thread caller([&] {
-        EXPECT_EQ(log(3, kNoLimit), 0u);
-        taken = true;
-    });
-    awaitOthersAsleep();
-    EXPECT_FALSE(taken);
-    m_writer->unlock();
-    caller.join();
-    close();
+    expectToWaitForRoom([this] { return log(3, kNoLimit) == 0u; });
     EXPECT_THAT(lines(), ElementsAreArray(lineNumbers(1, 3)));
 }
 
@@ -449,16 +454,7 @@ TEST_F(OfferedLinesTest, APatientThreadWaitsForRoom) {
     open(2);
     block();
     const int next = offerUntilFull(1);
-    std::atomic<bool> taken{false};
-    std::thread caller([&] {
-        EXPECT_TRUE(offerPatiently(next, 3600 * 1000));
-        taken = true;
-    });
-    awaitOthersAsleep();
-    EXPECT_FALSE(taken);
-    m_writer->unlock();
-    caller.join();
-    close();
+    expectToWaitForRoom([&] { return offerPatiently(next, 3600 * 1000); });
     EXPECT_EQ(lines().back(), lineNumber(next));
 }
 
