@@ -45,7 +45,8 @@ SPW_CString outChangeText(const InsightEvent& event) {
     if (event.outAfter == SendState::kOpen) {
         return sending + u" works again";
     }
-    const SPW_CString text = sending + u" is " + stateWord(event.outAfter);
+    const bool isPast = event.outAfter == SendState::kFailed || event.outAfter == SendState::kTimedOut;
+    const SPW_CString text = sending + (isPast ? u" has " : u" is ") + stateWord(event.outAfter);
     return event.code == 0 ? text : text + u" (error " + wholeNumber(event.code) + u")";
 }
 

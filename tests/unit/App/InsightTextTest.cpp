@@ -100,6 +100,12 @@ TEST(InsightTextTest, AllElseThatHappensHasItsSentence) {
     event.outAfter = SendState::kRefused;
     event.code = 10061;
     EXPECT_EQ(eventSentence(event), u"10.0.0.7: sending by Tcpip is refused (error 10061)");
+    event.outAfter = SendState::kFailed;
+    event.code = 10051;
+    EXPECT_EQ(eventSentence(event), u"10.0.0.7: sending by Tcpip has failed (error 10051)");
+    event.outAfter = SendState::kTimedOut;
+    event.code = 10060;
+    EXPECT_EQ(eventSentence(event), u"10.0.0.7: sending by Tcpip has timed out (error 10060)");
     event.outAfter = SendState::kOpen;
     EXPECT_EQ(eventSentence(event), u"10.0.0.7: sending by Tcpip works again");
     EXPECT_EQ(eventSentence(eventOf(InsightEvent::kRestarted)), u"10.0.0.7: its program was restarted");
