@@ -183,14 +183,6 @@ SPW_CString outageLine(const OutageValues& outage) {
     return text;
 }
 
-SPW_CString hopsText(int hops) {
-    if (hops < 0) {
-        return SPW_CString();
-    }
-    return hops == 0 ? SPW_CString(u"no router between")
-                     : counted(static_cast<std::uint32_t>(hops), u"router", u"routers") + u" between";
-}
-
 SPW_CString conclusionText(const PeerInsightValues& values) {
     return values.isLossOnTheWayOut ? u"conclusion: loss is on the way out, because Udp arrives and pings do not" : u"";
 }

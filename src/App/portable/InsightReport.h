@@ -20,8 +20,6 @@ SPW_CString outWord(int protocol, const OutValues& out);
 SPW_CString roundTripLine(const RoundTripValues& values);
 // "12:03:20 - 12:03:38  0:18  Udp, Ping, 36 probes missed"; one that lasts has blanks for its end.
 SPW_CString outageLine(const OutageValues& outage);
-// "2 routers between"; empty where that is not known.
-SPW_CString hopsText(int hops);
 // What follows from the figures, marked as a conclusion; empty where nothing does.
 SPW_CString conclusionText(const PeerInsightValues& values);
 

@@ -50,10 +50,6 @@ SPW_CString outChangeText(const InsightEvent& event) {
     return event.code == 0 ? text : text + u" (error " + wholeNumber(event.code) + u")";
 }
 
-SPW_CString hopsText(int hops) {
-    return hops < 0 ? SPW_CString(u"an unknown number of hops") : SPW_CString(hops) + (hops == 1 ? u" hop" : u" hops");
-}
-
 // What follows the peer's label.
 SPW_CString predicate(const InsightEvent& event) {
     switch (event.type) {
@@ -75,7 +71,7 @@ SPW_CString predicate(const InsightEvent& event) {
         case InsightEvent::kGivenUp:
             return u" was given up, to make room for another";
         case InsightEvent::kHopsChanged:
-            return u" is " + hopsText(event.hopsAfter) + u" away, after " + hopsText(event.hopsBefore);
+            return u": " + hopsText(event.hopsAfter) + u", after " + hopsText(event.hopsBefore);
         case InsightEvent::kProbesNotMade:
             return u": no " + protocolName(event.protocol) + u" probes are sent";
     }
@@ -138,6 +134,13 @@ SPW_CString roundTripText(std::uint32_t time100ns) {
     }
     const std::uint64_t ms = inUnits(time100ns, kMillisecond100ns);
     return ms < 1000 ? wholeNumber(ms) + u" ms" : tenths(inUnits(time100ns, kSecond100ns / 10)) + u" s";
+}
+
+SPW_CString hopsText(int hops) {
+    if (hops <= 0) {
+        return hops < 0 ? SPW_CString() : SPW_CString(u"no router between");
+    }
+    return SPW_CString(hops) + (hops == 1 ? u" router between" : u" routers between");
 }
 
 SPW_CString kindNames(std::uint8_t kinds) {

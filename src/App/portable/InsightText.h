@@ -21,6 +21,8 @@ SPW_CString spanText(std::uint64_t span100ns);
 SPW_CString clockText(std::uint64_t wall100ns);
 // "0.31 ms", "1.3 ms", "80 ms" or "1.2 s": two digits at least from a tenth of a millisecond on.
 SPW_CString roundTripText(std::uint32_t time100ns);
+// "2 routers between"; empty where that is not known.
+SPW_CString hopsText(int hops);
 // "Mcast, Ping": the kinds whose bits are set (1 << Protocol), in the order of their columns.
 SPW_CString kindNames(std::uint8_t kinds);
 // "10.0.0.7 (pocket1)", or the bare address of a peer without a name. "all peers" where the event has no peer.

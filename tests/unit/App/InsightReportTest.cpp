@@ -90,11 +90,4 @@ TEST_F(InsightReportTest, OutagesAndRestartsAreCountedBeyondThoseThatAreKept) {
     EXPECT_TRUE(says("Its program was restarted 2 times: 14:07:11 14:07:10\n"));
 }
 
-TEST_F(InsightReportTest, RoutersAreSaidWhereTheyAreKnown) {
-    EXPECT_EQ(hopsText(-1), u"");
-    EXPECT_EQ(hopsText(0), u"no router between");
-    EXPECT_EQ(hopsText(1), u"1 router between");
-    EXPECT_EQ(hopsText(2), u"2 routers between");
-}
-
 }  // namespace

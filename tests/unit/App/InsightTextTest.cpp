@@ -114,7 +114,14 @@ TEST(InsightTextTest, AllElseThatHappensHasItsSentence) {
     event = eventOf(InsightEvent::kHopsChanged);
     event.hopsBefore = 1;
     event.hopsAfter = 3;
-    EXPECT_EQ(eventSentence(event), u"10.0.0.7 is 3 hops away, after 1 hop");
+    EXPECT_EQ(eventSentence(event), u"10.0.0.7: 3 routers between, after 1 router between");
+}
+
+TEST(InsightTextTest, RoutersAreSaidWhereTheyAreKnown) {
+    EXPECT_EQ(hopsText(-1), u"");
+    EXPECT_EQ(hopsText(0), u"no router between");
+    EXPECT_EQ(hopsText(1), u"1 router between");
+    EXPECT_EQ(hopsText(2), u"2 routers between");
 }
 
 TEST(InsightTextTest, ProbesToAllPeersBelongToNone) {
